@@ -1,0 +1,57 @@
+# What every target shares: language, warnings, assertions, sanitizers, the run-time layout.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+option(RR_WARNINGS_AS_ERRORS "Warnings end the build" OFF)
+option(RR_PRECOMPILED_HEADERS "Precompile Qt's headers for the larger targets" ON)
+set(RR_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them (address,undefined or thread)")
+
+# ccache makes a second build from scratch a matter of seconds; a launcher given from outside wins.
+find_program(RR_CCACHE ccache)
+if(RR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_C_COMPILER_LAUNCHER "${RR_CCACHE}")
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${RR_CCACHE}")
+endif()
+
+find_package(Qt6 6.8 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 Widgets Concurrent Svg Test Network)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(ZMQ REQUIRED IMPORTED_TARGET libzmq>=4.3)
+pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
+find_package(Threads REQUIRED)
+
+# The build tree is laid out as an installation is, so that programs find one another without copies.
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/libexec")
+
+# Every target of ours calls this: warnings, live assertions, sanitizers.
+function(rr_target_defaults target)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -Wno-sign-conversion)
+    if(RR_WARNINGS_AS_ERRORS)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    # Broken invariants stop the program in every kind of build.
+    target_compile_definitions(${target} PRIVATE QT_FORCE_ASSERTS QT_NO_CAST_FROM_BYTEARRAY)
+    target_compile_options(${target} PRIVATE -UNDEBUG)
+    if(RR_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${RR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+        target_link_options(${target} PRIVATE -fsanitize=${RR_SANITIZE})
+    endif()
+endfunction()
+
+# Precompiles the named headers for a target of many sources: rr_precompile(target <QtCore> <QtQml>).
+function(rr_precompile target)
+    if(RR_PRECOMPILED_HEADERS)
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+endfunction()

@@ -1,0 +1,31 @@
+# Tests stand beside what they test; ctest runs them all, scripts/check counts their test functions.
+enable_testing()
+find_package(GTest REQUIRED)
+
+# rr_add_test(NAME name SOURCES a.cpp ... LIBS lib ... [GTEST] [TIMEOUT seconds] [LABELS l ...] [ARGS a ...])
+# One executable, Qt Test unless GTEST is given.
+# Tests draw offscreen and speak only on the loopback device; RUN_SERIAL is for those that need the machine to themselves.
+function(rr_add_test)
+    cmake_parse_arguments(T "GTEST;RUN_SERIAL" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
+    add_executable(${T_NAME} ${T_SOURCES})
+    rr_target_defaults(${T_NAME})
+    set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    if(T_GTEST)
+        target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} GTest::gtest)
+    else()
+        set_target_properties(${T_NAME} PROPERTIES AUTOMOC ON)
+        target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} Qt6::Test)
+    endif()
+    add_test(NAME ${T_NAME} COMMAND ${T_NAME} ${T_ARGS})
+    if(NOT T_TIMEOUT)
+        set(T_TIMEOUT 120)
+    endif()
+    set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT}
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=;LC_ALL=C.UTF-8")
+    if(T_RUN_SERIAL)
+        set_tests_properties(${T_NAME} PROPERTIES RUN_SERIAL ON)
+    endif()
+    if(T_LABELS)
+        set_tests_properties(${T_NAME} PROPERTIES LABELS "${T_LABELS}")
+    endif()
+endfunction()
