@@ -1,0 +1,18 @@
+# Adds every direct subfolder that has a CMakeLists.txt, in alphabetical order, so that a new one needs no line here.
+# Call it with the names of those that must come first.
+function(rr_add_subfolders)
+    set(done "")
+    foreach(first IN LISTS ARGN)
+        if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${first}/CMakeLists.txt")
+            add_subdirectory(${first})
+            list(APPEND done ${first})
+        endif()
+    endforeach()
+    file(GLOB lists CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}/*/CMakeLists.txt")
+    foreach(list_file IN LISTS lists)
+        get_filename_component(folder "${list_file}" DIRECTORY)
+        if(NOT folder IN_LIST done)
+            add_subdirectory(${folder})
+        endif()
+    endforeach()
+endfunction()
