@@ -121,7 +121,7 @@ QNY_EXPORT qny_device_t *qny_devices(size_t *count);
  * Not while started. */
 QNY_EXPORT qny_result_t qny_set_command_line(int argc, const char *const *argv, const char *const *masked_options);
 
-typedef struct qny_statistics {
+typedef struct qny_statistics_values {
     uint64_t publications_sent;      /* once for each peer that it went to */
     uint64_t publications_received;
     uint64_t publications_dropped;   /* here, because a peer's queue was full */
