@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "corvaneframework_global.h"
+
+#include <QObject>
+#include <QStringList>
+
+/// The network that this process is on, or would join. One for the process, on the main thread.
+///
+/// When it connects, the environment of this process gets QNY_DEVICE, QNY_PORT and QNY_PEERS, so that agents started
+/// from here come to the same network without options.
+class CORVANE_EXPORT NetworkConfiguration : public QObject
+{
+    Q_OBJECT
+    /// The name of this machine as other agents see it.
+    Q_PROPERTY(QString localNetworkName READ localNetworkName NOTIFY localNetworkNameChanged)
+    /// Name or address of the network device. Changes take effect with the next connection.
+    Q_PROPERTY(QString device READ device WRITE setdevice NOTIFY deviceChanged)
+    /// UDP port of discovery, 1 to 65535.
+    Q_PROPERTY(int port READ port WRITE setport NOTIFY portChanged)
+    /// Peers to try besides discovery, "host:port,host:port"; may be empty.
+    Q_PROPERTY(QString peers READ peers WRITE setpeers NOTIFY peersChanged)
+    /// Devices that could be joined, by name.
+    Q_PROPERTY(QStringList availableDevices READ availableDevices NOTIFY availableDevicesChanged)
+    Q_PROPERTY(bool isConnected READ isConnected NOTIFY isConnectedChanged)
+    /// Why the last connection failed, in a sentence for the user; empty otherwise.
+    Q_PROPERTY(QString errorText READ errorText NOTIFY errorTextChanged)
+    /// The name of this process's own agent; "Corvane" at first.
+    Q_PROPERTY(QString agentName READ agentName WRITE setagentName NOTIFY agentNameChanged)
+    /// Paths of this process's certificate and of the directory of those that are let in. Both, or none.
+    Q_PROPERTY(
+        QString privateCertificate READ privateCertificate WRITE setprivateCertificate NOTIFY privateCertificateChanged)
+    Q_PROPERTY(
+        QString publicCertificates READ publicCertificates WRITE setpublicCertificates NOTIFY publicCertificatesChanged)
+    /// Certificates are set: a connection is secured or refused.
+    Q_PROPERTY(bool isQuenarySecurityActivated READ isQuenarySecurityActivated NOTIFY isQuenarySecurityActivatedChanged)
+
+public:
+    static NetworkConfiguration* instance();
+
+    QString localNetworkName() const;
+    QString device() const;
+    void setdevice(const QString& device);
+    int port() const;
+    void setport(int port);
+    QString peers() const;
+    void setpeers(const QString& peers);
+    QStringList availableDevices() const;
+    bool isConnected() const;
+    QString errorText() const;
+    QString agentName() const;
+    /// Cleaned as CorvaneUtils::cleanAgentName() does; an empty name is ignored.
+    void setagentName(const QString& agentName);
+    QString privateCertificate() const;
+    void setprivateCertificate(const QString& path);
+    QString publicCertificates() const;
+    void setpublicCertificates(const QString& path);
+    bool isQuenarySecurityActivated() const;
+
+    /// Joins the network; true also when it is joined already. False with errorText().
+    Q_INVOKABLE bool connectToNetwork();
+    /// Leaves it: every running agent of the document goes.
+    Q_INVOKABLE void disconnectFromNetwork();
+    Q_INVOKABLE void refreshAvailableDevices();
+
+Q_SIGNALS:
+    void localNetworkNameChanged();
+    void deviceChanged();
+    void portChanged();
+    void peersChanged();
+    void availableDevicesChanged();
+    void isConnectedChanged();
+    void errorTextChanged();
+    void agentNameChanged();
+    void privateCertificateChanged();
+    void publicCertificatesChanged();
+    void isQuenarySecurityActivatedChanged();
+
+private:
+    NetworkConfiguration();
+    ~NetworkConfiguration() override;
+
+    void _setisConnected(bool isConnected);
+    void _seterrorText(const QString& errorText);
+    void _updateIsQuenarySecurityActivated();
+    void _updateLocalNetworkName();
+
+    QString _localNetworkName;
+    QString _device;
+    int _port;
+    QString _peers;
+    QStringList _availableDevices;
+    bool _isConnected = false;
+    QString _errorText;
+    QString _agentName;
+    QString _privateCertificate;
+    QString _publicCertificates;
+    bool _isQuenarySecurityActivated = false;
+};

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "jsondocumenterror.h"
+#include "networkagents.h"
+
+#include <QJsonObject>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+
+class Host;
+class Library;
+class RunningAgentInfo;
+class SystemView;
+class SystemViewBaseInstance;
+class SystemViewClassInstance;
+
+/// A system as it is edited: its views, its machines, and the agents of the network as this system sees them. In a file
+/// it is a JSON object; beside the keys of reservedKeys() it holds one block per module, under the module's tag.
+class CORVANE_EXPORT SystemDocument : public QObject
+{
+    Q_OBJECT
+    Q_MOC_INCLUDE("abstractzqcustomitemlistmodel.h")
+    Q_MOC_INCLUDE("systemview.h")
+    /// Absolute; empty until it was saved or opened.
+    Q_PROPERTY(QString filePath READ filePath NOTIFY filePathChanged)
+    /// The file's name without its ending; "Untitled" (translated) without a file.
+    Q_PROPERTY(QString name READ name NOTIFY filePathChanged)
+    /// Changed since it was opened or saved. See also SystemDocumentHandler::hasUnsavedChanges().
+    Q_PROPERTY(bool isModified READ isModified NOTIFY isModifiedChanged)
+    Q_PROPERTY(
+        SystemView* currentSystemView READ currentSystemView WRITE setcurrentSystemView NOTIFY currentSystemViewChanged)
+    /// Of SystemView.
+    Q_PROPERTY(AbstractZqCustomItemListModel* systemViews READ systemViewsModel CONSTANT)
+    /// Of Host.
+    Q_PROPERTY(AbstractZqCustomItemListModel* hosts READ hostsModel CONSTANT)
+    /// Of RunningAgentInfo: on the network now, and of no instance of any view.
+    Q_PROPERTY(AbstractZqCustomItemListModel* unplacedAgents READ unplacedAgentsModel CONSTANT)
+
+public:
+    explicit SystemDocument(Library* library, QObject* parent = nullptr);
+    ~SystemDocument() override;
+
+    /// Keys that no module's tag may be.
+    static QStringList reservedKeys();
+
+    QString filePath() const;
+    QString name() const;
+    bool isModified() const;
+    SystemView* currentSystemView() const;
+    /// Null, or a view of this document.
+    void setcurrentSystemView(SystemView* currentSystemView);
+    AbstractZqCustomItemListModel* systemViewsModel() const;
+    AbstractZqCustomItemListModel* hostsModel() const;
+    AbstractZqCustomItemListModel* unplacedAgentsModel() const;
+    QList<SystemView*> systemViews() const;
+    QList<Host*> hosts() const;
+    QList<RunningAgentInfo*> unplacedAgents() const;
+    /// Every agent on the network, as this document sees it.
+    QList<RunningAgentInfo*> runningAgentInfos() const;
+    Library* library() const;
+
+    /// The first view becomes current.
+    SystemView* createSystemView(const QString& name);
+    Host* getOrCreateHost(const QString& networkName);
+    /// The machine on which the host application runs.
+    Host* localHost();
+
+    /// Reads everything but the modules' blocks, which SystemDocumentHandler hands out. False when the object is not a
+    /// document of a version that this program reads, with the reason in `errors`; true with errors appended otherwise.
+    bool loadFromJson(const QJsonObject& json, QList<JsonDocumentError>& errors);
+    /// Everything, keys that were not understood included; the modules' blocks are those that were read.
+    QJsonObject exportToJson() const;
+
+    /// Takes the agents that are on the network now, and follows them. Done before the document becomes current.
+    void followNetwork();
+    /// Hears no more of the network and announces nothing more: it is about to be replaced.
+    void leaveNetwork();
+
+    void setfilePath(const QString& filePath);
+    void setisModified(bool isModified);
+
+Q_SIGNALS:
+    void filePathChanged();
+    void isModifiedChanged();
+    void currentSystemViewChanged();
+    /// Of any view; SystemDocumentHandler tells the modules.
+    void instanceRegistered(SystemView* systemView, SystemViewBaseInstance* instance);
+    void instanceUnregistered(SystemView* systemView, SystemViewBaseInstance* instance);
+
+private:
+    void _appendSystemView(SystemView* systemView);
+    void _onInstanceRegistered(SystemView* systemView, SystemViewBaseInstance* instance);
+    void _onInstanceUnregistered(SystemView* systemView, SystemViewBaseInstance* instance);
+    void _onAgentEntered(const NetworkAgent& agent);
+    void _onAgentUpdated(const NetworkAgent& agent);
+    void _onAgentExited(const NetworkAgent& agent);
+    QList<SystemViewClassInstance*> _instancesOf(const RunningAgentInfo* agent) const;
+    void _matchInstance(SystemViewClassInstance* instance);
+    void _updateUnplaced(RunningAgentInfo* agent);
+    void _onModified();
+
+    Library* const _library;
+    QString _filePath;
+    bool _isModified = false;
+    bool _followsNetwork = false;
+    QPointer<SystemView> _currentSystemView;
+    ZqCustomItemListModel<SystemView>* _systemViews;
+    ZqCustomItemListModel<Host>* _hosts;
+    ZqCustomItemListModel<RunningAgentInfo>* _unplacedAgents;
+    QList<RunningAgentInfo*> _runningAgentInfos; // children of this
+    QJsonObject _otherKeys; // written back as they were read
+};
