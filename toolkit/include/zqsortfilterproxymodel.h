@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "zqtoolkit_global.h"
+
+#include <QtCore/QAbstractProxyModel>
+#include <QtCore/QList>
+#include <QtCore/QSet>
+
+class AbstractZqCustomItemListModel;
+
+/// A sorted and filtered view of an item list, with the list's roles.
+///
+/// A subclass answers two questions about items; the view asks them again whenever rows of its source come, go or
+/// change, and after invalidate(). The order is stable: of two items neither of which sorts before the other, the one
+/// with the smaller source row comes first. Whatever isLessThan() answers, also contradictions, every accepted row is
+/// shown once. Main thread only.
+class ZQTOOLKIT_EXPORT ZqSortFilterProxyModel : public QAbstractProxyModel
+{
+    Q_OBJECT
+
+    /// Number of rows shown. The source is set through the inherited property `sourceModel`.
+    Q_PROPERTY(int count READ count NOTIFY countChanged FINAL)
+
+public:
+    explicit ZqSortFilterProxyModel(QObject* parent = nullptr);
+    ~ZqSortFilterProxyModel() override;
+
+    /// The source must be an AbstractZqCustomItemListModel (or null); any other model is refused with a warning and
+    /// leaves the view without a source.
+    void setSourceModel(QAbstractItemModel* sourceModel) override;
+
+    /// Whether an item is shown. By default every item is.
+    virtual bool filterAccepts(QObject* item, int sourceRow) const;
+
+    /// Whether `left` comes before `right`. By default the source's order is kept.
+    virtual bool isLessThan(QObject* left, int leftSourceRow, QObject* right, int rightSourceRow) const;
+
+    /// Whether an item has what the order goes by. Those that do are sorted first, those that do not are then merged
+    /// into them without disturbing their order. By default every item does.
+    virtual bool hasSortKey(QObject* item, int sourceRow) const;
+
+    int count() const { return static_cast<int>(_sourceRows.size()); }
+
+    /// The item shown at a row, or null when there is no such row.
+    Q_INVOKABLE QObject* get(int row) const;
+
+    /// The row that shows the item, or -1.
+    Q_INVOKABLE int indexOf(QObject* item) const;
+
+    /// The row of the source that a row shows, or -1.
+    Q_INVOKABLE int sourceRow(int row) const;
+
+    /// The row that shows a row of the source, or -1 when it is filtered out or does not exist.
+    Q_INVOKABLE int rowOfSource(int sourceRow) const;
+
+    QModelIndex index(int row, int column, const QModelIndex& parent = QModelIndex()) const override;
+    QModelIndex parent(const QModelIndex& child) const override;
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    bool hasChildren(const QModelIndex& parent = QModelIndex()) const override;
+    QModelIndex mapToSource(const QModelIndex& proxyIndex) const override;
+    QModelIndex mapFromSource(const QModelIndex& sourceIndex) const override;
+
+public slots:
+    /// Filters and sorts anew; for what the answers depend on beside the items' own properties.
+    void invalidate();
+
+signals:
+    void countChanged();
+
+private slots:
+    void _onSourceDestroyed();
+    void _onSourceAboutToBeReset();
+    void _onSourceReset();
+    void _onSourceRowsInserted(const QModelIndex& parent, int first, int last);
+    void _onSourceRowsAboutToBeRemoved(const QModelIndex& parent, int first, int last);
+    void _onSourceRowsRemoved(const QModelIndex& parent, int first, int last);
+    void _onSourceRowsMoved(const QModelIndex& parent, int first, int last, const QModelIndex& target, int before);
+    void _onSourceDataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight, const QList<int>& roles);
+
+private:
+    QObject* _item(int sourceRow) const;
+    bool _accepts(int sourceRow) const;
+    QList<int> _acceptedRows(int first, int last) const;
+    bool _noteKey(int sourceRow);
+    bool _isKeyed(int sourceRow) const;
+    bool _comesBefore(int leftSourceRow, int rightSourceRow) const;
+    bool _standsWell(int row) const;
+    int _placeFor(int sourceRow) const;
+    QList<int> _sorted(QList<int> sourceRows) const;
+    void _rebuild();
+    void _show(const QList<int>& sourceRows);
+    void _hide(QList<int> rows);
+    void _sort();
+    void _relayout(const QList<int>& sourceRows);
+    void _forgetLookup();
+
+    AbstractZqCustomItemListModel* _source = nullptr;
+    /// The source row that each row shows.
+    QList<int> _sourceRows;
+    /// The items shown without sort key. May name items that are gone until the next sort, so only addresses are used.
+    QSet<const QObject*> _unkeyed;
+    /// Set when rows that are about to go leave neighbours that stand the wrong way round.
+    bool _mustSortAfterRemoval = false;
+    /// Source row to row, or -1; made when look-ups repeat, forgotten when rows come or go.
+    mutable QList<int> _rowsBySource;
+    mutable int _lookupsWithoutTable = 0;
+};

@@ -1,0 +1,374 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a view shows: its rows, their order, and how both change.
+#include "zqsortfilterproxymodel.h"
+
+#include "abstractzqcustomitemlistmodel.h"
+#include "zqmergesort.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+/// Look-ups answered by a scan before the table that answers them at once is worth its making.
+constexpr int SCANS_BEFORE_TABLE = 4;
+} // namespace
+
+ZqSortFilterProxyModel::ZqSortFilterProxyModel(QObject* parent)
+    : QAbstractProxyModel(parent)
+{
+    connect(this, &QAbstractItemModel::rowsInserted, this, &ZqSortFilterProxyModel::countChanged);
+    connect(this, &QAbstractItemModel::rowsRemoved, this, &ZqSortFilterProxyModel::countChanged);
+    connect(this, &QAbstractItemModel::modelReset, this, &ZqSortFilterProxyModel::countChanged);
+}
+
+ZqSortFilterProxyModel::~ZqSortFilterProxyModel() = default;
+
+bool ZqSortFilterProxyModel::filterAccepts(QObject*, int) const
+{
+    return true;
+}
+
+bool ZqSortFilterProxyModel::isLessThan(QObject*, int leftSourceRow, QObject*, int rightSourceRow) const
+{
+    return leftSourceRow < rightSourceRow;
+}
+
+bool ZqSortFilterProxyModel::hasSortKey(QObject*, int) const
+{
+    return true;
+}
+
+QObject* ZqSortFilterProxyModel::get(int row) const
+{
+    return _source ? _source->get(sourceRow(row)) : nullptr;
+}
+
+int ZqSortFilterProxyModel::indexOf(QObject* item) const
+{
+    return _source && item ? rowOfSource(static_cast<int>(_source->indexOf(item))) : -1;
+}
+
+int ZqSortFilterProxyModel::sourceRow(int row) const
+{
+    return row >= 0 && row < count() ? _sourceRows.at(row) : -1;
+}
+
+int ZqSortFilterProxyModel::rowOfSource(int sourceRow) const
+{
+    if (sourceRow < 0 || !_source) {
+        return -1;
+    }
+    if (_rowsBySource.isEmpty()) {
+        if (++_lookupsWithoutTable <= SCANS_BEFORE_TABLE) {
+            return static_cast<int>(_sourceRows.indexOf(sourceRow));
+        }
+        _rowsBySource.fill(-1, _source->size());
+        for (int row = 0; row < count(); ++row) {
+            if (_sourceRows.at(row) < _rowsBySource.size()) {
+                _rowsBySource[_sourceRows.at(row)] = row;
+            }
+        }
+    }
+    return sourceRow < _rowsBySource.size() ? _rowsBySource.at(sourceRow) : -1;
+}
+
+void ZqSortFilterProxyModel::_forgetLookup()
+{
+    _rowsBySource.clear();
+    _lookupsWithoutTable = 0;
+}
+
+QModelIndex ZqSortFilterProxyModel::index(int row, int column, const QModelIndex& parent) const
+{
+    return hasIndex(row, column, parent) ? createIndex(row, column) : QModelIndex();
+}
+
+QModelIndex ZqSortFilterProxyModel::parent(const QModelIndex&) const
+{
+    return {};
+}
+
+int ZqSortFilterProxyModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : count();
+}
+
+int ZqSortFilterProxyModel::columnCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : 1;
+}
+
+bool ZqSortFilterProxyModel::hasChildren(const QModelIndex& parent) const
+{
+    return rowCount(parent) > 0;
+}
+
+QModelIndex ZqSortFilterProxyModel::mapToSource(const QModelIndex& proxyIndex) const
+{
+    if (!_source || !proxyIndex.isValid()) {
+        return {};
+    }
+    Q_ASSERT(proxyIndex.model() == this);
+    return _source->index(sourceRow(proxyIndex.row()), 0);
+}
+
+QModelIndex ZqSortFilterProxyModel::mapFromSource(const QModelIndex& sourceIndex) const
+{
+    if (!_source || !sourceIndex.isValid()) {
+        return {};
+    }
+    Q_ASSERT(sourceIndex.model() == _source);
+    return index(rowOfSource(sourceIndex.row()), 0);
+}
+
+QObject* ZqSortFilterProxyModel::_item(int sourceRow) const
+{
+    return _source ? _source->itemAt(sourceRow) : nullptr;
+}
+
+bool ZqSortFilterProxyModel::_accepts(int sourceRow) const
+{
+    QObject* const item = _item(sourceRow);
+    return item && filterAccepts(item, sourceRow);
+}
+
+QList<int> ZqSortFilterProxyModel::_acceptedRows(int first, int last) const
+{
+    QList<int> accepted;
+    for (int row = first; row <= last; ++row) {
+        if (_accepts(row)) {
+            accepted.append(row);
+        }
+    }
+    return accepted;
+}
+
+/// Remembers whether an item has a sort key; returns whether that is news.
+bool ZqSortFilterProxyModel::_noteKey(int sourceRow)
+{
+    QObject* const item = _item(sourceRow);
+    if (hasSortKey(item, sourceRow)) {
+        return _unkeyed.remove(item);
+    }
+    const bool isNews = !_unkeyed.contains(item);
+    _unkeyed.insert(item);
+    return isNews;
+}
+
+bool ZqSortFilterProxyModel::_isKeyed(int sourceRow) const
+{
+    return _unkeyed.isEmpty() || !_unkeyed.contains(_item(sourceRow));
+}
+
+/// The order shown: isLessThan(), and the source's order where it does not decide.
+bool ZqSortFilterProxyModel::_comesBefore(int leftSourceRow, int rightSourceRow) const
+{
+    QObject* const left = _item(leftSourceRow);
+    QObject* const right = _item(rightSourceRow);
+    if (isLessThan(left, leftSourceRow, right, rightSourceRow)) {
+        return true;
+    }
+    return leftSourceRow < rightSourceRow && !isLessThan(right, rightSourceRow, left, leftSourceRow);
+}
+
+/// Whether a row need not move: it is on the right side of its neighbours and, when it has a sort key, of the next rows
+/// that have one.
+bool ZqSortFilterProxyModel::_standsWell(int row) const
+{
+    const int sourceRow = _sourceRows.at(row);
+    const bool isKeyed = _isKeyed(sourceRow);
+    for (int before = row - 1; before >= 0; --before) {
+        if (_comesBefore(sourceRow, _sourceRows.at(before))
+            && (before == row - 1 || _isKeyed(_sourceRows.at(before)))) {
+            return false;
+        }
+        if (!isKeyed || _isKeyed(_sourceRows.at(before))) {
+            break;
+        }
+    }
+    for (int after = row + 1; after < count(); ++after) {
+        if (_comesBefore(_sourceRows.at(after), sourceRow) && (after == row + 1 || _isKeyed(_sourceRows.at(after)))) {
+            return false;
+        }
+        if (!isKeyed || _isKeyed(_sourceRows.at(after))) {
+            break;
+        }
+    }
+    return true;
+}
+
+/// Where an item with a sort key goes among the rows that have one.
+int ZqSortFilterProxyModel::_placeFor(int sourceRow) const
+{
+    int begin = 0;
+    int end = count();
+    while (begin < end) {
+        const int middle = begin + (end - begin) / 2;
+        int asked = middle;
+        while (asked < end && !_isKeyed(_sourceRows.at(asked))) {
+            ++asked;
+        }
+        if (asked == end || _comesBefore(sourceRow, _sourceRows.at(asked))) {
+            end = middle;
+        } else {
+            begin = asked + 1;
+        }
+    }
+    return begin;
+}
+
+/// `sourceRows` in ascending order, so that a stable sort keeps the source's order of equals.
+QList<int> ZqSortFilterProxyModel::_sorted(QList<int> sourceRows) const
+{
+    const int size = _source ? _source->size() : 0;
+    QList<QObject*> items(size);
+    for (const int row : sourceRows) {
+        items[row] = _item(row);
+    }
+    const auto comesBefore
+        = [this, &items](int left, int right) { return isLessThan(items.at(left), left, items.at(right), right); };
+
+    QList<int> unkeyed;
+    sourceRows.removeIf([this, &items, &unkeyed](int row) {
+        if (hasSortKey(items.at(row), row)) {
+            return false;
+        }
+        unkeyed.append(row);
+        return true;
+    });
+    zqMergeSort(sourceRows, comesBefore);
+    zqMergeSort(unkeyed, comesBefore);
+
+    // Merged from the end, so that an item without key stands after the last one that its source row allows.
+    QList<int> merged(sourceRows.size() + unkeyed.size());
+    qsizetype keyedLeft = sourceRows.size();
+    qsizetype unkeyedLeft = unkeyed.size();
+    for (qsizetype out = merged.size() - 1; out >= 0; --out) {
+        const bool takesKeyed = unkeyedLeft == 0
+            || (keyedLeft > 0 && comesBefore(unkeyed.at(unkeyedLeft - 1), sourceRows.at(keyedLeft - 1)));
+        merged[out] = takesKeyed ? sourceRows.at(--keyedLeft) : unkeyed.at(--unkeyedLeft);
+    }
+    return merged;
+}
+
+void ZqSortFilterProxyModel::_rebuild()
+{
+    _forgetLookup();
+    _unkeyed.clear();
+    _sourceRows = _source ? _acceptedRows(0, _source->size() - 1) : QList<int>();
+    for (const int sourceRow : std::as_const(_sourceRows)) {
+        _noteKey(sourceRow);
+    }
+    _sourceRows = _sorted(_sourceRows);
+}
+
+/// Shows rows of the source, given in ascending order, that are not shown yet.
+void ZqSortFilterProxyModel::_show(const QList<int>& sourceRows)
+{
+    if (sourceRows.isEmpty()) {
+        return;
+    }
+    for (const int sourceRow : sourceRows) {
+        _noteKey(sourceRow);
+    }
+    if (sourceRows.size() == 1 && _isKeyed(sourceRows.first())) {
+        const int row = _placeFor(sourceRows.first());
+        beginInsertRows(QModelIndex(), row, row);
+        _sourceRows.insert(row, sourceRows.first());
+        _forgetLookup();
+        endInsertRows();
+        if (!_unkeyed.isEmpty() && !_standsWell(row)) {
+            _sort();
+        }
+        return;
+    }
+    // A batch is shown at the end and sorted from there: two notifications however far its rows scatter.
+    const bool wasEmpty = _sourceRows.isEmpty();
+    const QList<int> added = wasEmpty ? _sorted(sourceRows) : sourceRows;
+    beginInsertRows(QModelIndex(), count(), static_cast<int>(_sourceRows.size() + added.size() - 1));
+    _sourceRows.append(added);
+    _forgetLookup();
+    endInsertRows();
+    if (!wasEmpty) {
+        _sort();
+    }
+}
+
+/// Takes rows out of the view; asks nothing of their items, which may be half destroyed.
+void ZqSortFilterProxyModel::_hide(QList<int> rows)
+{
+    std::sort(rows.begin(), rows.end());
+    qsizetype end = rows.size();
+    while (end > 0) {
+        qsizetype begin = end - 1;
+        while (begin > 0 && rows.at(begin - 1) == rows.at(begin) - 1) {
+            --begin;
+        }
+        beginRemoveRows(QModelIndex(), rows.at(begin), rows.at(end - 1));
+        _sourceRows.remove(rows.at(begin), end - begin);
+        _forgetLookup();
+        endRemoveRows();
+        end = begin;
+    }
+}
+
+void ZqSortFilterProxyModel::_sort()
+{
+    QList<int> ascending = _sourceRows;
+    std::sort(ascending.begin(), ascending.end());
+    _unkeyed.clear();
+    for (const int sourceRow : std::as_const(ascending)) {
+        _noteKey(sourceRow);
+    }
+    const QList<int> sorted = _sorted(ascending);
+    if (sorted != _sourceRows) {
+        _relayout(sorted);
+    }
+}
+
+/// Shows the same items in another order.
+void ZqSortFilterProxyModel::_relayout(const QList<int>& sourceRows)
+{
+    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+    const QModelIndexList before = persistentIndexList();
+    QHash<int, int> newRows;
+    if (!before.isEmpty()) {
+        newRows.reserve(sourceRows.size());
+        for (qsizetype row = 0; row < sourceRows.size(); ++row) {
+            newRows.insert(sourceRows.at(row), static_cast<int>(row));
+        }
+    }
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const QModelIndex& index : before) {
+        after.append(createIndex(newRows.value(_sourceRows.at(index.row())), index.column()));
+    }
+    _sourceRows = sourceRows;
+    _forgetLookup();
+    changePersistentIndexList(before, after);
+    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+}
+
+void ZqSortFilterProxyModel::invalidate()
+{
+    if (!_source) {
+        return;
+    }
+    QList<int> isShown(_source->size(), 0);
+    QList<int> rejected;
+    for (int row = 0; row < count(); ++row) {
+        isShown[_sourceRows.at(row)] = 1;
+        if (!_accepts(_sourceRows.at(row))) {
+            rejected.append(row);
+        }
+    }
+    QList<int> added;
+    for (int row = 0; row < isShown.size(); ++row) {
+        if (!isShown.at(row) && _accepts(row)) {
+            added.append(row);
+        }
+    }
+    _hide(rejected);
+    _show(added);
+    _sort();
+}
