@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "recorderrecord.h"
+
+#include <zqproperty.h>
+
+#include <QtCore/QDebug>
+#include <QtCore/QSet>
+#include <QtQml/QJSEngine>
+
+#include <algorithm>
+
+namespace {
+
+/// Positions up to this many seconds are the start of a record.
+constexpr double START_TOLERANCE = 1e-12;
+
+QStringList sortedAgents(QStringList agents)
+{
+    std::stable_sort(agents.begin(), agents.end(), record_compareAgents);
+    return agents;
+}
+
+} // namespace
+
+bool record_compareAgents(const QString& left, const QString& right)
+{
+    return QString::compare(left, right, Qt::CaseInsensitive) < 0;
+}
+
+RecorderRecord::RecorderRecord(const QString& uuid, const QString& name, const QDateTime& startDateTime,
+    const QDateTime& endDateTime, long long durationInMicroseconds, QObject* parent)
+    : QObject(parent)
+    , _uuid(uuid)
+    , _name(name)
+    , _startDateTime(startDateTime)
+    , _endDateTime(endDateTime)
+{
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+    setdurationInSeconds(static_cast<double>(durationInMicroseconds) / 1e6);
+    _updateAgentsFilterData();
+}
+
+RecorderRecord::~RecorderRecord() = default;
+
+void RecorderRecord::setname(const QString& name)
+{
+    ZqProperty::assign(this, _name, name, &RecorderRecord::nameChanged);
+}
+
+void RecorderRecord::setendDateTime(const QDateTime& endDateTime)
+{
+    ZqProperty::assign(this, _endDateTime, endDateTime, &RecorderRecord::endDateTimeChanged);
+}
+
+void RecorderRecord::setdurationInSeconds(double durationInSeconds)
+{
+    ZqProperty::assign(this, _durationInSeconds, durationInSeconds, &RecorderRecord::durationInSecondsChanged);
+}
+
+void RecorderRecord::setisRecording(bool isRecording)
+{
+    ZqProperty::assign(this, _isRecording, isRecording, &RecorderRecord::isRecordingChanged);
+}
+
+void RecorderRecord::setisLoaded(bool isLoaded)
+{
+    ZqProperty::assign(this, _isLoaded, isLoaded, &RecorderRecord::isLoadedChanged);
+}
+
+void RecorderRecord::setisReplaying(bool isReplaying)
+{
+    ZqProperty::assign(this, _isReplaying, isReplaying, &RecorderRecord::isReplayingChanged);
+}
+
+void RecorderRecord::setagentsFilterState(Qt::CheckState agentsFilterState)
+{
+    ZqProperty::assign(this, _agentsFilterState, agentsFilterState, &RecorderRecord::agentsFilterStateChanged);
+}
+
+void RecorderRecord::_setreplayIsAtStarted(bool replayIsAtStart)
+{
+    ZqProperty::assign(this, _replayIsAtStart, replayIsAtStart, &RecorderRecord::replayIsAtStartChanged);
+}
+
+void RecorderRecord::_setlastActiveAgentsFilter(const QStringList& lastActiveAgentsFilter)
+{
+    ZqProperty::assign(
+        this, _lastActiveAgentsFilter, lastActiveAgentsFilter, &RecorderRecord::lastActiveAgentsFilterChanged);
+}
+
+void RecorderRecord::load(const QStringList& agents)
+{
+    _load(agents, true);
+}
+
+void RecorderRecord::_load(const QStringList& agents, bool updatesAgentsFilterData)
+{
+    setisLoaded(true);
+
+    const QStringList sorted = sortedAgents(agents);
+    _agentsFilters.deleteAllItems();
+    QList<RecordAgentFilter*> filters;
+    filters.reserve(sorted.size());
+    for (const QString& agent : sorted) {
+        auto* filter = new RecordAgentFilter(agent, this);
+        connect(filter, &RecordAgentFilter::checkedChanged, this, &RecorderRecord::_updateAgentsFilterData);
+        filters.append(filter);
+    }
+    _agentsFilters.appendRows(filters);
+
+    // Everything is active after a load.
+    _setlastActiveAgentsFilter(sorted);
+    if (updatesAgentsFilterData) {
+        _updateAgentsFilterData();
+    }
+
+    updateSpeed(nullptr);
+    _speeds.deleteAllItems();
+    QList<Speed*> speeds;
+    speeds.reserve(RECORD_SPEEDS.size());
+    for (const double value : RECORD_SPEEDS) {
+        speeds.append(_newSpeed(value));
+    }
+    _speeds.appendRows(speeds);
+
+    Speed* const defaultSpeed = _getSpeed(RECORD_DEFAULT_SPEED);
+    if (!defaultSpeed) {
+        qWarning() << "RECORD_DEFAULT_SPEED is not used in RECORD_SPEEDS";
+        return;
+    }
+    updateSpeed(defaultSpeed);
+}
+
+void RecorderRecord::unload()
+{
+    if (!_isLoaded) {
+        return;
+    }
+    setisLoaded(false);
+    setisReplaying(false);
+    if (_replayProgressInSecond != 0.0) {
+        _replayProgressInSecond = 0.0;
+        _setreplayIsAtStarted(true);
+        emit replayProgressInSecondChanged();
+    }
+    _setlastActiveAgentsFilter({});
+    _agentsFilters.deleteAllItems();
+    _updateAgentsFilterData();
+    updateSpeed(nullptr);
+    _speeds.deleteAllItems();
+}
+
+void RecorderRecord::updateReplayContext(
+    double progress, double speed, bool isReplaying, const QStringList& agents, const QStringList& activeAgents)
+{
+    _load(agents, false);
+
+    if (!activeAgents.isEmpty()) {
+        const QStringList sorted = sortedAgents(activeAgents);
+        _setlastActiveAgentsFilter(sorted);
+        const QSet<QString> active(sorted.cbegin(), sorted.cend());
+        for (RecordAgentFilter* filter : _agentsFilters.toList()) {
+            if (!active.contains(filter->name())) {
+                filter->setchecked(false);
+            }
+        }
+    }
+    _updateAgentsFilterData();
+
+    setisReplaying(isReplaying);
+    setreplayProgressInSecond(progress);
+
+    Speed* item = _getSpeed(speed);
+    if (!item) {
+        // Another client of the recorder chose a speed that the module does not offer: it is shown all the same.
+        item = _newSpeed(speed);
+        _speeds.appendRow(item);
+    }
+    updateSpeed(item);
+}
+
+void RecorderRecord::updateReplayProgress(double progress)
+{
+    setreplayProgressInSecond(progress);
+}
+
+void RecorderRecord::setreplayProgressInSecond(double progress)
+{
+    if (!ZqProperty::assign(_replayProgressInSecond, progress > 0.0 ? progress : 0.0)) {
+        return;
+    }
+    _setreplayIsAtStarted(_replayProgressInSecond <= START_TOLERANCE);
+    emit replayProgressInSecondChanged();
+}
+
+QStringList RecorderRecord::getActiveAgentsFiltersAsStringList() const
+{
+    QStringList agents;
+    for (const RecordAgentFilter* filter : _agentsFilters.toList()) {
+        if (filter->checked()) {
+            agents.append(filter->name());
+        }
+    }
+    return sortedAgents(agents);
+}
+
+QStringList RecorderRecord::saveActiveAgentsFilters()
+{
+    const QStringList agents = getActiveAgentsFiltersAsStringList();
+    _setlastActiveAgentsFilter(agents);
+    return agents;
+}
+
+void RecorderRecord::_updateAgentsFilterData()
+{
+    qsizetype checkedCount = 0;
+    const RecordAgentFilter* lastChecked = nullptr;
+    for (int row = 0; row < _agentsFilters.size(); ++row) {
+        if (_agentsFilters.at(row)->checked()) {
+            ++checkedCount;
+            lastChecked = _agentsFilters.at(row);
+        }
+    }
+    Qt::CheckState state = Qt::Checked;
+    QString recap;
+    if (_agentsFilters.isEmpty()) {
+        recap = tr("No agent on record");
+    } else if (checkedCount == _agentsFilters.size()) {
+        recap = tr("All agents");
+    } else if (checkedCount == 0) {
+        state = Qt::Unchecked;
+        recap = tr("No agent selected");
+    } else {
+        state = Qt::PartiallyChecked;
+        recap = checkedCount == 1 ? lastChecked->name() : tr("%1 agents").arg(checkedCount);
+    }
+    setagentsFilterState(state);
+    ZqProperty::assign(this, _agentsFilterRecap, recap, &RecorderRecord::agentsFilterRecapChanged);
+}
+
+bool RecorderRecord::updateSpeed(Speed* speed)
+{
+    if (_speed == speed) {
+        return false;
+    }
+    if (_speed) {
+        disconnect(_speed, &QObject::destroyed, this, &RecorderRecord::_onspeedDestroyed);
+    }
+    _speed = speed;
+    if (_speed) {
+        connect(_speed, &QObject::destroyed, this, &RecorderRecord::_onspeedDestroyed);
+    }
+    emit speedChanged();
+    return true;
+}
+
+void RecorderRecord::_onspeedDestroyed(QObject*)
+{
+    _speed = nullptr;
+    emit speedChanged();
+}
+
+Speed* RecorderRecord::_getSpeed(double value) const
+{
+    for (Speed* speed : _speeds.toList()) {
+        if (qFuzzyCompare(speed->value(), value)) {
+            return speed;
+        }
+    }
+    return nullptr;
+}
+
+Speed* RecorderRecord::_newSpeed(double value)
+{
+    auto* speed = new Speed(value, this);
+    QJSEngine::setObjectOwnership(speed, QJSEngine::CppOwnership);
+    return speed;
+}

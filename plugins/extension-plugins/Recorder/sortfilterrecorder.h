@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <zqsortfilterproxymodel.h>
+
+/// The recorders of the module, by the name of their class instance.
+class SortFilterRecorder : public ZqSortFilterProxyModel
+{
+    Q_OBJECT
+
+public:
+    explicit SortFilterRecorder(QObject* parent = nullptr);
+    ~SortFilterRecorder() override;
+
+    bool filterAccepts(QObject* item, int sourceRow) const override;
+    bool isLessThan(QObject* left, int leftSourceRow, QObject* right, int rightSourceRow) const override;
+};
