@@ -43,23 +43,35 @@ QString outputKey(const TracedEvent& event)
     return event.output + QLatin1Char('\n') + event.value.key();
 }
 
+// Values that come this often tell little, and comparing each with each would take long.
+constexpr qsizetype mostEqualPublications = 64;
+
 void collectVotes(AgentTrace* trace, const RecordingWindow& window)
 {
-    QMultiHash<QString, qint64> publishedAt;
+    QHash<QString, QList<qint64>> publishedAt;
     for (const TracedEvent& publication : std::as_const(trace->publications)) {
-        publishedAt.insert(outputKey(publication), publication.timeUs);
+        publishedAt[outputKey(publication)].append(publication.timeUs);
     }
     // The record's time zero lies near the start; a pause moves it on by no more than the recording lasted.
     const qint64 lowest = window.start.askedUs - 5'000'000;
     const qint64 highest = window.stop.seenUs + 5'000'000;
-    for (const TracedEvent& event : std::as_const(trace->events)) {
-        const auto [begin, end] = std::as_const(publishedAt).equal_range(outputKey(event));
-        for (auto stamp = begin; stamp != end; ++stamp) {
-            const qint64 offset = *stamp - event.timeUs;
-            if (offset >= lowest && offset <= highest) {
-                ++trace->votes[offset];
+    const auto collect = [&](qsizetype most) {
+        for (const TracedEvent& event : std::as_const(trace->events)) {
+            const QList<qint64> stamps = publishedAt.value(outputKey(event));
+            if (stamps.size() > most) {
+                continue;
+            }
+            for (const qint64 stamp : stamps) {
+                const qint64 offset = stamp - event.timeUs;
+                if (offset >= lowest && offset <= highest) {
+                    ++trace->votes[offset];
+                }
             }
         }
+    };
+    collect(mostEqualPublications);
+    if (trace->votes.isEmpty()) {
+        collect(std::numeric_limits<qsizetype>::max());
     }
 }
 

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filedialoganswer.h"
+#include "replaysteps.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+namespace tour {
+
+namespace {
+
+Answer download(TourContext& tour, const ObjectHandle& record, const QString& file)
+{
+    QFile::remove(file); // of an earlier tour: else the dialog would ask whether to overwrite it
+    const FileDialogAnswer dialog(file);
+    if (const QString fault = tour.instance.call("downloadRecord", { argument(record) }); !fault.isEmpty()) {
+        return Answer::no(fault);
+    }
+    if (!dialog.isAnswered()) {
+        return Answer::no(QStringLiteral("no file dialog appeared"));
+    }
+    const auto isDone = [&] { return !tour.instance.isTrue("isDownloadingRecord"); };
+    if (!waitUntil(isDone, 20'000)) {
+        return Answer::no(QStringLiteral("waited 20 s in vain for the last chunk, at %1 %")
+                .arg(tour.instance.text("exportingProgress")));
+    }
+    RecordFile downloaded;
+    QString error;
+    if (!downloaded.readFile(file, &error)) {
+        return Answer::no(error);
+    }
+    return Answer::yes(QStringLiteral("dialog \"%1\"; %2 bytes, %3 events of %4 agents")
+            .arg(dialog.title())
+            .arg(QFileInfo(file).size())
+            .arg(downloaded.events().size())
+            .arg(downloaded.agents().size()));
+}
+
+Answer checkAgainstJournals(TourContext& tour)
+{
+    QString error;
+    if (!tour.recordFile.readFile(tour.path(QStringLiteral("record.csv")), &error)) {
+        return Answer::no(error);
+    }
+    const RecordCheck check = checkRecord(tour.recordFile, tour.journal, tour.window);
+    return { check.passed(), check.summary() };
+}
+
+Answer checkReplayAgainstRecord(TourContext& tour, qsizetype index)
+{
+    const TourContext::Replay& replay = tour.replays.at(index);
+    QList<Observation> observations;
+    QString error;
+    if (!tour.observer.read(&observations, &error)) {
+        return Answer::no(error);
+    }
+    const ReplayCheck check = checkReplay(tour.recordFile, observations, replay.stretch);
+    return { check.passed(), check.summary() };
+}
+
+Answer importRecord(TourContext& tour, const QString& file)
+{
+    const QList<ObjectHandle> before = tour.instance.items("records");
+    const FileDialogAnswer dialog(file);
+    if (const QString fault = tour.instance.call("importRecord"); !fault.isEmpty()) {
+        return Answer::no(fault);
+    }
+    if (!dialog.isAnswered()) {
+        return Answer::no(QStringLiteral("no file dialog appeared"));
+    }
+    const auto isThere = [&] {
+        const QList<ObjectHandle> records = tour.instance.items("records");
+        for (const ObjectHandle& record : records) {
+            if (!before.contains(record)) {
+                tour.imported = record;
+            }
+        }
+        return !tour.imported.isNull() && !tour.instance.isTrue("isImportingRecord");
+    };
+    return await(QStringLiteral("the import to end with a new record"), isThere, 20'000, [&] {
+        return QStringLiteral("dialog \"%1\"; record \"%2\" of %3 s")
+            .arg(dialog.title(), tour.imported.text("name"))
+            .arg(tour.imported.number("durationInSeconds"), 0, 'f', 3);
+    });
+}
+
+Answer compareFiles(TourContext& tour)
+{
+    QFile first(tour.path(QStringLiteral("record.csv")));
+    QFile second(tour.path(QStringLiteral("imported-again.csv")));
+    if (!first.open(QIODevice::ReadOnly) || !second.open(QIODevice::ReadOnly)) {
+        return Answer::no(QStringLiteral("one of the two files cannot be read"));
+    }
+    const QByteArray left = withoutNameFact(first.readAll());
+    const QByteArray right = withoutNameFact(second.readAll());
+    const bool isSameLength
+        = qFuzzyCompare(tour.record.number("durationInSeconds"), tour.imported.number("durationInSeconds"));
+    if (!isSameLength) {
+        return Answer::no(QStringLiteral("the records last %1 s and %2 s")
+                .arg(tour.record.number("durationInSeconds"))
+                .arg(tour.imported.number("durationInSeconds")));
+    }
+    return { left == right,
+        QStringLiteral("%1 bytes but for the name: %2").arg(left.size()).arg(describeDifference(left, right)) };
+}
+
+Answer loadFile(TourContext& tour)
+{
+    const QString file = tour.path(QStringLiteral("record.csv"));
+    if (const QString fault = tour.instance.call("loadRecordFile", { file }); !fault.isEmpty()) {
+        return Answer::no(fault);
+    }
+    const Answer loaded = awaitLoaded(tour);
+    if (!loaded.passed) {
+        return loaded;
+    }
+    if (tour.instance.child("recordFromFile").isNull() || tour.instance.text("currentFilePath") != file) {
+        return Answer::no(QStringLiteral("the loaded record is not the file's"));
+    }
+    return awaitStandIns(tour);
+}
+
+Answer deleteImport(TourContext& tour)
+{
+    const QString name = tour.imported.text("name");
+    const qsizetype before = tour.instance.items("records").size();
+    if (const QString fault = tour.instance.call("deleteRecord", { argument(tour.imported) }); !fault.isEmpty()) {
+        return Answer::no(fault);
+    }
+    // The module drops it at once: what counts is that the recorder's next list has not got it.
+    if (!tour.refreshRecords()) {
+        return Answer::no(QStringLiteral("waited in vain for the list of records"));
+    }
+    const QList<ObjectHandle> records = tour.instance.items("records");
+    const bool isGone = records.size() == before - 1
+        && std::none_of(
+            records.cbegin(), records.cend(), [&](const ObjectHandle& record) { return record.text("name") == name; });
+    return { isGone && tour.isListed(tour.record),
+        QStringLiteral("the recorder lists %1 records").arg(records.size()) };
+}
+
+} // namespace
+
+void filesChapter(TourContext& tour)
+{
+    Steps& steps = tour.steps;
+    steps.run("downloaded", { "record" }, "download the record into record.csv",
+        [&] { return download(tour, tour.record, tour.path(QStringLiteral("record.csv"))); });
+    steps.run("record checked", { "downloaded", "stopped plant", "resumed" },
+        "compare the record with what the agents say they published", [&] { return checkAgainstJournals(tour); });
+    const qsizetype recordReplays = tour.replays.size();
+    for (qsizetype index = 0; index < recordReplays; ++index) {
+        steps.run(QStringLiteral("replay checked %1").arg(index), { "downloaded", "observer" },
+            QStringLiteral("compare what was observed with the record: %1").arg(tour.replays.at(index).name),
+            [&] { return checkReplayAgainstRecord(tour, index); });
+    }
+    steps.run("imported", { "downloaded" }, "import that file", [&] {
+        const QString copy = tour.path(QStringLiteral("Imported run.csv"));
+        QFile::remove(copy);
+        if (!QFile::copy(tour.path(QStringLiteral("record.csv")), copy)) {
+            return Answer::no(QStringLiteral("%1 cannot be written").arg(copy));
+        }
+        return importRecord(tour, copy);
+    });
+    steps.run("downloaded import", { "imported" }, "download the import",
+        [&] { return download(tour, tour.imported, tour.path(QStringLiteral("imported-again.csv"))); });
+    steps.run("same", { "downloaded import" }, "compare both files", [&] { return compareFiles(tour); });
+    steps.run(
+        "file loaded", { "downloaded", "observer" }, "load the CSV file for a replay", [&] { return loadFile(tour); });
+    tour.screenshot(QStringLiteral("csv-file"), 2);
+    const qsizetype fileReplay = tour.replays.size();
+    steps.run(
+        "file played", { "file loaded" }, "play the file", [&] { return beginPlaying(tour, {}, "the CSV file"); });
+    steps.run("file ended", { "file played" }, "play it to the end", [&] { return playToEnd(tour); });
+    steps.run("file unloaded", { "file loaded" }, "unload the file", [&] { return unload(tour); });
+    steps.run("file checked", { "file ended" }, "compare what was observed with the file",
+        [&] { return checkReplayAgainstRecord(tour, fileReplay); });
+    steps.run("deleted", { "imported" }, "delete the import", [&] { return deleteImport(tour); });
+    tour.observer.stop();
+}
+
+} // namespace tour

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef CORVANE_TOUR_TOURCONTEXT_H
+#define CORVANE_TOUR_TOURCONTEXT_H
+
+#include "journal.h"
+#include "objecthandle.h"
+#include "observerprocess.h"
+#include "recordcheck.h"
+#include "recordfile.h"
+#include "replaycheck.h"
+#include "tour.h"
+#include "toursteps.h"
+
+#include <QtCore/QDir>
+
+class HostApplication;
+
+namespace tour {
+
+// What the chapters of the tour hand on to one another.
+struct TourContext
+{
+    TourContext(HostApplication& application, const TourOptions& tourOptions);
+
+    HostApplication& host;
+    TourOptions options;
+    QDir output;
+    Steps steps;
+
+    ObjectHandle module;
+    ObjectHandle recorder; // the module's Recorder
+    ObjectHandle instance; // its only RecorderInstance
+    ObjectHandle record; // the record that the tour makes
+    ObjectHandle imported; // what it became after a download and an import
+
+    Journal journal; // of the plant's run that was recorded
+    RecordingWindow window;
+    RecordFile recordFile;
+    ObserverProcess observer;
+    struct Replay
+    {
+        QString name;
+        ReplayStretch stretch;
+    };
+    QList<Replay> replays;
+    QStringList screenshots;
+    QStringList screenshotFaults;
+
+    // Shows the module's page (a tab of it when a number is given) and keeps a picture of it.
+    void screenshot(const QString& name, int tab = -1);
+    // What the list of the instance holds, fetched again from the recorder; false when no answer came.
+    bool refreshRecords();
+    bool isListed(const ObjectHandle& listed) const;
+    QString path(const QString& fileName) const { return output.filePath(fileName); }
+};
+
+// The chapters, in their order.
+void prepareChapter(TourContext& tour); // module, plant, recorder, connection, filters
+void recordingChapter(TourContext& tour); // start, pause, resume, stop, rename
+void replayChapter(TourContext& tour); // load, play, move, speed, filter, unload
+void filesChapter(TourContext& tour); // download, checks, import, CSV file, delete
+void documentChapter(TourContext& tour); // plant, disconnection, second recorder, document
+
+} // namespace tour
+
+#endif
