@@ -11,13 +11,21 @@
 
 #include <cstdio>
 
-bool prepareTour(const TourOptions& options, HostOptions* hostOptions, QString* error)
+namespace {
+
+QString outputOf(const TourOptions& options)
 {
     if (options.outputDirectory.isEmpty()) {
-        *error = QStringLiteral("The tour needs a folder for what it leaves: give one with --output.");
-        return false;
+        return QDir::temp().filePath(QStringLiteral("corvane-tour-%1").arg(QCoreApplication::applicationPid()));
     }
-    const QDir output(QFileInfo(options.outputDirectory).absoluteFilePath());
+    return QFileInfo(options.outputDirectory).absoluteFilePath();
+}
+
+} // namespace
+
+bool prepareTour(const TourOptions& options, HostOptions* hostOptions, QString* error)
+{
+    const QDir output(outputOf(options));
     for (const char* folder : { "journals", "home/data", "home/config", "home/documents" }) {
         if (!output.mkpath(QLatin1String(folder)) || !QFileInfo(output.filePath(QLatin1String(folder))).isWritable()) {
             *error = QStringLiteral("The tour's folder %1 cannot be written: give another one with --output.")
@@ -42,7 +50,7 @@ bool prepareTour(const TourOptions& options, HostOptions* hostOptions, QString* 
 int runTour(HostApplication& host, const TourOptions& options)
 {
     TourOptions absolute = options;
-    absolute.outputDirectory = QFileInfo(options.outputDirectory).absoluteFilePath();
+    absolute.outputDirectory = outputOf(options);
     QElapsedTimer elapsed;
     elapsed.start();
     tour::TourContext context(host, absolute);

@@ -10,7 +10,9 @@ struct HostOptions;
 // What `corvane --tour` may settle.
 struct TourOptions
 {
-    QString outputDirectory; // records, journals, the document and the screenshots go there; made when missing
+    // Records, journals, the document and the screenshots go there; made when missing. Empty: a folder of the system's
+    // folder for temporary files.
+    QString outputDirectory;
     QString observerProgram; // the agent that watches the replays; empty: <directory of the
                              // program>/../tests/qnyTestObserver
 };
