@@ -41,10 +41,12 @@ public:
 Q_SIGNALS:
     void hostChanged();
     void isAttachedToCorvaneChanged();
+    void hostHasLauncherChanged();
 
 private:
     friend class SystemViewClassInstance;
     void _append(EncounteredAgentInfo* info);
+    void _onhostDestroyed();
     void _updateIsAttachedToCorvane();
 
     QPointer<Host> _host;

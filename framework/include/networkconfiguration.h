@@ -84,7 +84,6 @@ private:
     void _setisConnected(bool isConnected);
     void _seterrorText(const QString& errorText);
     void _updateIsQuenarySecurityActivated();
-    void _updateLocalNetworkName();
 
     QString _localNetworkName;
     QString _device;

@@ -4,10 +4,12 @@
 #include "jsondocumenterror.h"
 #include "networkagents.h"
 
+#include <QHash>
 #include <QJsonObject>
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QStringList>
 
 class Host;
@@ -79,6 +81,9 @@ public:
     /// Hears no more of the network and announces nothing more: it is about to be replaced.
     void leaveNetwork();
 
+    /// Whether a uuid of this document is new; from then on it is taken. Used while reading and making its objects.
+    bool claimUuid(const QString& uuid);
+
     void setfilePath(const QString& filePath);
     void setisModified(bool isModified);
 
@@ -97,7 +102,9 @@ private:
     void _onAgentEntered(const NetworkAgent& agent);
     void _onAgentUpdated(const NetworkAgent& agent);
     void _onAgentExited(const NetworkAgent& agent);
-    QList<SystemViewClassInstance*> _instancesOf(const RunningAgentInfo* agent) const;
+    QList<SystemViewClassInstance*> _allClassInstances() const;
+    RunningAgentInfo* _runningAgentInfo(const QString& uuid) const;
+    void _updateLauncherOf(const QString& hostName);
     void _matchInstance(SystemViewClassInstance* instance);
     void _updateUnplaced(RunningAgentInfo* agent);
     void _onModified();
@@ -111,5 +118,7 @@ private:
     ZqCustomItemListModel<Host>* _hosts;
     ZqCustomItemListModel<RunningAgentInfo>* _unplacedAgents;
     QList<RunningAgentInfo*> _runningAgentInfos; // children of this
+    QSet<QString> _uuids;
+    QHash<QString, QJsonObject> _readHosts; // as they stood in the file, by name
     QJsonObject _otherKeys; // written back as they were read
 };

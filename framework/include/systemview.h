@@ -3,6 +3,7 @@
 
 #include "jsondocumenterror.h"
 
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QList>
 #include <QObject>
@@ -54,6 +55,8 @@ public:
     void removeInstance(SystemViewBaseInstance* instance);
 
     QJsonObject exportToJson() const;
+    /// Reads the instances that exportToJson() wrote, and announces none of them.
+    void loadFromJson(const QJsonObject& json, QList<JsonDocumentError>& errors);
 
 Q_SIGNALS:
     void nameChanged();
@@ -64,7 +67,7 @@ Q_SIGNALS:
     void modified();
 
 private:
-    friend class SystemDocument;
+    void _connectInstance(SystemViewBaseInstance* instance);
 
     const QString _uuid;
     QString _name;
@@ -72,4 +75,5 @@ private:
     QRectF _viewport;
     ZqCustomItemListModel<SystemViewBaseInstance>* _instances;
     QJsonObject _otherKeys; // written back as they were read
+    QJsonArray _unreadInstances; // the same, for what could not be understood as an instance
 };

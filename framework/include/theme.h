@@ -51,7 +51,10 @@ class CORVANE_EXPORT Theme : public QObject
     Q_PROPERTY(int runningTimeSize READ runningTimeSize CONSTANT)
     Q_PROPERTY(double disabledOpacity READ disabledOpacity CONSTANT)
     /// Milliseconds of a fade; 0 when the desktop asks for less motion.
-    Q_PROPERTY(int fadeDuration READ fadeDuration CONSTANT)
+    Q_PROPERTY(int fadeDuration READ fadeDuration NOTIFY reducedMotionChanged)
+    /// Nothing moves by itself. The host sets it from the desktop; the environment variable CORVANE_REDUCED_MOTION does
+    /// too.
+    Q_PROPERTY(bool reducedMotion READ reducedMotion WRITE setreducedMotion NOTIFY reducedMotionChanged)
 
 public:
     enum Mode
@@ -100,10 +103,13 @@ public:
     int runningTimeSize() const { return 24; }
     double disabledOpacity() const { return 0.45; }
     int fadeDuration() const;
+    bool reducedMotion() const;
+    void setreducedMotion(bool reducedMotion);
 
 Q_SIGNALS:
     void modeChanged();
     void isDarkChanged();
+    void reducedMotionChanged();
 
 private:
     Theme();
@@ -113,4 +119,5 @@ private:
 
     Mode _mode = FollowDesktop;
     bool _isDark = false;
+    bool _reducedMotion = false;
 };

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+/// The keys of a system document's own part, and what its readers share. Whatever else stands in an object is kept and
+/// written back.
+namespace DocumentKeys {
+
+constexpr int VERSION_NUMBER = 1;
+
+inline const QString VERSION = QStringLiteral("version");
+inline const QString CLASSES = QStringLiteral("classes");
+inline const QString HOSTS = QStringLiteral("hosts");
+inline const QString VIEWS = QStringLiteral("views");
+inline const QString CURRENT_VIEW = QStringLiteral("current_view");
+
+inline const QString UUID = QStringLiteral("uuid");
+inline const QString NAME = QStringLiteral("name");
+inline const QString FAMILY = QStringLiteral("family");
+inline const QString X = QStringLiteral("x");
+inline const QString Y = QStringLiteral("y");
+inline const QString INSTANCES = QStringLiteral("instances");
+inline const QString ENCOUNTERED_AGENTS = QStringLiteral("encountered_agents");
+inline const QString HOST = QStringLiteral("host");
+inline const QString AGENTS = QStringLiteral("agents");
+inline const QString COMMAND_LINE = QStringLiteral("command_line");
+
+inline QJsonObject without(const QJsonObject& json, const QStringList& keys)
+{
+    QJsonObject rest = json;
+    for (const QString& key : keys) {
+        rest.remove(key);
+    }
+    return rest;
+}
+
+} // namespace DocumentKeys

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "encounteredagentinfo.h"
+
+#include "corvaneutils.h"
+#include "documentkeys.h"
+#include "encounteredagentsonhost.h"
+#include "host.h"
+
+#include <zqproperty.h>
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QUuid>
+
+namespace {
+
+bool isProgramHere(const QString& program)
+{
+    const QFileInfo file(program);
+    return file.isAbsolute() ? file.isFile() && file.isExecutable()
+                             : !QStandardPaths::findExecutable(program).isEmpty();
+}
+
+} // namespace
+
+EncounteredAgentInfo::EncounteredAgentInfo(
+    const QString& uuid, const QString& commandLine, EncounteredAgentsOnHost* group)
+    : QObject(group)
+    , _uuid(uuid.isEmpty() ? QUuid::createUuid().toString(QUuid::WithoutBraces) : uuid)
+    , _commandLine(commandLine)
+    , _group(group)
+{
+    Q_ASSERT(group);
+    connect(
+        group, &EncounteredAgentsOnHost::isAttachedToCorvaneChanged, this, &EncounteredAgentInfo::updateCanBeLaunched);
+    connect(group, &EncounteredAgentsOnHost::hostHasLauncherChanged, this, &EncounteredAgentInfo::updateCanBeLaunched);
+    updateCanBeLaunched();
+}
+
+EncounteredAgentInfo::~EncounteredAgentInfo() = default;
+
+QString EncounteredAgentInfo::uuid() const
+{
+    return _uuid;
+}
+
+QString EncounteredAgentInfo::commandLine() const
+{
+    return _commandLine;
+}
+
+bool EncounteredAgentInfo::canBeLaunched() const
+{
+    return _canBeLaunched;
+}
+
+EncounteredAgentsOnHost* EncounteredAgentInfo::group() const
+{
+    return _group;
+}
+
+void EncounteredAgentInfo::setcommandLine(const QString& commandLine)
+{
+    if (ZqProperty::assign(this, _commandLine, commandLine, &EncounteredAgentInfo::commandLineChanged)) {
+        updateCanBeLaunched();
+    }
+}
+
+QJsonObject EncounteredAgentInfo::exportToJson() const
+{
+    QJsonObject json = _otherKeys;
+    json[DocumentKeys::UUID] = _uuid;
+    json[DocumentKeys::COMMAND_LINE] = _commandLine;
+    return json;
+}
+
+void EncounteredAgentInfo::updateCanBeLaunched()
+{
+    const QStringList parts = QProcess::splitCommand(_commandLine);
+    bool canBeLaunched = false;
+    if (!parts.isEmpty() && !CorvaneUtils::hasMaskedValue(_commandLine)) {
+        const Host* host = _group->host();
+        canBeLaunched = _group->isAttachedToCorvane() ? isProgramHere(parts.constFirst())
+                                                      : host != nullptr && host->hasLauncher();
+    }
+    ZqProperty::assign(this, _canBeLaunched, canBeLaunched, &EncounteredAgentInfo::canBeLaunchedChanged);
+}

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "systemdocument.h"
+
+#include "host.h"
+#include "networkconfiguration.h"
+#include "reservedagentandtoolfamilies.h"
+#include "runningagentinfo.h"
+#include "systemview.h"
+#include "systemviewclassinstance.h"
+
+#include <zqcustomitemlistmodel.h>
+
+namespace {
+
+bool isAgentOf(const RunningAgentInfo* agent, const SystemViewClassInstance* instance)
+{
+    return agent->name() == instance->name() && agent->familyUuid() == instance->familyUuid();
+}
+
+} // namespace
+
+void SystemDocument::followNetwork()
+{
+    if (_followsNetwork) {
+        return;
+    }
+    _followsNetwork = true;
+    const NetworkAgents* network = NetworkAgents::instance();
+    connect(network, &NetworkAgents::agentEntered, this, &SystemDocument::_onAgentEntered);
+    connect(network, &NetworkAgents::agentUpdated, this, &SystemDocument::_onAgentUpdated);
+    connect(network, &NetworkAgents::agentExited, this, &SystemDocument::_onAgentExited);
+    for (const NetworkAgent& agent : network->agents()) {
+        _onAgentEntered(agent);
+    }
+}
+
+void SystemDocument::leaveNetwork()
+{
+    _followsNetwork = false;
+    disconnect(NetworkAgents::instance(), nullptr, this, nullptr);
+}
+
+QList<SystemViewClassInstance*> SystemDocument::_allClassInstances() const
+{
+    QList<SystemViewClassInstance*> instances;
+    for (const SystemView* systemView : _systemViews->toList()) {
+        instances.append(systemView->getAllClassInstances());
+    }
+    return instances;
+}
+
+RunningAgentInfo* SystemDocument::_runningAgentInfo(const QString& uuid) const
+{
+    for (RunningAgentInfo* agent : _runningAgentInfos) {
+        if (agent->agentUuid() == uuid) {
+            return agent;
+        }
+    }
+    return nullptr;
+}
+
+void SystemDocument::_updateLauncherOf(const QString& hostName)
+{
+    QString launcherUuid;
+    for (const NetworkAgent& agent : NetworkAgents::instance()->agents()) {
+        if (agent.familyUuid == ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID && agent.hostName == hostName) {
+            launcherUuid = agent.uuid;
+            break;
+        }
+    }
+    getOrCreateHost(hostName)->setlauncherUuid(launcherUuid);
+}
+
+void SystemDocument::_onAgentEntered(const NetworkAgent& agent)
+{
+    if (_runningAgentInfo(agent.uuid) != nullptr) {
+        return;
+    }
+    Host* host = getOrCreateHost(agent.hostName.isEmpty() ? agent.address : agent.hostName);
+    if (agent.familyUuid == ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID) {
+        _updateLauncherOf(agent.hostName);
+        return; // a service of its machine, nothing to place
+    }
+    const bool isAttached = host->networkName() == NetworkConfiguration::instance()->localNetworkName();
+    auto* info = new RunningAgentInfo(agent, host, isAttached, this);
+    _runningAgentInfos.append(info);
+    for (SystemViewClassInstance* instance : _allClassInstances()) {
+        if (isAgentOf(info, instance)) {
+            instance->addRunningAgentInfo(info);
+        }
+    }
+    _updateUnplaced(info);
+}
+
+void SystemDocument::_onAgentUpdated(const NetworkAgent& agent)
+{
+    if (RunningAgentInfo* info = _runningAgentInfo(agent.uuid)) {
+        info->update(agent);
+    }
+}
+
+void SystemDocument::_onAgentExited(const NetworkAgent& agent)
+{
+    if (agent.familyUuid == ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID) {
+        _updateLauncherOf(agent.hostName);
+    }
+    RunningAgentInfo* info = _runningAgentInfo(agent.uuid);
+    if (info == nullptr) {
+        return;
+    }
+    _runningAgentInfos.removeOne(info);
+    _unplacedAgents->removeObject(info);
+    for (SystemViewClassInstance* instance : _allClassInstances()) {
+        instance->removeRunningAgentInfo(info);
+    }
+    info->deleteLater();
+}
+
+void SystemDocument::_onInstanceRegistered(SystemView* systemView, SystemViewBaseInstance* instance)
+{
+    // Complete before anybody hears of it: the agents of its name that run already are its own.
+    if (auto* classInstance = qobject_cast<SystemViewClassInstance*>(instance)) {
+        connect(classInstance, &SystemViewBaseInstance::nameChanged, this,
+            [this, classInstance] { _matchInstance(classInstance); });
+        _matchInstance(classInstance);
+    }
+    Q_EMIT instanceRegistered(systemView, instance);
+}
+
+void SystemDocument::_onInstanceUnregistered(SystemView* systemView, SystemViewBaseInstance* instance)
+{
+    disconnect(instance, nullptr, this, nullptr);
+    Q_EMIT instanceUnregistered(systemView, instance);
+    for (RunningAgentInfo* agent : QList<RunningAgentInfo*>(_runningAgentInfos)) {
+        _updateUnplaced(agent);
+    }
+}
+
+void SystemDocument::_matchInstance(SystemViewClassInstance* instance)
+{
+    for (RunningAgentInfo* agent : QList<RunningAgentInfo*>(_runningAgentInfos)) {
+        if (isAgentOf(agent, instance)) {
+            instance->addRunningAgentInfo(agent);
+        } else {
+            instance->removeRunningAgentInfo(agent);
+        }
+        _updateUnplaced(agent);
+    }
+}
+
+void SystemDocument::_updateUnplaced(RunningAgentInfo* agent)
+{
+    bool isPlaced = false;
+    for (const SystemViewClassInstance* instance : _allClassInstances()) {
+        isPlaced = isPlaced || isAgentOf(agent, instance);
+    }
+    const bool isListed = _unplacedAgents->contains(agent);
+    const bool isUnplaced = !isPlaced && !agent->isStandIn();
+    if (isUnplaced && !isListed) {
+        _unplacedAgents->appendRow(agent);
+    } else if (!isUnplaced && isListed) {
+        _unplacedAgents->removeObject(agent);
+    }
+}

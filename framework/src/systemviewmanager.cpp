@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "systemviewmanager.h"
+
+#include "corvaneutils.h"
+#include "encounteredagentinfo.h"
+#include "encounteredagentsonhost.h"
+#include "host.h"
+#include "reservedagentandtoolfamilies.h"
+#include "runningagentinfo.h"
+#include "systemdocumenthandler.h"
+#include "systemview.h"
+#include "systemviewclassinstance.h"
+
+#include <zqproperty.h>
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QStandardPaths>
+
+#include <quenary.h>
+
+namespace {
+
+const QString NAME_LONG_OPTION = QStringLiteral("--name");
+
+// Only of recorders it is known that "-n" names them too.
+QString nameShortOption(const SystemViewClassInstance* instance)
+{
+    return instance->familyUuid() == ReservedAgentAndToolFamilies::RECORDER_CLASS_UUID ? QStringLiteral("-n")
+                                                                                       : QString();
+}
+
+} // namespace
+
+SystemViewManager* SystemViewManager::instance()
+{
+    static SystemViewManager* const self = new SystemViewManager; // never deleted: pages and instances speak to it last
+    return self;
+}
+
+SystemViewManager::SystemViewManager() = default;
+
+SystemViewManager::~SystemViewManager() = default;
+
+QString SystemViewManager::problem() const
+{
+    return _problem;
+}
+
+QPointF SystemViewManager::randomInitialPositionInViewport(SystemView* systemView) const
+{
+    if (systemView == nullptr) {
+        systemView = SystemDocumentHandler::instance()->currentSystemView();
+    }
+    const QRectF viewport = systemView == nullptr ? QRectF(0, 0, 960, 640) : systemView->viewport();
+    // The upper left three quarters, so that what is placed there stands inside.
+    const auto random
+        = [](double from, double length) { return from + QRandomGenerator::global()->bounded(0.75) * length; };
+    return { random(viewport.x(), viewport.width()), random(viewport.y(), viewport.height()) };
+}
+
+bool SystemViewManager::updateInstanceName(SystemViewBaseInstance* instance, const QString& name)
+{
+    Q_ASSERT(instance);
+    const QString cleanName = CorvaneUtils::cleanAgentName(name);
+    if (cleanName.isEmpty()) {
+        return _refuse(tr("A name needs at least one visible character; '%1' keeps its name.").arg(instance->name()));
+    }
+    if (cleanName == instance->name()) {
+        _accept();
+        return true;
+    }
+    auto* classInstance = qobject_cast<SystemViewClassInstance*>(instance);
+    if (classInstance != nullptr && classInstance->isRunning()) {
+        return _refuse(tr("'%1' is running and keeps its name: mappings go by it. Disconnect it, then rename it.")
+                .arg(instance->name()));
+    }
+    const SystemView* systemView = instance->systemView();
+    if (systemView->uniqueInstanceName(cleanName) != cleanName) {
+        return _refuse(tr("'%1' keeps its name: '%2' is already used in this view. Choose another.")
+                .arg(instance->name(), cleanName));
+    }
+    if (classInstance != nullptr) {
+        const bool isRecorder = classInstance->familyUuid() == ReservedAgentAndToolFamilies::RECORDER_CLASS_UUID;
+        const QString shortOption = nameShortOption(classInstance);
+        for (const EncounteredAgentsOnHost* group : classInstance->encounteredAgentsOnHosts()) {
+            for (EncounteredAgentInfo* info : group->encounteredAgentInfos()) {
+                // Of other agents it is not known whether they take a name at all.
+                if (isRecorder
+                    || !CorvaneUtils::optionValue(info->commandLine(), NAME_LONG_OPTION, shortOption).isNull()) {
+                    info->setcommandLine(CorvaneUtils::updateCommandLineWithArgumentOptionFor(
+                        info->commandLine(), NAME_LONG_OPTION, shortOption, cleanName));
+                }
+            }
+        }
+    }
+    instance->setname(cleanName);
+    _accept();
+    return true;
+}
+
+void SystemViewManager::udapteEncounteredAgentInfoCommandLineNoUndoRedo(SystemViewBaseInstance* instance,
+    EncounteredAgentsOnHost* group, EncounteredAgentInfo* info, const QString& commandLine, bool updateName)
+{
+    Q_ASSERT(instance);
+    Q_ASSERT(info);
+    if (group != nullptr && info->group() != group) {
+        _refuse(
+            tr("The launch line of '%1' was not changed: it is not one of the machine named.").arg(instance->name()));
+        return;
+    }
+    if (QProcess::splitCommand(commandLine).isEmpty()) {
+        _refuse(tr("The launch line of '%1' was not changed: it must name a program.").arg(instance->name()));
+        return;
+    }
+    if (updateName) {
+        const auto* classInstance = qobject_cast<SystemViewClassInstance*>(instance);
+        const QString name = CorvaneUtils::optionValue(
+            commandLine, NAME_LONG_OPTION, classInstance == nullptr ? QString() : nameShortOption(classInstance));
+        if (!name.isEmpty() && !updateInstanceName(instance, name)) {
+            return;
+        }
+    }
+    info->setcommandLine(commandLine);
+    _accept();
+}
+
+bool SystemViewManager::startAgent(EncounteredAgentInfo* info)
+{
+    if (info == nullptr) {
+        return _refuse(tr("There is no launch line to start: enter one first."));
+    }
+    const QStringList parts = QProcess::splitCommand(info->commandLine());
+    if (parts.isEmpty()) {
+        return _refuse(tr("The launch line is empty: enter the program and its options first."));
+    }
+    if (CorvaneUtils::hasMaskedValue(info->commandLine())) {
+        return _refuse(
+            tr("The launch line holds a hidden password (%1), as the network shows it: enter the real one first.")
+                .arg(CorvaneUtils::MASKED_VALUE));
+    }
+    if (!info->group()->isAttachedToCorvane()) {
+        const Host* host = info->group()->host();
+        if (host == nullptr || !host->hasLauncher()) {
+            return _refuse(tr("Nothing starts agents on %1: start qnyLauncher on that machine, on this network.")
+                    .arg(host == nullptr ? tr("an unknown machine") : host->networkName()));
+        }
+        _accept();
+        Q_EMIT SystemDocumentHandler::instance()->startAgentRequested(info);
+        return _problem.isEmpty();
+    }
+    const QString program = QFileInfo(parts.constFirst()).isAbsolute()
+        ? parts.constFirst()
+        : QStandardPaths::findExecutable(parts.constFirst());
+    if (program.isEmpty() || !QFileInfo::exists(program)) {
+        return _refuse(tr("%1 was not found on this machine: correct the launch line, or install the program.")
+                .arg(parts.constFirst()));
+    }
+    if (!QProcess::startDetached(program, parts.mid(1))) {
+        return _refuse(tr("%1 could not be started: check that it may be run.").arg(program));
+    }
+    _accept();
+    return true;
+}
+
+void SystemViewManager::_askLauncher(EncounteredAgentInfo* info)
+{
+    if (info == nullptr) {
+        return;
+    }
+    const Host* host = info->group()->host();
+    if (host == nullptr || !host->hasLauncher()) {
+        _refuse(tr("Nothing starts agents on %1: start qnyLauncher on that machine, on this network.")
+                .arg(host == nullptr ? tr("an unknown machine") : host->networkName()));
+        return;
+    }
+    // "start_agent" takes the launch line's uuid and the line itself; the launcher answers nothing: the agent's arrival
+    // does.
+    qny_service_arg_t* arguments = nullptr;
+    qny_service_args_add_string(&arguments, info->uuid().toUtf8().constData());
+    qny_service_args_add_string(&arguments, info->commandLine().toUtf8().constData());
+    if (qny_service_call(
+            host->launcherUuid().toUtf8().constData(), "start_agent", &arguments, info->uuid().toUtf8().constData())
+        != QNY_SUCCESS) {
+        _refuse(tr("The launcher of %1 could not be asked: %2")
+                .arg(host->networkName(), QString::fromUtf8(qny_last_error())));
+    }
+}
+
+bool SystemViewManager::_refuse(const QString& message)
+{
+    qWarning("%s", qUtf8Printable(message));
+    ZqProperty::assign(this, _problem, message, &SystemViewManager::problemChanged);
+    Q_EMIT problemRaised(message);
+    return false;
+}
+
+void SystemViewManager::_accept()
+{
+    ZqProperty::assign(this, _problem, QString(), &SystemViewManager::problemChanged);
+}
