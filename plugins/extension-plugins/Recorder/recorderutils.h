@@ -11,7 +11,7 @@ class QJSEngine;
 class QQmlEngine;
 
 /// What must not stand in the name of a file on any of the systems that a record may be taken to.
-inline constexpr char RECORDERUTILS_REGEX_FILENAME_INVALID_CHARS[] = R"([\\/:*?"<>|])";
+inline constexpr char RECORDERUTILS_REGEX_FILENAME_INVALID_CHARS[] = "[\\\\/:*?\"<>|]";
 
 /// Printing of durations, safe file names and the directory of downloads; offered to QML as a singleton. Main thread
 /// only.
