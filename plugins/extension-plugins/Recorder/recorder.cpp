@@ -1,0 +1,329 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "recorder.h"
+
+#include <corvaneutils.h>
+#include <quenary.h>
+#include <systemdocument.h>
+#include <systemdocumenthandler.h>
+
+#include <QtCore/QDebug>
+#include <QtQml/QJSEngine>
+
+namespace {
+
+constexpr char RECORD_PROGRESS_OUTPUT[] = "record_progress";
+constexpr char REPLAY_PROGRESS_OUTPUT[] = "replay_progress";
+
+} // namespace
+
+Recorder::Recorder(SystemViewClassInstance* classInstance, const QString& executablePath, QObject* parent)
+    : QObject(parent)
+    , _executablePath(executablePath)
+{
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+    Q_ASSERT(classInstance);
+
+    _classInstance = classInstance;
+    connect(_classInstance, &QObject::destroyed, this, &Recorder::_onclassInstanceDestroyed);
+    Q_EMIT classInstanceChanged();
+
+    _sortedInstances.setSourceModel(&_instances);
+    connect(_classInstance, &SystemViewClassInstance::encounteredAgentInfoCreated, this,
+        &Recorder::_onEncounteredAgentInfoCreated);
+    connect(
+        _classInstance, &SystemViewClassInstance::runningAgentInfoCreated, this, &Recorder::_onRunningAgentInfoCreated);
+    connect(
+        _classInstance, &SystemViewClassInstance::runningAgentInfoRemoved, this, &Recorder::_onRunningAgentInfoRemoved);
+    connect(_classInstance, &SystemViewBaseInstance::nameChanged, this, [this] { _followClassInstanceName(); });
+    _loadClassInstance();
+}
+
+Recorder::~Recorder()
+{
+    if (_classInstance) {
+        disconnect(_classInstance, nullptr, this, nullptr);
+    }
+    _recorderInstancesByUuid.clear();
+    _instances.deleteAllItems();
+}
+
+RecorderInstance* Recorder::getRecorderInstanceWithUuid(const QString& uuid) const
+{
+    return uuid.isEmpty() ? nullptr : _recorderInstancesByUuid.value(uuid);
+}
+
+RecorderInstance* Recorder::getRecorderInstanceWithAgentUuid(const QString& agentUuid) const
+{
+    return agentUuid.isEmpty() ? nullptr : _recorderInstancesByAgentUuid.value(agentUuid).data();
+}
+
+void Recorder::deleteRecorderInstance(RecorderInstance* recorderInstance)
+{
+    Q_ASSERT(recorderInstance);
+    if (_unregisterRecorderInstance(recorderInstance)) {
+        Q_EMIT recorderInstanceRemoved(recorderInstance);
+        recorderInstance->deleteLater();
+    }
+}
+
+// ---- what the host knows of the class instance ------------------------------------------------------------------
+
+void Recorder::_onclassInstanceDestroyed(QObject*)
+{
+    _classInstance = nullptr;
+    Q_EMIT classInstanceChanged();
+}
+
+// Running agents first: an instance made for one keeps the launch line of the same text from making a second.
+void Recorder::_loadClassInstance()
+{
+    Q_ASSERT(_classInstance);
+    const QList<RunningAgentInfo*> runningAgentInfos = _classInstance->runningAgentInfos();
+    for (RunningAgentInfo* runningAgentInfo : runningAgentInfos) {
+        _onRunningAgentInfoCreated(runningAgentInfo);
+    }
+    const QList<EncounteredAgentsOnHost*> groups = _classInstance->encounteredAgentsOnHosts();
+    for (EncounteredAgentsOnHost* group : groups) {
+        const QList<EncounteredAgentInfo*> encounteredAgentInfos = group->encounteredAgentInfos();
+        for (EncounteredAgentInfo* encounteredAgentInfo : encounteredAgentInfos) {
+            _onEncounteredAgentInfoCreated(group, encounteredAgentInfo);
+        }
+    }
+}
+
+void Recorder::_onEncounteredAgentInfoCreated(
+    EncounteredAgentsOnHost* encounteredAgentsOnHost, EncounteredAgentInfo* encounteredAgentInfo)
+{
+    Q_ASSERT(encounteredAgentsOnHost);
+    Q_ASSERT(encounteredAgentInfo);
+    Q_ASSERT(_classInstance);
+    if (_commandLineExists(encounteredAgentInfo->commandLine())) {
+        qDebug() << "Cannot create a recorder instance from new encounteredAgentInfo" << encounteredAgentInfo->uuid()
+                 << ". A recorder instance already exists with the same command line";
+        return;
+    }
+    _createRecorderInstance(encounteredAgentsOnHost, encounteredAgentInfo);
+    qDebug() << "New recorder instance created from encounteredAgentInfo" << encounteredAgentInfo->commandLine();
+}
+
+void Recorder::_onRunningAgentInfoCreated(RunningAgentInfo* runningAgentInfo)
+{
+    Q_ASSERT(runningAgentInfo);
+    Q_ASSERT(runningAgentInfo->host());
+    SystemDocument* const currentSystemDocument = SystemDocumentHandler::instance()->currentSystemDocument();
+    Q_ASSERT(currentSystemDocument);
+    Q_ASSERT(_classInstance);
+
+    EncounteredAgentsOnHost* group = nullptr;
+    if (runningAgentInfo->isAttachedToCorvane()) {
+        group = _classInstance->getOrCreateEncounteredAgentsOnHostAttachedToCorvane();
+        if (!group->host()) {
+            _classInstance->updateEncounteredAgentsOnHostAttachedToCorvaneBackrefs(currentSystemDocument);
+        }
+    } else {
+        group = _classInstance->getOrCreateEncounteredAgentsOnHost(runningAgentInfo->host());
+        if (!group) {
+            return;
+        }
+    }
+    EncounteredAgentInfo* const encounteredAgentInfo
+        = _classInstance->getOrCreateEncounteredAgentInfo(group, runningAgentInfo->commandLine());
+    if (!encounteredAgentInfo) {
+        return;
+    }
+
+    const QList<RecorderInstance*> offlineInstances
+        = _getOfflineRecorderInstancesWithCommandLine(runningAgentInfo->commandLine());
+    if (offlineInstances.size() > 1) {
+        qCritical("Multiple recorder instance detected with same command line. It is not supposed to be the case. A "
+                  "cleanup phase should have removed duplicates command lines after a disconnection of a recorder "
+                  "instance");
+        return;
+    }
+    RecorderInstance* recorderInstance = nullptr;
+    if (offlineInstances.size() == 1) {
+        recorderInstance = offlineInstances.first();
+        if (!recorderInstance->agentInstanceUuid().isEmpty()) {
+            qWarning("cannot be off with an agent instance uuid");
+        }
+        qDebug() << "Recorder instance updated from RunningAgentInfo" << runningAgentInfo->commandLine();
+    } else {
+        recorderInstance = _createRecorderInstance(group, encounteredAgentInfo);
+        qDebug() << "New recorder instance created from RunningAgentInfo" << runningAgentInfo->commandLine();
+    }
+    _linkRunningAgentInfoWithRecorderInstance(runningAgentInfo, recorderInstance);
+}
+
+void Recorder::_onRunningAgentInfoRemoved(RunningAgentInfo* runningAgentInfo)
+{
+    Q_ASSERT(runningAgentInfo);
+    _unlinkRunningAgentInfo(runningAgentInfo->agentUuid());
+
+    // Settings may have been edited into the line of another instance while the agent ran: one of them is enough.
+    const QList<RecorderInstance*> duplicates
+        = _getOfflineRecorderInstancesWithCommandLine(runningAgentInfo->commandLine());
+    for (qsizetype i = 1; i < duplicates.size(); ++i) {
+        deleteRecorderInstance(duplicates.at(i));
+    }
+}
+
+// ---- launch lines -----------------------------------------------------------------------------------------------
+
+bool Recorder::_commandLineExists(const QString& commandLine) const
+{
+    if (commandLine.isEmpty()) {
+        return false;
+    }
+    const QList<RecorderInstance*> recorderInstances = _instances.toList();
+    for (const RecorderInstance* recorderInstance : recorderInstances) {
+        const EncounteredAgentInfo* const info = recorderInstance->encounteredAgentInfo();
+        if (info && CorvaneUtils::commandLinesEqual(info->commandLine(), commandLine)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+QList<RecorderInstance*> Recorder::_getOfflineRecorderInstancesWithCommandLine(const QString& commandLine)
+{
+    QList<RecorderInstance*> offlineInstances;
+    const QList<RecorderInstance*> recorderInstances = _instances.toList();
+    for (RecorderInstance* recorderInstance : recorderInstances) {
+        const EncounteredAgentInfo* const info = recorderInstance->encounteredAgentInfo();
+        if (!recorderInstance->isOn() && info && CorvaneUtils::commandLinesEqual(info->commandLine(), commandLine)) {
+            offlineInstances.append(recorderInstance);
+        }
+    }
+    return offlineInstances;
+}
+
+// ---- registration -----------------------------------------------------------------------------------------------
+
+RecorderInstance* Recorder::_createRecorderInstance(
+    EncounteredAgentsOnHost* encounteredAgentsOnHost, EncounteredAgentInfo* encounteredAgentInfo)
+{
+    Q_ASSERT(encounteredAgentsOnHost);
+    Q_ASSERT(encounteredAgentInfo);
+    const SystemDocument* const currentSystemDocument = SystemDocumentHandler::instance()->currentSystemDocument();
+    Q_ASSERT(currentSystemDocument);
+    SystemView* const currentSystemView = currentSystemDocument->currentSystemView();
+    Q_ASSERT(currentSystemView);
+    Q_ASSERT(_classInstance);
+    Q_ASSERT(!_executablePath.isEmpty());
+
+    auto* const recorderInstance = new RecorderInstance(
+        currentSystemView, _classInstance, encounteredAgentsOnHost, encounteredAgentInfo, _executablePath, nullptr);
+    connect(recorderInstance, &RecorderInstance::cassandraEndpointChanged, &_sortedInstances,
+        &SortFilterRecorderInstance::invalidate);
+    _registerRecorderInstance(recorderInstance);
+    Q_EMIT recorderInstanceCreated(recorderInstance);
+    return recorderInstance;
+}
+
+void Recorder::_registerRecorderInstance(RecorderInstance* recorderInstance)
+{
+    Q_ASSERT(recorderInstance);
+    Q_ASSERT(!recorderInstance->uuid().isEmpty());
+    if (_recorderInstancesByUuid.contains(recorderInstance->uuid())) {
+        qWarning() << "RecorderInstance" << recorderInstance->uuid() << "already exists";
+        return;
+    }
+    _recorderInstancesByUuid.insert(recorderInstance->uuid(), recorderInstance);
+    _instances.appendRow(recorderInstance);
+    _addMappingRecorderInputs(recorderInstance);
+}
+
+// The table by agent uuid is left alone: only unlinking empties it.
+bool Recorder::_unregisterRecorderInstance(RecorderInstance* recorderInstance)
+{
+    Q_ASSERT(recorderInstance);
+    if (!_recorderInstancesByUuid.contains(recorderInstance->uuid())) {
+        qWarning() << "RecorderInstance" << recorderInstance->uuid() << "is not registered";
+        return false;
+    }
+    _recorderInstancesByUuid.remove(recorderInstance->uuid());
+    _instances.removeObject(recorderInstance);
+    _removeMappingRecorderInputs(recorderInstance);
+    return true;
+}
+
+// ---- links to running agents ------------------------------------------------------------------------------------
+
+void Recorder::_linkRunningAgentInfoWithRecorderInstance(
+    RunningAgentInfo* runningAgentInfo, RecorderInstance* recorderInstance)
+{
+    Q_ASSERT(runningAgentInfo);
+    Q_ASSERT(recorderInstance);
+    Q_ASSERT(!runningAgentInfo->agentUuid().isEmpty());
+    const QString agentUuid = runningAgentInfo->agentUuid();
+    if (_recorderInstancesByAgentUuid.contains(agentUuid)) {
+        qWarning() << "The RunningAgentInfo" << agentUuid << "is linked already to a RecorderInstance";
+        return;
+    }
+    qDebug() << "Link RunningAgentInfo" << agentUuid << "with RecorderInstance" << recorderInstance->uuid();
+    _recorderInstancesByAgentUuid.insert(agentUuid, recorderInstance);
+    recorderInstance->updateFromRunningAgentInfo(runningAgentInfo);
+    _addMappingRecorderInputs(recorderInstance);
+}
+
+void Recorder::_unlinkRunningAgentInfo(const QString& agentUuid)
+{
+    Q_ASSERT(!agentUuid.isEmpty());
+    if (!_recorderInstancesByAgentUuid.contains(agentUuid)) {
+        qWarning() << "The RunningAgentInfo" << agentUuid << "isn't linked to any RecorderInstance";
+        return;
+    }
+    RecorderInstance* const recorderInstance = _recorderInstancesByAgentUuid.take(agentUuid);
+    if (!recorderInstance) {
+        return;
+    }
+    qDebug() << "Unlink RunningAgentInfo" << agentUuid << "with RecorderInstance" << recorderInstance->uuid();
+    recorderInstance->updateFromRunningAgentInfo(nullptr);
+    _removeMappingRecorderInputs(recorderInstance);
+}
+
+// ---- progress mappings ------------------------------------------------------------------------------------------
+
+void Recorder::_addMappingRecorderInputs(RecorderInstance* recorderInstance)
+{
+    if (_mappedInstances.contains(recorderInstance)) {
+        return;
+    }
+    const QString agentName = _agentName();
+    _mappedInstances.insert(recorderInstance, agentName);
+    const QByteArray agent = agentName.toUtf8();
+    qny_mapping_add(
+        recorderInstance->recordProgressInput().toUtf8().constData(), agent.constData(), RECORD_PROGRESS_OUTPUT);
+    qny_mapping_add(
+        recorderInstance->replayProgressInput().toUtf8().constData(), agent.constData(), REPLAY_PROGRESS_OUTPUT);
+}
+
+void Recorder::_removeMappingRecorderInputs(RecorderInstance* recorderInstance)
+{
+    if (!_mappedInstances.contains(recorderInstance)) {
+        return;
+    }
+    const QByteArray agent = _mappedInstances.take(recorderInstance).toUtf8();
+    qny_mapping_remove_with_name(
+        recorderInstance->recordProgressInput().toUtf8().constData(), agent.constData(), RECORD_PROGRESS_OUTPUT);
+    qny_mapping_remove_with_name(
+        recorderInstance->replayProgressInput().toUtf8().constData(), agent.constData(), REPLAY_PROGRESS_OUTPUT);
+}
+
+// Mappings go by name: those made under the old one would bring no progress any more.
+void Recorder::_followClassInstanceName()
+{
+    const QList<RecorderInstance*> recorderInstances = _instances.toList();
+    for (RecorderInstance* recorderInstance : recorderInstances) {
+        const auto mapped = _mappedInstances.constFind(recorderInstance);
+        if (mapped != _mappedInstances.constEnd() && mapped.value() != _agentName()) {
+            _removeMappingRecorderInputs(recorderInstance);
+            _addMappingRecorderInputs(recorderInstance);
+        }
+    }
+}
+
+QString Recorder::_agentName() const
+{
+    return _classInstance ? _classInstance->name() : QString();
+}

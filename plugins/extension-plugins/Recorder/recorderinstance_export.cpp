@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "recorderinstance.h"
+
+#include "recorderservicecall.h"
+#include "recorderutils.h"
+
+#include <zqproperty.h>
+
+#include <QtCore/QDebug>
+#include <QtCore/QPointer>
+#include <QtCore/QTextStream>
+#include <QtWidgets/QFileDialog>
+
+#include <algorithm>
+#include <cmath>
+
+// A download is a loop with one request under way at a time: each answer is written, and asks for the next chunk with
+// the cursor that it brought.
+
+void RecorderInstance::downloadRecord(RecorderRecord* record)
+{
+    Q_ASSERT(record);
+    const QString proposedPath = RecorderUtils::instance().downloadFilePath(record->name());
+
+    // The dialog runs its own event loop, in which the instance and the record may go.
+    const QPointer<RecorderInstance> self(this);
+    const QPointer<RecorderRecord> downloadedRecord(record);
+    const QString path = QFileDialog::getSaveFileName(nullptr, tr("Save record"), proposedPath, tr("CSV (*.csv)"));
+    if (!self || path.isEmpty()) {
+        return;
+    }
+    if (!downloadedRecord) {
+        qWarning() << "void RecorderInstance::downloadRecord(RecorderRecord *)"
+                   << "the record was removed while a file was chosen for it, nothing is written to" << path;
+        return;
+    }
+
+    if (!_openRecordFile(path)) {
+        qWarning() << "void RecorderInstance::downloadRecord(RecorderRecord *)"
+                   << "failed to open file" << path;
+        return;
+    }
+    RecorderUtils::instance().updateDownloadDirectoryFromFilePath(path);
+    _setisDownloadingRecord(true);
+    _callExport(record->uuid(), 0, QString(), true, false);
+    _setexportRecord(record);
+}
+
+void RecorderInstance::stopExport()
+{
+    _setisCancelingExport(true);
+}
+
+void RecorderInstance::_callExport(
+    const QString& recordUuid, int bucketId, const QString& cursorUuid, bool firstRequest, bool lastFlag)
+{
+    Q_ASSERT(!_uuid.isEmpty());
+    Q_ASSERT(!recordUuid.isEmpty());
+    if (_refuseWhenOff("export")) {
+        return;
+    }
+    Q_ASSERT(!_agentInstanceUuid.isEmpty());
+    RecorderServiceCall("export")
+        .addString(recordUuid)
+        .addInt(bucketId)
+        .addString(cursorUuid)
+        .addInt(-1)
+        .addBool(firstRequest)
+        .addBool(lastFlag)
+        .send(_agentInstanceUuid, _uuid);
+}
+
+void RecorderInstance::receiveExport(
+    const QString& recordUuid, int nextBucketId, const QString& nextUuid, const QString& content)
+{
+    const char* const signature
+        = "void RecorderInstance::receiveExport(const QString &, int, const QString &, const QString &)";
+    if (recordUuid.isEmpty()) {
+        qWarning() << signature << "recordUuid is empty, closing file";
+    } else if (!_writeToRecordFile(content)) {
+        qWarning() << signature << "failed to write content to record file, closing file";
+    } else if (!nextUuid.isEmpty()) {
+        if (!_isCancelingExport) {
+            _callExport(recordUuid, nextBucketId, nextUuid, false, false);
+            return;
+        }
+        _setisDownloadingRecord(false);
+        _setisCancelingExport(false);
+        _setexportingProgress(0);
+        _setexportRecord(nullptr);
+    }
+    _closeRecordFile();
+}
+
+// ---- the file ---------------------------------------------------------------------------------------------------
+
+bool RecorderInstance::_openRecordFile(const QString& filePath)
+{
+    Q_ASSERT(!filePath.isEmpty());
+    _closeRecordFile();
+    auto* const file = new QFile(filePath, this);
+    if (!file->open(QIODevice::WriteOnly | QIODevice::Text)) {
+        delete file;
+        return false;
+    }
+    _recordFile = file;
+    return true;
+}
+
+bool RecorderInstance::_writeToRecordFile(const QString& content)
+{
+    if (!_recordFile) {
+        return false;
+    }
+    QTextStream stream(_recordFile);
+    stream << content << Qt::endl;
+    stream.flush();
+    if (stream.status() != QTextStream::Ok || _recordFile->error() != QFileDevice::NoError) {
+        qWarning() << "Can not write to" << _recordFile->fileName() << ":" << _recordFile->errorString();
+        return false;
+    }
+    _updateExportingProgress(content);
+    return true;
+}
+
+// The last row tells how far the record is written: its second field is a time in microseconds.
+void RecorderInstance::_updateExportingProgress(const QString& content)
+{
+    const QStringView lastLine = QStringView(content).sliced(content.lastIndexOf(u'\n') + 1);
+    const QList<QStringView> fields = lastLine.split(u';');
+    if (!_exportRecord || fields.size() < 3 || !(_exportRecord->durationInSeconds() > 0.0)) {
+        return;
+    }
+    const auto timeInMicroseconds = static_cast<double>(fields.at(1).toLongLong());
+    const double percent = std::floor(timeInMicroseconds / (_exportRecord->durationInSeconds() * 1000000.0) * 100.0);
+    _setexportingProgress(static_cast<int>(std::clamp(percent, 0.0, 100.0)));
+}
+
+void RecorderInstance::_closeRecordFile()
+{
+    if (_recordFile) {
+        _recordFile->close();
+        _recordFile->deleteLater();
+        _recordFile = nullptr;
+    }
+    _setisDownloadingRecord(false);
+}
+
+// ---- properties -------------------------------------------------------------------------------------------------
+
+void RecorderInstance::_setisDownloadingRecord(bool isDownloadingRecord)
+{
+    ZqProperty::assign(this, _isDownloadingRecord, isDownloadingRecord, &RecorderInstance::isDownloadingRecordChanged);
+}
+
+void RecorderInstance::_setexportingProgress(int percent)
+{
+    ZqProperty::assign(this, _exportingProgress, percent, &RecorderInstance::exportingProgressChanged);
+}
+
+void RecorderInstance::_setexportRecord(RecorderRecord* record)
+{
+    if (_setGuarded(_exportRecord, record, &RecorderInstance::_onexportRecordDestroyed)) {
+        Q_EMIT exportRecordChanged();
+    }
+}
+
+void RecorderInstance::_setisCancelingExport(bool isCancelingExport)
+{
+    ZqProperty::assign(this, _isCancelingExport, isCancelingExport, &RecorderInstance::isCancelingExportChanged);
+}
