@@ -1,10 +1,25 @@
 # The data side of the recorder: events, chunks, stores, CSV, filters. Included by CMakeLists.txt; gives the static library
-# qnyRecorderData, which knows the network library's header and nothing else of it.
+# qnyRecorderData, which knows the network library's header and nothing else of it, and its tests.
 add_library(qnyRecorderData STATIC
-    ${CMAKE_CURRENT_LIST_DIR}/event.cpp
     ${CMAKE_CURRENT_LIST_DIR}/completeness.cpp
     ${CMAKE_CURRENT_LIST_DIR}/dates.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/event.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/chunk/checksum.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/chunk/packedchunk.cpp
     ${CMAKE_CURRENT_LIST_DIR}/filters/recordingfilter.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/chunkcursor.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/chunkedreader.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/chunkedwriter.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/recordlist.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/tally.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/embedded/context.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/embedded/database.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/embedded/embeddedreader.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/embedded/embeddedstore.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/embedded/embeddedwriter.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/embedded/ownerlock.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/embedded/schema.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/embedded/upkeep.cpp
 )
 rr_target_defaults(qnyRecorderData)
 target_include_directories(qnyRecorderData PUBLIC ${CMAKE_CURRENT_LIST_DIR} PRIVATE ${CMAKE_SOURCE_DIR}/quenary/include)

@@ -157,13 +157,16 @@ public:
     // Stores everything that was given so far. The record is not closed, and has no end yet.
     virtual StoreResult flush() = 0;
 
-    // For imports. Facts may be given again at any time; uuid and origin are left as they are.
+    // What was said so far; the completeness is the claim of an imported file.
+    virtual RecordFacts facts() const = 0;
+    // For imports; may be given again at any time. Uuid and origin are left as they are. The completeness is what the
+    // imported file claims: it is compared with what really came.
     virtual StoreResult setFacts(const RecordFacts& facts) = 0;
     // Stores everything that was given since the last settling, in one piece: all of it or nothing. After it the record
-    // is whole as far as it goes: whatever happens then, it needs no repair.
+    // is whole as far as it goes: whatever happens then, it needs no repair. Imports store only by this and by close().
     virtual StoreResult settle() = 0;
-    // Forgets everything that was given since the last settling and not stored yet.
-    virtual void discard() = 0;
+    // Gives up what is not stored yet: it counts as lost in the store. Only close() makes sense afterwards.
+    virtual void dropUnstored() = 0;
 
     // Stores the rest and gives the record its end; nothing may be written afterwards. durationUs below the last
     // event's time is raised to that. When it fails it may be called again; the store goes on trying by itself when the

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace recorder {
+
+// CRC-32C (Castagnoli). `start` is the result for the bytes before these, 0 for none.
+std::uint32_t crc32c(std::string_view bytes, std::uint32_t start = 0);
+
+} // namespace recorder

@@ -1,0 +1,358 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "chunkedwriter.h"
+
+#include <algorithm>
+
+namespace recorder {
+
+namespace {
+
+constexpr std::size_t noOffset = ~std::size_t(0);
+constexpr std::uint64_t mostStateBytes = 64 * 1024 * 1024;
+constexpr auto lengthInterval = std::chrono::seconds(1); // between two writings of nothing but the record's length
+
+std::chrono::microseconds us(std::int64_t count)
+{
+    return std::chrono::microseconds(count);
+}
+
+std::string initialKey(std::string_view agent, std::string_view output)
+{
+    std::string key(agent);
+    key += '\0';
+    key += output;
+    return key;
+}
+
+std::uint32_t ordinalOf(std::unordered_map<std::string, std::uint32_t>& ordinals, const std::string& key)
+{
+    return ordinals.emplace(key, static_cast<std::uint32_t>(ordinals.size())).first->second;
+}
+
+} // namespace
+
+ChunkedWriter::ChunkedWriter(std::unique_ptr<ChunkSink> sink, const ChunkingOptions& options, WriterStart start)
+    : m_sink(std::move(sink))
+    , m_options(options)
+    , m_facts(std::move(start.facts))
+    , m_tally(std::move(start.tally))
+    , m_extent(start.extent)
+    , m_storedExtent(start.extent)
+    , m_storedState(start.recordState)
+    , m_storedAt(Clock::now())
+    , m_bucketFirstUs(start.extent.highUs)
+    , m_stateUs(start.extent.highUs)
+    , m_countsUs(start.extent.highUs)
+{
+    for (const DefinitionRow& row : start.definitions) {
+        m_definitionOrdinals.emplace(row.definition.agent, row.ordinal);
+    }
+    for (const InitialRow& row : start.initials) {
+        m_initialOrdinals.emplace(initialKey(row.initial.agent, row.initial.output), row.ordinal);
+    }
+    if (m_extent.nextSequence > 0) {
+        // How full the last bucket is would have to be asked; a new one costs nothing.
+        ++m_extent.bucket;
+    }
+    m_extent.durationUs = std::max(m_extent.durationUs, m_facts.durationUs);
+}
+
+ChunkedWriter::~ChunkedWriter()
+{
+    if (m_closed) {
+        return;
+    }
+    if (!close(m_extent.durationUs)) {
+        dropUnstored();
+        addSummaries(RecordState::Whole);
+        m_batch.last = true;
+        m_sink->abandon(m_batch);
+    }
+}
+
+// Notes that something waits to be stored.
+void ChunkedWriter::touch()
+{
+    if (!m_dirty) {
+        m_dirty = true;
+        m_dirtySince = Clock::now();
+    }
+}
+
+StoreResult ChunkedWriter::refuseClosed() const
+{
+    return StoreResult::failed(StoreError::Refused, "The record \"" + m_facts.name + "\" is closed already.");
+}
+
+StoreResult ChunkedWriter::define(std::string_view agent, std::string_view json)
+{
+    if (m_closed) {
+        return refuseClosed();
+    }
+    DefinitionRow row { ordinalOf(m_definitionOrdinals, std::string(agent)),
+        { std::string(agent), std::string(json) } };
+    m_batch.definitions.push_back(std::move(row));
+    touch();
+    return StoreResult::done();
+}
+
+StoreResult ChunkedWriter::setInitial(std::string_view agent, std::string_view output, const ValueView& value)
+{
+    if (m_closed) {
+        return refuseClosed();
+    }
+    InitialRow row { ordinalOf(m_initialOrdinals, initialKey(agent, output)),
+        { std::string(agent), std::string(output), value } };
+    m_batch.initials.push_back(std::move(row));
+    touch();
+    return StoreResult::done();
+}
+
+StoreResult ChunkedWriter::append(const EventView& event)
+{
+    if (m_closed) {
+        return refuseClosed();
+    }
+    Tally::Output& output = m_tally.output(event.agent, event.output);
+    if (!isImport() && m_batchBytes + m_builder.bytes() >= m_options.pendingBytes) {
+        StoreResult result = storeIfTime();
+        if (m_batchBytes + m_builder.bytes() >= m_options.pendingBytes) {
+            ++output.counts.lostStore;
+            return result ? m_failure : result;
+        }
+    }
+    if (output.chunk != m_extent.nextSequence) {
+        output.chunk = m_extent.nextSequence;
+        output.numberInChunk = m_builder.declare(event.agent, event.output);
+        output.lastOffset = noOffset;
+        m_inChunk.push_back(&output);
+    }
+    const std::int64_t timeUs = std::max<std::int64_t>(event.timeUs, 0);
+    const std::size_t offset = m_builder.add(output.numberInChunk, timeUs, event.value);
+    if (timeUs >= output.lastUs) {
+        output.lastOffset = offset;
+    }
+    Tally::count(output, timeUs);
+    if (m_builder.count() == 1) {
+        touch();
+    }
+    if (m_builder.bytes() >= m_options.chunkBytes) {
+        closeChunk();
+        if (!isImport()
+            && (m_batchBytes >= m_options.batchBytes || Clock::now() - m_dirtySince >= us(m_options.chunkAgeUs))) {
+            return storeIfTime();
+        }
+    }
+    return StoreResult::done();
+}
+
+void ChunkedWriter::closeChunk()
+{
+    if (m_builder.isEmpty()) {
+        return;
+    }
+    for (Tally::Output* output : m_inChunk) {
+        if (output->lastOffset != noOffset) {
+            m_tally.remember(*output, m_builder.valueAt(output->lastOffset));
+        }
+    }
+    m_inChunk.clear();
+
+    ChunkRow row;
+    row.info.sequence = m_extent.nextSequence;
+    row.info.firstUs = m_builder.firstUs();
+    row.info.lastUs = m_builder.lastUs();
+    row.info.count = m_builder.count();
+    row.packed = m_builder.finish(ChunkKind::Events, row.info.sequence);
+    m_builder.clear();
+
+    const bool bucketIsFull = m_bucketChunks >= m_options.bucketChunks
+        || m_bucketBytes + row.packed.size() > m_options.bucketBytes
+        || row.info.lastUs - m_bucketFirstUs > m_options.bucketAgeUs;
+    if (m_bucketChunks > 0 && bucketIsFull) {
+        ++m_extent.bucket;
+        m_bucketChunks = 0;
+        m_bucketBytes = 0;
+    }
+    if (m_bucketChunks == 0) {
+        m_bucketFirstUs = row.info.firstUs;
+    }
+    ++m_bucketChunks;
+    m_bucketBytes += row.packed.size();
+    row.info.bucket = m_extent.bucket;
+
+    m_extent.maxSpanUs = std::max(m_extent.maxSpanUs, row.info.lastUs - row.info.firstUs);
+    m_extent.maxLateUs = std::max(m_extent.maxLateUs, m_extent.highUs - row.info.firstUs);
+    m_extent.highUs = std::max(m_extent.highUs, row.info.lastUs);
+    m_extent.durationUs = std::max(m_extent.durationUs, m_extent.highUs);
+    m_extent.events += row.info.count;
+    ++m_extent.nextSequence;
+
+    m_batchBytes += row.packed.size();
+    m_bytesSinceState += row.packed.size();
+    m_batch.chunks.push_back(std::move(row));
+}
+
+// Adds the state and the counts to the batch when it is time for them.
+void ChunkedWriter::addSummaries(RecordState recordState)
+{
+    const bool intervalIsOver = m_bytesSinceState >= m_options.stateIntervalBytes;
+    const bool stateIsDue = intervalIsOver || m_extent.highUs - m_stateUs >= m_options.stateIntervalUs;
+    const bool countsAreDue
+        = recordState == RecordState::Whole || m_extent.highUs - m_countsUs >= m_options.stateIntervalUs;
+    if (stateIsDue && m_bytesSinceState >= m_tally.stateBytes() && m_tally.stateBytes() <= mostStateBytes) {
+        m_batch.state
+            = StoredState { m_extent.nextSequence, m_extent.highUs, m_tally.packState(m_extent.nextSequence) };
+        m_bytesSinceState = 0;
+        m_stateUs = m_extent.highUs;
+    }
+    if (countsAreDue || m_batch.state || m_batch.completeness) {
+        m_batch.completeness = m_tally.completeness().toJson();
+        m_batch.completenessThrough = m_extent.nextSequence;
+        m_countsUs = m_extent.highUs;
+    }
+}
+
+StoreResult ChunkedWriter::store(RecordState recordState, bool last)
+{
+    closeChunk();
+    addSummaries(recordState);
+    m_batch.extent = m_extent;
+    m_batch.recordState = recordState;
+    m_batch.last = last;
+    m_batch.listChanged = last || recordState != m_storedState || m_batch.facts.has_value()
+        || (recordState == RecordState::Whole && !m_batch.chunks.empty());
+    StoreResult result = m_sink->write(m_batch);
+    const auto now = Clock::now();
+    if (!result) {
+        m_failure = result;
+        m_failedAt = now;
+        return result;
+    }
+    m_failure = StoreResult::done();
+    m_batch = Batch();
+    m_batchBytes = 0;
+    m_dirty = false;
+    m_storedExtent = m_extent;
+    m_storedState = recordState;
+    m_storedAt = now;
+    m_closed = last;
+    return result;
+}
+
+// Stores unless the store has failed just now.
+StoreResult ChunkedWriter::storeIfTime()
+{
+    if (!m_failure && Clock::now() - m_failedAt < us(m_options.retryUs)) {
+        return StoreResult::done();
+    }
+    return store(m_storedState, false);
+}
+
+void ChunkedWriter::countLost(std::string_view agent, std::string_view output, LostIn where, std::uint64_t events)
+{
+    OutputCompleteness& counts = m_tally.output(agent, output).counts;
+    switch (where) {
+    case LostIn::Network:
+        counts.lostNetwork += events;
+        break;
+    case LostIn::Queue:
+        counts.lostQueue += events;
+        break;
+    case LostIn::Store:
+        counts.lostStore += events;
+        break;
+    }
+}
+
+StoreResult ChunkedWriter::tick(std::int64_t elapsedUs)
+{
+    if (m_closed) {
+        return refuseClosed();
+    }
+    m_extent.durationUs = std::max(m_extent.durationUs, elapsedUs);
+    if (isImport()) {
+        return StoreResult::done();
+    }
+    const auto now = Clock::now();
+    const bool oldEnough = m_dirty && now - m_dirtySince >= us(m_options.chunkAgeUs);
+    const bool lengthIsOld = m_extent.durationUs != m_storedExtent.durationUs && now - m_storedAt >= lengthInterval;
+    return oldEnough || lengthIsOld ? storeIfTime() : StoreResult::done();
+}
+
+StoreResult ChunkedWriter::flush()
+{
+    return m_closed ? refuseClosed() : store(m_storedState, false);
+}
+
+RecordFacts ChunkedWriter::facts() const
+{
+    RecordFacts facts = m_facts;
+    facts.durationUs = m_extent.durationUs;
+    return facts;
+}
+
+StoreResult ChunkedWriter::setFacts(const RecordFacts& facts)
+{
+    if (m_closed) {
+        return refuseClosed();
+    }
+    const std::string uuid = m_facts.uuid;
+    const RecordOrigin origin = m_facts.origin;
+    m_facts = facts;
+    m_facts.uuid = uuid;
+    m_facts.origin = origin;
+    m_extent.durationUs = std::max({ facts.durationUs, m_storedExtent.durationUs, m_extent.highUs });
+    m_batch.facts = m_facts;
+    touch();
+    return StoreResult::done();
+}
+
+StoreResult ChunkedWriter::settle()
+{
+    return m_closed ? refuseClosed() : store(RecordState::Whole, false);
+}
+
+void ChunkedWriter::dropUnstored()
+{
+    closeChunk();
+    for (const ChunkRow& row : m_batch.chunks) {
+        m_tally.loseChunk(row.packed);
+    }
+    m_batch.chunks.clear();
+    m_batch.state.reset();
+    m_batch.definitions.clear();
+    m_batch.initials.clear();
+    m_batchBytes = 0;
+    // The last values that the tally holds were never stored: no state may be made of them any more.
+    m_bytesSinceState = 0;
+    m_stateUs = m_extent.highUs;
+    const std::uint64_t nextSequence = m_extent.nextSequence;
+    const std::int64_t durationUs = m_extent.durationUs;
+    m_extent = m_storedExtent;
+    m_extent.nextSequence = nextSequence;
+    m_extent.durationUs = std::max(m_storedExtent.durationUs, isImport() ? m_storedExtent.durationUs : durationUs);
+    m_stateUs = m_extent.highUs;
+}
+
+StoreResult ChunkedWriter::close(std::int64_t durationUs)
+{
+    if (m_closed) {
+        return refuseClosed();
+    }
+    m_extent.durationUs = std::max(m_extent.durationUs, durationUs);
+    StoreResult result = store(RecordState::Whole, true);
+    if (!result && result.error == StoreError::Full) {
+        dropUnstored();
+        remark("The store was full: what came last could not be stored.");
+        result = store(RecordState::Whole, true);
+    }
+    return result;
+}
+
+Completeness ChunkedWriter::completeness() const
+{
+    return withClaim(m_facts.completeness, m_tally.completeness());
+}
+
+} // namespace recorder

@@ -1,0 +1,275 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "context.h"
+
+#include "../../chunk/packedchunk.h"
+#include "schema.h"
+#include "statements.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace recorder {
+
+namespace {
+
+constexpr off_t reserveBytes = 1024 * 1024;
+constexpr const char* reserveName = "reserve";
+
+Completeness parsed(const std::string& json)
+{
+    Completeness completeness;
+    std::string reason;
+    if (!json.empty() && !Completeness::fromJson(json, completeness, reason)) {
+        completeness = {};
+        completeness.remarks.push_back("What was stored about its completeness cannot be read: " + reason);
+    }
+    return completeness;
+}
+
+} // namespace
+
+StoreResult EmbeddedContext::connect(Database& database) const
+{
+    if (StoreResult result = database.open(file, options.busyMs); !result) {
+        return result;
+    }
+    return prepareConnection(database, options.mostPages);
+}
+
+void EmbeddedContext::wakeUpkeep()
+{
+    {
+        const std::lock_guard guard(mutex);
+        hasWork = true;
+    }
+    wake.notify_all();
+}
+
+StoreResult EmbeddedContext::keepReserve() const
+{
+    const std::filesystem::path path = options.directory / reserveName;
+    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    int error = descriptor < 0 ? errno : 0;
+    if (descriptor >= 0) {
+        error = ::posix_fallocate(descriptor, 0, reserveBytes);
+        ::close(descriptor);
+    }
+    if (error == ENOSPC || error == EDQUOT) {
+        ::unlink(path.c_str());
+        return StoreResult::failed(StoreError::Full,
+            "The disk that holds " + options.directory.string()
+                + " is full: nothing can be recorded. Make room there, or give another --data-directory.");
+    }
+    // Some file systems cannot set space aside; recording works without.
+    return StoreResult::done();
+}
+
+bool EmbeddedContext::spendReserve() const
+{
+    return ::unlink((options.directory / reserveName).c_str()) == 0;
+}
+
+StoreResult readRecord(Database& database, std::int64_t id, RecordRow& row)
+{
+    Statement statement(database, sql::readRecord);
+    if (!statement.bind(0, id).step()) {
+        return statement.result() ? StoreResult::failed(StoreError::NotFound, "There is no such record any more.")
+                                  : statement.result();
+    }
+    row.id = id;
+    row.facts.uuid = statement.text(0);
+    row.facts.name = statement.text(1);
+    row.facts.description = statement.text(2);
+    row.facts.startUs = statement.integer(3);
+    row.facts.origin = statement.integer(4) == 1 ? RecordOrigin::Imported : RecordOrigin::Recorded;
+    row.state = statement.integer(5) == 0 ? RecordState::Recording : RecordState::Whole;
+    row.extent.durationUs = statement.integer(6);
+    row.extent.events = static_cast<std::uint64_t>(statement.integer(7));
+    row.extent.nextSequence = static_cast<std::uint64_t>(statement.integer(8));
+    row.extent.bucket = static_cast<std::int32_t>(statement.integer(9));
+    row.extent.highUs = statement.integer(10);
+    row.extent.maxSpanUs = statement.integer(11);
+    row.extent.maxLateUs = statement.integer(12);
+    row.claimed = parsed(statement.text(13));
+    row.counted = parsed(statement.text(14));
+    row.countedThrough = static_cast<std::uint64_t>(statement.integer(15));
+    row.facts.durationUs = row.extent.durationUs;
+    row.facts.completeness = withClaim(row.claimed, row.counted);
+    return StoreResult::done();
+}
+
+StoreResult readDefinitions(Database& database, std::int64_t id, std::vector<DefinitionRow>& rows)
+{
+    Statement statement(database, sql::readDefinitions);
+    statement.bind(0, id);
+    while (statement.step()) {
+        rows.push_back({ static_cast<std::uint32_t>(statement.integer(0)), { statement.text(1), statement.text(2) } });
+    }
+    return statement.result();
+}
+
+StoreResult readInitials(Database& database, std::int64_t id, std::vector<InitialRow>& rows)
+{
+    Statement statement(database, sql::readInitials);
+    statement.bind(0, id);
+    while (statement.step()) {
+        const std::string packed = statement.text(3);
+        ChunkHeader header;
+        std::vector<EventView> events;
+        std::string reason;
+        // A damaged initial value costs only itself: the output starts without one.
+        if (unpackChunk(packed, header, events, reason) && events.size() == 1) {
+            rows.push_back({ static_cast<std::uint32_t>(statement.integer(0)),
+                { statement.text(1), statement.text(2), events.front().value } });
+        }
+    }
+    return statement.result();
+}
+
+StoreResult restoreTally(Database& database, const RecordRow& row, Tally& tally, int& damaged)
+{
+    damaged = 0;
+    tally.restoreCounts(row.counted);
+    std::uint64_t sequence = 0;
+    std::string reason;
+    {
+        Statement state(database, sql::stateThrough);
+        state.bind(0, row.id).bind(1, static_cast<std::int64_t>(row.countedThrough));
+        if (state.step() && tally.restoreState(state.blob(1), reason)) {
+            sequence = static_cast<std::uint64_t>(state.integer(0));
+        }
+        if (!state.result()) {
+            return state.result();
+        }
+    }
+    while (sequence < row.extent.nextSequence) {
+        Statement chunks(database, sql::chunksFrom);
+        chunks.bind(0, chunkKey(row.id, sequence)).bind(1, chunkKey(row.id, row.extent.nextSequence));
+        bool any = false;
+        while (chunks.step()) {
+            any = true;
+            const auto at = static_cast<std::uint64_t>(chunks.integer(0));
+            if (!tally.addChunk(chunks.blob(1), at >= row.countedThrough, reason)) {
+                ++damaged;
+            }
+            sequence = at + 1;
+        }
+        if (!chunks.result()) {
+            // A page that cannot be read hides what comes after it from this walk; the counts stay as far as they came.
+            if (chunks.result().error != StoreError::Damaged) {
+                return chunks.result();
+            }
+            ++damaged;
+            ++sequence;
+        } else if (!any) {
+            break;
+        }
+    }
+    return StoreResult::done();
+}
+
+// ---- repair
+
+namespace {
+
+StoreResult repairOne(Database& database, std::int64_t id, std::vector<std::string>& messages)
+{
+    RecordRow row;
+    if (StoreResult result = readRecord(database, id, row); !result) {
+        return result;
+    }
+    if (row.state != RecordState::Recording) {
+        return Statement(database, sql::releaseRecord).bind(0, id).run();
+    }
+    Tally tally;
+    int damaged = 0;
+    if (StoreResult result = restoreTally(database, row, tally, damaged); !result) {
+        return result;
+    }
+    tally.remark(row.facts.origin == RecordOrigin::Imported
+            ? "The import ended before its first part was whole."
+            : "The recorder ended without closing this record: up to a second at its end may be missing.");
+    if (damaged > 0) {
+        tally.remark(std::to_string(damaged) + " chunks near its end are damaged.");
+    }
+    const std::string counted = tally.completeness().toJson();
+    Statement repair(database, sql::repairRecord);
+    repair.bind(0, row.extent.highUs).bindText(1, counted);
+    repair.bind(2, static_cast<std::int64_t>(row.extent.nextSequence)).bind(3, id);
+    if (StoreResult result = repair.run(); !result) {
+        return result;
+    }
+    messages.push_back("The record \"" + row.facts.name + "\" (" + row.facts.uuid
+        + ") was left open by a recorder that ended: it is closed now with " + std::to_string(row.extent.events)
+        + " events.");
+    return StoreResult::done();
+}
+
+StoreResult repairOwner(Database& database, const std::string& token, std::vector<std::string>& messages)
+{
+    Transaction transaction(database);
+    if (!transaction.result()) {
+        return transaction.result();
+    }
+    std::vector<std::int64_t> records;
+    {
+        Statement list(database, sql::recordsOfOwner);
+        list.bindText(0, token);
+        while (list.step()) {
+            records.push_back(list.integer(0));
+        }
+        if (!list.result()) {
+            return list.result();
+        }
+    }
+    for (const std::int64_t id : records) {
+        if (StoreResult result = repairOne(database, id, messages); !result) {
+            return result;
+        }
+    }
+    for (const char* statement : { sql::dropHoldsOf, sql::removeOwner }) {
+        if (StoreResult result = Statement(database, statement).bindText(0, token).run(); !result) {
+            return result;
+        }
+    }
+    if (!records.empty()) {
+        if (StoreResult result = Statement(database, sql::bumpRevision).run(); !result) {
+            return result;
+        }
+    }
+    return transaction.commit();
+}
+
+} // namespace
+
+StoreResult repairAbandoned(Database& database, EmbeddedContext& context)
+{
+    std::map<std::string, std::int64_t> owners;
+    for (const char* query : { sql::listOwners, sql::strayOwners }) {
+        Statement list(database, query);
+        while (list.step()) {
+            owners.emplace(list.text(0), query == sql::listOwners ? list.integer(1) : 0);
+        }
+        if (!list.result()) {
+            return list.result();
+        }
+    }
+    for (const auto& [token, expiresUs] : owners) {
+        if (token == context.token || OwnerLock::isAlive(context.options.directory, token, expiresUs)) {
+            continue;
+        }
+        std::vector<std::string> messages;
+        if (StoreResult result = repairOwner(database, token, messages); !result) {
+            return result;
+        }
+        OwnerLock::removeFile(context.options.directory, token);
+        for (const std::string& message : messages) {
+            context.say(message);
+        }
+    }
+    return StoreResult::done();
+}
+
+} // namespace recorder

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "../chunkbackend.h"
+#include "../tally.h"
+#include "database.h"
+#include "embeddedstore.h"
+#include "ownerlock.h"
+
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace recorder {
+
+// What the parts of one embedded store share. Outlives writers, readers and the upkeep thread.
+struct EmbeddedContext
+{
+    EmbeddedOptions options;
+    std::filesystem::path file;
+    std::string token; // of this store object among the owners
+    OwnerLock lock;
+
+    // Guards what follows; never held while a database works.
+    std::mutex mutex;
+    std::condition_variable wake; // of the upkeep thread
+    bool isStopping = false;
+    bool hasWork = false; // for the upkeep thread, at once
+    std::map<std::int64_t, int> readers; // open ones, by record
+    std::set<std::int64_t> writers; // records that are being written here
+    struct Orphan
+    {
+        std::int64_t record = 0;
+        Batch last;
+    };
+    std::vector<Orphan> orphans; // records whose writer could not close them
+
+    void say(const std::string& message) const
+    {
+        if (options.onMessage) {
+            options.onMessage(message);
+        }
+    }
+    // A connection of one's own.
+    StoreResult connect(Database& database) const;
+    void wakeUpkeep();
+
+    // Space set aside so that a record can be closed on a full disk.
+    StoreResult keepReserve() const;
+    bool spendReserve() const; // false when there was none
+};
+
+// A record's row.
+struct RecordRow
+{
+    std::int64_t id = 0;
+    RecordFacts facts; // the completeness is the merged one
+    RecordState state = RecordState::Recording;
+    Extent extent;
+    Completeness claimed;
+    Completeness counted;
+    std::uint64_t countedThrough = 0;
+};
+
+inline std::int64_t chunkKey(std::int64_t record, std::uint64_t sequence)
+{
+    return (record << 32) + static_cast<std::int64_t>(sequence);
+}
+
+StoreResult readRecord(Database& database, std::int64_t id, RecordRow& row);
+StoreResult readDefinitions(Database& database, std::int64_t id, std::vector<DefinitionRow>& rows);
+StoreResult readInitials(Database& database, std::int64_t id, std::vector<InitialRow>& rows);
+// The tally as it stood when the record was last written. `damaged` counts chunks that cannot be read.
+StoreResult restoreTally(Database& database, const RecordRow& row, Tally& tally, int& damaged);
+
+// Takes records away from owners that have died: closes them, with a message each.
+StoreResult repairAbandoned(Database& database, EmbeddedContext& context);
+
+} // namespace recorder

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tally.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace recorder {
+
+namespace {
+
+// Both names with a byte between them that no name holds.
+void joinName(std::string& key, std::string_view agent, std::string_view output)
+{
+    key.assign(agent);
+    key += '\0';
+    key += output;
+}
+
+std::vector<const Tally::Output*> sorted(const std::deque<Tally::Output>& outputs)
+{
+    std::vector<const Tally::Output*> order;
+    order.reserve(outputs.size());
+    for (const Tally::Output& output : outputs) {
+        order.push_back(&output);
+    }
+    std::sort(order.begin(), order.end(), [](const Tally::Output* left, const Tally::Output* right) {
+        return std::tie(left->counts.agent, left->counts.output) < std::tie(right->counts.agent, right->counts.output);
+    });
+    return order;
+}
+
+} // namespace
+
+Tally::Output& Tally::output(std::string_view agent, std::string_view name)
+{
+    if (m_recent && m_recent->counts.output == name && m_recent->counts.agent == agent) {
+        return *m_recent;
+    }
+    joinName(m_key, agent, name);
+    const auto known = m_byName.find(std::string_view(m_key));
+    if (known != m_byName.end()) {
+        m_recent = known->second;
+        return *m_recent;
+    }
+    Output& output = m_outputs.emplace_back();
+    output.counts.agent = agent;
+    output.counts.output = name;
+    m_byName.emplace(m_key, &output);
+    m_stateBytes += agent.size() + name.size() + 16;
+    m_recent = &output;
+    return output;
+}
+
+void Tally::count(Output& output, std::int64_t timeUs)
+{
+    OutputCompleteness& counts = output.counts;
+    if (output.lastUs >= 0 && timeUs - output.lastUs > counts.longestGapUs) {
+        counts.longestGapUs = timeUs - output.lastUs;
+    }
+    ++counts.stored;
+    output.lastUs = std::max(output.lastUs, timeUs);
+}
+
+void Tally::remember(Output& output, const ValueView& value)
+{
+    m_stateBytes += value.bytes.size();
+    m_stateBytes -= output.last.view().bytes.size();
+    output.last = value;
+}
+
+bool Tally::addChunk(std::string_view packed, bool countsToo, std::string& reason)
+{
+    ChunkHeader header;
+    std::vector<EventView> events;
+    if (!unpackChunk(packed, header, events, reason)) {
+        return false;
+    }
+    for (const EventView& event : events) {
+        Output& entry = output(event.agent, event.output);
+        if (event.timeUs >= entry.lastUs) {
+            remember(entry, event.value);
+        }
+        if (countsToo) {
+            count(entry, event.timeUs);
+        } else {
+            entry.lastUs = std::max(entry.lastUs, event.timeUs);
+        }
+    }
+    return true;
+}
+
+void Tally::loseChunk(std::string_view packed)
+{
+    ChunkHeader header;
+    std::vector<EventView> events;
+    std::string reason;
+    if (!unpackChunk(packed, header, events, reason)) {
+        return;
+    }
+    for (const EventView& event : events) {
+        OutputCompleteness& counts = output(event.agent, event.output).counts;
+        --counts.stored;
+        ++counts.lostStore;
+    }
+}
+
+void Tally::restoreCounts(const Completeness& completeness)
+{
+    for (const OutputCompleteness& counts : completeness.outputs) {
+        output(counts.agent, counts.output).counts = counts;
+    }
+    m_remarks = completeness.remarks;
+}
+
+bool Tally::restoreState(std::string_view packed, std::string& reason)
+{
+    ChunkHeader header;
+    std::vector<EventView> events;
+    if (!unpackChunk(packed, header, events, reason)) {
+        return false;
+    }
+    for (const EventView& event : events) {
+        Output& entry = output(event.agent, event.output);
+        entry.lastUs = event.timeUs;
+        remember(entry, event.value);
+    }
+    return true;
+}
+
+Completeness Tally::completeness() const
+{
+    Completeness result;
+    result.remarks = m_remarks;
+    for (const Output* output : sorted(m_outputs)) {
+        result.outputs.push_back(output->counts);
+    }
+    return result;
+}
+
+std::string Tally::packState(std::uint64_t throughSequence) const
+{
+    ChunkBuilder builder;
+    for (const Output* output : sorted(m_outputs)) {
+        if (output->lastUs >= 0) {
+            builder.add(builder.declare(output->counts.agent, output->counts.output), output->lastUs, output->last);
+        }
+    }
+    return builder.finish(ChunkKind::State, throughSequence);
+}
+
+Completeness withClaim(const Completeness& claimed, const Completeness& counted)
+{
+    if (claimed.outputs.empty() && claimed.remarks.empty()) {
+        return counted;
+    }
+    // Both lists are sorted in the same way: merged in one pass.
+    const auto before = [](const OutputCompleteness& left, const OutputCompleteness& right) {
+        return std::tie(left.agent, left.output) < std::tie(right.agent, right.output);
+    };
+    Completeness result;
+    result.remarks = claimed.remarks;
+    std::uint64_t missing = 0;
+    auto came = counted.outputs.begin();
+    for (const OutputCompleteness& claim : claimed.outputs) {
+        for (; came != counted.outputs.end() && before(*came, claim); ++came) {
+            result.outputs.push_back(*came);
+        }
+        OutputCompleteness merged = claim;
+        const bool here = came != counted.outputs.end() && !before(claim, *came);
+        const std::uint64_t stored = here ? came->stored : 0;
+        if (stored != claim.stored) {
+            missing += claim.stored > stored ? claim.stored - stored : 0;
+            merged.stored = stored;
+            merged.longestGapUs = here ? came->longestGapUs : 0;
+        }
+        if (here) {
+            merged.lostStore += came->lostStore;
+            ++came;
+        }
+        result.outputs.push_back(std::move(merged));
+    }
+    result.outputs.insert(result.outputs.end(), came, counted.outputs.end());
+    if (missing > 0) {
+        result.remarks.push_back("Imported in part: " + std::to_string(missing) + " of "
+            + std::to_string(claimed.stored()) + " events did not come.");
+    }
+    for (const std::string& sentence : counted.remarks) {
+        if (std::find(result.remarks.begin(), result.remarks.end(), sentence) == result.remarks.end()) {
+            result.remarks.push_back(sentence);
+        }
+    }
+    return result;
+}
+
+void Tally::remark(std::string_view sentence)
+{
+    if (std::find(m_remarks.begin(), m_remarks.end(), sentence) == m_remarks.end()) {
+        m_remarks.emplace_back(sentence);
+    }
+}
+
+} // namespace recorder

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "../chunk/packedchunk.h"
+#include "../event.h"
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace recorder {
+
+// What a writer knows of each output: how much was stored and lost, and its last value. Kept in memory while a record
+// is written, and made again from what is stored when a record is taken up or repaired.
+class Tally
+{
+public:
+    struct Output
+    {
+        OutputCompleteness counts;
+        std::int64_t lastUs = -1; // time of the last event; -1: none yet
+        Value last;
+        // The writer's notes about its present chunk.
+        std::uint64_t chunk = ~std::uint64_t(0);
+        std::uint32_t numberInChunk = 0;
+        std::size_t lastOffset = 0;
+    };
+
+    // The entry of an output, made when it is missing. Stays where it is.
+    Output& output(std::string_view agent, std::string_view name);
+    // Counts one stored event. The value is remembered by the caller.
+    static void count(Output& output, std::int64_t timeUs);
+    void remember(Output& output, const ValueView& value);
+    // The same for every event of a chunk. False with the reason when it is damaged.
+    bool addChunk(std::string_view packed, bool countsToo, std::string& reason);
+    // Takes back what a chunk added to the counts, because it was not stored after all.
+    void loseChunk(std::string_view packed);
+
+    // Starts again from what was stored.
+    void restoreCounts(const Completeness& completeness);
+    bool restoreState(std::string_view packed, std::string& reason);
+
+    Completeness completeness() const;
+    std::string packState(std::uint64_t throughSequence) const;
+    // About the size of the packed state.
+    std::uint64_t stateBytes() const { return m_stateBytes; }
+    void remark(std::string_view sentence); // once each
+    void setRemarks(std::vector<std::string> sentences) { m_remarks = std::move(sentences); }
+
+private:
+    struct Hash
+    {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
+
+    std::deque<Output> m_outputs;
+    std::unordered_map<std::string, Output*, Hash, std::equal_to<>> m_byName;
+    std::string m_key;
+    Output* m_recent = nullptr;
+    std::vector<std::string> m_remarks;
+    std::uint64_t m_stateBytes = 0;
+};
+
+// What an imported record's completeness is: what its file claimed, corrected by what really came.
+Completeness withClaim(const Completeness& claimed, const Completeness& counted);
+
+} // namespace recorder
