@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+// Everything the library knows, under one mutex. The network thread (network.h) moves bytes, the callback thread
+// (dispatcher.h) calls the user; callers' threads work on this directly and never wait for either.
+#pragma once
+
+#include "dispatcher.h"
+#include "model.h"
+#include "report.h"
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <unordered_map>
+#include <utility>
+
+namespace qny {
+
+class Network;
+
+struct Options
+{
+    std::string device = "lo";
+    uint16_t port = 5670;
+    std::vector<std::pair<std::string, uint16_t>> peers;
+    uint16_t listenPort = 0;
+    bool multicast = true;
+    std::string hostName;
+    size_t maxMessageBytes = 64 * 1024 * 1024;
+    size_t maxPeerQueueBytes = 256 * 1024 * 1024;
+};
+
+struct Statistics
+{
+    uint64_t publicationsSent = 0;
+    uint64_t publicationsReceived = 0;
+    uint64_t publicationsDropped = 0;
+    uint64_t publicationsLost = 0;
+    uint64_t callsSent = 0;
+    uint64_t callsReceived = 0;
+    uint64_t messagesRefused = 0;
+};
+
+class Core
+{
+public:
+    Core();
+    // Never destroyed: threads of the user may call the library while the process ends.
+    static Core& instance();
+
+    std::mutex mutex;
+    Dispatcher dispatcher;
+
+    // ---- handles (core_agents.cpp) ---------------------------------------------------------------------------------
+    AgentPtr agentOf(qny_agent_t* handle) const;
+    AgentPtr defaultAgent(); // made on first use
+    qny_agent_t* defaultHandle();
+    qny_agent_t* newAgent(std::string_view name, std::string_view family, bool standIn);
+    // Takes the agent off the network and its handle out of use; its callbacks are the caller's to end.
+    void forget(qny_agent_t* handle);
+
+    // ---- presence of our agents (core_agents.cpp) ------------------------------------------------------------------
+    void activate(const AgentPtr& agent);
+    void deactivate(const AgentPtr& agent);
+    // Something that others are shown changed. Told within a few milliseconds, and before anything that follows it.
+    qny_result_t changed(Agent& agent);
+    void tellChanges();
+    void markAllChanged();
+    AgentPtr onlineAgent(const Uuid& uuid) const;
+
+    // ---- outputs, inputs, mappings, monitors (core_traffic.cpp, core_mappings.cpp) ----------------------------------
+    qny_result_t publish(Agent& agent, Output& output, Value value, int64_t time, uint64_t* sequence);
+    void refreshListeners(const Uuid& agent, std::string_view output);
+    void outputAppeared(Agent& agent, Output& output);
+    void addMapping(const AgentPtr& agent, const MappingPtr& mapping);
+    void removeMapping(Agent& agent, const MappingPtr& mapping);
+    void refreshMapping(const MappingPtr& mapping);
+    void refreshMappings(Agent& agent);
+    bool isLive(const Mapping& mapping) const;
+    qny_result_t addMonitor(const Uuid& agent, const CallbackPtr& callback);
+    void removeMonitor(Lock& lock, const Uuid& agent, bool tell);
+
+    // ---- calls (core_calls.cpp)
+    // --------------------------------------------------------------------------------------
+    qny_result_t call(const AgentPtr& from, std::string_view to, std::string_view service,
+        const qny_service_arg_t* arguments, const char* token);
+    qny_result_t requestStop(const AgentPtr& from, std::string_view uuid);
+
+    // ---- streams to peers (core_streams.cpp)
+    // --------------------------------------------------------------------------
+    enum class Room
+    {
+        Always,
+        IfThereIs
+    };
+    // Appends an item to what the peer is sent. False when there was no room for a publication.
+    bool enqueue(const PeerPtr& peer, std::string_view item, Room room = Room::Always);
+    void tellDropped(const PeerPtr& peer);
+    // What a peer asks of us, or this process of itself.
+    void subscribe(const PeerPtr& peer, uint64_t id, Subscription subscription);
+    void unsubscribe(const PeerPtr& peer, uint64_t id);
+    // The items that open the stream to a peer: our agents.
+    void openStream(const PeerPtr& peer);
+
+    // ---- other agents (core_peers.cpp)
+    // -------------------------------------------------------------------------------
+    void peerUp(const PeerPtr& peer);
+    void peerDown(const PeerPtr& peer, bool fellSilent);
+    bool agentChanged(const PeerPtr& peer, AgentRecord record);
+    void agentGone(const PeerPtr& peer, const Uuid& uuid);
+    // Called by the callback thread, in order with everything else that came from the peer.
+    void announce(Lock& lock, const AgentChange& change);
+    std::vector<std::pair<PeerPtr, AgentRecordPtr>> find(std::string_view nameOrUuid) const;
+    AgentRecordPtr recordOf(const Agent& agent) const;
+
+    struct Announced
+    {
+        AgentRecordPtr record;
+        PeerPtr peer;
+    };
+    std::unordered_map<Uuid, Announced, UuidHash> announced; // what the callback thread has told, ours included
+    std::unordered_map<std::string, std::vector<MappingPtr>, TextHash, std::equal_to<>> mappingsTo; // by agent name
+    std::unordered_map<std::string, std::vector<FeedPtr>, TextHash, std::equal_to<>> feeds; // by outputKey()
+    std::unordered_map<uint64_t, FeedPtr> feedsById;
+    std::unordered_map<Uuid, std::shared_ptr<Monitor>, UuidHash> monitors;
+    std::vector<CallbackPtr> agentObservers;
+    std::vector<CallbackPtr> observersToCome; // not yet taken up by the callback thread
+    CallbackPtr stopCallback;
+
+    // ---- the process (core.cpp)
+    // --------------------------------------------------------------------------------------
+    qny_result_t start(const Options& options);
+    void stop();
+    bool started = false;
+    Options options;
+    std::string endpoint;
+    PeerPtr self;
+    std::unordered_map<Uuid, PeerPtr, UuidHash> peers;
+    std::unordered_map<Uuid, Peer*, UuidHash> owners; // which peer carries an agent
+    std::string executable;
+    std::vector<std::string> commandLine;
+    Statistics statistics;
+    Network* network = nullptr;
+    int64_t tellAt = 0; // steadyMilliseconds() at which changes are told at the latest; 0: none
+
+    // Malformed or beyond a bound, from others: counted, and logged without flooding the log.
+    void refuse(const std::string& what);
+
+    void stopAtExit();
+
+private:
+    void addFeed(const MappingPtr& mapping, const Announced& from);
+    void removeFeed(const FeedPtr& feed, bool tell);
+    void dropSubscriptionsOf(const Uuid& agent);
+    void tellAgent(const PeerPtr& peer, const AgentRecord& record);
+    void tellLast(const PeerPtr& peer, uint64_t id, const Uuid& agent, std::string_view name, const Output* output,
+        uint64_t sequence);
+
+    std::mutex m_lifecycle; // one start or stop at a time; taken before `mutex`
+    std::unordered_map<qny_agent_t*, AgentPtr> m_handles;
+    std::unordered_map<Uuid, AgentPtr, UuidHash> m_agents;
+    std::vector<AgentPtr> m_changed;
+    qny_agent_t* m_defaultHandle = nullptr;
+    uintptr_t m_nextHandle = 0x1000;
+    uint64_t m_nextId = 1;
+    int64_t m_refusalsLoggedAt = 0;
+    uint64_t m_refusalsUnlogged = 0;
+    int m_ownerProcess = 0;
+};
+
+// The definition of an agent as JSON (definition.cpp).
+std::string definitionText(const Agent& agent);
+// Fills in family and outputs of a record from its definition. Says what is wrong with it, or nothing.
+std::string readDefinition(std::string_view json, AgentRecord& into);
+qny_result_t loadDefinition(std::string_view json, Agent& into, std::vector<std::string>& newOutputs);
+
+} // namespace qny

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+// Other processes and their agents, as the network thread learns of them. What the user is told of them goes through
+// the callback thread, in order with what they published and called.
+#include "core.h"
+
+namespace qny {
+
+namespace {
+
+// The record as others of its peer's agents are shown: with what the peer said of its process.
+void describePeer(AgentRecord& record, const Peer& peer)
+{
+    record.uuidText = toText(record.uuid);
+    record.peerUuid = peer.uuidText;
+    record.hostName = peer.hostName;
+    record.address = peer.address;
+    record.processId = peer.processId;
+    record.ofThisProcess = peer.isSelf;
+    if (!record.standIn) {
+        record.executable = peer.executable;
+        record.arguments = peer.arguments;
+    }
+}
+
+void put(Peer& peer, const AgentRecordPtr& record)
+{
+    auto table = std::make_shared<AgentTable>(*peer.agents);
+    (*table)[record->uuid] = record;
+    peer.agents = std::move(table);
+}
+
+} // namespace
+
+void Core::peerUp(const PeerPtr& peer)
+{
+    peer->up = true;
+    for (const auto& [uuid, record] : *peer->agents) {
+        dispatcher.push(AgentChange { QNY_AGENT_ENTERED, record, peer });
+    }
+}
+
+void Core::peerDown(const PeerPtr& pointer, bool fellSilent)
+{
+    const PeerPtr peer = pointer;
+    for (const auto& [uuid, record] : *peer->agents) {
+        owners.erase(uuid);
+        if (peer->up) {
+            dispatcher.push(AgentChange { QNY_AGENT_EXITED, record, peer, fellSilent });
+        }
+    }
+    peer->agents = std::make_shared<AgentTable>();
+    peer->up = false;
+    peer->open = false;
+    peer->pieces.clear();
+    peer->queuedBytes = 0;
+    peer->dropped.clear();
+    const auto subscriptions = std::exchange(peer->subscriptions, {});
+    peer->byAgent.clear();
+    peer->byOutput.clear();
+    peers.erase(peer->uuid);
+    for (const auto& [id, subscription] : subscriptions) {
+        if (!subscription.all) {
+            refreshListeners(subscription.agent, subscription.output);
+        } else if (const AgentPtr agent = onlineAgent(subscription.agent)) {
+            for (const auto& output : agent->outputs) {
+                refreshListeners(subscription.agent, output->name);
+            }
+        }
+    }
+}
+
+bool Core::agentChanged(const PeerPtr& peer, AgentRecord record)
+{
+    const auto owner = owners.find(record.uuid);
+    if (owner != owners.end() && owner->second != peer.get()) {
+        return false;
+    }
+    if (!peer->isSelf
+        && (onlineAgent(record.uuid) || (owner == owners.end() && peer->agents->size() >= wire::maxAgentsPerPeer))) {
+        return false;
+    }
+    describePeer(record, *peer);
+    const auto known = std::make_shared<const AgentRecord>(std::move(record));
+    const auto it = peer->agents->find(known->uuid);
+    const AgentRecordPtr before = it == peer->agents->end() ? nullptr : it->second;
+    owners[known->uuid] = peer.get();
+    put(*peer, known);
+    if (!peer->up) {
+        return true;
+    }
+    if (before && before->name == known->name) {
+        if (before->definition != known->definition || before->stoppable != known->stoppable) {
+            dispatcher.push(AgentChange { QNY_AGENT_UPDATED, known, peer });
+        }
+        return true;
+    }
+    if (before) {
+        dispatcher.push(AgentChange { QNY_AGENT_EXITED, before, peer });
+    }
+    dispatcher.push(AgentChange { QNY_AGENT_ENTERED, known, peer });
+    return true;
+}
+
+void Core::agentGone(const PeerPtr& peer, const Uuid& uuid)
+{
+    const auto it = peer->agents->find(uuid);
+    if (it == peer->agents->end()) {
+        return;
+    }
+    const AgentRecordPtr record = it->second;
+    auto table = std::make_shared<AgentTable>(*peer->agents);
+    table->erase(uuid);
+    peer->agents = std::move(table);
+    owners.erase(uuid);
+    if (peer->up) {
+        dispatcher.push(AgentChange { QNY_AGENT_EXITED, record, peer });
+    }
+}
+
+std::vector<std::pair<PeerPtr, AgentRecordPtr>> Core::find(std::string_view nameOrUuid) const
+{
+    std::vector<std::pair<PeerPtr, AgentRecordPtr>> found;
+    const auto look = [&](const PeerPtr& peer, auto&& fits) {
+        if (peer->up) {
+            for (const auto& [uuid, record] : *peer->agents) {
+                if (fits(*record)) {
+                    found.emplace_back(peer, record);
+                }
+            }
+        }
+    };
+    const auto lookEverywhere = [&](auto&& fits) {
+        look(self, fits);
+        for (const auto& [uuid, peer] : peers) {
+            look(peer, fits);
+        }
+    };
+    if (const auto uuid = uuidFromText(nameOrUuid)) {
+        lookEverywhere([&](const AgentRecord& record) { return record.uuid == *uuid; });
+    }
+    if (found.empty()) {
+        lookEverywhere([&](const AgentRecord& record) { return record.name == nameOrUuid; });
+    }
+    return found;
+}
+
+} // namespace qny

@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: Apache-2.0
+// What goes to other peers: one stream of items each, in the order in which they were made; and what they ask of us.
+#include "core.h"
+
+#include "network.h"
+
+#include <algorithm>
+
+namespace qny {
+
+bool Core::enqueue(const PeerPtr& peer, std::string_view item, Room room)
+{
+    if (peer->isSelf) {
+        if (room == Room::IfThereIs && peer->queuedBytes + item.size() > options.maxPeerQueueBytes) {
+            return false;
+        }
+        peer->queuedBytes += item.size();
+        dispatcher.pushOwn(peer, peer->agents, item);
+        return true;
+    }
+    if (!peer->open) {
+        // Its stream begins with all that we have, once it is open.
+        return true;
+    }
+    if (room == Room::IfThereIs) {
+        if (peer->queuedBytes + item.size() > options.maxPeerQueueBytes
+            || item.size() > peer->maxMessageBytes + wire::itemSlackBytes) {
+            return false;
+        }
+        if (!peer->dropped.empty()) {
+            tellDropped(peer);
+        }
+    }
+    peer->queuedBytes += item.size();
+    while (!item.empty()) {
+        // Small items share a piece, large ones are cut.
+        const bool startsNew = peer->pieces.empty()
+            || peer->pieces.back().size() + item.size() > wire::dataHeaderBytes + wire::batchBytes;
+        if (startsNew) {
+            peer->pieces.emplace_back();
+            peer->pieces.back().reserve(std::min(item.size(), wire::pieceBytes) + wire::dataHeaderBytes + 256);
+            peer->pieces.back().append(wire::dataHeaderBytes, '\0');
+        }
+        const size_t taken = std::min(item.size(), wire::pieceBytes);
+        peer->pieces.back().append(item.substr(0, taken));
+        item.remove_prefix(taken);
+    }
+    network->wake();
+    return true;
+}
+
+void Core::tellDropped(const PeerPtr& peer)
+{
+    // Told with some room to spare, so that a queue at its limit does not fill with such notes.
+    if (peer->queuedBytes > options.maxPeerQueueBytes / 2) {
+        return;
+    }
+    const auto dropped = std::exchange(peer->dropped, {});
+    for (const auto& [key, sequence] : dropped) {
+        std::string text;
+        {
+            wire::Item item(text, wire::ItemKind::Gap);
+            item->number(static_cast<uint8_t>(key.size() - sizeof(Uuid)));
+            item->bytes(key);
+            item->number(sequence);
+        }
+        enqueue(peer, text);
+    }
+}
+
+void Core::tellLast(
+    const PeerPtr& peer, uint64_t id, const Uuid& agent, std::string_view name, const Output* output, uint64_t sequence)
+{
+    std::string text;
+    {
+        wire::Item item(text, wire::ItemKind::Last, 64 + name.size() + (output ? output->value.size() : 0));
+        const bool hasValue = output && output->hasValue;
+        item->number(id);
+        item->uuid(agent);
+        item->number(static_cast<uint8_t>((output ? wire::lastOutputExists : 0) | (hasValue ? wire::lastHasValue : 0)));
+        item->number(static_cast<uint8_t>(output ? output->type : QNY_UNKNOWN_T));
+        item->number(sequence);
+        item->number(output ? output->valueTime : int64_t { 0 });
+        item->name(name);
+        if (hasValue) {
+            item->bytes(output->value);
+        }
+    }
+    enqueue(peer, text);
+}
+
+void Core::subscribe(const PeerPtr& peer, uint64_t id, Subscription wanted)
+{
+    const AgentPtr agent = onlineAgent(wanted.agent);
+    if (!agent || peer->subscriptions.contains(id)) {
+        return;
+    }
+    if (peer->subscriptions.size() >= wire::maxSubscriptionsPerPeer && !peer->isSelf) {
+        refuse("peer " + peer->uuidText + " subscribes to more than " + std::to_string(wire::maxSubscriptionsPerPeer)
+            + " outputs");
+        return;
+    }
+    if (wanted.all) {
+        peer->byAgent[wanted.agent].push_back(id);
+        for (const auto& output : agent->outputs) {
+            refreshListeners(wanted.agent, output->name);
+            tellLast(peer, id, wanted.agent, output->name, output.get(), output->sequence);
+        }
+    } else {
+        peer->byOutput[outputKey(wanted.agent, wanted.output)].push_back(id);
+        refreshListeners(wanted.agent, wanted.output);
+        const Output* output = agent->outputs.find(wanted.output);
+        uint64_t sequence = output ? output->sequence : 0;
+        if (const auto retired = agent->retiredSequences.find(wanted.output);
+            !output && retired != agent->retiredSequences.end()) {
+            sequence = retired->second;
+        }
+        tellLast(peer, id, wanted.agent, wanted.output, output, sequence);
+    }
+    peer->subscriptions.emplace(id, std::move(wanted));
+}
+
+void Core::unsubscribe(const PeerPtr& peer, uint64_t id)
+{
+    const auto it = peer->subscriptions.find(id);
+    if (it == peer->subscriptions.end()) {
+        return;
+    }
+    const Subscription subscription = std::move(it->second);
+    peer->subscriptions.erase(it);
+    if (subscription.all) {
+        auto& ids = peer->byAgent[subscription.agent];
+        std::erase(ids, id);
+        if (ids.empty()) {
+            peer->byAgent.erase(subscription.agent);
+        }
+        if (const AgentPtr agent = onlineAgent(subscription.agent)) {
+            for (const auto& output : agent->outputs) {
+                refreshListeners(subscription.agent, output->name);
+            }
+        }
+        return;
+    }
+    const std::string key = outputKey(subscription.agent, subscription.output);
+    auto& ids = peer->byOutput[key];
+    std::erase(ids, id);
+    if (ids.empty()) {
+        peer->byOutput.erase(key);
+    }
+    refreshListeners(subscription.agent, subscription.output);
+}
+
+void Core::dropSubscriptionsOf(const Uuid& agent)
+{
+    const auto dropFrom = [this, &agent](const PeerPtr& peer) {
+        std::vector<uint64_t> ids;
+        for (const auto& [id, subscription] : peer->subscriptions) {
+            if (subscription.agent == agent) {
+                ids.push_back(id);
+            }
+        }
+        for (const uint64_t id : ids) {
+            unsubscribe(peer, id);
+        }
+        std::erase_if(
+            peer->dropped, [&agent](const auto& each) { return each.first.starts_with(outputKey(agent, {})); });
+    };
+    dropFrom(self);
+    for (const auto& [uuid, peer] : peers) {
+        dropFrom(peer);
+    }
+    const auto it = m_agents.find(agent);
+    if (it != m_agents.end()) {
+        for (const auto& output : it->second->outputs) {
+            output->listeners.clear();
+        }
+    }
+}
+
+void Core::refreshListeners(const Uuid& uuid, std::string_view name)
+{
+    const AgentPtr agent = onlineAgent(uuid);
+    Output* output = agent ? agent->outputs.find(name) : nullptr;
+    if (!output) {
+        return;
+    }
+    const std::string key = outputKey(uuid, name);
+    const auto wants = [&](const Peer& peer) { return peer.byOutput.contains(key) || peer.byAgent.contains(uuid); };
+    output->listeners.clear();
+    if (wants(*self)) {
+        output->listeners.push_back(self);
+    }
+    for (const auto& [peerUuid, peer] : peers) {
+        if (wants(*peer)) {
+            output->listeners.push_back(peer);
+        }
+    }
+}
+
+void Core::outputAppeared(Agent& agent, Output& output)
+{
+    if (!agent.online) {
+        return;
+    }
+    refreshListeners(agent.uuid, output.name);
+    tellChanges();
+    const std::string key = outputKey(agent.uuid, output.name);
+    for (const PeerPtr& peer : output.listeners) {
+        if (const auto it = peer->byOutput.find(key); it != peer->byOutput.end()) {
+            for (const uint64_t id : it->second) {
+                tellLast(peer, id, agent.uuid, output.name, &output, output.sequence);
+            }
+        }
+        if (const auto it = peer->byAgent.find(agent.uuid); it != peer->byAgent.end()) {
+            for (const uint64_t id : it->second) {
+                tellLast(peer, id, agent.uuid, output.name, &output, output.sequence);
+            }
+        }
+    }
+}
+
+qny_result_t Core::publish(Agent& agent, Output& output, Value value, int64_t time, uint64_t* sequence)
+{
+    if (value.bytes.size() > options.maxMessageBytes) {
+        return fail(QNY_ERROR_TOO_LARGE,
+            "A publication of " + std::to_string(value.bytes.size()) + " bytes is beyond max_message_bytes ("
+                + std::to_string(options.maxMessageBytes) + ").");
+    }
+    if (time == 0) {
+        time = nowMicroseconds();
+    }
+    ++output.sequence;
+    if (sequence) {
+        *sequence = output.sequence;
+    }
+    output.hasValue = true;
+    output.value.swap(value.bytes);
+    output.valueTime = time;
+    if (!agent.online || output.listeners.empty()) {
+        return QNY_SUCCESS;
+    }
+    tellChanges();
+    static thread_local std::string text;
+    text.clear();
+    {
+        wire::Item item(text, wire::ItemKind::Publication, 64 + output.name.size() + output.value.size());
+        item->number(static_cast<uint8_t>(output.name.size()));
+        item->uuid(agent.uuid);
+        item->bytes(output.name);
+        item->number(static_cast<uint8_t>(output.type));
+        item->number(output.sequence);
+        item->number(time);
+        item->bytes(output.value);
+    }
+    for (const PeerPtr& peer : output.listeners) {
+        if (enqueue(peer, text, Room::IfThereIs)) {
+            ++statistics.publicationsSent;
+        } else {
+            ++statistics.publicationsDropped;
+            peer->dropped[outputKey(agent.uuid, output.name)] = output.sequence;
+        }
+    }
+    if (text.capacity() > wire::pieceBytes) {
+        text = {};
+    }
+    return QNY_SUCCESS;
+}
+
+} // namespace qny

@@ -1,0 +1,298 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "link.h"
+
+#include "core.h"
+#include "network.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace qny {
+
+namespace {
+
+// After so many refused connections in a row the process at the other end is held to have ended.
+constexpr int refusalsOfTheDead = 2;
+constexpr int reconnectMilliseconds = 100;
+
+std::string monitorName(const void* link)
+{
+    return "inproc://monitor-" + std::to_string(reinterpret_cast<uintptr_t>(link)) + "-"
+        + std::to_string(randomNumber());
+}
+
+// A piece is handed to the socket without another copy; the message owns it from then on.
+zmq::message_t toMessage(std::string text)
+{
+    if (text.size() <= 2048) {
+        return zmq::message_t(text);
+    }
+    auto* owned = new std::string(std::move(text));
+    return zmq::message_t(
+        owned->data(), owned->size(), [](void*, void* hint) { delete static_cast<std::string*>(hint); }, owned);
+}
+
+} // namespace
+
+std::string helloPayload(const Peer& self)
+{
+    std::string text;
+    wire::Writer writer(text);
+    writer.number(static_cast<uint64_t>(self.maxMessageBytes));
+    writer.number(self.processId);
+    writer.name(self.hostName);
+    writer.text(self.executable);
+    writer.number(static_cast<uint16_t>(self.arguments.size()));
+    for (const std::string& argument : self.arguments) {
+        writer.text(argument);
+    }
+    return text;
+}
+
+std::string readHello(std::string_view payload, Peer& into)
+{
+    wire::Reader reader(payload);
+    into.maxMessageBytes = reader.number<uint64_t>();
+    into.processId = reader.number<int64_t>();
+    into.hostName = reader.name();
+    into.executable = reader.text();
+    const auto count = reader.number<uint16_t>();
+    if (payload.size() > wire::maxCommandLineBytes + 64 * 1024 || count > wire::maxCommandLineArguments) {
+        return "a command line beyond the bound";
+    }
+    for (size_t i = 0; i < count && reader.ok(); ++i) {
+        into.arguments.emplace_back(reader.text());
+    }
+    // What follows is left to later versions.
+    if (!reader.ok()) {
+        return "a hello that is too short";
+    }
+    const auto sound = [](const std::string& text) { return isUtf8(text) && text.find('\0') == std::string::npos; };
+    if (!sound(into.hostName) || !sound(into.executable) || !std::ranges::all_of(into.arguments, sound)) {
+        return "a hello with texts that are not UTF-8";
+    }
+    return {};
+}
+
+Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const Uuid& uuid, std::string address,
+    uint16_t port, const std::string& sourceAddress)
+    : session(std::max<uint64_t>(randomNumber(), 1))
+    , m_core(core)
+    , m_identity(identity)
+    , m_peer(std::make_shared<Peer>())
+    , m_address(std::move(address))
+    , m_port(port)
+    , m_socket(context, zmq::socket_type::dealer)
+    , m_monitor(context, zmq::socket_type::pair)
+{
+    m_peer->uuid = uuid;
+    m_peer->uuidText = toText(uuid);
+    m_peer->address = m_address;
+    lastHeard = steadyMilliseconds();
+
+    const std::string monitorEndpoint = monitorName(this);
+    if (zmq_socket_monitor(
+            m_socket.handle(), monitorEndpoint.c_str(), ZMQ_EVENT_CONNECTED | ZMQ_EVENT_CLOSED | ZMQ_EVENT_DISCONNECTED)
+        == 0) {
+        m_monitor.set(zmq::sockopt::linger, 0);
+        m_monitor.connect(monitorEndpoint);
+    }
+    // Nothing is queued for a connection that does not stand; the stream is kept here and sent again where it got lost.
+    m_socket.set(zmq::sockopt::immediate, true);
+    m_socket.set(zmq::sockopt::linger, 0);
+    m_socket.set(zmq::sockopt::sndhwm, 256);
+    m_socket.set(zmq::sockopt::reconnect_ivl, reconnectMilliseconds);
+    m_socket.set(zmq::sockopt::handshake_ivl, QNY_PRESENCE_BOUND_MS);
+    m_socket.set(zmq::sockopt::heartbeat_ivl, 1000);
+    m_socket.set(zmq::sockopt::heartbeat_timeout, QNY_PRESENCE_BOUND_MS);
+    const bool ipv6 = m_address.find(':') != std::string::npos;
+    m_socket.set(zmq::sockopt::ipv6, ipv6);
+    const std::string destination = (ipv6 ? "[" + m_address + "]" : m_address) + ":" + std::to_string(port);
+    // From the address where we listen: the other side finds the way back by it.
+    const bool sourceFits = !sourceAddress.empty() && (sourceAddress.find(':') != std::string::npos) == ipv6;
+    const std::string source = sourceFits ? (ipv6 ? "[" + sourceAddress + "]:0;" : sourceAddress + ":0;") : "";
+    m_socket.connect("tcp://" + source + destination);
+}
+
+Link::~Link() = default;
+
+bool Link::sendMessage(zmq::message_t& message)
+{
+    try {
+        if (m_socket.send(message, zmq::send_flags::dontwait)) {
+            return true;
+        }
+    } catch (const zmq::error_t& error) {
+        logDebug("a message to peer " + m_peer->uuidText + " could not be sent: " + error.what());
+    }
+    m_blocked = true;
+    return false;
+}
+
+bool Link::send(wire::MessageType type, std::string_view payload)
+{
+    std::string text;
+    text.reserve(wire::headerBytes + payload.size());
+    wire::write(text,
+        { .type = type,
+            .port = m_identity.port,
+            .sender = m_identity.uuid,
+            .senderSession = session,
+            .receiverSession = theirSession });
+    text += payload;
+    zmq::message_t message(text);
+    return sendMessage(message);
+}
+
+bool Link::sendHello(int64_t now)
+{
+    // Again until it is answered; more slowly as it grows old.
+    helloDue = now + (now - lastHeard < 1000 ? 100 : 500);
+    return send(wire::MessageType::Hello, m_identity.hello);
+}
+
+bool Link::sendState(int64_t now)
+{
+    uint64_t consumed = 0;
+    {
+        const std::lock_guard lock(m_core.mutex);
+        consumed = m_peer->consumedPieces;
+        m_peer->consumedBytesTold = m_peer->consumedBytes;
+    }
+    std::string payload;
+    wire::Writer writer(payload);
+    const uint64_t lastSent = m_sent.empty() ? m_lastNumber : m_sent.front().number + m_next - 1;
+    writer.number(lastSent);
+    writer.number(received);
+    writer.number(consumed);
+    if (!send(wire::MessageType::State, payload)) {
+        return false;
+    }
+    receivedBytesTold = receivedBytes;
+    stateDue = now + 500;
+    stateWanted = false;
+    return true;
+}
+
+bool Link::sendResend()
+{
+    std::string payload;
+    wire::Writer(payload).number(received + 1);
+    if (!send(wire::MessageType::Resend, payload)) {
+        return false;
+    }
+    resendWanted = false;
+    return true;
+}
+
+bool Link::sendGoodbye()
+{
+    return send(wire::MessageType::Goodbye);
+}
+
+void Link::sendStream()
+{
+    while (!m_blocked) {
+        if (m_next < m_sent.size()) {
+            zmq::message_t copy;
+            copy.copy(m_sent[m_next].message);
+            if (!sendMessage(copy)) {
+                return;
+            }
+            ++m_next;
+            continue;
+        }
+        if (m_inFlight >= Network::windowBytes) {
+            return;
+        }
+        std::string text;
+        {
+            const std::lock_guard lock(m_core.mutex);
+            if (m_peer->pieces.empty()) {
+                return;
+            }
+            text = std::move(m_peer->pieces.front());
+            m_peer->pieces.pop_front();
+            m_peer->queuedBytes -= text.size() - wire::dataHeaderBytes;
+            if (!m_peer->dropped.empty()) {
+                m_core.tellDropped(m_peer);
+            }
+        }
+        Piece piece;
+        piece.number = ++m_lastNumber;
+        piece.bytes = text.size();
+        std::string header;
+        wire::write(header,
+            { .type = wire::MessageType::Data,
+                .port = m_identity.port,
+                .sender = m_identity.uuid,
+                .senderSession = session,
+                .receiverSession = theirSession });
+        wire::Writer(header).number(piece.number);
+        text.replace(0, wire::dataHeaderBytes, header);
+        m_inFlight += piece.bytes;
+        piece.message = toMessage(std::move(text));
+        m_sent.push_back(std::move(piece));
+    }
+}
+
+bool Link::noteProgress(uint64_t theirReceived, uint64_t theirConsumed)
+{
+    if (theirConsumed > theirReceived || theirReceived > m_lastNumber) {
+        return false;
+    }
+    m_theirReceived = std::max(m_theirReceived, theirReceived);
+    while (!m_sent.empty() && m_sent.front().number <= theirConsumed) {
+        m_inFlight -= m_sent.front().bytes;
+        m_sent.pop_front();
+        if (m_next > 0) {
+            --m_next;
+        }
+    }
+    return true;
+}
+
+bool Link::resendFrom(uint64_t number)
+{
+    if (number > m_lastNumber) {
+        return number == m_lastNumber + 1;
+    }
+    if (m_sent.empty() || number < m_sent.front().number) {
+        return false;
+    }
+    m_next = std::min<size_t>(m_next, number - m_sent.front().number);
+    return true;
+}
+
+bool Link::endSeen()
+{
+    zmq::message_t event;
+    while (true) {
+        try {
+            if (!m_monitor.recv(event, zmq::recv_flags::dontwait)) {
+                break;
+            }
+        } catch (const zmq::error_t&) {
+            break;
+        }
+        uint16_t kind = 0;
+        if (event.size() >= sizeof kind) {
+            std::memcpy(&kind, event.data(), sizeof kind);
+            if (kind == ZMQ_EVENT_CONNECTED) {
+                m_connectedOnce = true;
+                m_refusals = 0;
+            } else if (kind == ZMQ_EVENT_CLOSED && m_connectedOnce) {
+                ++m_refusals;
+            }
+        }
+        // The second part names the endpoint, which we know.
+        while (event.more()) {
+            if (!m_monitor.recv(event, zmq::recv_flags::dontwait)) {
+                break;
+            }
+        }
+    }
+    return m_refusals >= refusalsOfTheDead;
+}
+
+} // namespace qny

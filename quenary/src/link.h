@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: Apache-2.0
+// The link to one peer: its socket, the handshake, and the numbered stream in each direction. Network thread only; what
+// callers' threads need of a peer is in Peer.
+#pragma once
+
+#include "model.h"
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <zmq.hpp>
+
+namespace qny {
+
+class Core;
+
+// What a Hello tells of this process.
+struct Identity
+{
+    Uuid uuid {};
+    uint16_t port = 0;
+    std::string hello; // payload, the same for everybody
+};
+
+std::string helloPayload(const Peer& self);
+// Says what is wrong with it, or nothing.
+std::string readHello(std::string_view payload, Peer& into);
+
+class Link
+{
+public:
+    Link(Core& core, zmq::context_t& context, const Identity& identity, const Uuid& uuid, std::string address,
+        uint16_t port, const std::string& sourceAddress);
+    ~Link();
+    Link(const Link&) = delete;
+    Link& operator=(const Link&) = delete;
+
+    const PeerPtr& peer() const { return m_peer; }
+    zmq::socket_t& socket() { return m_socket; }
+    zmq::socket_t& monitor() { return m_monitor; }
+    uint16_t port() const { return m_port; }
+    const std::string& address() const { return m_address; }
+
+    // ---- handshake -------------------------------------------------------------------------------------------------
+    uint64_t session = 0; // ours, of this link
+    uint64_t theirSession = 0; // 0 until their Hello
+    bool acknowledged = false; // they know our session
+    bool isOpen() const { return theirSession != 0 && acknowledged; }
+    bool readyReceived = false;
+    bool readyAcknowledged = false;
+    int64_t lastHeard = 0;
+
+    // ---- sending ---------------------------------------------------------------------------------------------------
+    // False when the socket takes nothing now: try again when it is writable.
+    bool sendHello(int64_t now);
+    bool sendState(int64_t now);
+    bool sendResend();
+    bool sendGoodbye();
+    // As much of the stream as window and socket take.
+    void sendStream();
+    bool isBlocked() const { return m_blocked; }
+    void unblock() { m_blocked = false; }
+    bool hasUnsent() const { return m_next < m_sent.size(); }
+    int64_t helloDue = 0;
+    int64_t stateDue = 0;
+    bool stateWanted = false; // at the next opportunity
+
+    // ---- the stream to them ----------------------------------------------------------------------------------------
+    // What they say of what they have got. False: it cannot be.
+    bool noteProgress(uint64_t received, uint64_t consumed);
+    bool resendFrom(uint64_t number);
+
+    // ---- the stream from them --------------------------------------------------------------------------------------
+    uint64_t received = 0; // number of the last piece that came in order
+    uint64_t receivedBytes = 0;
+    uint64_t receivedBytesTold = 0;
+    bool resendWanted = false;
+    std::string partial; // an item that is not whole yet
+
+    // The other end's socket is closed and nobody listens there any more: its process has ended.
+    bool endSeen();
+
+private:
+    bool send(wire::MessageType type, std::string_view payload = {});
+    bool sendMessage(zmq::message_t& message);
+
+    struct Piece
+    {
+        uint64_t number = 0;
+        size_t bytes = 0;
+        zmq::message_t message;
+    };
+
+    Core& m_core;
+    const Identity& m_identity;
+    PeerPtr m_peer;
+    std::string m_address;
+    uint16_t m_port;
+    zmq::socket_t m_socket;
+    zmq::socket_t m_monitor;
+    bool m_blocked = false;
+    bool m_connectedOnce = false;
+    int m_refusals = 0;
+    // Pieces that were taken from the queue and are not consumed by the other side yet.
+    std::deque<Piece> m_sent;
+    size_t m_next = 0; // index in m_sent of the first that is to be sent (again)
+    uint64_t m_lastNumber = 0;
+    uint64_t m_theirReceived = 0;
+    size_t m_inFlight = 0;
+};
+
+} // namespace qny

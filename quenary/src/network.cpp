@@ -1,0 +1,383 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "network.h"
+
+#include "core.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace qny {
+
+namespace {
+
+// A peer of which nothing is heard for so long is gone. Below QNY_PRESENCE_BOUND_MS, which is what users are promised.
+constexpr int64_t silenceMilliseconds = 4000;
+constexpr int64_t beaconMilliseconds = 1000;
+constexpr int64_t probeMilliseconds = 1000;
+// This thread itself stood still (a stopped process, a sleeping machine): the others are given time to be heard.
+constexpr int64_t standstillMilliseconds = 1500;
+constexpr int64_t farewellMilliseconds = 500;
+constexpr int messagesAtOnce = 256;
+
+std::string inBrackets(const std::string& host)
+{
+    return host.find(':') != std::string::npos && host.front() != '[' ? "[" + host + "]" : host;
+}
+
+} // namespace
+
+Network::Network(Core& core)
+    : m_core(core)
+    , m_inbox(m_context, zmq::socket_type::router)
+{
+}
+
+Network::~Network()
+{
+    m_explicit.clear();
+    m_links.clear();
+    m_inbox.close();
+    m_context.close();
+    if (m_wakeFd >= 0) {
+        ::close(m_wakeFd);
+    }
+}
+
+std::string Network::endpoint() const
+{
+    return "tcp://" + inBrackets(m_device.address) + ":" + std::to_string(m_port);
+}
+
+qny_result_t Network::open(const Options& options)
+{
+    if (const qny_result_t result = findDevice(options.device, m_device); result != QNY_SUCCESS) {
+        return result;
+    }
+    m_wakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (m_wakeFd < 0) {
+        return fail(
+            QNY_ERROR_SYSTEM, std::string("The network thread cannot be set up: ") + std::strerror(errno) + ".");
+    }
+    if (const qny_result_t result = bindInbox(options); result != QNY_SUCCESS) {
+        return result;
+    }
+    if (options.multicast && m_device.ipv6) {
+        logInfo("the device " + m_device.name
+            + " was named by an IPv6 address: peers are not discovered, only those named in `peers` are tried");
+    } else if (options.multicast) {
+        if (const qny_result_t result = m_discovery.open(m_device, options.port); result != QNY_SUCCESS) {
+            return result;
+        }
+    }
+    for (const auto& [host, port] : options.peers) {
+        zmq::socket_t socket(m_context, zmq::socket_type::dealer);
+        socket.set(zmq::sockopt::immediate, true);
+        socket.set(zmq::sockopt::linger, 0);
+        socket.set(zmq::sockopt::sndhwm, 1);
+        socket.set(zmq::sockopt::reconnect_ivl, 250);
+        socket.set(zmq::sockopt::reconnect_ivl_max, 2000);
+        const bool ipv6 = host.find(':') != std::string::npos;
+        socket.set(zmq::sockopt::ipv6, ipv6);
+        const std::string source = ipv6 == m_device.ipv6 ? inBrackets(m_device.address) + ":0;" : "";
+        const std::string destination = "tcp://" + source + inBrackets(host) + ":" + std::to_string(port);
+        try {
+            socket.connect(destination);
+        } catch (const zmq::error_t& error) {
+            return fail(QNY_ERROR_ARGUMENT,
+                "The peer " + host + ":" + std::to_string(port) + " cannot be tried: " + error.what() + ".");
+        }
+        m_explicit.push_back({ destination, std::move(socket) });
+    }
+    return QNY_SUCCESS;
+}
+
+qny_result_t Network::bindInbox(const Options& options)
+{
+    m_inbox.set(zmq::sockopt::linger, 0);
+    // Presence must get through whatever a stranger does: the mark is high, and our own windows bound what peers may
+    // send.
+    m_inbox.set(zmq::sockopt::rcvhwm, 4096);
+    m_inbox.set(zmq::sockopt::maxmsgsize, static_cast<int64_t>(wire::maxMessageBytes));
+    m_inbox.set(zmq::sockopt::handshake_ivl, QNY_PRESENCE_BOUND_MS);
+    m_inbox.set(zmq::sockopt::heartbeat_ivl, 1000);
+    m_inbox.set(zmq::sockopt::heartbeat_timeout, QNY_PRESENCE_BOUND_MS);
+    m_inbox.set(zmq::sockopt::ipv6, m_device.ipv6);
+    const std::string wanted = "tcp://" + inBrackets(m_device.address) + ":"
+        + (options.listenPort ? std::to_string(options.listenPort) : "*");
+    try {
+        m_inbox.bind(wanted);
+    } catch (const zmq::error_t& error) {
+        if (error.num() == EADDRINUSE) {
+            return fail(QNY_ERROR_PORT_IN_USE,
+                "Another program holds the TCP port " + std::to_string(options.listenPort) + " on " + m_device.address
+                    + "; choose another listen_port, or 0 for any free one.");
+        }
+        return fail(QNY_ERROR_SYSTEM, "This peer cannot listen on " + wanted + ": " + error.what() + ".");
+    }
+    const std::string bound = m_inbox.get(zmq::sockopt::last_endpoint);
+    m_port = static_cast<uint16_t>(std::strtoul(bound.c_str() + bound.rfind(':') + 1, nullptr, 10));
+    return QNY_SUCCESS;
+}
+
+void Network::run()
+{
+    {
+        const std::lock_guard lock(m_core.mutex);
+        m_identity.uuid = m_core.self->uuid;
+        m_identity.port = m_port;
+        m_identity.hello = helloPayload(*m_core.self);
+    }
+    m_thread = std::thread([this] { loop(); });
+}
+
+void Network::stop()
+{
+    m_stopping = true;
+    wake();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+void Network::wake()
+{
+    if (m_woken.exchange(true)) {
+        return;
+    }
+    const uint64_t one = 1;
+    if (write(m_wakeFd, &one, sizeof one) < 0) {
+        logDebug("the network thread could not be woken");
+    }
+}
+
+void Network::loop()
+{
+    pthread_setname_np(pthread_self(), "quenary-net");
+    m_lastTick = steadyMilliseconds();
+    while (!m_stopping) {
+        try {
+            int64_t now = steadyMilliseconds();
+            tick(now);
+            int64_t next = now + 100;
+            {
+                const std::lock_guard lock(m_core.mutex);
+                if (m_core.tellAt != 0) {
+                    next = std::min(next, m_core.tellAt);
+                }
+            }
+            wait(std::max<int64_t>(next - now, 0));
+        } catch (const zmq::error_t& error) {
+            // Nothing that comes from outside may end the thread.
+            logError(std::string("the network thread: ") + error.what());
+        }
+    }
+    try {
+        leave();
+    } catch (const zmq::error_t& error) {
+        logError(std::string("leaving the network: ") + error.what());
+    }
+}
+
+void Network::wait(int64_t timeout)
+{
+    std::vector<zmq::pollitem_t> items;
+    items.push_back({ m_inbox.handle(), 0, ZMQ_POLLIN, 0 });
+    items.push_back({ nullptr, m_wakeFd, ZMQ_POLLIN, 0 });
+    if (m_discovery.isOpen()) {
+        items.push_back({ nullptr, m_discovery.fd(), ZMQ_POLLIN, 0 });
+    }
+    std::vector<Link*> links;
+    const size_t firstLink = items.size();
+    for (const auto& [uuid, link] : m_links) {
+        links.push_back(link.get());
+        items.push_back({ link->monitor().handle(), 0, ZMQ_POLLIN, 0 });
+        items.push_back({ link->socket().handle(), 0, static_cast<short>(link->isBlocked() ? ZMQ_POLLOUT : 0), 0 });
+    }
+    zmq::poll(items.data(), items.size(), std::chrono::milliseconds(timeout));
+    if (items[1].revents & ZMQ_POLLIN) {
+        uint64_t count = 0;
+        m_woken = false;
+        if (read(m_wakeFd, &count, sizeof count) < 0 && errno != EAGAIN) {
+            logDebug("the network thread's wake-up cannot be read");
+        }
+        m_woken = false;
+    }
+    std::vector<Uuid> ended;
+    for (size_t i = 0; i < links.size(); ++i) {
+        if (items[firstLink + 2 * i + 1].revents & ZMQ_POLLOUT) {
+            links[i]->unblock();
+        }
+        if ((items[firstLink + 2 * i].revents & ZMQ_POLLIN) && links[i]->endSeen()) {
+            ended.push_back(links[i]->peer()->uuid);
+        }
+    }
+    // What the dead sent last is read before they are declared so.
+    receive();
+    for (const Uuid& uuid : ended) {
+        drop(uuid, "its process has ended", true);
+    }
+    if (m_discovery.isOpen()) {
+        receiveBeacons();
+    }
+}
+
+void Network::tick(int64_t now)
+{
+    {
+        const std::lock_guard lock(m_core.mutex);
+        if (m_core.tellAt != 0 && m_core.tellAt <= now && m_core.started) {
+            m_core.tellChanges();
+        }
+    }
+    if (now - m_lastTick > standstillMilliseconds) {
+        for (const auto& [uuid, link] : m_links) {
+            link->lastHeard = now;
+        }
+    }
+    m_lastTick = now;
+    std::vector<Uuid> silent;
+    for (const auto& [uuid, link] : m_links) {
+        if (now - link->lastHeard > silenceMilliseconds) {
+            silent.push_back(uuid);
+        } else {
+            serve(*link, now);
+        }
+    }
+    for (const Uuid& uuid : silent) {
+        drop(uuid, "nothing was heard of it for " + std::to_string(silenceMilliseconds) + " ms", true);
+    }
+    sendBeacon(now);
+    probeExplicitPeers(now);
+}
+
+void Network::serve(Link& link, int64_t now)
+{
+    if (link.isBlocked()) {
+        return;
+    }
+    if (!link.acknowledged && link.helloDue <= now && !link.sendHello(now)) {
+        return;
+    }
+    if (link.theirSession != 0) {
+        bool consumedWanted = false;
+        {
+            const std::lock_guard lock(m_core.mutex);
+            consumedWanted = link.peer()->consumedBytes - link.peer()->consumedBytesTold >= windowBytes / 8;
+        }
+        const bool receivedWanted = link.receivedBytes - link.receivedBytesTold >= windowBytes / 8;
+        if ((link.stateWanted || link.stateDue <= now || consumedWanted || receivedWanted) && !link.sendState(now)) {
+            return;
+        }
+        if (link.resendWanted && !link.sendResend()) {
+            return;
+        }
+    }
+    if (link.isOpen()) {
+        link.sendStream();
+    }
+}
+
+void Network::sendBeacon(int64_t now)
+{
+    if (!m_discovery.isOpen() || now < m_nextBeacon) {
+        return;
+    }
+    m_discovery.send({ m_port, m_identity.uuid });
+    // The first few come quickly one after the other: a datagram may be lost.
+    m_nextBeacon = now + (m_beaconsSent++ < 4 ? 100 : beaconMilliseconds);
+}
+
+void Network::probeExplicitPeers(int64_t now)
+{
+    if (m_explicit.empty() || now < m_nextProbe) {
+        return;
+    }
+    m_nextProbe = now + probeMilliseconds;
+    std::string text;
+    wire::write(text, { .type = wire::MessageType::Probe, .port = m_port, .sender = m_identity.uuid });
+    for (Explicit& each : m_explicit) {
+        zmq::message_t message(text);
+        if (!each.socket.send(message, zmq::send_flags::dontwait)) {
+            m_nextProbe = std::min(m_nextProbe, now + 100);
+        }
+    }
+}
+
+void Network::receiveBeacons()
+{
+    wire::Beacon beacon;
+    std::string from;
+    bool valid = false;
+    for (int i = 0; i < messagesAtOnce && m_discovery.receive(beacon, from, valid); ++i) {
+        if (!valid) {
+            const std::lock_guard lock(m_core.mutex);
+            m_core.refuse("a datagram from " + from + " that is no beacon");
+        } else if (beacon.sender != m_identity.uuid) {
+            hint(beacon.sender, from, beacon.port);
+        }
+    }
+}
+
+Link* Network::hint(const Uuid& uuid, const std::string& address, uint16_t port)
+{
+    if (const auto it = m_links.find(uuid); it != m_links.end()) {
+        return it->second.get();
+    }
+    if (port == 0 || address.empty() || m_links.size() >= wire::maxPeers) {
+        return nullptr;
+    }
+    auto link = std::make_unique<Link>(m_core, m_context, m_identity, uuid, address, port, m_device.address);
+    return m_links.emplace(uuid, std::move(link)).first->second.get();
+}
+
+void Network::drop(const Uuid& uuid, const std::string& why, bool fellSilent)
+{
+    const auto it = m_links.find(uuid);
+    if (it == m_links.end()) {
+        return;
+    }
+    const Link& link = *it->second;
+    if (link.peer()->open) {
+        logInfo("peer " + link.peer()->uuidText + " (" + link.peer()->hostName + ", process "
+            + std::to_string(link.peer()->processId) + ") is gone: " + why);
+        const std::lock_guard lock(m_core.mutex);
+        m_core.peerDown(link.peer(), fellSilent);
+    }
+    m_links.erase(it);
+}
+
+void Network::leave()
+{
+    // What was said before is sent first, as far as the others take it in time.
+    const int64_t until = steadyMilliseconds() + farewellMilliseconds;
+    const auto unsent = [this] {
+        const std::lock_guard lock(m_core.mutex);
+        return std::ranges::any_of(m_links, [](const auto& each) {
+            return each.second->isOpen() && (!each.second->peer()->pieces.empty() || each.second->hasUnsent());
+        });
+    };
+    while (unsent() && steadyMilliseconds() < until) {
+        const int64_t now = steadyMilliseconds();
+        for (const auto& [uuid, link] : m_links) {
+            serve(*link, now);
+        }
+        if (unsent()) {
+            wait(5);
+        }
+    }
+    for (const auto& [uuid, link] : m_links) {
+        link->socket().set(zmq::sockopt::linger, static_cast<int>(farewellMilliseconds));
+        link->sendGoodbye();
+    }
+    m_links.clear();
+    m_explicit.clear();
+    m_inbox.close();
+    m_discovery.close();
+}
+
+} // namespace qny

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+// The network thread: owns every socket, finds peers, keeps the links to them, moves their streams.
+#pragma once
+
+#include "devices.h"
+#include "discovery.h"
+#include "link.h"
+#include "model.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+#include <zmq.hpp>
+
+namespace qny {
+
+class Core;
+struct Options;
+
+class Network
+{
+public:
+    // How much of a stream may be on its way or undelivered at the other side. What is beyond waits at the sender,
+    // where it is bounded by max_peer_queue_bytes.
+    static constexpr size_t windowBytes = 8 * 1024 * 1024;
+
+    explicit Network(Core& core);
+    ~Network();
+    Network(const Network&) = delete;
+    Network& operator=(const Network&) = delete;
+
+    // On the thread of qny_start(): takes device and ports, so that what is wrong can be told to the caller.
+    qny_result_t open(const Options& options);
+    std::string endpoint() const;
+    const std::string& address() const { return m_device.address; }
+    void run();
+    // Sends what waits, takes leave of everybody and ends the thread. Not with the core's mutex held.
+    void stop();
+    // Something waits for the network thread. With or without the core's mutex.
+    void wake();
+
+private:
+    struct Explicit
+    {
+        std::string endpoint;
+        zmq::socket_t socket;
+    };
+
+    qny_result_t bindInbox(const Options& options);
+    void loop();
+    void wait(int64_t timeout);
+    void receive();
+    void receiveMessage(const std::shared_ptr<zmq::message_t>& message);
+    void receiveBeacons();
+    void sendBeacon(int64_t now);
+    void probeExplicitPeers(int64_t now);
+    void tick(int64_t now);
+    void serve(Link& link, int64_t now);
+    void drop(const Uuid& uuid, const std::string& why, bool fellSilent);
+    void leave();
+
+    Link* hint(const Uuid& uuid, const std::string& address, uint16_t port);
+    void receiveHello(const wire::Header& header, std::string_view payload, const std::string& address);
+    // False when the stream is broken beyond repair.
+    bool receiveData(Link& link, std::string_view payload, const std::shared_ptr<zmq::message_t>& message);
+    static bool isControl(std::string_view item);
+    // Items that change what is known; with the core's mutex held. False for one that the callback thread is to have.
+    bool receiveControl(Link& link, std::string_view item);
+    // They have heard our Hello: our stream to them begins.
+    void acknowledge(Link& link);
+
+    Core& m_core;
+    zmq::context_t m_context;
+    Device m_device;
+    uint16_t m_port = 0;
+    Identity m_identity;
+    Discovery m_discovery;
+    zmq::socket_t m_inbox;
+    std::vector<Explicit> m_explicit;
+    std::unordered_map<Uuid, std::unique_ptr<Link>, UuidHash> m_links;
+    int m_wakeFd = -1;
+    std::atomic<bool> m_woken { false };
+    std::atomic<bool> m_stopping { false };
+    std::thread m_thread;
+    int64_t m_nextBeacon = 0;
+    int m_beaconsSent = 0;
+    int64_t m_nextProbe = 0;
+    int64_t m_lastTick = 0;
+};
+
+} // namespace qny

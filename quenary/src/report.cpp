@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report.h"
+
+#include "text.h"
+
+#include <cstdio>
+#include <mutex>
+
+namespace qny {
+
+namespace {
+
+// A plain array and not a std::string: it must outlive every other thread-local object of a thread that is ending.
+thread_local char errorText[1024] = "";
+
+std::mutex logMutex;
+qny_log_fn logHandler = nullptr;
+void* logUserData = nullptr;
+
+} // namespace
+
+qny_result_t fail(qny_result_t result, std::string sentence)
+{
+    const size_t size = std::min(sentence.size(), sizeof errorText - 1);
+    std::memcpy(errorText, sentence.data(), size);
+    errorText[size] = '\0';
+    return result;
+}
+
+const char* lastError()
+{
+    return errorText;
+}
+
+void setLogHandler(qny_log_fn handler, void* userData)
+{
+    const std::lock_guard lock(logMutex);
+    logHandler = handler;
+    logUserData = userData;
+}
+
+void log(qny_log_level_t level, const std::string& message)
+{
+    qny_log_fn handler = nullptr;
+    void* userData = nullptr;
+    {
+        const std::lock_guard lock(logMutex);
+        handler = logHandler;
+        userData = logUserData;
+    }
+    if (handler) {
+        handler(level, message.c_str(), userData);
+    } else if (level >= QNY_LOG_WARNING) {
+        std::fprintf(stderr, "quenary: %s: %s\n", level == QNY_LOG_ERROR ? "error" : "warning", message.c_str());
+    }
+}
+
+std::string printable(std::string_view text)
+{
+    std::string out(text.substr(0, 80));
+    const bool broken = !isUtf8(out);
+    for (char& c : out) {
+        const auto code = static_cast<unsigned char>(c);
+        if (code < 0x20 || code == 0x7F || (broken && code >= 0x80)) {
+            c = '?';
+        }
+    }
+    return out;
+}
+
+} // namespace qny
