@@ -36,8 +36,9 @@ public:
     /// Whether `left` comes before `right`. By default the source's order is kept.
     virtual bool isLessThan(QObject* left, int leftSourceRow, QObject* right, int rightSourceRow) const;
 
-    /// Whether an item has what the order goes by. Those that do are sorted first, those that do not are then merged
-    /// into them without disturbing their order. By default every item does.
+    /// Whether an item has what the order goes by. Those that do are sorted; one that does not is never asked for in
+    /// isLessThan() and stands, without disturbing the others' order, behind the last row that its source row allows:
+    /// the row before it comes earlier in the source, the row behind it later. By default every item does.
     virtual bool hasSortKey(QObject* item, int sourceRow) const;
 
     int count() const { return static_cast<int>(_sourceRows.size()); }

@@ -160,9 +160,12 @@ bool ZqSortFilterProxyModel::_isKeyed(int sourceRow) const
     return _unkeyed.isEmpty() || !_unkeyed.contains(_item(sourceRow));
 }
 
-/// The order shown: isLessThan(), and the source's order where it does not decide.
+/// The order shown: isLessThan() between items with a sort key, and the source's order where it does not decide.
 bool ZqSortFilterProxyModel::_comesBefore(int leftSourceRow, int rightSourceRow) const
 {
+    if (!_isKeyed(leftSourceRow) || !_isKeyed(rightSourceRow)) {
+        return leftSourceRow < rightSourceRow;
+    }
     QObject* const left = _item(leftSourceRow);
     QObject* const right = _item(rightSourceRow);
     if (isLessThan(left, leftSourceRow, right, rightSourceRow)) {
@@ -225,9 +228,6 @@ QList<int> ZqSortFilterProxyModel::_sorted(QList<int> sourceRows) const
     for (const int row : sourceRows) {
         items[row] = _item(row);
     }
-    const auto comesBefore
-        = [this, &items](int left, int right) { return isLessThan(items.at(left), left, items.at(right), right); };
-
     QList<int> unkeyed;
     sourceRows.removeIf([this, &items, &unkeyed](int row) {
         if (hasSortKey(items.at(row), row)) {
@@ -236,16 +236,16 @@ QList<int> ZqSortFilterProxyModel::_sorted(QList<int> sourceRows) const
         unkeyed.append(row);
         return true;
     });
-    zqMergeSort(sourceRows, comesBefore);
-    zqMergeSort(unkeyed, comesBefore);
+    zqMergeSort(sourceRows,
+        [this, &items](int left, int right) { return isLessThan(items.at(left), left, items.at(right), right); });
 
-    // Merged from the end, so that an item without key stands after the last one that its source row allows.
+    // Merged from the end, so that an item without key stands as far behind as its source row allows.
     QList<int> merged(sourceRows.size() + unkeyed.size());
     qsizetype keyedLeft = sourceRows.size();
     qsizetype unkeyedLeft = unkeyed.size();
     for (qsizetype out = merged.size() - 1; out >= 0; --out) {
-        const bool takesKeyed = unkeyedLeft == 0
-            || (keyedLeft > 0 && comesBefore(unkeyed.at(unkeyedLeft - 1), sourceRows.at(keyedLeft - 1)));
+        const bool takesKeyed
+            = unkeyedLeft == 0 || (keyedLeft > 0 && unkeyed.at(unkeyedLeft - 1) < sourceRows.at(keyedLeft - 1));
         merged[out] = takesKeyed ? sourceRows.at(--keyedLeft) : unkeyed.at(--unkeyedLeft);
     }
     return merged;

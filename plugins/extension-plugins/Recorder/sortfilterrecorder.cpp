@@ -31,3 +31,9 @@ bool SortFilterRecorder::isLessThan(QObject* left, int leftSourceRow, QObject* r
     const int order = QString::compare(classInstance1->name(), classInstance2->name(), Qt::CaseSensitive);
     return order == 0 ? leftSourceRow < rightSourceRow : order < 0;
 }
+
+bool SortFilterRecorder::hasSortKey(QObject* item, int) const
+{
+    const auto* recorder = qobject_cast<Recorder*>(item);
+    return recorder && recorder->classInstance();
+}

@@ -14,4 +14,7 @@ public:
 
     bool filterAccepts(QObject* item, int sourceRow) const override;
     bool isLessThan(QObject* left, int leftSourceRow, QObject* right, int rightSourceRow) const override;
+
+    /// A recorder whose class instance is being destroyed has no name to be sorted by until it is removed.
+    bool hasSortKey(QObject* item, int sourceRow) const override;
 };

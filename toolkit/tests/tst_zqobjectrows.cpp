@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <zqobjectrows.h>
+
+#include <QtCore/QRandomGenerator>
+#include <QtTest/QTest>
+
+#include <array>
+
+class TestZqObjectRows : public QObject
+{
+    Q_OBJECT
+
+    /// Compares every answer with what a scan of the plain list gives.
+    static void compare(const ZqObjectRows& rows, const QList<QObject*>& expected, std::array<QObject, 40>& objects)
+    {
+        QCOMPARE(rows.objects(), expected);
+        for (QObject& object : objects) {
+            QList<qsizetype> places;
+            for (qsizetype row = 0; row < expected.size(); ++row) {
+                if (expected.at(row) == &object) {
+                    places.append(row);
+                }
+            }
+            QCOMPARE(rows.occurrences(&object), places.size());
+            QCOMPARE(rows.firstRow(&object), places.isEmpty() ? -1 : places.first());
+            QCOMPARE(rows.rows(&object), places);
+        }
+    }
+
+private slots:
+    void anEmptyListKnowsNoObject()
+    {
+        const QObject stranger;
+        const ZqObjectRows rows;
+        QCOMPARE(rows.firstRow(&stranger), -1);
+        QCOMPARE(rows.firstRow(nullptr), -1);
+        QCOMPARE(rows.rows(&stranger), QList<qsizetype>());
+    }
+
+    void everyAnswerEqualsThatOfAScanUnderRandomEdits_data()
+    {
+        QTest::addColumn<bool>("withDuplicates");
+        QTest::addColumn<int>("questionsEvery");
+        // Asking rarely lets removals pile up between two numberings, asking always numbers at once.
+        for (const int every : { 1, 3, 17 }) {
+            QTest::addRow("distinct, asked every %d", every) << false << every;
+            QTest::addRow("duplicates, asked every %d", every) << true << every;
+        }
+    }
+
+    void everyAnswerEqualsThatOfAScanUnderRandomEdits()
+    {
+        QFETCH(bool, withDuplicates);
+        QFETCH(int, questionsEvery);
+        std::array<QObject, 40> objects;
+        QRandomGenerator random(20261121);
+        ZqObjectRows rows;
+        QList<QObject*> expected;
+        for (int step = 0; step < 3000; ++step) {
+            const auto below = [&random](qsizetype bound) { return static_cast<qsizetype>(random.bounded(bound)); };
+            QObject* const object = &objects.at(static_cast<size_t>(below(40)));
+            const bool mayAdd = withDuplicates ? expected.size() < 80 : !expected.contains(object);
+            switch (below(7)) {
+            case 0:
+            case 1:
+                if (mayAdd) {
+                    rows.insert(rows.size(), object);
+                    expected.append(object);
+                }
+                break;
+            case 2:
+                if (mayAdd) {
+                    rows.insert(0, object);
+                    expected.prepend(object);
+                }
+                break;
+            case 3:
+                if (mayAdd) {
+                    const qsizetype row = below(expected.size() + 1);
+                    rows.insert(row, object);
+                    expected.insert(row, object);
+                }
+                break;
+            case 4:
+                if (!expected.isEmpty()) {
+                    const qsizetype row = below(expected.size());
+                    QCOMPARE(rows.take(row, 1), QList<QObject*> { expected.takeAt(row) });
+                }
+                break;
+            case 5:
+                if (!expected.isEmpty()) {
+                    const qsizetype row = below(expected.size());
+                    const qsizetype count = 1 + below(qMin<qsizetype>(3, expected.size() - row));
+                    QCOMPARE(rows.take(row, count), expected.mid(row, count));
+                    expected.remove(row, count);
+                }
+                break;
+            default:
+                if (expected.size() > 4 && below(4) == 0) {
+                    rows.move(1, 2, 4);
+                    expected.move(3, 1);
+                }
+                break;
+            }
+            if (step % questionsEvery == 0) {
+                compare(rows, expected, objects);
+                if (QTest::currentTestFailed()) {
+                    return;
+                }
+            }
+        }
+        rows.clear();
+        expected.clear();
+        compare(rows, expected, objects);
+    }
+
+    void aRemovedObjectIsNeverReadAgain()
+    {
+        ZqObjectRows rows;
+        auto* gone = new QObject;
+        QObject stays;
+        rows.append({ gone, &stays });
+        delete gone;
+        QCOMPARE(rows.firstRow(gone), 0);
+        rows.take(0, 1);
+        QCOMPARE(rows.firstRow(gone), -1);
+        QCOMPARE(rows.firstRow(&stays), 0);
+    }
+};
+
+QTEST_APPLESS_MAIN(TestZqObjectRows)
+#include "tst_zqobjectrows.moc"

@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <zqcustomitemlistmodel.h>
+#include <zqsortfilterproxymodel.h>
+
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QSet>
+#include <QtTest/QAbstractItemModelTester>
+#include <QtTest/QTest>
+
+#include <algorithm>
+
+#include "testitems.h"
+
+using List = ZqCustomItemListModel<TestItem>;
+
+/// How the views of these tests sort.
+enum class Order
+{
+    /// By rank.
+    Strict,
+    /// By rank downwards; items of rank 0 go by their rows, which contradicts the order of the others.
+    SomeWithoutKey,
+    /// Scissors, stone, paper: no order at all.
+    Circular,
+    /// Another answer each time.
+    Random,
+};
+
+class RandomView : public ZqSortFilterProxyModel
+{
+    Q_OBJECT
+
+public:
+    explicit RandomView(Order sortOrder)
+        : order(sortOrder)
+    {
+    }
+
+    bool filterAccepts(QObject* item, int) const override { return rank(item) % 5 != 4; }
+    bool hasSortKey(QObject* item, int) const override { return order != Order::SomeWithoutKey || rank(item) != 0; }
+    bool isLessThan(QObject* left, int leftSourceRow, QObject* right, int rightSourceRow) const override
+    {
+        switch (order) {
+        case Order::Strict:
+            return rank(left) < rank(right);
+        case Order::SomeWithoutKey:
+            return rank(left) == 0 || rank(right) == 0 ? leftSourceRow < rightSourceRow : rank(left) > rank(right);
+        case Order::Circular:
+            return rank(right) % 3 == (rank(left) + 1) % 3;
+        case Order::Random:
+            return random.bounded(2) == 1;
+        }
+        return false;
+    }
+
+    static int rank(const QObject* item) { return static_cast<const TestItem*>(item)->rank(); }
+
+    const Order order;
+    mutable QRandomGenerator random { 8 };
+};
+
+class TestZqSortFilterRandomEdits : public QObject
+{
+    Q_OBJECT
+
+    static void compare(const RandomView& view, const List& list)
+    {
+        // Every accepted item once, nothing else.
+        QSet<QObject*> accepted;
+        for (TestItem* item : list.toList()) {
+            if (view.filterAccepts(item, 0)) {
+                accepted.insert(item);
+            }
+        }
+        QSet<QObject*> shown;
+        QList<QObject*> keyed;
+        for (int row = 0; row < view.count(); ++row) {
+            QObject* const item = view.get(row);
+            shown.insert(item);
+            if (view.hasSortKey(item, view.sourceRow(row))) {
+                keyed.append(item);
+            }
+            QCOMPARE(view.rowOfSource(view.sourceRow(row)), row);
+        }
+        QCOMPARE(view.count(), shown.size());
+        QCOMPARE(shown, accepted);
+
+        if (view.order == Order::Strict || view.order == Order::SomeWithoutKey) {
+            // Those with a key are in order, equals in the order of the source.
+            QList<QObject*> sorted = keyed;
+            std::sort(sorted.begin(), sorted.end(), [&list, &view](QObject* left, QObject* right) {
+                const int order = RandomView::rank(left) - RandomView::rank(right);
+                return order == 0 ? list.indexOf(left) < list.indexOf(right)
+                                  : (view.order == Order::Strict ? order < 0 : order > 0);
+            });
+            QCOMPARE(keyed, sorted);
+            // No neighbours stand the wrong way round, those without key included.
+            for (int row = 1; row < view.count(); ++row) {
+                QVERIFY(
+                    !view.isLessThan(view.get(row), view.sourceRow(row), view.get(row - 1), view.sourceRow(row - 1)));
+            }
+        }
+    }
+
+private slots:
+    void everyEditLeavesAFaultlessView_data()
+    {
+        QTest::addColumn<int>("order");
+        QTest::newRow("strict order") << static_cast<int>(Order::Strict);
+        QTest::newRow("some without key") << static_cast<int>(Order::SomeWithoutKey);
+        QTest::newRow("circular") << static_cast<int>(Order::Circular);
+        QTest::newRow("random answers") << static_cast<int>(Order::Random);
+    }
+
+    void everyEditLeavesAFaultlessView()
+    {
+        QTest::failOnWarning();
+        QFETCH(int, order);
+        const SilencedWarnings silence;
+        QRandomGenerator random(271828);
+        List list;
+        RandomView view { static_cast<Order>(order) };
+        const QAbstractItemModelTester tester(&view, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        view.setSourceModel(&list);
+        QObject owner;
+        const auto below = [&random](qsizetype bound) { return static_cast<int>(random.bounded(bound)); };
+        const auto newItem = [&] { return new TestItem({}, below(12), &owner); };
+        QPersistentModelIndex watched;
+        QObject* watchedItem = nullptr;
+        for (int step = 0; step < 1500; ++step) {
+            if (view.count() > 0 && step % 10 == 0) {
+                watched = view.index(below(view.count()), 0);
+                watchedItem = view.get(watched.row());
+            }
+            const int size = list.size();
+            switch (below(10)) {
+            case 0:
+            case 1:
+                list.insertRow(below(size + 1), newItem());
+                break;
+            case 2: {
+                QList<TestItem*> batch;
+                for (int i = below(5); i >= 0; --i) {
+                    batch.append(newItem());
+                }
+                list.appendRows(batch);
+                break;
+            }
+            case 3:
+                if (size > 0) {
+                    delete list.at(below(size));
+                }
+                break;
+            case 4:
+                if (size > 0) {
+                    list.deleteNItems(below(size), 1 + below(5));
+                }
+                break;
+            case 5:
+                if (size > 1) {
+                    const int from = below(size);
+                    const int to = below(size);
+                    if (from != to) {
+                        list.move(from, to);
+                    }
+                }
+                break;
+            case 6:
+                if (below(60) == 0) {
+                    list.clear();
+                }
+                break;
+            case 7:
+                if (below(4) == 0) {
+                    view.invalidate();
+                }
+                break;
+            default:
+                if (size > 0) {
+                    list.at(below(size))->setrank(below(12));
+                }
+                break;
+            }
+            compare(view, list);
+            if (QTest::currentTestFailed()) {
+                qInfo() << "at step" << step;
+                return;
+            }
+            if (watched.isValid()) {
+                QCOMPARE(view.get(watched.row()), watchedItem);
+            }
+        }
+    }
+};
+
+QTEST_MAIN(TestZqSortFilterRandomEdits)
+#include "tst_zqsortfilterrandomedits.moc"
