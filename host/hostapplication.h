@@ -6,23 +6,25 @@
 #include <QtCore/QSize>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-#include <QtCore/QUrl>
 
 #include <memory>
 
+class CorvaneModuleEntry;
 class QQmlApplicationEngine;
 class QQuickWindow;
 class SamplePlant;
 
 // What the command line may settle. Empty and 0 mean "not given": what was remembered from the last run, then the
 // environment, then the default holds.
-struct HostOptions {
+struct HostOptions
+{
     QString documentPath; // a document to open; empty: the sample document in the user's data directory
     QString device; // network device by name or address
     quint16 port = 0; // UDP port of discovery
     QString peers; // "host:port,host:port"
     QString pluginsDirectory; // empty: <directory of the program>/../plugins/extension-plugins
     QString theme; // "light", "dark"; empty: what the desktop uses
+    QString page; // tag of the module shown first, or "system"; empty: the first module
     QString plantJournalDirectory; // each sample agent writes "<agent name>.journal" there; empty: no journals
     QSize windowSize = QSize(1280, 800); // in device-independent pixels
     bool connectToNetwork = true;
@@ -32,11 +34,12 @@ struct HostOptions {
 };
 
 // The host program without its main(): loads the plugins, holds the document, joins the network and shows the window.
-// Lives on the main thread, after a QApplication was made and before it goes. One a process: the framework's managers are
-// singletons.
+// Lives on the main thread, after a QApplication was made and before it goes. One a process: the framework's managers
+// are singletons.
 class HostApplication : public QObject
 {
     Q_OBJECT
+    Q_MOC_INCLUDE("corvanemoduleentry.h")
 
     // What the person must know and can mend, each a sentence; shown at the top of the window and on standard error.
     Q_PROPERTY(QStringList notices READ notices NOTIFY noticesChanged)
@@ -44,35 +47,36 @@ class HostApplication : public QObject
     Q_PROPERTY(QString documentName READ documentName NOTIFY documentPathChanged)
     Q_PROPERTY(bool isPlantRunning READ isPlantRunning NOTIFY isPlantRunningChanged)
     Q_PROPERTY(bool isPlantAvailable READ isPlantAvailable CONSTANT)
-    // Name, icon, label and page of each module, in the order in which the plugins were loaded:
-    // list of {tag, name, label, icon, page, module}.
-    Q_PROPERTY(QVariantList modules READ modules NOTIFY modulesChanged)
-    // The tag of the module whose page is shown; empty: the system view.
-    Q_PROPERTY(QString currentModuleTag READ currentModuleTag WRITE setCurrentModuleTag NOTIFY currentModuleTagChanged)
+    // The module whose page is shown, one of PluginManager's; null: the system view.
+    Q_PROPERTY(CorvaneModuleEntry* currentEntry READ currentEntry WRITE setCurrentEntry NOTIFY currentEntryChanged)
 
 public:
     explicit HostApplication(QObject* parent = nullptr);
     ~HostApplication() override;
 
-    // False with one sentence in *error when the host cannot go on (no plugin, a bad document, network refused); nothing
-    // is left running then. Call once.
+    // False with one sentence in *error when the host cannot go on (no plugin, a bad document, network refused);
+    // nothing is left running then. Call once.
     bool start(const HostOptions& options, QString* error);
     // Ends the plant, leaves the network, destroys window and modules. The destructor calls it.
     void stop();
 
     // The object that the plugin of this JSON tag created ("recordAndReplay"), or null. Owned by the host.
     QObject* module(const QString& jsonTag) const;
-    QVariantList modules() const;
 
     // Each false with one sentence in *error (which may be null); the document that was open then stays open.
     bool openDocument(const QString& path, QString* error);
     bool saveDocument(const QString& path, QString* error); // an empty path: the file that it came from
     void newDocument();
 
-    // For the window's dialogs; what goes wrong becomes a notice. True when done.
-    Q_INVOKABLE bool openDocumentUrl(const QUrl& url);
-    Q_INVOKABLE bool saveDocumentUrl(const QUrl& url);
-    Q_INVOKABLE void createDocument();
+    // For the window: they ask what must be asked (which file, whether changes are to be saved), and what goes wrong
+    // becomes a notice. False when the person cancelled or it went wrong.
+    Q_INVOKABLE bool createDocumentAsked();
+    Q_INVOKABLE bool openDocumentAsked();
+    Q_INVOKABLE bool saveDocumentAsked(bool underANewName);
+    // Whether the window may close now.
+    Q_INVOKABLE bool mayClose();
+    // Each notice is also written to standard error; one that stands there already is not shown twice.
+    Q_INVOKABLE void addNotice(const QString& notice);
     Q_INVOKABLE void dismissNotice(int index);
 
     Q_INVOKABLE bool startPlant();
@@ -91,13 +95,15 @@ public:
     // "light", "dark", or empty for the desktop's.
     void setTheme(const QString& theme);
 
-    // Stored with the document's path and name; what the host was started with once start() has settled it.
+    // What the host was started with; the plugins' directory as it was settled.
     const HostOptions& options() const;
     QStringList notices() const;
     QString documentPath() const;
     QString documentName() const;
-    QString currentModuleTag() const;
-    void setCurrentModuleTag(const QString& jsonTag);
+    CorvaneModuleEntry* currentEntry() const;
+    void setCurrentEntry(CorvaneModuleEntry* entry);
+    // The same by JSON tag; an empty tag shows the system view. False for an unknown tag.
+    bool showModule(const QString& jsonTag);
 
     // Where the parts are looked for, from the directory of the program.
     static QString defaultPluginsDirectory();
@@ -108,16 +114,15 @@ Q_SIGNALS:
     void noticesChanged();
     void documentPathChanged();
     void isPlantRunningChanged();
-    void modulesChanged();
-    void currentModuleTagChanged();
+    void currentEntryChanged();
 
 private:
-    void _addNotice(const QString& notice);
     bool _loadPlugins(QString* error);
+    bool _openFirstDocument(QString* error);
     bool _joinNetwork(QString* error);
     bool _createWindow(QString* error);
-    QString _sampleDocument(QString* error) const;
-    void _setDocumentPath(const QString& path);
+    bool _mayReplaceDocument();
+    void _rememberNetwork() const;
 
     struct Private;
     std::unique_ptr<Private> _d;

@@ -11,7 +11,8 @@
 
 class QProcess;
 
-struct SamplePlantOptions {
+struct SamplePlantOptions
+{
     QString agentsDirectory; // where the qnySample… programs are
     QString device; // handed to each agent; empty: the environment's
     quint16 port = 0; // 0: the environment's
@@ -53,7 +54,8 @@ Q_SIGNALS:
     void agentFailed(const QString& agentName, const QString& reason);
 
 private:
-    struct Child {
+    struct Child
+    {
         QString agentName;
         std::unique_ptr<QProcess> process;
     };

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace samples {
 
@@ -60,47 +61,63 @@ OperatorAction OperatorSchedule::next()
         action = { OperatorAction::Kind::Acknowledge, 0, 0, false, "panel test", {} };
         break;
     default:
-        // The first change leaves the plant the time to reach the first set point.
-        _time += number == 6 ? 4.0 : _draw(0.8, 2.5);
+        _time += _draw(0.4, 1.4);
         action = _drawAction();
     }
     action.at = _time;
     return action;
 }
 
+void OperatorSchedule::_drawRound()
+{
+    using Kind = OperatorAction::Kind;
+    _round = { Kind::Note, Kind::Acknowledge, Kind::Recipe, Kind::Note };
+    if (_rounds > 0) {
+        _round.push_back(Kind::SetPoint);
+        _round.push_back(Kind::Demand);
+    }
+    for (std::size_t left = _round.size(); left > 1; --left) {
+        std::swap(_round[left - 1], _round[static_cast<std::size_t>(_draw(0, static_cast<double>(left)))]);
+    }
+    // Manual mode is for a moment only, now and then: off and on again follow one another.
+    if (_rounds % 4 == 3) {
+        _round.insert(_round.begin(), { Kind::Automatic, Kind::Automatic });
+    }
+    ++_rounds;
+}
+
 OperatorAction OperatorSchedule::_drawAction()
 {
-    OperatorAction action;
-    if (!_isAutomatic) {
-        // Manual mode is for a moment only.
-        _isAutomatic = true;
-        action.kind = OperatorAction::Kind::Automatic;
-        action.flag = true;
-        return action;
+    if (_round.empty()) {
+        _drawRound();
     }
-    const double which = _draw(0, 100);
-    if (which < 25) {
+    OperatorAction action;
+    action.kind = _round.back();
+    _round.pop_back();
+    switch (action.kind) {
+    case OperatorAction::Kind::SetPoint: {
         // A change that can be seen: at least ten percent up or down.
         const double way = _draw(10, 30);
         _setPoint += _setPoint + way > 80 || (_setPoint - way >= 30 && _draw(0, 1) < 0.5) ? -way : way;
-        action.kind = OperatorAction::Kind::SetPoint;
         action.number = std::round(_setPoint * 2) / 2;
-    } else if (which < 45) {
-        action.kind = OperatorAction::Kind::Demand;
+        break;
+    }
+    case OperatorAction::Kind::Demand:
         action.number = std::round(_draw(20, 70));
-    } else if (which < 70) {
-        action.kind = OperatorAction::Kind::Note;
+        break;
+    case OperatorAction::Kind::Note:
         action.text = _drawNote();
-    } else if (which < 85) {
-        action.kind = OperatorAction::Kind::Acknowledge;
+        break;
+    case OperatorAction::Kind::Acknowledge:
         action.text = "seen from the panel";
-    } else if (which < 95) {
-        action.kind = OperatorAction::Kind::Recipe;
+        break;
+    case OperatorAction::Kind::Recipe:
         action.bytes = _drawRecipe();
-    } else {
-        _isAutomatic = false;
-        action.kind = OperatorAction::Kind::Automatic;
-        action.flag = false;
+        break;
+    case OperatorAction::Kind::Automatic:
+        _isAutomatic = !_isAutomatic;
+        action.flag = _isAutomatic;
+        break;
     }
     return action;
 }

@@ -29,7 +29,9 @@ struct OperatorAction
     std::vector<unsigned char> bytes;
 };
 
-// A shift without end: the same seed gives the same actions at the same times, on every machine.
+// A shift without end: the same seed gives the same actions at the same times, on every machine. After the settings at
+// its start it goes in rounds of about five seconds, each with every kind of action in an order of its own; the first
+// round leaves the settings alone, so that the plant has the time to reach them.
 class OperatorSchedule
 {
 public:
@@ -40,12 +42,15 @@ public:
 
 private:
     double _draw(double from, double to);
+    void _drawRound();
     OperatorAction _drawAction();
     std::string _drawNote();
     std::vector<unsigned char> _drawRecipe();
 
     std::mt19937_64 _random;
     std::size_t _count = 0;
+    std::size_t _rounds = 0;
+    std::vector<OperatorAction::Kind> _round; // what is left of the present round, last first
     double _time = 0;
     double _setPoint = 60;
     bool _isAutomatic = true;

@@ -287,5 +287,26 @@ TEST(OperatorSchedule, DoesEverythingWithinReasonAndNeverGoesBackInTime)
         isAutomatic = action.kind == OperatorAction::Kind::Automatic ? action.flag : isAutomatic;
     }
     EXPECT_EQ(kinds.size(), 6U);
-    EXPECT_GT(last, 400.0);
+    EXPECT_GT(last, 300.0);
+}
+
+TEST(OperatorSchedule, ShowsEveryKindOfValueInEveryRoundAndLeavesTheFirstSettingsTheirTime)
+{
+    using Kind = OperatorAction::Kind;
+    for (std::uint64_t seed = 0; seed < 50; ++seed) {
+        OperatorSchedule schedule(seed);
+        double firstChange = 0;
+        double lastAcknowledged = 0;
+        for (auto action = schedule.next(); action.at < 120; action = schedule.next()) {
+            if ((action.kind == Kind::SetPoint || action.kind == Kind::Demand) && action.at > 0 && firstChange == 0) {
+                firstChange = action.at;
+            }
+            if (action.kind == Kind::Acknowledge) {
+                EXPECT_LT(action.at - lastAcknowledged, 20.0) << seed;
+                lastAcknowledged = action.at;
+            }
+        }
+        EXPECT_GT(firstChange, 1.6) << seed;
+        EXPECT_LT(firstChange, 20.0) << seed;
+    }
 }

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: Apache-2.0
+// The host's window: making it, drawing it into a file, and what it asks before a document goes.
+#include "hostapplication.h"
+
+#include "hostapplication_p.h"
+
+#include <corvanemoduleentry.h>
+#include <corvaneqmltypes.h>
+#include <pluginmanager.h>
+#include <systemdocument.h>
+#include <systemdocumenthandler.h>
+
+#include <QtCore/QEventLoop>
+#include <QtCore/QFileInfo>
+#include <QtCore/QStandardPaths>
+#include <QtCore/QTimer>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QImage>
+#include <QtQml/QQmlApplicationEngine>
+#include <QtQuick/QQuickWindow>
+#include <QtQuickControls2/QQuickStyle>
+#include <QtWidgets/QFileDialog>
+#include <QtWidgets/QMessageBox>
+
+namespace {
+
+constexpr char documentFilter[] = QT_TRANSLATE_NOOP("HostApplication", "System documents (*.json)");
+
+void registerHostTypes()
+{
+    registerCorvaneQmlTypes();
+    [[maybe_unused]] static const int once = qmlRegisterUncreatableType<HostApplication>(
+        "Corvane.Host", 1, 0, "HostApplication", QStringLiteral("The host makes its own"));
+}
+
+} // namespace
+
+bool HostApplication::_createWindow(QString* error)
+{
+    registerHostTypes();
+    // Nothing to draw with on the graphics card there, and the same picture on every machine.
+    if (QGuiApplication::platformName() == QLatin1String("offscreen") && !qEnvironmentVariableIsSet("QSG_RHI_BACKEND")
+        && !qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    }
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+
+    const QString page = _d->options.page;
+    const auto entries = PluginManager::instance()->modules();
+    if (page.isEmpty()) {
+        setCurrentEntry(entries.value(0));
+    } else if (!showModule(page == QLatin1String("system") ? QString() : page)) {
+        if (error) {
+            *error = tr("There is no page \"%1\": no plugin of that tag was loaded.").arg(page);
+        }
+        return false;
+    }
+
+    _d->engine = std::make_unique<QQmlApplicationEngine>();
+    QStringList warnings;
+    const auto connection
+        = connect(_d->engine.get(), &QQmlEngine::warnings, this, [&warnings](const QList<QQmlError>& errors) {
+              for (const QQmlError& one : errors) {
+                  warnings.append(one.toString());
+              }
+          });
+    _d->engine->setInitialProperties({
+        { QStringLiteral("host"), QVariant::fromValue(this) },
+        { QStringLiteral("width"), _d->options.windowSize.width() },
+        { QStringLiteral("height"), _d->options.windowSize.height() },
+    });
+    _d->engine->load(QUrl(QStringLiteral("qrc:/corvane/qml/Main.qml")));
+    disconnect(connection);
+    if (!window()) {
+        if (error) {
+            *error = tr("The window cannot be made: %1").arg(warnings.join(QLatin1Char(' ')));
+        }
+        return false;
+    }
+    window()->show();
+    return true;
+}
+
+QQuickWindow* HostApplication::window() const
+{
+    return _d->engine ? qobject_cast<QQuickWindow*>(_d->engine->rootObjects().value(0)) : nullptr;
+}
+
+QQmlApplicationEngine* HostApplication::engine() const
+{
+    return _d->engine.get();
+}
+
+bool HostApplication::screenshot(const QString& path, QString* error)
+{
+    const auto refuse = [error](const QString& text) {
+        if (error) {
+            *error = text;
+        }
+        return false;
+    };
+    if (!window()) {
+        return refuse(tr("There is no window to draw."));
+    }
+
+    // Settled: nothing was drawn for a moment. What moves all the time is drawn as it is after the longest wait.
+    constexpr int quietMs = 300;
+    constexpr int longestMs = 2000;
+    QEventLoop loop;
+    QTimer quiet;
+    quiet.setSingleShot(true);
+    quiet.setInterval(quietMs);
+    connect(&quiet, &QTimer::timeout, &loop, &QEventLoop::quit);
+    connect(window(), &QQuickWindow::frameSwapped, &quiet, qOverload<>(&QTimer::start));
+    QTimer::singleShot(longestMs, &loop, &QEventLoop::quit);
+    quiet.start();
+    loop.exec();
+
+    const QImage image = window()->grabWindow();
+    if (image.isNull()) {
+        return refuse(tr("The window could not be drawn."));
+    }
+    if (!image.save(path, "PNG")) {
+        return refuse(tr("The picture could not be written to %1; is the folder there and writable?").arg(path));
+    }
+    return true;
+}
+
+// ---- what is asked --------------------------------------------------------------------------------------------------
+
+bool HostApplication::_mayReplaceDocument()
+{
+    if (!SystemDocumentHandler::instance()->hasUnsavedChanges()) {
+        return true;
+    }
+    QMessageBox question(QMessageBox::Question, documentName(),
+        tr("Save the changes of \"%1\" before it is closed?").arg(documentName()),
+        QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
+    question.setTextFormat(Qt::PlainText);
+    question.setDefaultButton(QMessageBox::Save);
+    switch (question.exec()) {
+    case QMessageBox::Save:
+        return saveDocumentAsked(false);
+    case QMessageBox::Discard:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool HostApplication::mayClose()
+{
+    return _mayReplaceDocument();
+}
+
+bool HostApplication::createDocumentAsked()
+{
+    if (!_mayReplaceDocument()) {
+        return false;
+    }
+    newDocument();
+    return true;
+}
+
+bool HostApplication::openDocumentAsked()
+{
+    if (!_mayReplaceDocument()) {
+        return false;
+    }
+    const QString folder = documentPath().isEmpty()
+        ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
+        : QFileInfo(documentPath()).absolutePath();
+    const QString path
+        = QFileDialog::getOpenFileName(nullptr, tr("Open a system document"), folder, tr(documentFilter));
+    if (path.isEmpty()) {
+        return false;
+    }
+    QString error;
+    if (!openDocument(path, &error)) {
+        addNotice(error);
+        return false;
+    }
+    return true;
+}
+
+bool HostApplication::saveDocumentAsked(bool underANewName)
+{
+    QString path;
+    if (underANewName || documentPath().isEmpty()) {
+        const QString proposed = documentPath().isEmpty()
+            ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + QStringLiteral("/system.json")
+            : documentPath();
+        path = QFileDialog::getSaveFileName(nullptr, tr("Save the system document"), proposed, tr(documentFilter));
+        if (path.isEmpty()) {
+            return false;
+        }
+        if (QFileInfo(path).suffix().isEmpty()) {
+            path += QStringLiteral(".json");
+        }
+    }
+    QString error;
+    if (!saveDocument(path, &error)) {
+        addNotice(error);
+        return false;
+    }
+    return true;
+}

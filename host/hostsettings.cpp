@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "hostsettings.h"
+
+#include <networkconfiguration.h>
+
+namespace {
+
+constexpr char deviceKey[] = "network/device";
+constexpr char portKey[] = "network/port";
+constexpr char peersKey[] = "network/peers";
+
+} // namespace
+
+HostSettings::HostSettings()
+    : _settings(QStringLiteral("corvane"), QStringLiteral("corvane"))
+{
+}
+
+void HostSettings::restoreNetwork()
+{
+    auto* network = NetworkConfiguration::instance();
+    const QString device = _settings.value(deviceKey).toString();
+    if (!device.isEmpty()) {
+        network->setdevice(device);
+    }
+    const int port = _settings.value(portKey).toInt();
+    if (port > 0 && port <= 65535) {
+        network->setport(port);
+    }
+    if (_settings.contains(peersKey)) {
+        network->setpeers(_settings.value(peersKey).toString());
+    }
+}
+
+void HostSettings::rememberNetwork()
+{
+    const auto* network = NetworkConfiguration::instance();
+    _settings.setValue(deviceKey, network->device());
+    _settings.setValue(portKey, network->port());
+    _settings.setValue(peersKey, network->peers());
+}
+
+bool HostSettings::environmentNamesNetwork()
+{
+    return !qEnvironmentVariableIsEmpty("QNY_DEVICE") || !qEnvironmentVariableIsEmpty("QNY_PORT")
+        || !qEnvironmentVariableIsEmpty("QNY_PEERS");
+}

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Corvane
+import Corvane.Host
+
+// What the person must know and can mend, one line each, until it is dismissed.
+Column {
+    id: root
+
+    required property HostApplication host
+
+    Repeater {
+        model: root.host.notices
+
+        Rectangle {
+            id: notice
+
+            required property int index
+            required property string modelData
+
+            width: root.width
+            height: Math.max(Theme.rowHeight, text.implicitHeight + 24)
+            color: Theme.surface
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: modelData
+
+            Rectangle {
+                width: 3
+                height: parent.height
+                color: Theme.paused
+            }
+            Rectangle {
+                anchors.bottom: parent.bottom
+                width: parent.width
+                height: 1
+                color: Theme.line
+            }
+            RowLayout {
+                anchors.fill: parent
+                anchors.leftMargin: Theme.pageMargin
+                anchors.rightMargin: Theme.spacing
+                spacing: Theme.spacing
+
+                Text {
+                    id: text
+                    Layout.fillWidth: true
+                    text: notice.modelData
+                    color: Theme.text
+                    font.pixelSize: Theme.textSize
+                    wrapMode: Text.Wrap
+                    textFormat: Text.PlainText
+                }
+                HostButton {
+                    quiet: true
+                    iconName: "close"
+                    hint: qsTr("Dismiss")
+                    onClicked: root.host.dismissNotice(notice.index)
+                }
+            }
+        }
+    }
+}

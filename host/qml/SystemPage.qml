@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Corvane
+import Corvane.Host
+
+// Every class instance of the current system view, and the agents of the network that stand in none.
+Item {
+    id: root
+
+    required property HostApplication host
+    readonly property SystemDocument document: SystemDocumentHandler.currentSystemDocument
+    readonly property SystemView view: document === null ? null : document.currentSystemView
+    readonly property int unplacedCount: document === null ? 0 : document.unplacedAgents.count
+
+    RowLayout {
+        id: header
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: parent.top
+        anchors.margins: Theme.pageMargin
+        spacing: Theme.spacingSmall
+
+        Text {
+            text: root.view === null ? "" : root.view.name
+            color: Theme.text
+            font.pixelSize: Theme.largeTitleSize
+            font.weight: Font.DemiBold
+            elide: Text.ElideRight
+            textFormat: Text.PlainText
+        }
+        Text {
+            Layout.fillWidth: true
+            Layout.alignment: Qt.AlignBaseline
+            text: root.view === null ? "" : qsTr("%n instance(s)", "", root.view.instances.count)
+            color: Theme.mutedText
+            font.pixelSize: Theme.smallTextSize
+        }
+        HostButton {
+            visible: root.host.isPlantAvailable
+            iconName: root.host.isPlantRunning ? "stop" : "play"
+            text: root.host.isPlantRunning ? qsTr("Stop sample plant") : qsTr("Start sample plant")
+            available: root.host.isPlantRunning || NetworkConfiguration.isConnected
+            unavailableHint: qsTr("The host is not on the network")
+            onClicked: root.host.isPlantRunning ? root.host.stopPlant() : root.host.startPlant()
+        }
+        HostButton {
+            id: addButton
+            iconName: "plus"
+            text: qsTr("Add")
+            primary: true
+            available: root.view !== null
+            onClicked: classMenu.popup(addButton, 0, addButton.height + 4)
+
+            ClassMenu {
+                id: classMenu
+            }
+        }
+    }
+
+    ListView {
+        id: list
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: header.bottom
+        anchors.bottom: parent.bottom
+        anchors.leftMargin: Theme.pageMargin
+        anchors.rightMargin: Theme.pageMargin
+        anchors.topMargin: Theme.spacingLarge
+        clip: true
+        boundsBehavior: Flickable.StopAtBounds
+        model: root.view === null ? null : root.view.instances
+        ScrollBar.vertical: ScrollBar {}
+
+        delegate: CardRow {
+            id: card
+
+            required property int index
+            required property SystemViewClassInstance qtObject
+
+            width: ListView.view.width
+            isFirst: index === 0
+            isLast: index === ListView.view.count - 1
+
+            InstanceRow {
+                anchors.fill: parent
+                host: root.host
+                instance: card.qtObject
+                onDeletionRequested: confirmDeletion.ask(card.qtObject)
+            }
+        }
+
+        footer: Column {
+            width: ListView.view.width
+            topPadding: list.count > 0 ? Theme.pageMargin : 0
+            bottomPadding: Theme.pageMargin
+
+            EmptySystem {
+                width: parent.width
+                visible: list.count === 0
+                onAddRequested: addButton.clicked()
+            }
+            Text {
+                visible: root.unplacedCount > 0
+                bottomPadding: Theme.spacingSmall
+                text: qsTr("On the network, in no view")
+                color: Theme.text
+                font.pixelSize: Theme.textSize
+                font.weight: Font.DemiBold
+            }
+            Repeater {
+                model: root.document === null ? null : root.document.unplacedAgents
+
+                CardRow {
+                    id: unplacedCard
+
+                    required property int index
+                    required property RunningAgentInfo qtObject
+
+                    width: parent?.width ?? 0
+                    isFirst: index === 0
+                    isLast: index === root.unplacedCount - 1
+                    implicitHeight: Theme.rowHeight
+
+                    UnplacedRow {
+                        anchors.fill: parent
+                        host: root.host
+                        agent: unplacedCard.qtObject
+                    }
+                }
+            }
+        }
+    }
+
+    ConfirmDeletion {
+        id: confirmDeletion
+    }
+}

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "sampledocument.h"
+
+#include <corvaneutils.h>
+#include <networkconfiguration.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QSaveFile>
+#include <QtCore/QStandardPaths>
+
+namespace {
+
+// What stands in the shipped document for what only this machine knows.
+constexpr QLatin1String hostMark("@HOST@");
+constexpr QLatin1String agentsMark("@AGENTS@/");
+
+// "@AGENTS@/program arguments", with the program's path quoted where a blank in it needs that.
+QString launchLine(const QString& line, const QString& agentsDirectory)
+{
+    if (!line.startsWith(agentsMark)) {
+        return line;
+    }
+    const qsizetype end = line.indexOf(QLatin1Char(' '));
+    const QString program = line.mid(agentsMark.size(), end < 0 ? -1 : end - agentsMark.size());
+    const QString arguments = end < 0 ? QString() : line.mid(end);
+    return CorvaneUtils::quoteArgument(QDir(agentsDirectory).filePath(program)) + arguments;
+}
+
+QJsonValue filledIn(const QJsonValue& value, const QString& hostName, const QString& agentsDirectory)
+{
+    if (value.isObject()) {
+        QJsonObject object = value.toObject();
+        for (auto member = object.begin(); member != object.end(); ++member) {
+            *member = filledIn(*member, hostName, agentsDirectory);
+        }
+        return object;
+    }
+    if (value.isArray()) {
+        QJsonArray array = value.toArray();
+        for (auto element = array.begin(); element != array.end(); ++element) {
+            *element = filledIn(*element, hostName, agentsDirectory);
+        }
+        return array;
+    }
+    if (value.toString() == hostMark) {
+        return hostName;
+    }
+    return value.isString() ? QJsonValue(launchLine(value.toString(), agentsDirectory)) : value;
+}
+
+} // namespace
+
+QByteArray SampleDocument::content(const QString& hostName, const QString& agentsDirectory)
+{
+    QFile file(QStringLiteral(":/corvane/sample/water-plant.json"));
+    const bool isOpen = file.open(QIODevice::ReadOnly);
+    Q_ASSERT(isOpen);
+    const QJsonValue shipped = QJsonDocument::fromJson(file.readAll()).object();
+    return QJsonDocument(filledIn(shipped, hostName, agentsDirectory).toObject()).toJson();
+}
+
+QString SampleDocument::provide(const QString& agentsDirectory, QString* error)
+{
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    const QString path = QDir(folder).filePath(QStringLiteral("water-plant.json"));
+    if (QFileInfo::exists(path)) {
+        return path;
+    }
+    QSaveFile file(path);
+    const bool isWritten = QDir().mkpath(folder) && file.open(QIODevice::WriteOnly)
+        && file.write(content(NetworkConfiguration::instance()->localNetworkName(), agentsDirectory)) > 0
+        && file.commit();
+    if (!isWritten) {
+        if (error) {
+            *error = QCoreApplication::translate("SampleDocument",
+                "The sample document could not be written to %1 (%2). Name a document of your own on the command line.")
+                         .arg(QDir::toNativeSeparators(path), file.errorString());
+        }
+        return {};
+    }
+    return path;
+}
