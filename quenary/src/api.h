@@ -25,6 +25,9 @@ struct OnAgent
     AgentPtr agent;
 };
 
+// Whether the agent can declare something more of this name; counts nothing yet.
+qny_result_t checkRoom(const Agent& agent, std::string_view name);
+
 inline qny_result_t unknown(const Agent& agent, const char* what, const char* name)
 {
     return fail(QNY_ERROR_UNKNOWN, "The agent " + agent.name + " has no " + what + " named " + name + ".");

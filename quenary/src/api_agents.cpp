@@ -24,6 +24,21 @@ qny_result_t checkName(const char* name, const char* what, bool ofAgent)
     return QNY_SUCCESS;
 }
 
+qny_result_t checkRoom(const Agent& agent, std::string_view name)
+{
+    if (agent.inputs.size() + agent.outputs.size() + agent.services.size() >= maxDeclarations) {
+        return fail(QNY_ERROR_TOO_LARGE,
+            "The agent " + agent.name + " has " + std::to_string(maxDeclarations)
+                + " inputs, outputs and services, which is the most it can have.");
+    }
+    if (agent.definitionBytes + declarationBytes(name) + 1024 > wire::maxDefinitionBytes) {
+        return fail(QNY_ERROR_TOO_LARGE,
+            "The definition of the agent " + agent.name + " would become larger than the "
+                + std::to_string(wire::maxDefinitionBytes) + " bytes that others accept.");
+    }
+    return QNY_SUCCESS;
+}
+
 } // namespace qny
 
 namespace {
@@ -178,7 +193,7 @@ qny_result_t qny_agent_definition_load(qny_agent_t* agent, const char* json)
     if (!json) {
         return fail(QNY_ERROR_ARGUMENT, "The definition is null.");
     }
-    if (std::strlen(json) > wire::maxDefinitionBytes) {
+    if (std::strlen(json) + on.agent->definitionBytes > wire::maxDefinitionBytes / 2) {
         return fail(
             QNY_ERROR_TOO_LARGE, "A definition has at most " + std::to_string(wire::maxDefinitionBytes) + " bytes.");
     }

@@ -127,8 +127,6 @@ qny_result_t readPeers(std::string_view text, std::vector<std::pair<std::string,
     return QNY_SUCCESS;
 }
 
-std::string shownHostName; // guarded by the core's mutex
-
 } // namespace
 
 void qny_options_init(qny_options_t* options)
@@ -184,12 +182,7 @@ qny_result_t qny_start(const qny_options_t* given)
         options.maxPeerQueueBytes = from.max_peer_queue_bytes;
     }
     try {
-        const qny_result_t result = Core::instance().start(options);
-        if (result == QNY_SUCCESS) {
-            const Lock lock(Core::instance().mutex);
-            shownHostName = options.hostName;
-        }
-        return result;
+        return Core::instance().start(options);
     } catch (const std::exception& error) {
         return fail(QNY_ERROR_SYSTEM, std::string("The network cannot be started: ") + error.what() + ".");
     }
@@ -216,8 +209,9 @@ char* qny_endpoint(void)
 
 char* qny_host_name(void)
 {
-    const Lock lock(Core::instance().mutex);
-    return duplicate(shownHostName.empty() ? systemHostName() : shownHostName);
+    Core& core = Core::instance();
+    const Lock lock(core.mutex);
+    return duplicate(core.shownHostName.empty() ? systemHostName() : core.shownHostName);
 }
 
 qny_device_t* qny_devices(size_t* count)

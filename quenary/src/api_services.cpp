@@ -8,6 +8,18 @@
 
 using namespace qny;
 
+namespace {
+
+void forgetArguments(Agent& agent, Service& service)
+{
+    for (const ServiceArgument& argument : service.arguments) {
+        agent.definitionBytes -= declarationBytes(argument.name);
+    }
+    service.arguments.clear();
+}
+
+} // namespace
+
 qny_result_t qny_agent_service_init(qny_agent_t* agent, const char* name, qny_service_fn callback, void* user_data)
 {
     OnAgent on(agent);
@@ -22,14 +34,14 @@ qny_result_t qny_agent_service_init(qny_agent_t* agent, const char* name, qny_se
     }
     Service* service = on.agent->services.find(name);
     if (!service) {
-        if (on.agent->inputs.size() + on.agent->outputs.size() + on.agent->services.size() >= maxDeclarations) {
-            return fail(QNY_ERROR_TOO_LARGE,
-                "The agent " + on.agent->name + " has as many services, inputs and outputs as it can have.");
+        if (const qny_result_t result = checkRoom(*on.agent, name); result != QNY_SUCCESS) {
+            return result;
         }
+        on.agent->definitionBytes += declarationBytes(name);
         service = &on.agent->services.add(name);
     }
     const CallbackPtr old = std::exchange(service->callback, std::make_shared<Callback>(callback, user_data));
-    service->arguments.clear();
+    forgetArguments(*on.agent, *service);
     on.core.changed(*on.agent);
     if (old) {
         old->removed = true;
@@ -61,6 +73,10 @@ qny_result_t qny_agent_service_arg_add(
     if (found->arguments.size() >= wire::maxArguments) {
         return fail(QNY_ERROR_TOO_LARGE, "A service has at most " + std::to_string(wire::maxArguments) + " arguments.");
     }
+    if (const qny_result_t result = checkRoom(*on.agent, arg_name); result != QNY_SUCCESS) {
+        return result;
+    }
+    on.agent->definitionBytes += declarationBytes(arg_name);
     found->arguments.push_back({ arg_name, type });
     return on.core.changed(*on.agent);
 }
@@ -74,11 +90,13 @@ qny_result_t qny_agent_service_remove(qny_agent_t* agent, const char* name)
     if (const qny_result_t result = checkName(name, "service"); result != QNY_SUCCESS) {
         return result;
     }
-    const Service* service = on.agent->services.find(name);
+    Service* service = on.agent->services.find(name);
     if (!service) {
         return unknown(*on.agent, "service", name);
     }
     const CallbackPtr old = service->callback;
+    forgetArguments(*on.agent, *service);
+    on.agent->definitionBytes -= declarationBytes(name);
     on.agent->services.remove(name);
     on.core.changed(*on.agent);
     if (old) {

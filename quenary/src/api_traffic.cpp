@@ -47,20 +47,10 @@ qny_result_t fit(const Output& output, Value& value)
     return QNY_SUCCESS;
 }
 
-qny_result_t tooManyDeclarations(const Agent& agent)
-{
-    if (agent.inputs.size() + agent.outputs.size() + agent.services.size() < maxDeclarations) {
-        return QNY_SUCCESS;
-    }
-    return fail(QNY_ERROR_TOO_LARGE,
-        "The agent " + agent.name + " has " + std::to_string(maxDeclarations)
-            + " inputs, outputs and services, which is the most it can have.");
-}
-
 qny_result_t checkDeclaration(const Agent& agent, const char* name, const char* what)
 {
     const qny_result_t result = checkName(name, what);
-    return result != QNY_SUCCESS ? result : tooManyDeclarations(agent);
+    return result != QNY_SUCCESS ? result : checkRoom(agent, name);
 }
 
 } // namespace
@@ -87,6 +77,7 @@ qny_result_t qny_agent_output_create(
         return existsOtherwise(*known, type, "output");
     }
     Output& output = on.agent->outputs.add(name);
+    on.agent->definitionBytes += declarationBytes(name);
     output.type = type;
     output.hasValue = hasValue;
     output.value = std::move(first.bytes);
@@ -114,6 +105,7 @@ qny_result_t qny_agent_output_remove(qny_agent_t* agent, const char* name)
     }
     on.agent->retiredSequences[name] = output->sequence;
     on.agent->outputs.remove(name);
+    on.agent->definitionBytes -= declarationBytes(name);
     return on.core.changed(*on.agent);
 }
 
@@ -240,6 +232,7 @@ qny_result_t qny_agent_input_create(
         return existsOtherwise(*known, type, "input");
     }
     Input& input = on.agent->inputs.add(name);
+    on.agent->definitionBytes += declarationBytes(name);
     input.type = type;
     input.hasValue = hasValue;
     input.value = std::move(first.bytes);
@@ -263,6 +256,7 @@ qny_result_t qny_agent_input_remove(qny_agent_t* agent, const char* name)
     }
     const std::vector<CallbackPtr> observers = input->observers;
     on.agent->inputs.remove(name);
+    on.agent->definitionBytes -= declarationBytes(name);
     on.core.refreshMappings(*on.agent);
     on.core.changed(*on.agent);
     for (const CallbackPtr& each : observers) {

@@ -107,6 +107,7 @@ qny_result_t Core::start(const Options& wanted)
     Lock lock(mutex);
     options = wanted;
     endpoint = made->endpoint();
+    shownHostName = wanted.hostName;
     network = made;
     started = true;
     self->hostName = wanted.hostName;
@@ -138,6 +139,7 @@ void Core::stop()
             }
             tellChanges();
             started = false;
+            ++epoch;
         }
         network->stop();
         Lock lock(mutex);

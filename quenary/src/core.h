@@ -141,6 +141,8 @@ public:
     std::vector<std::string> commandLine;
     Statistics statistics;
     Network* network = nullptr;
+    uint64_t epoch = 0; // of starts and stops: what arrived in an earlier one is not delivered any more
+    std::string shownHostName;
     int64_t tellAt = 0; // steadyMilliseconds() at which changes are told at the latest; 0: none
 
     // Malformed or beyond a bound, from others: counted, and logged without flooding the log.

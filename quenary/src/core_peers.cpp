@@ -136,7 +136,11 @@ std::vector<std::pair<PeerPtr, AgentRecordPtr>> Core::find(std::string_view name
         }
     };
     if (const auto uuid = uuidFromText(nameOrUuid)) {
-        lookEverywhere([&](const AgentRecord& record) { return record.uuid == *uuid; });
+        const auto owner = owners.find(*uuid);
+        if (owner != owners.end() && owner->second->up) {
+            const auto peer = owner->second->isSelf ? self : peers.at(owner->second->uuid);
+            found.emplace_back(peer, peer->agents->at(*uuid));
+        }
     }
     if (found.empty()) {
         lookEverywhere([&](const AgentRecord& record) { return record.name == nameOrUuid; });

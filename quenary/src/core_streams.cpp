@@ -8,6 +8,11 @@
 
 namespace qny {
 
+namespace {
+// More than a publication holds beside its value.
+constexpr size_t itemHeadBytes = 1024;
+} // namespace
+
 bool Core::enqueue(const PeerPtr& peer, std::string_view item, Room room)
 {
     if (peer->isSelf) {
@@ -24,7 +29,7 @@ bool Core::enqueue(const PeerPtr& peer, std::string_view item, Room room)
     }
     if (room == Room::IfThereIs) {
         if (peer->queuedBytes + item.size() > options.maxPeerQueueBytes
-            || item.size() > peer->maxMessageBytes + wire::itemSlackBytes) {
+            || item.size() > peer->maxMessageBytes + itemHeadBytes) {
             return false;
         }
         if (!peer->dropped.empty()) {
@@ -254,10 +259,11 @@ qny_result_t Core::publish(Agent& agent, Output& output, Value value, int64_t ti
     }
     for (const PeerPtr& peer : output.listeners) {
         if (enqueue(peer, text, Room::IfThereIs)) {
-            ++statistics.publicationsSent;
+            statistics.publicationsSent += peer->isSelf ? 0 : 1;
         } else {
             ++statistics.publicationsDropped;
             peer->dropped[outputKey(agent.uuid, output.name)] = output.sequence;
+            tellDropped(peer);
         }
     }
     if (text.capacity() > wire::pieceBytes) {

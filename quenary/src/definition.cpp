@@ -96,8 +96,13 @@ std::string checkNames(const Definition& definition)
         }
     }
     for (const auto& [name, arguments] : definition.services) {
-        if (const std::string problem = check(name); !problem.empty()) {
+        if (std::string problem = check(name); !problem.empty()) {
             return problem;
+        }
+        for (const Declared& argument : arguments) {
+            if (std::string problem = check(argument.name); !problem.empty()) {
+                return problem;
+            }
         }
     }
     return {};
@@ -176,12 +181,14 @@ qny_result_t loadDefinition(std::string_view json, Agent& into, std::vector<std:
     for (const Declared& each : definition.inputs) {
         if (!into.inputs.find(each.name)) {
             into.inputs.add(each.name).type = each.type;
+            into.definitionBytes += declarationBytes(each.name);
         }
     }
     for (const Declared& each : definition.outputs) {
         if (!into.outputs.find(each.name)) {
             Output& output = into.outputs.add(each.name);
             output.type = each.type;
+            into.definitionBytes += declarationBytes(each.name);
             if (const auto it = into.retiredSequences.find(each.name); it != into.retiredSequences.end()) {
                 output.sequence = it->second;
             }
@@ -191,8 +198,10 @@ qny_result_t loadDefinition(std::string_view json, Agent& into, std::vector<std:
     for (const auto& [name, arguments] : definition.services) {
         if (!into.services.find(name)) {
             Service& service = into.services.add(name);
+            into.definitionBytes += declarationBytes(name);
             for (const Declared& each : arguments) {
                 service.arguments.push_back({ each.name, each.type });
+                into.definitionBytes += declarationBytes(each.name);
             }
         }
     }

@@ -231,7 +231,8 @@ void Dispatcher::run(Lock& lock, Batch& batch)
         batch.receivedAt = nowMicroseconds();
     }
     std::string_view rest = batch.items;
-    while (!rest.empty() && !m_ending) {
+    const uint64_t epoch = m_core.epoch;
+    while (!rest.empty() && !m_ending && epoch == m_core.epoch) {
         wire::Reader reader(rest);
         const auto length = reader.number<uint32_t>();
         const std::string_view body = reader.bytes(length);
@@ -248,6 +249,9 @@ void Dispatcher::run(Lock& lock, Batch& batch)
     }
     if (batch.peer->isSelf) {
         batch.peer->queuedBytes -= batch.bytes;
+        if (!batch.peer->dropped.empty()) {
+            m_core.tellDropped(batch.peer);
+        }
         return;
     }
     batch.peer->consumedPieces += batch.pieces;
@@ -322,6 +326,9 @@ bool Dispatcher::runPublication(Lock& lock, const Batch& batch, std::string_view
         const std::string_view output = key.substr(sizeof(Uuid));
         auto count = monitor->outputs.find(output);
         if (count == monitor->outputs.end()) {
+            if (monitor->outputs.size() >= maxMonitoredOutputs) {
+                return false;
+            }
             count = monitor->outputs.emplace(output, Monitor::Count {}).first;
         }
         if (sequence > count->second.sequence) {
@@ -407,6 +414,9 @@ bool Dispatcher::runLast(Lock& lock, const Batch& batch, std::string_view payloa
         const std::shared_ptr<Monitor> monitor = it->second;
         auto count = monitor->outputs.find(output);
         if (count == monitor->outputs.end()) {
+            if (monitor->outputs.size() >= maxMonitoredOutputs) {
+                return false;
+            }
             count = monitor->outputs.emplace(output, Monitor::Count {}).first;
         }
         count->second.sequence = std::max(count->second.sequence, sequence);

@@ -144,6 +144,12 @@ struct Input
 // Inputs, outputs and services of one agent together.
 constexpr size_t maxDeclarations = 4096;
 
+// What one declaration takes of a definition: its name, and the JSON around it.
+inline size_t declarationBytes(std::string_view name)
+{
+    return name.size() + 48;
+}
+
 struct ServiceArgument
 {
     std::string name;
@@ -196,7 +202,7 @@ struct Agent
     bool activated = false; // by its owner; it is on the network when the process is, too
     bool online = false;
     bool dirty = false; // others have not been told yet
-    size_t definitionBytes = 0;
+    size_t definitionBytes = 0; // what its definition takes as JSON, by declarationBytes()
     NamedList<Output> outputs;
     NamedList<Input> inputs;
     NamedList<Service> services;
@@ -275,6 +281,9 @@ struct Peer
     uint64_t consumedBytesTold = 0;
 };
 using PeerPtr = std::shared_ptr<Peer>;
+
+// The outputs of one agent that a monitor keeps count of.
+constexpr size_t maxMonitoredOutputs = 16'384;
 
 inline std::string outputKey(const Uuid& agent, std::string_view output)
 {

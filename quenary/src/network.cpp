@@ -43,6 +43,7 @@ Network::~Network()
     m_links.clear();
     m_inbox.close();
     m_context.close();
+    m_probeContext.close();
     if (m_wakeFd >= 0) {
         ::close(m_wakeFd);
     }
@@ -55,6 +56,7 @@ std::string Network::endpoint() const
 
 qny_result_t Network::open(const Options& options)
 {
+    m_context.set(zmq::ctxopt::max_sockets, static_cast<int>(8 * wire::maxPeers));
     if (const qny_result_t result = findDevice(options.device, m_device); result != QNY_SUCCESS) {
         return result;
     }
@@ -75,7 +77,7 @@ qny_result_t Network::open(const Options& options)
         }
     }
     for (const auto& [host, port] : options.peers) {
-        zmq::socket_t socket(m_context, zmq::socket_type::dealer);
+        zmq::socket_t socket(m_probeContext, zmq::socket_type::dealer);
         socket.set(zmq::sockopt::immediate, true);
         socket.set(zmq::sockopt::linger, 0);
         socket.set(zmq::sockopt::sndhwm, 1);
@@ -83,7 +85,7 @@ qny_result_t Network::open(const Options& options)
         socket.set(zmq::sockopt::reconnect_ivl_max, 2000);
         const bool ipv6 = host.find(':') != std::string::npos;
         socket.set(zmq::sockopt::ipv6, ipv6);
-        const std::string source = ipv6 == m_device.ipv6 ? inBrackets(m_device.address) + ":0;" : "";
+        const std::string source = sourceFor(ipv6).empty() ? "" : inBrackets(sourceFor(ipv6)) + ":0;";
         const std::string destination = "tcp://" + source + inBrackets(host) + ":" + std::to_string(port);
         try {
             socket.connect(destination);
@@ -121,7 +123,36 @@ qny_result_t Network::bindInbox(const Options& options)
     }
     const std::string bound = m_inbox.get(zmq::sockopt::last_endpoint);
     m_port = static_cast<uint16_t>(std::strtoul(bound.c_str() + bound.rfind(':') + 1, nullptr, 10));
+    const bool wants6 = std::ranges::any_of(
+        options.peers, [](const auto& each) { return each.first.find(':') != std::string::npos; });
+    return wants6 && !m_device.ipv6 ? bindInbox6() : QNY_SUCCESS;
+}
+
+// The same port on the device's IPv6 address, for the peers of IPv6 that were named.
+qny_result_t Network::bindInbox6()
+{
+    const std::vector<Device> devices = listDevices();
+    const auto it
+        = std::ranges::find_if(devices, [this](const Device& each) { return each.ipv6 && each.name == m_device.name; });
+    if (it == devices.end()) {
+        return fail(QNY_ERROR_DEVICE,
+            "`peers` names an IPv6 address, and the device " + m_device.name + " has none to reach it from.");
+    }
+    m_device6 = *it;
+    m_inbox.set(zmq::sockopt::ipv6, true);
+    try {
+        m_inbox.bind("tcp://" + inBrackets(m_device6.address) + ":" + std::to_string(m_port));
+    } catch (const zmq::error_t& error) {
+        return fail(error.num() == EADDRINUSE ? QNY_ERROR_PORT_IN_USE : QNY_ERROR_SYSTEM,
+            "This peer cannot listen on [" + m_device6.address + "]:" + std::to_string(m_port) + ": " + error.what()
+                + ".");
+    }
     return QNY_SUCCESS;
+}
+
+const std::string& Network::sourceFor(bool ipv6) const
+{
+    return ipv6 == m_device.ipv6 ? m_device.address : m_device6.address;
 }
 
 void Network::run()
@@ -331,8 +362,18 @@ Link* Network::hint(const Uuid& uuid, const std::string& address, uint16_t port)
     if (port == 0 || address.empty() || m_links.size() >= wire::maxPeers) {
         return nullptr;
     }
-    auto link = std::make_unique<Link>(m_core, m_context, m_identity, uuid, address, port, m_device.address);
-    return m_links.emplace(uuid, std::move(link)).first->second.get();
+    const auto pending = std::ranges::count_if(m_links, [](const auto& each) { return !each.second->isOpen(); });
+    if (static_cast<size_t>(pending) >= wire::maxPendingLinks) {
+        return nullptr;
+    }
+    try {
+        const bool ipv6 = address.find(':') != std::string::npos;
+        auto link = std::make_unique<Link>(m_core, m_context, m_identity, uuid, address, port, sourceFor(ipv6));
+        return m_links.emplace(uuid, std::move(link)).first->second.get();
+    } catch (const zmq::error_t& error) {
+        logWarning("no link to " + address + ":" + std::to_string(port) + ": " + error.what());
+        return nullptr;
+    }
 }
 
 void Network::drop(const Uuid& uuid, const std::string& why, bool fellSilent)

@@ -51,6 +51,9 @@ private:
     };
 
     qny_result_t bindInbox(const Options& options);
+    qny_result_t bindInbox6();
+    // The address from which we connect, so that the other side finds the way back by it.
+    const std::string& sourceFor(bool ipv6) const;
     void loop();
     void wait(int64_t timeout);
     void receive();
@@ -75,7 +78,10 @@ private:
 
     Core& m_core;
     zmq::context_t m_context;
+    // The sockets that try explicit peers: their host names may take long to resolve, which must delay nobody else.
+    zmq::context_t m_probeContext;
     Device m_device;
+    Device m_device6; // beside an IPv4 device: where explicit peers of IPv6 find us
     uint16_t m_port = 0;
     Identity m_identity;
     Discovery m_discovery;

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <mutex>
+#include <shared_mutex>
 
 namespace qny {
 
@@ -13,7 +14,8 @@ namespace {
 // A plain array and not a std::string: it must outlive every other thread-local object of a thread that is ending.
 thread_local char errorText[1024] = "";
 
-std::mutex logMutex;
+// Held shared while the handler runs, so that a handler that was replaced does not run any more.
+std::shared_mutex& logMutex = *new std::shared_mutex; // outlives every thread that may still log
 qny_log_fn logHandler = nullptr;
 void* logUserData = nullptr;
 
@@ -34,22 +36,16 @@ const char* lastError()
 
 void setLogHandler(qny_log_fn handler, void* userData)
 {
-    const std::lock_guard lock(logMutex);
+    const std::unique_lock lock(logMutex);
     logHandler = handler;
     logUserData = userData;
 }
 
 void log(qny_log_level_t level, const std::string& message)
 {
-    qny_log_fn handler = nullptr;
-    void* userData = nullptr;
-    {
-        const std::lock_guard lock(logMutex);
-        handler = logHandler;
-        userData = logUserData;
-    }
-    if (handler) {
-        handler(level, message.c_str(), userData);
+    const std::shared_lock lock(logMutex);
+    if (logHandler) {
+        logHandler(level, message.c_str(), logUserData);
     } else if (level >= QNY_LOG_WARNING) {
         std::fprintf(stderr, "quenary: %s: %s\n", level == QNY_LOG_ERROR ? "error" : "warning", message.c_str());
     }

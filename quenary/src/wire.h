@@ -78,7 +78,9 @@ constexpr size_t maxArguments = 1024;
 constexpr size_t maxCommandLineArguments = 4096;
 constexpr size_t maxCommandLineBytes = 256 * 1024;
 constexpr size_t maxSubscriptionsPerPeer = 100'000;
-constexpr size_t maxPeers = 1024;
+constexpr size_t maxPeers = 256;
+// Addresses that were hinted at and have not answered yet.
+constexpr size_t maxPendingLinks = 64;
 // Control items are bounded by this, calls and publications by the option max_message_bytes plus this.
 constexpr size_t itemSlackBytes = 2 * 1024 * 1024;
 
