@@ -6,6 +6,14 @@ add_library(qnyRecorderData STATIC
     ${CMAKE_CURRENT_LIST_DIR}/event.cpp
     ${CMAKE_CURRENT_LIST_DIR}/chunk/checksum.cpp
     ${CMAKE_CURRENT_LIST_DIR}/chunk/packedchunk.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/base64.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/csvreader.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/csvwriter.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/export.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/facts.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/filerecord.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/import.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/utf8.cpp
     ${CMAKE_CURRENT_LIST_DIR}/filters/recordingfilter.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/chunkcursor.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/chunkedreader.cpp

@@ -46,13 +46,13 @@ void appendEvent(std::string& out, const EventView& event);
 //   Reader reader;
 //   reader.feed(bytes); …; reader.finish();
 //   Entry entry;
-//   for (;;) switch (reader.next(entry)) { case Reader::Step::Entry: …; case Reader::Step::NeedMore: …; … }
+//   for (;;) switch (reader.next(entry)) { case Reader::Step::Row: …; case Reader::Step::NeedMore: …; … }
 class Reader
 {
 public:
     enum class Step
     {
-        Entry,
+        Row,
         NeedMore, // feed() or finish() first
         End, // after finish(): no row is left
         Failed // error() says why; the reader stays failed
@@ -86,18 +86,31 @@ private:
         std::string text;
         bool quoted = false;
     };
+    enum class Scan
+    {
+        Good,
+        NeedMore,
+        Failed
+    };
+    struct Place;
 
     Step splitRow(bool& empty);
+    Scan scanField(Place& place, bool& rowEnds);
+    Scan scanQuoted(Place& place, Field* field);
+    Scan scanLineEnd(Place& place);
+    bool skipMark();
     Step fail(std::uint64_t line, int column, std::string reason);
     bool understand(Entry& entry);
+    bool understandFact(Entry& entry);
     bool parseTime(std::int64_t& timeUs);
-    bool parseValue(Value& value);
-    bool needName(int column, std::string_view what);
+    bool parseValue(ValueView& value);
+    bool checkName(int column);
+    bool refuse(int column, std::string reason);
 
     Options m_options;
     std::string m_buffer;
     std::size_t m_at = 0; // in the buffer, where the next row begins
-    std::size_t m_scanned = 0; // how far the unfinished row has been looked at without success
+    std::size_t m_tried = 0; // size of the buffer when the unfinished row was last looked at
     bool m_started = false;
     bool m_finished = false;
     bool m_failed = false;

@@ -5,11 +5,9 @@
 #include "csv.h"
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace recorder::csv {
 
@@ -64,20 +62,29 @@ public:
     const std::string& uuid() const { return m_facts.uuid; } // from the beginning, also when nothing is stored
     bool hasFailed() const { return m_failed; }
     const std::string& failure() const { return m_failure; }
-    bool isStored() const { return m_writer != nullptr; }
+    bool isStored() const { return m_stored; } // there is a record of it
 
 private:
-    Import(Store& store, std::unique_ptr<RecordWriter> writer, RecordFacts facts);
+    Import(Store& store, std::unique_ptr<RecordWriter> writer);
 
-    StoreResult takeEntries(std::string_view chunk);
-    StoreResult take(Entry& entry, const Reader& reader);
-    StoreResult takeFact(const Fact& fact, const Reader& reader);
+    // What a chunk says about the record as a whole.
+    struct News
+    {
+        RecordFacts facts;
+        bool any = false;
+    };
+    bool check(std::string_view chunk, News& news, Error& error, std::uint64_t& nextLine) const;
+    StoreResult keep(std::string_view chunk, const News& news);
+    StoreResult ensureWriter(const News& news);
+    Reader::Options readerOptions() const;
     StoreResult fail(StoreResult result);
 
     Store& m_store;
     RecordFacts m_facts;
     std::unique_ptr<RecordWriter> m_writer;
     std::uint64_t m_line = 1;
+    bool m_isFirst = true;
+    bool m_stored = false;
     bool m_failed = false;
     std::string m_failure;
 };

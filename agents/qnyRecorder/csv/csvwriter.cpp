@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "base64.h"
+#include "csv.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace recorder::csv {
+
+namespace {
+
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+// A field that holds text: an empty one is quoted, so that it differs from a field without content. A byte-order mark
+// at its beginning is quoted too, so that no reader takes it off where a row begins a piece of text.
+void appendText(std::string& out, std::string_view text)
+{
+    const bool plain
+        = !text.empty() && text.find_first_of(";\"\r\n") == std::string_view::npos && !text.starts_with(byteOrderMark);
+    if (plain) {
+        out += text;
+        return;
+    }
+    out += '"';
+    for (std::size_t quote = text.find('"'); quote != std::string_view::npos; quote = text.find('"')) {
+        out += text.substr(0, quote + 1);
+        out += '"';
+        text.remove_prefix(quote + 1);
+    }
+    out += text;
+    out += '"';
+}
+
+template <typename Number> void appendNumber(std::string& out, Number number)
+{
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof(digits), number);
+    out.append(digits, end.ptr);
+}
+
+void appendDouble(std::string& out, double number)
+{
+    if (std::isnan(number)) {
+        out += "nan";
+    } else if (std::isinf(number)) {
+        out += number < 0 ? "-inf" : "inf";
+    } else {
+        appendNumber(out, number);
+    }
+}
+
+void appendStart(std::string& out, std::string_view agent, std::int64_t timeUs, std::string_view kind)
+{
+    appendText(out, agent);
+    out += ';';
+    appendNumber(out, timeUs);
+    out += ';';
+    out += kind;
+    out += ';';
+}
+
+void appendValue(std::string& out, std::string_view output, const ValueView& value)
+{
+    appendText(out, output);
+    out += ';';
+    out += toText(value.type);
+    out += ';';
+    switch (value.type) {
+    case ValueType::Impulse:
+        break;
+    case ValueType::Bool:
+        out += value.boolean ? "true" : "false";
+        break;
+    case ValueType::Integer:
+        appendNumber(out, value.integer);
+        break;
+    case ValueType::Double:
+        appendDouble(out, value.real);
+        break;
+    case ValueType::String:
+        appendText(out, value.bytes);
+        break;
+    case ValueType::Data:
+        // No data at all is an empty text, as with strings.
+        if (value.bytes.empty()) {
+            out += "\"\"";
+        } else {
+            appendBase64(out, value.bytes);
+        }
+        break;
+    }
+    out += '\n';
+}
+
+} // namespace
+
+void appendFact(std::string& out, std::string_view name, std::string_view value)
+{
+    out += ";0;record;";
+    appendText(out, name);
+    out += ";string;";
+    appendText(out, value);
+    out += '\n';
+}
+
+void appendFact(std::string& out, std::string_view name, std::int64_t value)
+{
+    out += ";0;record;";
+    appendText(out, name);
+    out += ";integer;";
+    appendNumber(out, value);
+    out += '\n';
+}
+
+void appendDefinition(std::string& out, std::int64_t timeUs, std::string_view agent, std::string_view json)
+{
+    appendStart(out, agent, timeUs, "agent");
+    out += ";string;";
+    appendText(out, json);
+    out += '\n';
+}
+
+void appendInitial(
+    std::string& out, std::int64_t timeUs, std::string_view agent, std::string_view output, const ValueView& value)
+{
+    appendStart(out, agent, timeUs, "initial");
+    appendValue(out, output, value);
+}
+
+void appendEvent(std::string& out, const EventView& event)
+{
+    appendStart(out, event.agent, event.timeUs, "output");
+    appendValue(out, event.output, event.value);
+}
+
+} // namespace recorder::csv

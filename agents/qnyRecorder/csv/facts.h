@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "../store/store.h"
+#include "csv.h"
+
+#include <string>
+
+namespace recorder::csv {
+
+// Takes a fact into `facts`; unknown facts, and the name (an import is named after its file), change nothing. False
+// with the reason when the fact's value cannot be read. `changed` becomes true when something was taken.
+bool takeFact(const Fact& fact, RecordFacts& facts, bool& changed, std::string& reason);
+
+// The rows that stand before the events: facts, definitions, initial values. One string a row, with its line end.
+std::vector<std::string> headerRows(const RecordFacts& facts, const std::vector<AgentDefinition>& definitions,
+    const std::vector<OutputValue>& initialValues);
+
+} // namespace recorder::csv

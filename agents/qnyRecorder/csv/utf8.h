@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string_view>
+
+namespace recorder::csv {
+
+// Whether the bytes are valid UTF-8: no overlong forms, no surrogates, nothing beyond U+10FFFF.
+bool isUtf8(std::string_view bytes);
+
+} // namespace recorder::csv
