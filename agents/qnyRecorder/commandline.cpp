@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commandline.h"
+
+#include <QCommandLineOption>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QStandardPaths>
+#include <QUrl>
+
+#include <quenary.h>
+
+namespace recorder {
+
+namespace {
+
+constexpr char EMBEDDED_HOST[] = "embedded";
+
+CommandLine refusal(const QString& why)
+{
+    CommandLine line;
+    line.outcome = CommandLine::Outcome::Refuse;
+    line.text = QStringLiteral("qnyRecorder: %1 (see qnyRecorder --help)").arg(why);
+    return line;
+}
+
+CommandLine printed(const QString& text)
+{
+    CommandLine line;
+    line.outcome = CommandLine::Outcome::Print;
+    line.text = text;
+    return line;
+}
+
+/// A port from 1 to 65535, or 0 when the text is none.
+quint16 portFromText(const QString& text)
+{
+    bool isNumber = false;
+    const uint port = text.toUInt(&isNumber);
+    const bool digitsOnly = !text.isEmpty() && text.at(0).isDigit();
+    return (isNumber && digitsOnly && port >= 1 && port <= 65535) ? static_cast<quint16>(port) : quint16(0);
+}
+
+bool isKeyspaceName(const QString& text)
+{
+    if (text.isEmpty() || text.size() > 48) {
+        return false;
+    }
+    for (const QChar c : text) {
+        if (!(c.unicode() < 128 && (c.isLetterOrNumber() || c == QLatin1Char('_')))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// The options, long and short; those that only this program knows are long alone, because launch lines are also read
+/// by programs that take "-abc" for three short options.
+struct Options
+{
+    QCommandLineOption name { { "n", "name" }, "Name of the recorder on the network.", "name" };
+    QCommandLineOption cassandra { { "c", "cassandra" },
+        "Keep the records in this Cassandra database; with the host name \"embedded\" in the built-in one. Without "
+        "this "
+        "option records are CSV files in the data directory.",
+        "host:port" };
+    QCommandLineOption keyspace { { "k", "keyspace" }, "Keyspace of the database.", "keyspace" };
+    QCommandLineOption username { { "u", "cassandra_username" }, "User name for Cassandra.", "user" };
+    QCommandLineOption password { { "a", "cassandra_password" }, "Password for Cassandra.", "password" };
+    QCommandLineOption verbose { { "v", "verbose" }, "Log every command and answer." };
+    QCommandLineOption certificate { { "1", "qnyCert" }, "This agent's private certificate.", "file" };
+    QCommandLineOption certificates { { "2", "publicCerts" }, "Public certificates of the agents let in.",
+        "directory" };
+    QCommandLineOption timestamped { { "5", "timestamped_replay" },
+        "Replayed publications carry the time at which they were recorded." };
+    QCommandLineOption device { "device", "Network device to use (default: $QNY_DEVICE, else lo).", "device" };
+    QCommandLineOption port { "port", "UDP port of discovery (default: $QNY_PORT, else 5670).", "port" };
+    QCommandLineOption peers { "peers", "Peers to try besides discovery (default: $QNY_PEERS).", "host:port,…" };
+    QCommandLineOption dataDirectory { "data-directory",
+        "Where records and the filters are kept (default: the platform's data location, a folder for each recorder "
+        "name).",
+        "directory" };
+    QCommandLineOption replayOverLive { "replay_over_live",
+        "Replay recorded agents although agents of the same names are on the network." };
+    QCommandLineOption help { "help", "Show this text." };
+    QCommandLineOption version { "version", "Show the version." };
+
+    QList<QCommandLineOption> all() const
+    {
+        return { name, cassandra, keyspace, username, password, verbose, certificate, certificates, timestamped, device,
+            port, peers, dataDirectory, replayOverLive, help, version };
+    }
+};
+
+/// Splits HOST:PORT at the last colon. Returns what is wrong, or nothing.
+QString readDatabase(const QString& text, Settings& settings)
+{
+    const qsizetype colon = text.lastIndexOf(QLatin1Char(':'));
+    const QString host = text.left(colon);
+    if (colon <= 0 || portFromText(text.mid(colon + 1)) == 0) {
+        return QStringLiteral("--cassandra \"%1\" is not HOST:PORT with a port from 1 to 65535, such as embedded:9042")
+            .arg(text);
+    }
+    settings.databaseHost = host;
+    settings.databasePort = portFromText(text.mid(colon + 1));
+    settings.store = host == QLatin1String(EMBEDDED_HOST) ? StoreKind::Embedded : StoreKind::Cassandra;
+    return {};
+}
+
+} // namespace
+
+QString defaultDataDirectory(const QString& recorderName)
+{
+    // Percent-encoding keeps names apart that differ only in what file systems dislike; ".." must not climb.
+    QString folder = QString::fromLatin1(QUrl::toPercentEncoding(recorderName, " +,=@()[]'!"));
+    if (folder.startsWith(QLatin1Char('.'))) {
+        folder.replace(0, 1, QStringLiteral("%2E"));
+    }
+    const QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    return QDir(base).filePath(QStringLiteral("qnyRecorder/") + folder);
+}
+
+CommandLine parseCommandLine(const QStringList& arguments)
+{
+    const Options options;
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Records the traffic of an agent network and plays it back, driven by "
+                       "the services that it offers to hosts."));
+    parser.addOptions(options.all());
+    if (!parser.parse(arguments)) {
+        QString why = parser.errorText();
+        while (why.endsWith(QLatin1Char('.'))) {
+            why.chop(1);
+        }
+        return refusal(why);
+    }
+    if (parser.isSet(options.help)) {
+        return printed(parser.helpText());
+    }
+    if (parser.isSet(options.version)) {
+        return printed(QStringLiteral("qnyRecorder " RECORDER_VERSION "\n"));
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        return refusal(QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().constFirst()));
+    }
+
+    CommandLine line;
+    line.outcome = CommandLine::Outcome::Run;
+    Settings& settings = line.settings;
+    settings.verbose = parser.isSet(options.verbose);
+    settings.timestampedReplay = parser.isSet(options.timestamped);
+    settings.replayOverLive = parser.isSet(options.replayOverLive);
+
+    if (parser.isSet(options.name)) {
+        settings.name = parser.value(options.name);
+        if (!qny_name_is_valid(settings.name.toUtf8().constData(), true)) {
+            return refusal(
+                QStringLiteral("--name \"%1\" cannot name an agent: 1 to 255 bytes without \" \\ / * ? # and "
+                               "control characters, no blank at either end, no leading -")
+                    .arg(settings.name));
+        }
+    }
+
+    if (parser.isSet(options.certificate) || parser.isSet(options.certificates)) {
+        return refusal(
+            QStringLiteral("--qnyCert and --publicCerts: this build has no network security; start without them"));
+    }
+
+    if (parser.isSet(options.cassandra)) {
+        const QString problem = readDatabase(parser.value(options.cassandra), settings);
+        if (!problem.isEmpty()) {
+            return refusal(problem);
+        }
+        if (settings.store == StoreKind::Cassandra) {
+            return refusal(QStringLiteral("--cassandra %1: this build has no Cassandra; use the built-in database with "
+                                          "--cassandra embedded:9042")
+                    .arg(parser.value(options.cassandra)));
+        }
+    }
+    if (parser.isSet(options.keyspace)) {
+        settings.keyspace = parser.value(options.keyspace);
+        if (!isKeyspaceName(settings.keyspace)) {
+            return refusal(QStringLiteral("--keyspace \"%1\" is not 1 to 48 letters, digits and underscores")
+                    .arg(settings.keyspace));
+        }
+    }
+    if (parser.isSet(options.username) != parser.isSet(options.password)) {
+        return refusal(QStringLiteral("--cassandra_username and --cassandra_password go together"));
+    }
+    settings.username = parser.value(options.username);
+    settings.password = parser.value(options.password);
+
+    settings.device = parser.value(options.device);
+    if (parser.isSet(options.device) && settings.device.isEmpty()) {
+        return refusal(QStringLiteral("--device is empty"));
+    }
+    if (parser.isSet(options.port)) {
+        settings.port = portFromText(parser.value(options.port));
+        if (settings.port == 0) {
+            return refusal(
+                QStringLiteral("--port \"%1\" is not a number from 1 to 65535").arg(parser.value(options.port)));
+        }
+    }
+    settings.peers = parser.value(options.peers);
+
+    if (parser.isSet(options.dataDirectory)) {
+        if (parser.value(options.dataDirectory).isEmpty()) {
+            return refusal(QStringLiteral("--data-directory is empty"));
+        }
+        settings.dataDirectory = QDir::cleanPath(QDir::current().absoluteFilePath(parser.value(options.dataDirectory)));
+    } else {
+        settings.dataDirectory = defaultDataDirectory(settings.name);
+    }
+    return line;
+}
+
+} // namespace recorder

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace recorder {
+
+/// Where the records are kept.
+enum class StoreKind
+{
+    None, ///< no database was named: record files in the data directory
+    Embedded, ///< the built-in database in the data directory
+    Cassandra
+};
+
+/// What the command line asks for, checked and completed with the defaults.
+struct Settings
+{
+    QString name = QStringLiteral("qnyRecorder"); ///< the agent's name on the network
+    StoreKind store = StoreKind::None;
+    QString databaseHost; ///< of Cassandra; an IPv6 address comes without brackets
+    quint16 databasePort = 0;
+    QString keyspace;
+    QString username;
+    QString password;
+    bool verbose = false;
+    bool timestampedReplay = false; ///< publications of a replay carry their recorded time, not the present one
+    bool replayOverLive = false; ///< replay also for agents that are on the network themselves
+    QString device; ///< empty: the environment's, else the network library's default
+    quint16 port = 0; ///< 0: the environment's, else the network library's default
+    QString peers;
+    QString dataDirectory; ///< absolute
+};
+
+/// What a command line comes to: settings to run with, or a text to print before ending.
+struct CommandLine
+{
+    enum class Outcome
+    {
+        Run,
+        Print, ///< help or version: `text` goes to standard output, status 0
+        Refuse ///< something is wrong: `text`, one line, goes to standard error, status 2
+    };
+    Outcome outcome = Outcome::Refuse;
+    QString text;
+    Settings settings;
+};
+
+/// Reads the arguments, the program's own name first. Looks at no file and starts nothing.
+CommandLine parseCommandLine(const QStringList& arguments);
+
+/// The folder of one recorder below the platform's data location: any agent name gives a safe, distinct folder name.
+QString defaultDataDirectory(const QString& recorderName);
+
+} // namespace recorder

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commandline.h"
+#include "log.h"
+#include "services/controller.h"
+#include "stopsignals.h"
+#include "store/embedded/embeddedstore.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDir>
+#include <QTemporaryFile>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int STATUS_FAILED = 1;
+constexpr int STATUS_BAD_COMMAND_LINE = 2;
+
+int failed(const QString& why)
+{
+    std::fprintf(stderr, "qnyRecorder: %s\n", why.toUtf8().constData());
+    return STATUS_FAILED;
+}
+
+/// Makes the directory and tries to write into it. Returns what went wrong, or nothing.
+QString prepareDirectory(const QString& path)
+{
+    if (!QDir().mkpath(path)) {
+        return QStringLiteral("cannot make the data directory %1; name another with --data-directory").arg(path);
+    }
+    QTemporaryFile probe(QDir(path).filePath(QStringLiteral("probe-XXXXXX")));
+    if (!probe.open() || probe.write("x") != 1 || !probe.flush()) {
+        return QStringLiteral("cannot write into the data directory %1 (%2); name another with --data-directory")
+            .arg(path, probe.errorString());
+    }
+    return {};
+}
+
+/// Null, with the reason in `problem`, when it cannot be opened; null without one when none is wanted.
+std::unique_ptr<recorder::Store> openStore(const recorder::Settings& settings, QString& problem)
+{
+    if (settings.store != recorder::StoreKind::Embedded) {
+        return nullptr;
+    }
+    // Each keyspace of the built-in database is a database of its own.
+    const QString directory = settings.keyspace.isEmpty() ? settings.dataDirectory
+                                                          : QDir(settings.dataDirectory).filePath(settings.keyspace);
+    recorder::EmbeddedOptions options;
+    options.directory = directory.toStdString();
+    options.onMessage = [](const std::string& message) { qWarning().noquote() << QString::fromStdString(message); };
+    recorder::StoreResult result;
+    std::unique_ptr<recorder::Store> store = recorder::openEmbeddedStore(options, result);
+    if (!store) {
+        problem = QString::fromStdString(result.message);
+    }
+    return store;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    using namespace recorder;
+    StopSignals stopSignals;
+
+    // Before Qt takes options of its own out of them.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    }
+    const CommandLine commandLine = parseCommandLine(arguments);
+    if (commandLine.outcome == CommandLine::Outcome::Print) {
+        std::fputs(commandLine.text.toUtf8().constData(), stdout);
+        return 0;
+    }
+    if (commandLine.outcome == CommandLine::Outcome::Refuse) {
+        std::fprintf(stderr, "%s\n", commandLine.text.toUtf8().constData());
+        return STATUS_BAD_COMMAND_LINE;
+    }
+    const Settings& settings = commandLine.settings;
+    installLog(settings.verbose);
+    QString problem = Network::setCommandLine(argc, argv);
+    if (!problem.isEmpty()) {
+        return failed(problem);
+    }
+    const QCoreApplication application(argc, argv);
+
+    problem = prepareDirectory(settings.dataDirectory);
+    if (!problem.isEmpty()) {
+        return failed(problem);
+    }
+    std::unique_ptr<Store> store = openStore(settings, problem);
+    if (!problem.isEmpty()) {
+        return failed(problem);
+    }
+    const QString storePlace = store ? QString::fromStdString(store->describe()) : QStringLiteral("none: no database");
+    Controller controller(settings, std::move(store), [&stopSignals] { stopSignals.request(); });
+    problem = controller.start();
+    if (!problem.isEmpty()) {
+        return failed(problem);
+    }
+    qInfo().noquote() << "Recorder" << settings.name << "is on the network; records:" << storePlace;
+    const QString reason = stopSignals.wait();
+    qInfo().noquote() << "Stopping, because of" << reason;
+    controller.stop();
+    return 0;
+}

@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "controller.h"
+
+#include <QDebug>
+#include <QDir>
+
+namespace recorder {
+
+namespace {
+
+constexpr std::chrono::milliseconds TICK { 50 };
+
+/// The filters of recorders that share a data directory are kept apart by name.
+QString filtersPath(const Settings& settings)
+{
+    const QString folder = QDir(defaultDataDirectory(settings.name)).dirName();
+    return QDir(settings.dataDirectory).filePath(QStringLiteral("record-filters-%1.txt").arg(folder));
+}
+
+bool isBulk(Service service)
+{
+    return service == Service::Export || service == Service::Import || service == Service::Append;
+}
+
+} // namespace
+
+Controller::Controller(const Settings& settings, std::unique_ptr<Store> store, Network::StopHandler onStopRequest)
+    : _settings(settings)
+    , _store(std::move(store))
+    , _commands(TICK, [this] { tick(); })
+    , _network([this](Call call) { take(std::move(call)); }, std::move(onStopRequest))
+    , _answers(_network)
+    , _records({ _network.directory(), _answers, _store.get(), settings.store != StoreKind::None })
+    , _transfers({ _network.directory(), _answers, _store.get(),
+          [this](TaskThread::Task task) { _commands.post(std::move(task)); } })
+    , _replay({ _network, _answers, _store.get(), [this](TaskThread::Task task) { _commands.post(std::move(task)); },
+          settings.timestampedReplay, settings.replayOverLive, settings.name })
+    , _recording(
+          { _network, _answers, _store.get(), [this](TaskThread::Task task) { _commands.post(std::move(task)); } },
+          filtersPath(settings))
+{
+    _network.directory().addListener([this](qny_agent_event_t event, const KnownAgent& agent) {
+        _recording.onAgent(event, agent);
+        if (event == QNY_AGENT_ENTERED) {
+            _commands.post([this, agent] { _replay.onAgentEntered(agent); });
+        }
+    });
+}
+
+Controller::~Controller()
+{
+    stop();
+}
+
+QString Controller::start()
+{
+    _commands.start();
+    return _network.start(_settings);
+}
+
+void Controller::stop()
+{
+    if (_isStopped) {
+        return;
+    }
+    _isStopped = true;
+    _commands.post([this] {
+        _recording.finishBecause(QStringLiteral("the recorder was asked to stop"));
+        _replay.shutDown();
+    });
+    _transfers.stop();
+    _commands.stop();
+    _network.stop();
+}
+
+// ---- calls ------------------------------------------------------------------------------------------------------
+
+void Controller::take(Call call)
+{
+    auto shared = std::make_shared<Call>(std::move(call));
+    _commands.post([this, shared] { handle(std::move(*shared)); });
+}
+
+void Controller::handle(Call call)
+{
+    const auto waiting = _waiting.find(call.caller.agentUuid);
+    if (waiting != _waiting.end()) {
+        waiting->push_back(std::move(call));
+        return;
+    }
+    const DeclaredService& declared = declaredService(call.service);
+    qDebug().noquote() << "Called" << declared.name << "by" << call.caller.agentName;
+    const QString problem = checkArguments(declared, call.arguments);
+    if (!problem.isEmpty() && !declared.arguments.empty()) {
+        refuse(call, problem);
+    } else if (isBulk(call.service)) {
+        executeBulk(call);
+    } else {
+        execute(call);
+    }
+}
+
+void Controller::execute(const Call& call)
+{
+    switch (call.service) {
+    case Service::Record:
+        if (_recording.record(call)) {
+            _replay.cancelLoad(QStringLiteral("A recording was started."));
+        }
+        break;
+    case Service::StopRecording:
+        _recording.stop(call);
+        break;
+    case Service::PauseRecord:
+        _recording.pause(call);
+        break;
+    case Service::ResumeRecord:
+        _recording.resume(call);
+        break;
+    case Service::GetRecords:
+        _records.answerRecords(call.caller, call.bytes(0));
+        break;
+    case Service::GetContext:
+        answerContext(call);
+        break;
+    case Service::GetRecordFilters:
+        _recording.answerFilters(call);
+        break;
+    case Service::SetRecordFilters:
+        _recording.setFilters(call);
+        break;
+    case Service::Load:
+        _replay.load(call, _recording.recordUuid());
+        break;
+    case Service::LoadFile:
+        _replay.loadFile(call);
+        break;
+    case Service::Unload:
+        _replay.unload(call);
+        break;
+    case Service::Rename:
+        _records.rename(call);
+        break;
+    case Service::Delete:
+        remove(call);
+        break;
+    case Service::Play:
+        _replay.play(call);
+        break;
+    case Service::Pause:
+        _replay.pause(call);
+        break;
+    case Service::MoveTo:
+        _replay.moveTo(call);
+        break;
+    case Service::FilterReplayingAgents:
+        _replay.filterAgents(call);
+        break;
+    case Service::Speed:
+        _replay.setSpeed(call);
+        break;
+    case Service::Export:
+    case Service::Import:
+    case Service::Append:
+        break;
+    }
+}
+
+void Controller::executeBulk(const Call& call)
+{
+    const QByteArray host = call.caller.agentUuid;
+    _waiting.insert(host, {});
+    const auto done = [this, host] { onBulkDone(host); };
+    if (call.service == Service::Export) {
+        _transfers.exportChunk(call, done);
+    } else if (call.service == Service::Import) {
+        _transfers.import(call, done);
+    } else {
+        _transfers.append(call, done);
+    }
+}
+
+void Controller::onBulkDone(const QByteArray& agentUuid)
+{
+    // One of them may be long again: the rest then waits on, in order.
+    for (Call& call : _waiting.take(agentUuid)) {
+        handle(std::move(call));
+    }
+}
+
+/// A call whose arguments cannot be read: logged, and answered so that nobody waits for ever.
+void Controller::refuse(const Call& call, const QString& problem)
+{
+    const DeclaredService& declared = declaredService(call.service);
+    qWarning().noquote() << QStringLiteral("Call of '%1' by %2 refused: %3")
+                                .arg(QLatin1String(declared.name), call.caller.agentName, problem);
+    const auto firstText = [&] {
+        const auto* text = call.arguments.empty() ? nullptr : std::get_if<QByteArray>(&call.arguments.front());
+        return text ? QString::fromUtf8(*text) : QString();
+    };
+    switch (call.service) {
+    case Service::Record:
+        _answers.recordingStopped(call.caller.underPlainToken());
+        break;
+    case Service::GetRecords:
+        _records.answerRecords(call.caller, {});
+        break;
+    case Service::SetRecordFilters:
+        _recording.answerFiltersInForce(call.caller);
+        break;
+    case Service::Load:
+    case Service::LoadFile:
+        _answers.loadingFailed(call.caller, firstText(), QStringLiteral("The request cannot be read: ") + problem);
+        break;
+    case Service::MoveTo:
+        _answers.movedTo(call.caller, _replay.context().positionSeconds);
+        break;
+    case Service::FilterReplayingAgents:
+        _answers.filterApplied(call.caller);
+        break;
+    case Service::Export:
+        _transfers.refuseExport(call.caller);
+        break;
+    case Service::Import:
+        _transfers.refuseImport(call.caller, QString::fromStdString(newRecordUuid()));
+        break;
+    case Service::Append:
+        _transfers.refuseImport(call.caller, firstText());
+        break;
+    case Service::StopRecording:
+    case Service::PauseRecord:
+    case Service::ResumeRecord:
+    case Service::GetContext:
+    case Service::GetRecordFilters:
+    case Service::Unload:
+    case Service::Play:
+    case Service::Pause:
+    case Service::Rename:
+    case Service::Delete:
+    case Service::Speed:
+        break; // take no arguments, or are not answered
+    }
+}
+
+void Controller::remove(const Call& call)
+{
+    const QString recordUuid = call.text(0);
+    const QByteArray& host = call.caller.agentUuid;
+    const auto refuseBecause
+        = [&](const char* why) { qWarning().noquote() << "Record" << recordUuid << "is not deleted:" << why; };
+    if (recordUuid == _recording.recordUuid()) {
+        refuseBecause("it is being recorded");
+    } else if (_replay.isUsedByOthers(recordUuid, host)) {
+        refuseBecause("it is loaded for another host");
+    } else if (_transfers.isUsedByOthers(recordUuid, host)) {
+        refuseBecause("another host exports or imports it");
+    } else {
+        _replay.release(recordUuid);
+        _transfers.release(recordUuid);
+        _records.remove(recordUuid);
+    }
+}
+
+void Controller::answerContext(const Call& call)
+{
+    ReplayContext context = _replay.context();
+    context.recordId = _recording.recordUuid();
+    _answers.context(call.caller, context);
+    _records.onContextAnswered(call.caller);
+}
+
+void Controller::tick()
+{
+    _replay.tick();
+    _records.tick();
+    _transfers.tick();
+}
+
+} // namespace recorder
