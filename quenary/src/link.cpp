@@ -114,7 +114,11 @@ Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const 
     m_socket.connect("tcp://" + source + destination);
 }
 
-Link::~Link() = default;
+Link::~Link()
+{
+    // Before its reader goes: an event that nobody can take would hold up the library's thread for all input and output.
+    zmq_socket_monitor(m_socket.handle(), nullptr, 0);
+}
 
 bool Link::sendMessage(zmq::message_t& message)
 {

@@ -369,6 +369,7 @@ Link* Network::hint(const Uuid& uuid, const std::string& address, uint16_t port)
     try {
         const bool ipv6 = address.find(':') != std::string::npos;
         auto link = std::make_unique<Link>(m_core, m_context, m_identity, uuid, address, port, sourceFor(ipv6));
+        logDebug("trying peer " + toText(uuid) + " at " + address + ":" + std::to_string(port));
         return m_links.emplace(uuid, std::move(link)).first->second.get();
     } catch (const zmq::error_t& error) {
         logWarning("no link to " + address + ":" + std::to_string(port) + ": " + error.what());
@@ -388,6 +389,8 @@ void Network::drop(const Uuid& uuid, const std::string& why, bool fellSilent)
             + std::to_string(link.peer()->processId) + ") is gone: " + why);
         const std::lock_guard lock(m_core.mutex);
         m_core.peerDown(link.peer(), fellSilent);
+    } else {
+        logDebug("peer " + link.peer()->uuidText + " is not tried any more: " + why);
     }
     m_links.erase(it);
 }

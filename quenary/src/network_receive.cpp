@@ -144,6 +144,8 @@ void Network::acknowledge(Link& link)
 
 void Network::receiveHello(const wire::Header& header, std::string_view payload, const std::string& address)
 {
+    logDebug("hello of peer " + toText(header.sender) + " from " + address + ":" + std::to_string(header.port)
+        + (header.receiverSession == 0 ? ", who has not heard ours" : ""));
     auto it = m_links.find(header.sender);
     if (it != m_links.end()) {
         const Link& known = *it->second;

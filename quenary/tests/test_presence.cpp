@@ -1,0 +1,391 @@
+// SPDX-License-Identifier: Apache-2.0
+// How peers find one another, and how they learn that one has gone.
+#include "peerprocess.h"
+
+#include <arpa/inet.h>
+#include <atomic>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace test;
+
+namespace {
+
+class Presence : public testing::Test
+{
+protected:
+    void SetUp() override { qny_name_set("me"); }
+    void TearDown() override { qny_stop(); }
+
+    AgentWatch watch;
+};
+
+double millisecondsSince(std::chrono::steady_clock::time_point when)
+{
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - when).count();
+}
+
+// A port that nothing holds now.
+uint16_t freeTcpPort()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    socklen_t size = sizeof address;
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+    close(fd);
+    return ntohs(address.sin_port);
+}
+
+} // namespace
+
+TEST_F(Presence, TwoPeersOnOneMachineFindEachOtherWithoutConfiguration)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+    PeerProcess other("other");
+    const auto* event = watch.wait(QNY_AGENT_ENTERED, "other");
+    ASSERT_TRUE(event);
+    EXPECT_EQ(event->processId, other.pid());
+    EXPECT_EQ(event->address, "127.0.0.1");
+    EXPECT_FALSE(event->standIn);
+    EXPECT_FALSE(event->stoppable);
+    EXPECT_EQ(event->uuid, other.uuid());
+    EXPECT_NE(event->executable.find("quenary_test_peer"), std::string::npos);
+    char* host = qny_host_name();
+    EXPECT_EQ(event->hostName, host);
+    qny_free(host);
+    EXPECT_TRUE(qny_agent_is_present("other"));
+    EXPECT_TRUE(qny_agent_is_present(event->uuid.c_str()));
+    EXPECT_FALSE(qny_agent_is_present("me")) << "agents of other processes only";
+    EXPECT_FALSE(other.expect({ "entered", "me" }).empty());
+}
+
+TEST_F(Presence, ACallMadeFromInsideTheAnnouncementIsAnswered)
+{
+    PeerProcess other("other");
+    other.ask({ "service", "ask", "answering" });
+    struct Answer
+    {
+        std::atomic<bool> came { false };
+        std::atomic<int> result { -1 };
+    } answer;
+    qny_service_init(
+        "answer",
+        [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
+            static_cast<Answer*>(user)->came = true;
+        },
+        &answer);
+    const qny_agent_event_fn callAtOnce = [](qny_agent_event_t event, const qny_agent_info_t* agent, void* user) {
+        if (event == QNY_AGENT_ENTERED) {
+            static_cast<Answer*>(user)->result = qny_service_call(agent->uuid, "ask", nullptr, "now");
+        }
+    };
+    qny_observe_agents(callAtOnce, &answer);
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    EXPECT_TRUE(eventually([&] { return answer.came.load(); }));
+    EXPECT_EQ(answer.result, QNY_SUCCESS);
+    EXPECT_EQ(qny_unobserve_agents(callAtOnce, &answer), QNY_SUCCESS);
+    EXPECT_EQ(qny_unobserve_agents(callAtOnce, &answer), QNY_ERROR_UNKNOWN);
+    EXPECT_EQ(qny_service_remove("answer"), QNY_SUCCESS);
+}
+
+TEST_F(Presence, AKilledPeerIsSeenToEndWithinTheBound)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    PeerProcess other("victim");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "victim"));
+    const auto killed = std::chrono::steady_clock::now();
+    other.end(SIGKILL);
+    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "victim"));
+    const double took = millisecondsSince(killed);
+    RecordProperty("seen_after_ms", std::to_string(took));
+    EXPECT_LT(took, QNY_PRESENCE_BOUND_MS);
+    EXPECT_FALSE(qny_agent_is_present("victim"));
+}
+
+TEST_F(Presence, AFrozenPeerIsSeenToGoWithinTheBoundAndComesBackWhenItGoesOn)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    PeerProcess other("sleeper");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "sleeper"));
+    other.expect({ "entered", "me" });
+    const auto frozen = std::chrono::steady_clock::now();
+    other.signal(SIGSTOP);
+    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "sleeper", Milliseconds(QNY_PRESENCE_BOUND_MS + 1000)));
+    EXPECT_LT(millisecondsSince(frozen), QNY_PRESENCE_BOUND_MS);
+    watch.clear();
+    other.signal(SIGCONT);
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "sleeper"));
+    // It, too, hears of us anew, and each can call the other.
+    EXPECT_FALSE(other.expect({ "exited", "me" }).empty());
+    EXPECT_FALSE(other.expect({ "entered", "me" }).empty());
+    EXPECT_EQ(other.ask({ "service", "ask" }), QNY_SUCCESS);
+    EXPECT_EQ(qny_service_call("sleeper", "ask", nullptr, nullptr), QNY_SUCCESS);
+    EXPECT_FALSE(other.expect({ "called", "ask", "me" }).empty());
+}
+
+TEST_F(Presence, ALeavingPeerSaysSo)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    PeerProcess other("leaver");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "leaver"));
+    const auto left = std::chrono::steady_clock::now();
+    other.ask({ "stop" });
+    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "leaver"));
+    EXPECT_LT(millisecondsSince(left), 1000);
+}
+
+TEST_F(Presence, AProgramThatForgetsToStopEndsCleanlyAndIsSeenToGo)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    PeerProcess other("forgetful");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "forgetful"));
+    other.tell({ "leave-without-stop" });
+    EXPECT_EQ(other.waitForEnd(), 0);
+    EXPECT_TRUE(watch.wait(QNY_AGENT_EXITED, "forgetful", 2s));
+}
+
+TEST_F(Presence, StoppingTellsOfTheDepartureOfEveryAgentAndStartingAgainFindsThemAgain)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    PeerProcess other("other");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "other"));
+    ASSERT_FALSE(other.expect({ "entered", "me" }).empty());
+    qny_stop();
+    EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "other"), 1U) << "told before qny_stop() returns";
+    EXPECT_FALSE(qny_is_started());
+    EXPECT_EQ(qny_endpoint(), nullptr);
+    EXPECT_FALSE(other.expect({ "exited", "me" }).empty());
+    watch.clear();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "other"));
+    EXPECT_FALSE(other.expect({ "entered", "me" }).empty());
+}
+
+TEST_F(Presence, ExplicitPeersFindEachOtherWithoutMulticast)
+{
+    const uint16_t port = freeTcpPort();
+    PeerProcess other("listener", { "--peers", "127.0.0.1:1", "--listen", std::to_string(port) });
+    EXPECT_EQ(other.endpoint(), "tcp://127.0.0.1:" + std::to_string(port));
+    qny_options_t mine = options();
+    mine.multicast = false;
+    const std::string peers = "localhost:" + std::to_string(port);
+    mine.peers = peers.c_str();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "listener"));
+    EXPECT_FALSE(other.expect({ "entered", "me" }).empty());
+}
+
+TEST_F(Presence, AnExplicitPeerMayStartLaterAndUseIpv6)
+{
+    size_t count = 0;
+    qny_device_t* devices = qny_devices(&count);
+    bool hasIpv6 = false;
+    for (size_t i = 0; i < count; ++i) {
+        hasIpv6 = hasIpv6 || std::string(devices[i].address) == "::1";
+    }
+    qny_free(devices);
+    if (!hasIpv6) {
+        GTEST_SKIP() << "this machine has no ::1";
+    }
+    const uint16_t port = freeTcpPort();
+    qny_options_t mine = options();
+    mine.multicast = false;
+    const std::string peers = "[::1]:" + std::to_string(port);
+    mine.peers = peers.c_str();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+    PeerProcess other("six", { "--device", "::1", "--peers", "", "--listen", std::to_string(port) });
+    const auto* event = watch.wait(QNY_AGENT_ENTERED, "six");
+    ASSERT_TRUE(event);
+    EXPECT_EQ(event->address, "::1");
+    EXPECT_FALSE(other.expect({ "entered", "me" }).empty());
+}
+
+TEST_F(Presence, TheCommandLineIsShownWithItsPasswordsMasked)
+{
+    PeerProcess other("masked", { "--password", "secret", "--password=secret2", "-asecret3", "-a", "secret4" });
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    const auto* event = watch.wait(QNY_AGENT_ENTERED, "masked");
+    ASSERT_TRUE(event);
+    const std::vector<std::string> shown(event->arguments.end() - 6, event->arguments.end());
+    EXPECT_EQ(shown, (std::vector<std::string> { "--password", "********", "--password=********", "-a********", "-a", "********" }));
+    EXPECT_EQ(event->arguments[0], "--port");
+}
+
+TEST_F(Presence, SeveralAgentsOfOneProcessAreEachShown)
+{
+    PeerProcess other("first");
+    other.ask({ "agent", "second" });
+    other.ask({ "agent", "third", "stand-in" });
+    other.ask({ "observe-stop" });
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    const auto* first = watch.wait(QNY_AGENT_ENTERED, "first");
+    ASSERT_TRUE(first);
+    EXPECT_TRUE(first->stoppable);
+    EXPECT_EQ(watch.count(QNY_AGENT_ENTERED, "second"), 0U) << "not before it is activated";
+    other.ask({ "activate", "second" });
+    other.ask({ "activate", "third" });
+    const auto* second = watch.wait(QNY_AGENT_ENTERED, "second");
+    const auto* third = watch.wait(QNY_AGENT_ENTERED, "third");
+    ASSERT_TRUE(second && third);
+    EXPECT_EQ(first->peerUuid, second->peerUuid);
+    EXPECT_NE(first->uuid, second->uuid);
+    EXPECT_TRUE(third->standIn);
+    EXPECT_FALSE(third->stoppable);
+    EXPECT_EQ(third->executable, "");
+    EXPECT_TRUE(third->arguments.empty());
+    other.ask({ "deactivate", "second" });
+    EXPECT_TRUE(watch.wait(QNY_AGENT_EXITED, "second"));
+    EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "first"), 0U);
+    watch.clear();
+    other.ask({ "activate", "second" });
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "second"));
+}
+
+TEST_F(Presence, ARenamedAgentLeavesAndComesUnderTheSameUuid)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    PeerProcess other("old");
+    const auto* before = watch.wait(QNY_AGENT_ENTERED, "old");
+    ASSERT_TRUE(before);
+    const std::string uuid = before->uuid;
+    other.ask({ "name", "new" });
+    EXPECT_TRUE(watch.wait(QNY_AGENT_EXITED, "old"));
+    const auto* after = watch.wait(QNY_AGENT_ENTERED, "new");
+    ASSERT_TRUE(after);
+    EXPECT_EQ(after->uuid, uuid);
+}
+
+TEST_F(Presence, ChangesOfADefinitionAreToldTogetherAndBeforeACallThatFollows)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    PeerProcess other("grower");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "grower"));
+    for (int i = 0; i < 50; ++i) {
+        other.tell({ "service", "service" + std::to_string(i) });
+    }
+    other.tell({ "argument", "service49", "how", "double" });
+    ASSERT_TRUE(eventually([&] {
+        const auto* event = watch.wait(QNY_AGENT_UPDATED, "grower");
+        const bool last = event && event->definition.find("service49") != std::string::npos && event->definition.find("\"how\"") != std::string::npos;
+        if (!last) {
+            watch.clear();
+        }
+        return last;
+    }));
+    EXPECT_LT(watch.count(QNY_AGENT_UPDATED, "grower"), 50U);
+}
+
+TEST_F(Presence, AnAgentIsAskedToStopOnlyWhenItListens)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    PeerProcess other("willing");
+    const auto* event = watch.wait(QNY_AGENT_ENTERED, "willing");
+    ASSERT_TRUE(event);
+    const std::string uuid = event->uuid;
+    EXPECT_EQ(qny_request_stop(uuid.c_str()), QNY_ERROR_ARGUMENT) << "it does not observe such requests";
+    other.ask({ "observe-stop" });
+    const auto* updated = watch.wait(QNY_AGENT_UPDATED, "willing");
+    ASSERT_TRUE(updated);
+    EXPECT_TRUE(updated->stoppable);
+    EXPECT_EQ(qny_request_stop(uuid.c_str()), QNY_SUCCESS) << qny_last_error();
+    EXPECT_FALSE(other.expect({ "asked-to-stop", "me" }).empty());
+    EXPECT_EQ(qny_request_stop("2c5ea4c0-4067-11e9-8bad-9b1deb4d3b7d"), QNY_ERROR_UNKNOWN_AGENT);
+    EXPECT_EQ(qny_request_stop(nullptr), QNY_ERROR_ARGUMENT);
+}
+
+TEST_F(Presence, ADiscoveryPortThatAnotherProgramHoldsIsToldAtTheStart)
+{
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    socklen_t size = sizeof address;
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+    qny_options_t mine = options();
+    mine.port = ntohs(address.sin_port);
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_PORT_IN_USE);
+    EXPECT_NE(std::string(qny_last_error()).find(std::to_string(mine.port)), std::string::npos);
+    EXPECT_FALSE(qny_is_started());
+    close(fd);
+    EXPECT_EQ(qny_start(&mine), QNY_SUCCESS) << "after a failure nothing is left behind: " << qny_last_error();
+}
+
+TEST_F(Presence, AListenPortThatAnotherProgramHoldsIsToldAtTheStart)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(fd, 1), 0);
+    socklen_t size = sizeof address;
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+    qny_options_t mine = options();
+    mine.listen_port = ntohs(address.sin_port);
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_PORT_IN_USE);
+    close(fd);
+}
+
+TEST_F(Presence, AnUnknownDeviceIsToldWithTheOnesThereAre)
+{
+    qny_options_t mine = options();
+    mine.device = "nosuch0";
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_DEVICE);
+    const std::string told = qny_last_error();
+    EXPECT_NE(told.find("nosuch0"), std::string::npos) << told;
+    EXPECT_NE(told.find("lo (127.0.0.1)"), std::string::npos) << told;
+}
+
+TEST_F(Presence, AStartThatCannotBeDoneSaysWhy)
+{
+    qny_options_t mine = options();
+    mine.private_certificate = "mine.key";
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_SECURITY);
+    mine = options();
+    mine.public_certificates = "certificates";
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_SECURITY);
+    for (const char* peers : { "nocolon", "host:", "host:0", "host:99999", "::1:77", ":77", "ho st:77", "host:7x" }) {
+        mine = options();
+        mine.peers = peers;
+        EXPECT_EQ(qny_start(&mine), QNY_ERROR_ARGUMENT) << peers;
+        EXPECT_NE(std::string(qny_last_error()).find("host:port"), std::string::npos);
+    }
+    mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    EXPECT_TRUE(qny_is_started());
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_STARTED);
+    EXPECT_EQ(qny_set_command_line(0, nullptr, nullptr), QNY_ERROR_STARTED);
+}
+
+TEST_F(Presence, TheEnvironmentGivesDeviceAndPortWhereTheOptionsLeaveThemOut)
+{
+    setenv("QNY_DEVICE", "127.0.0.1", 1);
+    setenv("QNY_PORT", std::to_string(discoveryPort()).c_str(), 1);
+    EXPECT_EQ(qny_start(nullptr), QNY_SUCCESS) << qny_last_error();
+    PeerProcess other("by-environment");
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "by-environment"));
+    qny_stop();
+    setenv("QNY_PORT", "many", 1);
+    EXPECT_EQ(qny_start(nullptr), QNY_ERROR_ARGUMENT);
+    unsetenv("QNY_DEVICE");
+    unsetenv("QNY_PORT");
+}
