@@ -70,8 +70,10 @@ public:
     /// The machine on which the host application runs.
     Host* localHost();
 
-    /// Reads everything but the modules' blocks, which SystemDocumentHandler hands out. False when the object is not a
-    /// document of a version that this program reads, with the reason in `errors`; true with errors appended otherwise.
+    /// Whether the object is a document of a version that this program reads; if not, the reason is appended.
+    static bool isReadable(const QJsonObject& json, QList<JsonDocumentError>& errors);
+    /// Reads everything but the modules' blocks, which SystemDocumentHandler hands out. False as isReadable() says;
+    /// true with errors appended for what was left out.
     bool loadFromJson(const QJsonObject& json, QList<JsonDocumentError>& errors);
     /// Everything, keys that were not understood included; the modules' blocks are those that were read.
     QJsonObject exportToJson() const;

@@ -180,7 +180,7 @@ void SystemDocument::_appendSystemView(SystemView* systemView)
 
 // ---- file -----------------------------------------------------------------------------------------------------------
 
-bool SystemDocument::loadFromJson(const QJsonObject& json, QList<JsonDocumentError>& errors)
+bool SystemDocument::isReadable(const QJsonObject& json, QList<JsonDocumentError>& errors)
 {
     using namespace DocumentKeys;
     const QJsonValue version = json[VERSION];
@@ -205,7 +205,15 @@ bool SystemDocument::loadFromJson(const QJsonObject& json, QList<JsonDocumentErr
             return false;
         }
     }
+    return true;
+}
 
+bool SystemDocument::loadFromJson(const QJsonObject& json, QList<JsonDocumentError>& errors)
+{
+    using namespace DocumentKeys;
+    if (!isReadable(json, errors)) {
+        return false;
+    }
     _otherKeys = without(json, reservedKeys());
     for (const QJsonValue& value : json[CLASSES].toArray()) {
         const QJsonObject classJson = value.toObject();

@@ -63,7 +63,11 @@ SystemDocumentHandler::SystemDocumentHandler()
 {
     connect(this, &SystemDocumentHandler::startAgentRequested, this,
         [](EncounteredAgentInfo* info) { SystemViewManager::instance()->_askLauncher(info); });
-    qAddPostRoutine([] { SystemDocumentHandler::instance()->closeDocument(); });
+    qAddPostRoutine([] {
+        SystemDocument* document = instance()->currentSystemDocument();
+        instance()->closeDocument();
+        QCoreApplication::sendPostedEvents(document, QEvent::DeferredDelete); // the event loop has ended
+    });
 }
 
 SystemDocumentHandler::~SystemDocumentHandler() = default;
@@ -139,17 +143,15 @@ bool SystemDocumentHandler::openDocument(const QString& filePath)
 
     // Looked at before the modules' blocks are handed out: a file that is refused must leave nothing behind.
     QList<JsonDocumentError> errors;
-    {
-        SystemDocument trial(_library);
-        if (!trial.loadFromJson(json, errors)) {
-            return _fail(tr("%1 was not opened. %2").arg(shownPath, messages(errors).join(u' ')));
-        }
+    if (!SystemDocument::isReadable(json, errors)) {
+        return _fail(tr("%1 was not opened. %2").arg(shownPath, messages(errors).join(u' ')));
     }
-    errors.clear();
     for (CorvaneModulePluginInterface* plugin : PluginManager::instance()->modulePlugins()) {
         const QJsonValue block = json[plugin->jsonTag()];
         if (block.isObject()) {
-            plugin->loadFromJson(block.toObject(), errors);
+            QList<JsonDocumentError> blockErrors; // its own: a module's result goes by the whole list
+            plugin->loadFromJson(block.toObject(), blockErrors);
+            errors.append(blockErrors);
         } else if (!block.isUndefined()) {
             errors.append(
                 JsonDocumentError(tr("The block \"%1\" was not read: it must be an object.").arg(plugin->jsonTag())));
@@ -203,11 +205,7 @@ void SystemDocumentHandler::_setcurrentSystemDocument(SystemDocument* document)
     Q_EMIT currentSystemDocumentChanged();
     _updateCurrentSystemView();
     if (previous != nullptr) {
-        if (QCoreApplication::instance() == nullptr || QCoreApplication::closingDown()) {
-            delete previous; // no event loop will come
-        } else {
-            previous->deleteLater();
-        }
+        previous->deleteLater();
     }
 }
 

@@ -1,0 +1,332 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The framework on a real network: agents in processes of their own, on the loopback device.
+#include "corvaneutils.h"
+#include "encounteredagentinfo.h"
+#include "encounteredagentsonhost.h"
+#include "frameworkfixture.h"
+#include "runningagentinfo.h"
+#include "systemviewmanager.h"
+
+#include <abstractzqcustomitemlistmodel.h>
+
+#include <QAbstractItemModelTester>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <quenary.h>
+
+using namespace FrameworkFixture;
+
+namespace {
+
+const QString PEER = QStringLiteral(TEST_PEER);
+
+/// An agent in a process of its own; ends with the object.
+class Peer
+{
+public:
+    explicit Peer(const QStringList& arguments)
+    {
+        _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        _process.start(PEER, arguments);
+        _isReady = _process.waitForStarted() && waitForLine(QStringLiteral("ready"));
+    }
+    ~Peer()
+    {
+        _process.closeWriteChannel();
+        if (!_process.waitForFinished(5000)) {
+            _process.kill();
+            _process.waitForFinished();
+        }
+    }
+    bool isReady() const { return _isReady; }
+    bool waitForLine(const QString& start)
+    {
+        while (_process.canReadLine() || _process.waitForReadyRead(10000)) {
+            if (_process.canReadLine()) {
+                lastLine = QString::fromUtf8(_process.readLine()).trimmed();
+                if (lastLine.startsWith(start)) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+    QProcess& process() { return _process; }
+    QString lastLine;
+
+private:
+    QProcess _process;
+    bool _isReady = false;
+};
+
+NetworkConfiguration* network()
+{
+    return NetworkConfiguration::instance();
+}
+
+} // namespace
+
+class TestNetwork : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init()
+    {
+        handler()->newDocument();
+        QVERIFY2(network()->connectToNetwork(), qUtf8Printable(network()->errorText()));
+    }
+    void cleanup()
+    {
+        handler()->closeDocument();
+        QTRY_VERIFY_WITH_TIMEOUT(NetworkAgents::instance()->agents().isEmpty(), 2 * QNY_PRESENCE_BOUND_MS);
+    }
+
+    void theHostJoinsUnderItsNameAndHandsItsNetworkOn();
+    void aConnectionThatFailsSaysWhy();
+    void anAgentThatComesAndGoesIsSeenByItsInstance();
+    void aCrashedAgentIsSeenToGo();
+    void aChangedDefinitionIsSeen();
+    void anAgentStartedHereComesToThisNetworkAndIsStopped();
+    void anAgentThatDoesNotAcceptStopsIsSaid();
+    void aRunningInstanceKeepsItsName();
+    void anAgentElsewhereIsStartedThroughItsLauncher();
+    void agentsThatAreThereBeforeADocumentAreFound();
+    void leavingTheNetworkTurnsEveryAgentOff();
+};
+
+void TestNetwork::initTestCase()
+{
+    qRegisterMetaType<RunningAgentInfo*>();
+    network()->setdevice("lo");
+    network()->setport(20000 + static_cast<int>(QRandomGenerator::global()->bounded(40000)));
+}
+
+void TestNetwork::theHostJoinsUnderItsNameAndHandsItsNetworkOn()
+{
+    network()->disconnectFromNetwork();
+    QVERIFY(!network()->isConnected());
+    QVERIFY(!qny_is_started());
+    QSignalSpy connected(network(), &NetworkConfiguration::isConnectedChanged);
+    QVERIFY(network()->connectToNetwork());
+    QVERIFY(network()->isConnected());
+    QCOMPARE(connected.count(), 1);
+    QVERIFY(network()->connectToNetwork()); // again: nothing to do
+    QCOMPARE(connected.count(), 1);
+
+    char* name = qny_name();
+    QCOMPARE(QString::fromUtf8(name), QString("Corvane"));
+    qny_free(name);
+    QCOMPARE(qgetenv("QNY_DEVICE"), QByteArray("lo"));
+    QCOMPARE(qgetenv("QNY_PORT"), QByteArray::number(network()->port()));
+    QVERIFY(qEnvironmentVariableIsEmpty("QNY_PEERS"));
+    QVERIFY(network()->availableDevices().contains("lo"));
+    QVERIFY(!localName().isEmpty());
+    QVERIFY(!network()->isQuenarySecurityActivated());
+
+    network()->setagentName(" Plant/Host ");
+    QCOMPARE(network()->agentName(), QString("Plant_Host"));
+    name = qny_name();
+    QCOMPARE(QString::fromUtf8(name), QString("Plant_Host"));
+    qny_free(name);
+    network()->setagentName("Corvane");
+}
+
+void TestNetwork::aConnectionThatFailsSaysWhy()
+{
+    network()->disconnectFromNetwork();
+    network()->setdevice("nodevice9");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("nodevice9"));
+    QVERIFY(!network()->connectToNetwork());
+    QVERIFY(!network()->isConnected());
+    QVERIFY2(network()->errorText().contains("Choose one of these devices"), qUtf8Printable(network()->errorText()));
+    QVERIFY(network()->errorText().contains("lo"));
+    network()->setdevice("lo");
+
+    // Security that cannot be had is refused, not left out
+    network()->setprivateCertificate("/nowhere/own.cert");
+    network()->setpublicCertificates("/nowhere/public");
+    QVERIFY(network()->isQuenarySecurityActivated());
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("Not connected"));
+    QVERIFY(!network()->connectToNetwork());
+    QVERIFY2(network()->errorText().contains("certificates"), qUtf8Printable(network()->errorText()));
+    network()->setprivateCertificate({});
+    network()->setpublicCertificates({});
+    QVERIFY(!network()->isQuenarySecurityActivated());
+
+    const int port = network()->port();
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("must be from 1 to 65535"));
+    network()->setport(70000);
+    QCOMPARE(network()->port(), port);
+
+    QVERIFY(network()->connectToNetwork());
+    QVERIFY(network()->errorText().isEmpty());
+}
+
+void TestNetwork::anAgentThatComesAndGoesIsSeenByItsInstance()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    QAbstractItemModelTester tester(
+        sensor->runningAgentInfosModel(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    EncounteredAgentsOnHost* group = sensor->getOrCreateEncounteredAgentsOnHostAttachedToCorvane();
+    EncounteredAgentInfo* known = sensor->getOrCreateEncounteredAgentInfo(group,
+        CorvaneUtils::joinCommand(
+            PEER, { "--name", "Sensor", "--family", SENSOR_FAMILY, "--password", "my \"secret\"" }));
+    QString removed;
+    connect(sensor, &SystemViewClassInstance::runningAgentInfoRemoved, this,
+        [&removed](RunningAgentInfo* info) { removed = info->agentUuid(); });
+    QString uuid;
+    {
+        Peer peer({ "--name", "Sensor", "--family", SENSOR_FAMILY, "--password", "my \"secret\"" });
+        QVERIFY(peer.isReady());
+        QTRY_VERIFY(sensor->isRunning());
+        const RunningAgentInfo* info = sensor->runningAgentInfos().at(0);
+        uuid = info->agentUuid();
+        QCOMPARE(info->name(), QString("Sensor"));
+        QCOMPARE(info->familyUuid(), SENSOR_FAMILY);
+        QVERIFY(info->isAttachedToCorvane());
+        QCOMPARE(info->processId(), peer.process().processId());
+        QVERIFY(info->canBeStopped());
+        QVERIFY(!info->isStandIn());
+        QCOMPARE(QProcess::splitCommand(info->commandLine()),
+            QStringList({ QFileInfo(PEER).canonicalFilePath(), "--name", "Sensor", "--family", SENSOR_FAMILY,
+                "--password", CorvaneUtils::MASKED_VALUE }));
+        // The launch line with the real password is its own: none was added
+        QCOMPARE(group->encounteredAgentInfos(), QList<EncounteredAgentInfo*> { known });
+        QVERIFY(known->canBeLaunched());
+    }
+    QTRY_VERIFY(!sensor->isRunning());
+    QCOMPARE(removed, uuid);
+}
+
+void TestNetwork::aCrashedAgentIsSeenToGo()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    Peer peer({ "--name", "Sensor", "--family", SENSOR_FAMILY });
+    QVERIFY(peer.isReady());
+    QTRY_VERIFY(sensor->isRunning());
+    peer.process().kill();
+    QTRY_VERIFY_WITH_TIMEOUT(!sensor->isRunning(), 2 * QNY_PRESENCE_BOUND_MS);
+}
+
+void TestNetwork::aChangedDefinitionIsSeen()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    Peer peer({ "--name", "Sensor", "--family", SENSOR_FAMILY });
+    QVERIFY(peer.isReady());
+    QTRY_VERIFY(sensor->isRunning());
+    RunningAgentInfo* info = sensor->runningAgentInfos().at(0);
+    QVERIFY(QJsonDocument::fromJson(info->definition().toUtf8()).object()["outputs"].isArray());
+    QVERIFY(!info->definition().contains("flow"));
+    QSignalSpy changed(info, &RunningAgentInfo::definitionChanged);
+    peer.process().write("redefine\n");
+    QTRY_VERIFY(info->definition().contains("flow"));
+    QVERIFY(changed.count() >= 1);
+    QCOMPARE(sensor->runningAgentInfos().size(), 1);
+}
+
+void TestNetwork::anAgentStartedHereComesToThisNetworkAndIsStopped()
+{
+    // Given an instance with a launch line that names no network
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    EncounteredAgentInfo* info
+        = sensor->getOrCreateEncounteredAgentInfo(sensor->getOrCreateEncounteredAgentsOnHostAttachedToCorvane(),
+            CorvaneUtils::joinCommand(
+                "sh", { "-c", QStringLiteral("sleep 30 | %1 --name Sensor --family %2").arg(PEER, SENSOR_FAMILY) }));
+    // When it is started, it appears; and when it is asked to stop, it goes
+    QVERIFY2(SystemViewManager::instance()->startAgent(info), qUtf8Printable(SystemViewManager::instance()->problem()));
+    QTRY_VERIFY(sensor->isRunning());
+    sensor->turnOff(sensor->runningAgentInfos().at(0));
+    QTRY_VERIFY(!sensor->isRunning());
+    sensor->turnOff(nullptr);
+}
+
+void TestNetwork::anAgentThatDoesNotAcceptStopsIsSaid()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    Peer peer({ "--name", "Sensor", "--family", SENSOR_FAMILY, "--deaf" });
+    QVERIFY(peer.isReady());
+    QTRY_VERIFY(sensor->isRunning());
+    QSignalSpy failed(sensor, &SystemViewClassInstance::turnOffFailed);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("does not accept being stopped"));
+    sensor->turnOff(sensor->runningAgentInfos().at(0));
+    QCOMPARE(failed.count(), 1);
+    QVERIFY(SystemViewManager::instance()->problem().contains(QString::number(peer.process().processId())));
+    QVERIFY(sensor->isRunning());
+}
+
+void TestNetwork::aRunningInstanceKeepsItsName()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    {
+        Peer peer({ "--name", "Sensor", "--family", SENSOR_FAMILY });
+        QVERIFY(peer.isReady());
+        QTRY_VERIFY(sensor->isRunning());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("is running and keeps its name"));
+        QVERIFY(!SystemViewManager::instance()->updateInstanceName(sensor, "Probe"));
+    }
+    QTRY_VERIFY(!sensor->isRunning());
+    QVERIFY(SystemViewManager::instance()->updateInstanceName(sensor, "Probe"));
+    const QString line
+        = sensor->encounteredAgentsOnHostAttachedToCorvane()->encounteredAgentInfos().at(0)->commandLine();
+    QCOMPARE(CorvaneUtils::optionValue(line, "--name", {}), QString("Probe"));
+}
+
+void TestNetwork::anAgentElsewhereIsStartedThroughItsLauncher()
+{
+    SystemDocument* document = handler()->currentSystemDocument();
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    EncounteredAgentInfo* info = sensor->getOrCreateEncounteredAgentInfo(
+        sensor->getOrCreateEncounteredAgentsOnHost(document->getOrCreateHost("machine two")),
+        "/opt/sensor --name \"Sensor\"");
+    QVERIFY(!info->canBeLaunched());
+    {
+        Peer launcher({ "--name", "Launcher", "--launcher", "--host", "machine two" });
+        QVERIFY(launcher.isReady());
+        QTRY_VERIFY(info->group()->host()->hasLauncher());
+        QVERIFY(info->canBeLaunched());
+        QVERIFY(document->unplacedAgents().isEmpty()); // a launcher is nothing to place
+        Q_EMIT handler()->startAgentRequested(info);
+        QVERIFY(launcher.waitForLine("call"));
+        QCOMPARE(launcher.lastLine, QStringLiteral("call [%1] [%2]").arg(info->uuid(), info->commandLine()));
+        QVERIFY(SystemViewManager::instance()->startAgent(info));
+        QVERIFY(launcher.waitForLine("call"));
+    }
+    QTRY_VERIFY(!info->canBeLaunched());
+    QVERIFY(!info->group()->host()->hasLauncher());
+}
+
+void TestNetwork::agentsThatAreThereBeforeADocumentAreFound()
+{
+    Peer peer({ "--name", "Sensor", "--family", SENSOR_FAMILY });
+    QVERIFY(peer.isReady());
+    QTRY_COMPARE(handler()->currentSystemDocument()->unplacedAgents().size(), 1);
+    handler()->newDocument();
+    QCOMPARE(handler()->currentSystemDocument()->unplacedAgents().size(), 1);
+    const auto* placed = qobject_cast<SystemViewClassInstance*>(
+        handler()->placeAgent(handler()->currentSystemDocument()->unplacedAgents().at(0)));
+    QVERIFY(placed);
+    QVERIFY(placed->isRunning());
+}
+
+void TestNetwork::leavingTheNetworkTurnsEveryAgentOff()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    Peer peer({ "--name", "Sensor", "--family", SENSOR_FAMILY });
+    QVERIFY(peer.isReady());
+    QTRY_VERIFY(sensor->isRunning());
+    network()->disconnectFromNetwork();
+    QTRY_VERIFY(!sensor->isRunning());
+    QVERIFY(network()->connectToNetwork());
+    QTRY_VERIFY(sensor->isRunning());
+}
+
+QTEST_GUILESS_MAIN(TestNetwork)
+#include "tst_network.moc"
