@@ -88,12 +88,17 @@ private:
     bool _isKeyed(int sourceRow) const;
     bool _comesBefore(int leftSourceRow, int rightSourceRow) const;
     bool _standsWell(int row) const;
-    int _placeFor(int sourceRow) const;
+    int _placeFor(int sourceRow, int begin, int end) const;
+    void _reposition(int row);
     QList<int> _sorted(QList<int> sourceRows) const;
     void _rebuild();
     void _show(const QList<int>& sourceRows);
+    void _showSorted(const QList<int>& sourceRows);
+    void _insertRows(int row, const QList<int>& sourceRows);
+    void _moveRow(int from, int to);
     void _hide(QList<int> rows);
     void _sort();
+    void _arrange(const QList<int>& sourceRows);
     void _relayout(const QList<int>& sourceRows);
     void _forgetLookup();
 

@@ -11,6 +11,9 @@
 namespace {
 /// Look-ups answered by a scan before the table that answers them at once is worth its making.
 constexpr int SCANS_BEFORE_TABLE = 4;
+
+/// Moves or insertions up to which a new order is told step by step.
+constexpr int MOST_SINGLE_STEPS = 32;
 } // namespace
 
 ZqSortFilterProxyModel::ZqSortFilterProxyModel(QObject* parent)
@@ -200,11 +203,9 @@ bool ZqSortFilterProxyModel::_standsWell(int row) const
     return true;
 }
 
-/// Where an item with a sort key goes among the rows that have one.
-int ZqSortFilterProxyModel::_placeFor(int sourceRow) const
+/// Where an item with a sort key goes among the rows of a range that have one.
+int ZqSortFilterProxyModel::_placeFor(int sourceRow, int begin, int end) const
 {
-    int begin = 0;
-    int end = count();
     while (begin < end) {
         const int middle = begin + (end - begin) / 2;
         int asked = middle;
@@ -272,26 +273,64 @@ void ZqSortFilterProxyModel::_show(const QList<int>& sourceRows)
         _noteKey(sourceRow);
     }
     if (sourceRows.size() == 1 && _isKeyed(sourceRows.first())) {
-        const int row = _placeFor(sourceRows.first());
-        beginInsertRows(QModelIndex(), row, row);
-        _sourceRows.insert(row, sourceRows.first());
-        _forgetLookup();
-        endInsertRows();
+        const int row = _placeFor(sourceRows.first(), 0, count());
+        _insertRows(row, sourceRows);
         if (!_unkeyed.isEmpty() && !_standsWell(row)) {
             _sort();
         }
-        return;
-    }
-    // A batch is shown at the end and sorted from there: two notifications however far its rows scatter.
-    const bool wasEmpty = _sourceRows.isEmpty();
-    const QList<int> added = wasEmpty ? _sorted(sourceRows) : sourceRows;
-    beginInsertRows(QModelIndex(), count(), static_cast<int>(_sourceRows.size() + added.size() - 1));
-    _sourceRows.append(added);
-    _forgetLookup();
-    endInsertRows();
-    if (!wasEmpty) {
+    } else if (_unkeyed.isEmpty() || _sourceRows.isEmpty()) {
+        _showSorted(_sorted(sourceRows));
+    } else {
+        // Where the others stand may change too.
+        _insertRows(count(), sourceRows);
         _sort();
     }
+}
+
+/// Shows a sorted batch of rows, merging it into those shown.
+void ZqSortFilterProxyModel::_showSorted(const QList<int>& sourceRows)
+{
+    QList<int> merged;
+    merged.reserve(_sourceRows.size() + sourceRows.size());
+    // Rows and how many of the batch start there, in the order in which they can be inserted one after the other.
+    QList<std::pair<int, int>> blocks;
+    qsizetype shown = 0;
+    qsizetype added = 0;
+    while (shown < _sourceRows.size() || added < sourceRows.size()) {
+        const bool takesAdded = shown == _sourceRows.size()
+            || (added < sourceRows.size() && _comesBefore(sourceRows.at(added), _sourceRows.at(shown)));
+        if (!takesAdded) {
+            merged.append(_sourceRows.at(shown++));
+            continue;
+        }
+        const int row = static_cast<int>(merged.size());
+        if (blocks.isEmpty() || blocks.last().first + blocks.last().second != row) {
+            blocks.append({ row, 0 });
+        }
+        ++blocks.last().second;
+        merged.append(sourceRows.at(added++));
+    }
+    if (blocks.size() > MOST_SINGLE_STEPS) {
+        _insertRows(count(), sourceRows);
+        _relayout(merged);
+        return;
+    }
+    for (const auto& [row, size] : std::as_const(blocks)) {
+        _insertRows(row, merged.mid(row, size));
+    }
+}
+
+void ZqSortFilterProxyModel::_insertRows(int row, const QList<int>& sourceRows)
+{
+    beginInsertRows(QModelIndex(), row, static_cast<int>(row + sourceRows.size() - 1));
+    if (row == count()) {
+        _sourceRows.append(sourceRows);
+    } else {
+        _sourceRows.insert(row, sourceRows.size(), 0);
+        std::copy(sourceRows.cbegin(), sourceRows.cend(), _sourceRows.begin() + row);
+    }
+    _forgetLookup();
+    endInsertRows();
 }
 
 /// Takes rows out of the view; asks nothing of their items, which may be half destroyed.
@@ -321,15 +360,77 @@ void ZqSortFilterProxyModel::_sort()
         _noteKey(sourceRow);
     }
     const QList<int> sorted = _sorted(ascending);
-    if (sorted != _sourceRows) {
-        _relayout(sorted);
+    _arrange(sorted);
+}
+
+/// Moves the one row that a change put in the wrong place.
+void ZqSortFilterProxyModel::_reposition(int row)
+{
+    const int sourceRow = _sourceRows.at(row);
+    const bool movesUp = row > 0 && _comesBefore(sourceRow, _sourceRows.at(row - 1));
+    _moveRow(row, movesUp ? _placeFor(sourceRow, 0, row) : _placeFor(sourceRow, row + 1, count()) - 1);
+}
+
+/// Moves a row so that it ends at row `to`.
+void ZqSortFilterProxyModel::_moveRow(int from, int to)
+{
+    if (from != to && beginMoveRows(QModelIndex(), from, from, QModelIndex(), to > from ? to + 1 : to)) {
+        _sourceRows.move(from, to);
+        _forgetLookup();
+        endMoveRows();
     }
 }
 
-/// Shows the same items in another order.
+/// Brings the rows into another order: in single moves, which views can follow, when a few are enough.
+void ZqSortFilterProxyModel::_arrange(const QList<int>& sourceRows)
+{
+    if (sourceRows == _sourceRows) {
+        return;
+    }
+    // What stays is the longest run of rows that are in the right order already, found by patience: piles holds for
+    // each length the position, in the new order, at which a run of that length ends with the smallest old row.
+    QHash<int, int> oldRows;
+    oldRows.reserve(_sourceRows.size());
+    for (int row = 0; row < count(); ++row) {
+        oldRows.insert(_sourceRows.at(row), row);
+    }
+    QList<int> ranks(sourceRows.size());
+    QList<int> before(sourceRows.size());
+    QList<int> piles;
+    for (int position = 0; position < sourceRows.size(); ++position) {
+        ranks[position] = oldRows.value(sourceRows.at(position));
+        const auto pile = std::lower_bound(piles.begin(), piles.end(), position,
+            [&ranks](int left, int right) { return ranks.at(left) < ranks.at(right); });
+        before[position] = pile == piles.begin() ? -1 : *std::prev(pile);
+        if (pile == piles.end()) {
+            piles.append(position);
+        } else {
+            *pile = position;
+        }
+    }
+    if (sourceRows.size() - piles.size() > MOST_SINGLE_STEPS) {
+        _relayout(sourceRows);
+        return;
+    }
+    QList<bool> stays(sourceRows.size(), false);
+    for (int position = piles.last(); position >= 0; position = before.at(position)) {
+        stays[position] = true;
+    }
+    for (int position = 0; position < sourceRows.size(); ++position) {
+        if (!stays.at(position)) {
+            const int from = static_cast<int>(_sourceRows.indexOf(sourceRows.at(position)));
+            const int predecessor
+                = position == 0 ? -1 : static_cast<int>(_sourceRows.indexOf(sourceRows.at(position - 1)));
+            _moveRow(from, predecessor < from ? predecessor + 1 : predecessor);
+        }
+    }
+}
+
+/// Shows the same items in another order, in one step. Says nothing about the kind of change: views made of QML follow
+/// a change announced as a sort row by row, and get it wrong.
 void ZqSortFilterProxyModel::_relayout(const QList<int>& sourceRows)
 {
-    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+    emit layoutAboutToBeChanged();
     const QModelIndexList before = persistentIndexList();
     QHash<int, int> newRows;
     if (!before.isEmpty()) {
@@ -346,7 +447,7 @@ void ZqSortFilterProxyModel::_relayout(const QList<int>& sourceRows)
     _sourceRows = sourceRows;
     _forgetLookup();
     changePersistentIndexList(before, after);
-    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+    emit layoutChanged();
 }
 
 void ZqSortFilterProxyModel::invalidate()

@@ -157,13 +157,20 @@ void ZqSortFilterProxyModel::_onSourceDataChanged(
             added.append(sourceRow);
         }
     }
+    QList<int> misplaced;
     for (const int row : std::as_const(shown)) {
-        mustSort = mustSort || !_standsWell(row);
+        if (!_standsWell(row)) {
+            misplaced.append(row);
+        }
         emit dataChanged(index(row, 0), index(row, 0), roles);
+    }
+    if (rejected.isEmpty() && added.isEmpty() && !mustSort && _unkeyed.isEmpty() && misplaced.size() == 1) {
+        _reposition(misplaced.first());
+        return;
     }
     _hide(rejected);
     _show(added);
-    if (mustSort || (!_unkeyed.isEmpty() && !rejected.isEmpty())) {
+    if (mustSort || !misplaced.isEmpty() || (!_unkeyed.isEmpty() && !rejected.isEmpty())) {
         _sort();
     }
 }

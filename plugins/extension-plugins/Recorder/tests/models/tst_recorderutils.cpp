@@ -75,7 +75,7 @@ private slots:
         QTest::addColumn<QString>("safe");
         QTest::newRow("ordinary") << QStringLiteral("record 1.csv") << QStringLiteral("record 1.csv");
         QTest::newRow("blanks around a path and a colon") << QStringLiteral("  a/b:c ") << QStringLiteral("a_b_c");
-        QTest::newRow("every invalid character") << QStringLiteral(R"(\/:*?"<>|)") << QStringLiteral("_________");
+        QTest::newRow("every invalid character") << QStringLiteral("\\/:*?\"<>|") << QStringLiteral("_________");
         QTest::newRow("a name from the recorder")
             << QStringLiteral("21/11/26 - 10:00:00") << QStringLiteral("21_11_26 - 10_00_00");
         QTest::newRow("empty") << QString() << QString();
