@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "commandline.h"
+
+#include <QTest>
+
+using namespace recorder;
+
+class CommandLineTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void longAndShortOptionsMeanTheSame()
+    {
+        const CommandLine longForm = parseCommandLine({ "qnyRecorder", "--name", "Tape", "--cassandra", "embedded:1",
+            "--keyspace", "plant_1", "--verbose", "--timestamped_replay" });
+        const CommandLine shortForm
+            = parseCommandLine({ "qnyRecorder", "-n", "Tape", "-c", "embedded:1", "-k", "plant_1", "-v", "-5" });
+        for (const CommandLine& line : { longForm, shortForm }) {
+            QCOMPARE(line.outcome, CommandLine::Outcome::Run);
+            QCOMPARE(line.settings.name, "Tape");
+            QCOMPARE(line.settings.store, StoreKind::Embedded);
+            QCOMPARE(line.settings.keyspace, "plant_1");
+            QVERIFY(line.settings.verbose);
+            QVERIFY(line.settings.timestampedReplay);
+            QVERIFY(!line.settings.replayOverLive);
+        }
+    }
+
+    void compactShortOptionsAreUnderstood()
+    {
+        const CommandLine line = parseCommandLine({ "qnyRecorder", "-v5", "-nTape" });
+        QCOMPARE(line.outcome, CommandLine::Outcome::Run);
+        QVERIFY(line.settings.verbose);
+        QVERIFY(line.settings.timestampedReplay);
+        QCOMPARE(line.settings.name, "Tape");
+    }
+
+    void withoutOptionsThereIsNoDatabaseAndAFolderOfTheRecordersOwn()
+    {
+        const CommandLine line = parseCommandLine({ "qnyRecorder" });
+        QCOMPARE(line.outcome, CommandLine::Outcome::Run);
+        QCOMPARE(line.settings.name, "qnyRecorder");
+        QCOMPARE(line.settings.store, StoreKind::None);
+        QCOMPARE(line.settings.port, quint16(0));
+        QVERIFY(line.settings.dataDirectory.endsWith("/qnyRecorder/qnyRecorder"));
+    }
+
+    void furtherOptionsArrive()
+    {
+        const CommandLine line = parseCommandLine({ "qnyRecorder", "--device", "lo", "--port", "5671", "--peers",
+            "127.0.0.1:4000", "--data-directory", "/var/records/../records/a", "--replay_over_live" });
+        QCOMPARE(line.outcome, CommandLine::Outcome::Run);
+        QCOMPARE(line.settings.device, "lo");
+        QCOMPARE(line.settings.port, quint16(5671));
+        QCOMPARE(line.settings.peers, "127.0.0.1:4000");
+        QCOMPARE(line.settings.dataDirectory, "/var/records/a");
+        QVERIFY(line.settings.replayOverLive);
+    }
+
+    void aBadCommandLineIsRefusedInOneLineThatNamesTheCulprit_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("mentions");
+        QTest::newRow("unknown option") << QStringList { "--nonsense" } << "nonsense";
+        QTest::newRow("missing value") << QStringList { "--name" } << "name";
+        QTest::newRow("bad name") << QStringList { "--name", "a/b" } << "a/b";
+        QTest::newRow("empty name") << QStringList { "--name", "" } << "--name";
+        QTest::newRow("name with #") << QStringList { "--name", "a#b" } << "a#b";
+        QTest::newRow("positional") << QStringList { "stray" } << "stray";
+        QTest::newRow("database without port") << QStringList { "--cassandra", "embedded" } << "HOST:PORT";
+        QTest::newRow("database without host") << QStringList { "--cassandra", ":9042" } << "HOST:PORT";
+        QTest::newRow("database port 0") << QStringList { "--cassandra", "embedded:0" } << "HOST:PORT";
+        QTest::newRow("database port too high") << QStringList { "--cassandra", "embedded:65536" } << "HOST:PORT";
+        QTest::newRow("database of others") << QStringList { "--cassandra", "db:9042" } << "embedded:9042";
+        QTest::newRow("IPv6 database") << QStringList { "--cassandra", "::1:9042" } << "embedded:9042";
+        QTest::newRow("bad keyspace") << QStringList { "--keyspace", "a-b" } << "a-b";
+        QTest::newRow("user without password")
+            << QStringList { "--cassandra", "embedded:1", "--cassandra_username", "u" } << "go together";
+        QTest::newRow("port 0") << QStringList { "--port", "0" } << "--port";
+        QTest::newRow("port text") << QStringList { "--port", "+5" } << "--port";
+        QTest::newRow("empty directory") << QStringList { "--data-directory", "" } << "--data-directory";
+        QTest::newRow("certificate") << QStringList { "--qnyCert", "/a" } << "security";
+        QTest::newRow("certificates") << QStringList { "-2", "/a" } << "security";
+    }
+    void aBadCommandLineIsRefusedInOneLineThatNamesTheCulprit()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, mentions);
+        const CommandLine line = parseCommandLine(QStringList { "qnyRecorder" } + arguments);
+        QCOMPARE(line.outcome, CommandLine::Outcome::Refuse);
+        QVERIFY2(line.text.contains(mentions), qPrintable(line.text));
+        QVERIFY(!line.text.contains('\n'));
+    }
+
+    void helpAndVersionArePrinted()
+    {
+        const CommandLine help = parseCommandLine({ "qnyRecorder", "--help" });
+        QCOMPARE(help.outcome, CommandLine::Outcome::Print);
+        for (const char* option : { "--device", "--port", "--peers", "--data-directory", "--version",
+                 "--replay_over_live", "--cassandra_password", "--timestamped_replay" }) {
+            QVERIFY2(help.text.contains(QLatin1String(option)), option);
+        }
+        const CommandLine version = parseCommandLine({ "qnyRecorder", "--version" });
+        QCOMPARE(version.outcome, CommandLine::Outcome::Print);
+        QVERIFY(version.text.startsWith("qnyRecorder "));
+    }
+
+    void everyNameGivesAFolderOfItsOwnBelowTheBase()
+    {
+        const QString base = defaultDataDirectory("x").chopped(1);
+        QSet<QString> folders;
+        const QStringList names { "a", "A", "..", ".", "a:b", "a%3Ab", "Größe", "a b", ".hidden" };
+        for (const QString& name : names) {
+            const QString folder = defaultDataDirectory(name);
+            QVERIFY2(folder.startsWith(base), qPrintable(folder));
+            const QString last = folder.mid(base.size());
+            QVERIFY2(!last.contains('/') && !last.startsWith('.') && !last.isEmpty(), qPrintable(last));
+            folders.insert(folder);
+        }
+        QCOMPARE(folders.size(), names.size());
+    }
+};
+
+QTEST_GUILESS_MAIN(CommandLineTest)
+#include "tst_command_line.moc"
