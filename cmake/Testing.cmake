@@ -9,6 +9,8 @@ function(rr_add_test)
     cmake_parse_arguments(T "GTEST;RUN_SERIAL" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
     add_executable(${T_NAME} ${T_SOURCES})
     rr_target_defaults(${T_NAME})
+    # Tests are built often and run briefly: what they test is optimised, they are not.
+    target_compile_options(${T_NAME} PRIVATE -O0)
     set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     if(T_GTEST)
         target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} GTest::gtest)
