@@ -183,7 +183,7 @@ bool HostApplication::_joinNetwork(QString* error)
     return true;
 }
 
-void HostApplication::_rememberNetwork()
+void HostApplication::_rememberNetwork() const
 {
     if (_d->options.rememberNetwork && NetworkConfiguration::instance()->isConnected()) {
         HostSettings().rememberNetwork();

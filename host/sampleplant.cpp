@@ -7,7 +7,9 @@
 #include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -133,9 +135,10 @@ bool SamplePlant::start(const SamplePlantOptions& options, QString* error)
             }
         });
         QProcess* child = process.get();
+        connect(child, &QProcess::readyReadStandardError, this, [this, child] { _onChildSpoke(child); });
         connect(child, &QProcess::finished, this, [this, child] { _onChildEnded(child); });
         const QString program = QDir(options.agentsDirectory).filePath(agent.program);
-        _children.push_back({ agent.name, std::move(process) });
+        _children.push_back({ agent.name, std::move(process), {} });
         child->start(program, arguments);
         if (!child->waitForStarted()) {
             setError(error, tr("%1 does not start: %2.").arg(program, child->errorString()));
@@ -176,6 +179,19 @@ bool SamplePlant::isRunning() const
         [](const Child& child) { return child.process->state() != QProcess::NotRunning; });
 }
 
+// What an agent has to say is for whoever watches the host's own standard error too.
+void SamplePlant::_onChildSpoke(QProcess* process)
+{
+    constexpr qsizetype mostKept = 2000;
+    const QByteArray words = process->readAllStandardError();
+    for (Child& child : _children) {
+        if (child.process.get() == process && !words.isEmpty()) {
+            std::fprintf(stderr, "%s: %s", qUtf8Printable(child.agentName), words.constData());
+            child.lastWords = (child.lastWords + words).right(mostKept);
+        }
+    }
+}
+
 void SamplePlant::_onChildEnded(QProcess* process)
 {
     if (_isStopping) {
@@ -187,7 +203,8 @@ void SamplePlant::_onChildEnded(QProcess* process)
         }
         // An agent that was asked to stop over the network ends with 0: that is nobody's failure.
         if (process->exitStatus() != QProcess::NormalExit || process->exitCode() != 0) {
-            QString reason = QString::fromUtf8(process->readAllStandardError()).trimmed();
+            _onChildSpoke(process);
+            QString reason = QString::fromUtf8(child.lastWords).trimmed();
             if (reason.isEmpty()) {
                 reason = process->exitStatus() == QProcess::NormalExit
                     ? tr("it ended with status %1").arg(process->exitCode())

@@ -2,6 +2,7 @@
 #ifndef CORVANE_SAMPLEPLANT_H
 #define CORVANE_SAMPLEPLANT_H
 
+#include <QtCore/QByteArray>
 #include <QtCore/QObject>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -58,7 +59,9 @@ private:
     {
         QString agentName;
         std::unique_ptr<QProcess> process;
+        QByteArray lastWords; // on standard error
     };
+    void _onChildSpoke(QProcess* process);
     void _onChildEnded(QProcess* process);
 
     std::vector<Child> _children;
