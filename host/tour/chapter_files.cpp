@@ -58,6 +58,32 @@ Answer checkReplayAgainstRecord(TourContext& tour, qsizetype index)
     return { check.passed(), check.summary() };
 }
 
+// A move, a load or a stop publishes nothing.
+Answer checkSilence(TourContext& tour)
+{
+    QList<Observation> observations;
+    QString error;
+    if (!tour.observer.read(&observations, &error)) {
+        return Answer::no(error);
+    }
+    QStringList strays;
+    for (const Observation& observation : std::as_const(observations)) {
+        const bool isReplayed
+            = std::any_of(tour.replays.cbegin(), tour.replays.cend(), [&](const TourContext::Replay& replay) {
+                  return observation.receivedUs >= replay.stretch.playedUs
+                      && observation.receivedUs <= replay.stretch.endedUs;
+              });
+        if (!isReplayed && !observation.isLastValue) {
+            strays.append(observation.event.describe());
+        }
+    }
+    return { strays.isEmpty() && !observations.isEmpty(),
+        QStringLiteral("%1 publications observed, %2 of them between replays%3")
+            .arg(observations.size())
+            .arg(strays.size())
+            .arg(strays.isEmpty() ? QString() : QStringLiteral("; first: ") + strays.first()) };
+}
+
 Answer importRecord(TourContext& tour, const QString& file)
 {
     const QList<ObjectHandle> before = tour.instance.items("records");
@@ -175,6 +201,8 @@ void filesChapter(TourContext& tour)
     steps.run("file unloaded", { "file loaded" }, "unload the file", [&] { return unload(tour); });
     steps.run("file checked", { "file ended" }, "compare what was observed with the file",
         [&] { return checkReplayAgainstRecord(tour, fileReplay); });
+    steps.run("silence", { "unloaded", "file unloaded" }, "between the replays nothing was published",
+        [&] { return checkSilence(tour); });
     steps.run("deleted", { "imported" }, "delete the import", [&] { return deleteImport(tour); });
     tour.observer.stop();
 }

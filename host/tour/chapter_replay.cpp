@@ -4,12 +4,15 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QSet>
 
+#include <algorithm>
 #include <cmath>
 
 namespace tour {
 
 namespace {
 
+// The recorder's answer to the host and its last publication to the observer go different ways.
+constexpr qint64 underwayUs = 300'000;
 // The two agents that are left when the tour filters a replay.
 const QStringList filteredAgents { QStringLiteral("Pump A"), QStringLiteral("Tank") };
 
@@ -141,6 +144,10 @@ Answer beginPlaying(TourContext& tour, ReplayStretch stretch, const QString& nam
     if (const QString fault = tour.instance.call("playRecord", { argument(record) }); !fault.isEmpty()) {
         return Answer::no(fault);
     }
+    if (!tour.replays.isEmpty()) {
+        qint64& endedBefore = tour.replays.last().stretch.endedUs;
+        endedBefore = std::min(endedBefore, stretch.playedUs - 1);
+    }
     tour.replays.append({ name, stretch });
     const double from = stretch.fromSeconds;
     const auto isMoving
@@ -163,7 +170,7 @@ Answer pauseAt(TourContext& tour, double seconds)
         QStringLiteral("the recorder to say that it paused"), [&] { return !record.isTrue("isReplaying"); }, 3000,
         [&] {
             ReplayStretch& stretch = tour.replays.last().stretch;
-            stretch.endedUs = nowUs();
+            stretch.endedUs = nowUs() + underwayUs;
             stretch.toSeconds = record.number("replayProgressInSecond");
             return QStringLiteral("paused at %1 s").arg(*stretch.toSeconds, 0, 'f', 3);
         });
@@ -174,10 +181,13 @@ Answer playToEnd(TourContext& tour)
     const ObjectHandle record = tour.instance.child("currentRecord");
     const SignalCounter ends(tour.module, SIGNAL(replayEnded(QString, QString)));
     const int boundMs = static_cast<int>(record.number("durationInSeconds") * 1000) + 8000;
-    if (!waitUntil([&] { return ends.count() > 0; }, boundMs)) {
+    // The end may have come between play and here.
+    const auto hasEnded
+        = [&] { return ends.count() > 0 || (record.isTrue("replayIsAtStart") && !record.isTrue("isReplaying")); };
+    if (!waitUntil(hasEnded, boundMs)) {
         return Answer::no(QStringLiteral("waited %1 s in vain for the end").arg(boundMs / 1000.0));
     }
-    tour.replays.last().stretch.endedUs = nowUs();
+    tour.replays.last().stretch.endedUs = nowUs() + underwayUs;
     const auto isBack = [&] {
         return record.isTrue("replayIsAtStart") && !record.isTrue("isReplaying")
             && !tour.instance.isTrue("isMovingRecord") && !tour.instance.isTrue("isStoppingRecord");
@@ -200,7 +210,7 @@ Answer stopAt(TourContext& tour, double seconds)
     const auto isBack = [&] { return record.isTrue("replayIsAtStart") && !tour.instance.isTrue("isStoppingRecord"); };
     return await(QStringLiteral("the replay to go back to its start"), isBack, 5000, [&] {
         ReplayStretch& stretch = tour.replays.last().stretch;
-        stretch.endedUs = nowUs();
+        stretch.endedUs = nowUs() + underwayUs;
         stretch.toSeconds = position;
         return QStringLiteral("stopped at %1 s, back at the start").arg(position, 0, 'f', 3);
     });

@@ -4,6 +4,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QMessageBox>
 
 namespace tour {
 
@@ -24,12 +25,19 @@ FileDialogAnswer::FileDialogAnswer(const QString& path)
 
 void FileDialogAnswer::_look()
 {
+    if (auto* complaint = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+        // The dialog does not take the path, and says so.
+        _isRefused = true;
+        _isAnswered = false;
+        complaint->reject();
+        return;
+    }
     auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
     if (dialog == nullptr || !dialog->isVisible()) {
         return;
     }
     auto* nameField = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-    if (nameField == nullptr || _elapsed.elapsed() > giveUpAfterMs) {
+    if (nameField == nullptr || _isRefused || _elapsed.elapsed() > giveUpAfterMs) {
         _isAnswered = false;
         dialog->reject();
         return;

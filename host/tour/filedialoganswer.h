@@ -29,6 +29,7 @@ private:
     QTimer _timer;
     QElapsedTimer _elapsed;
     bool _isAnswered = false;
+    bool _isRefused = false;
 };
 
 } // namespace tour
