@@ -14,9 +14,20 @@
 #include "systemviewclassplugin.h"
 
 #include <QJsonObject>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <zqquickgeneral.h>
 
 /// What most tests of the framework begin with.
 namespace FrameworkFixture {
+
+/// An unexpected warning fails the test. The toolkit's are off: model testers ask for roles that no list has.
+inline void beStrict()
+{
+    ZqQuickGeneral::instance().setwarningsEnabled(false);
+    QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+}
 
 inline const QString SENSOR_FAMILY = QStringLiteral("0b5bd3a6-3f7a-4a11-8f57-5a5b2f6f0001");
 

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // A real agent in a process of its own, driven by its arguments:
-//   --name N --family F [--password P] [--host H] [--deaf] [--launcher]
+//   --name N --family F [--password P] [--host H] [--stay SECONDS] [--deaf] [--launcher]
 // Says "ready" on standard output once it is on the network, and "call …" for each launch that it is asked for. Leaves
 // when it is asked to stop (unless --deaf) and when its standard input ends; adds an output on the line "redefine".
+// With --stay it reads nothing, and leaves after so many seconds if nobody asks it before.
 
 #include <quenary.h>
 #include <quenary_families.h>
 
-#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <string>
 #include <thread>
@@ -49,6 +49,7 @@ int main(int argc, char** argv)
     std::string name = "Peer";
     std::string family;
     std::string host;
+    int secondsToStay = 0;
     bool isDeaf = false;
     bool isLauncher = false;
     for (int i = 1; i < argc; ++i) {
@@ -60,6 +61,8 @@ int main(int argc, char** argv)
             family = argv[++i];
         } else if (argument == "--host" && hasNext) {
             host = argv[++i];
+        } else if (argument == "--stay" && hasNext) {
+            secondsToStay = std::atoi(argv[++i]);
         } else if (argument == "--password" && hasNext) {
             ++i;
         } else if (argument == "--deaf") {
@@ -92,8 +95,9 @@ int main(int argc, char** argv)
         return 1;
     }
     say("ready");
+    std::this_thread::sleep_for(std::chrono::seconds(secondsToStay));
     std::string line;
-    while (std::getline(std::cin, line)) {
+    while (secondsToStay == 0 && std::getline(std::cin, line)) {
         if (line == "redefine") {
             qny_output_create("flow", QNY_DOUBLE_T, nullptr, 0);
         }

@@ -64,6 +64,7 @@ class TestCorvaneModule : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init() { beStrict(); }
     void cleanup()
     {
         handler()->closeDocument();

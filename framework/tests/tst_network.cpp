@@ -80,6 +80,7 @@ private Q_SLOTS:
     void initTestCase();
     void init()
     {
+        beStrict();
         handler()->newDocument();
         QVERIFY2(network()->connectToNetwork(), qUtf8Printable(network()->errorText()));
     }
@@ -238,8 +239,7 @@ void TestNetwork::anAgentStartedHereComesToThisNetworkAndIsStopped()
     SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
     EncounteredAgentInfo* info
         = sensor->getOrCreateEncounteredAgentInfo(sensor->getOrCreateEncounteredAgentsOnHostAttachedToCorvane(),
-            CorvaneUtils::joinCommand(
-                "sh", { "-c", QStringLiteral("sleep 30 | %1 --name Sensor --family %2").arg(PEER, SENSOR_FAMILY) }));
+            CorvaneUtils::joinCommand(PEER, { "--name", "Sensor", "--family", SENSOR_FAMILY, "--stay", "60" }));
     // When it is started, it appears; and when it is asked to stop, it goes
     QVERIFY2(SystemViewManager::instance()->startAgent(info), qUtf8Printable(SystemViewManager::instance()->problem()));
     QTRY_VERIFY(sensor->isRunning());

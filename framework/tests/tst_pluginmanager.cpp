@@ -4,6 +4,7 @@
 #include "corvanemodule.h"
 #include "corvanemoduleentry.h"
 #include "corvanemoduleplugin.h"
+#include "frameworkfixture.h"
 #include "recorderclassplugin.h"
 #include "reservedagentandtoolfamilies.h"
 #include "systemviewcorvanemodule.h"
@@ -36,6 +37,8 @@ class TestPluginManager : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init() { FrameworkFixture::beStrict(); }
+
     void aMissingFolderIsSaid();
     void whatIsNoModulePluginIsSaid();
     void aModulePluginIsLoadedWithItsMetadata();

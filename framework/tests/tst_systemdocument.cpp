@@ -103,6 +103,7 @@ private:
 
 void TestSystemDocument::init()
 {
+    beStrict();
     _folder = std::make_unique<QTemporaryDir>();
     _plugin = std::make_unique<NotePlugin>();
     QVERIFY(PluginManager::instance()->registerModulePlugin(_plugin.get()));

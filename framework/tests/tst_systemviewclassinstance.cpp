@@ -21,7 +21,11 @@ class TestSystemViewClassInstance : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handler()->newDocument(); }
+    void init()
+    {
+        beStrict();
+        handler()->newDocument();
+    }
     void cleanup()
     {
         handler()->closeDocument();

@@ -33,7 +33,11 @@ class TestSystemViewManager : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { handler()->newDocument(); }
+    void init()
+    {
+        beStrict();
+        handler()->newDocument();
+    }
     void cleanup()
     {
         handler()->closeDocument();
