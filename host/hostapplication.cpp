@@ -11,6 +11,7 @@
 #include <networkconfiguration.h>
 #include <pluginmanager.h>
 #include <recorderclassplugin.h>
+#include <reservedextensions.h>
 #include <systemdocument.h>
 #include <systemdocumenthandler.h>
 #include <systemviewmanager.h>
@@ -18,6 +19,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 
 #include <cstdio>
 
@@ -83,10 +85,11 @@ bool HostApplication::start(const HostOptions& options, QString* error)
     if (!recorderProblem.isEmpty()) {
         addNotice(recorderProblem);
     }
+
     // The modules read their blocks of the document when they are made.
     bool isGood = _loadPlugins(error) && _openFirstDocument(error);
     if (isGood) {
-        PluginManager::instance()->createModules();
+        _createModules();
         isGood = (!options.connectToNetwork || _joinNetwork(error)) && (!options.withWindow || _createWindow(error));
     }
     if (!isGood) {
@@ -138,6 +141,20 @@ bool HostApplication::_loadPlugins(QString* error)
         addNotice(problem);
     }
     return true;
+}
+
+void HostApplication::_createModules()
+{
+    // Record & Replay needs its recorder: without the program its module is left out, and its page says so.
+    const bool hasRecorder = QFileInfo::exists(recorderExecutable());
+    for (CorvaneModuleEntry* entry : PluginManager::instance()->modules()) {
+        if (!hasRecorder && entry->plugin()->uuid() == ReservedExtensions::RECORD_AND_REPLAY) {
+            continue;
+        }
+        if (!entry->createModule()) {
+            addNotice(tr("The module of %1 could not be created.").arg(entry->name()));
+        }
+    }
 }
 
 bool HostApplication::_openFirstDocument(QString* error)

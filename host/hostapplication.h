@@ -118,6 +118,7 @@ Q_SIGNALS:
 
 private:
     bool _loadPlugins(QString* error);
+    void _createModules();
     bool _openFirstDocument(QString* error);
     bool _joinNetwork(QString* error);
     bool _createWindow(QString* error);

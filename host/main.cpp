@@ -6,6 +6,7 @@
 #include "tour/tour.h"
 #endif
 
+#include <QtCore/QLoggingCategory>
 #include <QtCore/QSocketNotifier>
 #include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
@@ -73,6 +74,8 @@ int main(int argc, char** argv)
         return fail(QStringLiteral("this build has no tour"));
     }
 #endif
+    // The parts' progress notes are for those who develop them: QT_LOGGING_RULES brings them back.
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     // Neither the tour nor a screenshot shows a window to a person.
     const bool isUnseen = commandLine.isTour || !commandLine.screenshotPath.isEmpty();
     if (isUnseen && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {

@@ -12,16 +12,27 @@ Item {
 
     implicitHeight: Theme.tallRowHeight
 
-    Rectangle {
+    // One rounded rectangle, of which a row in the middle of the card shows no rounded end.
+    Item {
         anchors.fill: parent
-        anchors.topMargin: root.isFirst ? 0 : -1
-        color: hover.hovered ? Theme.raised : Theme.surface
-        border.width: 1
-        border.color: Theme.line
-        topLeftRadius: root.isFirst ? Theme.cardRadius : 0
-        topRightRadius: topLeftRadius
-        bottomLeftRadius: root.isLast ? Theme.cardRadius : 0
-        bottomRightRadius: bottomLeftRadius
+        clip: true
+
+        Rectangle {
+            y: root.isFirst ? 0 : -radius
+            width: parent.width
+            height: parent.height + (root.isFirst ? 0 : radius) + (root.isLast ? 0 : radius)
+            radius: Theme.cardRadius
+            color: hover.hovered ? Theme.raised : Theme.surface
+            border.width: 1
+            border.color: Theme.line
+        }
+        Rectangle {
+            anchors.bottom: parent.bottom
+            visible: !root.isLast
+            width: parent.width
+            height: 1
+            color: Theme.line
+        }
     }
     HoverHandler {
         id: hover

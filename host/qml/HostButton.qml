@@ -24,7 +24,7 @@ Item {
 
     signal clicked
 
-    implicitWidth: button.implicitWidth
+    implicitWidth: Math.max(Theme.controlHeight, button.implicitWidth)
     implicitHeight: Theme.controlHeight
 
     HoverHandler {

@@ -15,8 +15,13 @@ Item {
     Text {
         anchors.centerIn: parent
         width: Math.min(640, parent.width - 2 * Theme.pageMargin)
-        visible: view.errorText !== ""
-        text: view.errorText
+        visible: text !== ""
+        text: {
+            if (view.errorText !== "") {
+                return view.errorText;
+            }
+            return view.entry !== null && view.entry.module === null ? qsTr("%1 was not started: a part that it needs is missing.").arg(view.entry.name) : "";
+        }
         color: Theme.recording
         font.pixelSize: Theme.textSize
         wrapMode: Text.Wrap

@@ -74,7 +74,7 @@ Rectangle {
                     required property CorvaneModuleEntry qtObject
 
                     Layout.fillWidth: true
-                    text: qtObject.modulesMenuLabel
+                    text: qtObject.modulesMenuLabel.replace(/&/g, "&&") // else read as the mark of a shortcut
                     icon.source: qtObject.modulesMenuIcon
                     current: root.host.currentEntry === qtObject
                     onClicked: root.host.currentEntry = qtObject
