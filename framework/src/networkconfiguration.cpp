@@ -163,7 +163,7 @@ bool NetworkConfiguration::connectToNetwork()
     const QByteArray publicCertificates = _publicCertificates.toUtf8();
     qny_options_t options;
     qny_options_init(&options);
-    options.device = device.constData();
+    options.device = device.isEmpty() ? nullptr : device.constData();
     options.port = static_cast<uint16_t>(_port);
     options.peers = peers.constData();
     if (_isQuenarySecurityActivated) {
@@ -201,7 +201,9 @@ bool NetworkConfiguration::connectToNetwork()
         _setisConnected(false);
         return false;
     }
-    qputenv("QNY_DEVICE", device);
+    if (!device.isEmpty()) {
+        qputenv("QNY_DEVICE", device);
+    }
     qputenv("QNY_PORT", QByteArray::number(_port));
     if (_peers.isEmpty()) {
         qunsetenv("QNY_PEERS");
