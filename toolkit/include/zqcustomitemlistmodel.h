@@ -41,9 +41,10 @@ public:
     /// A copy, safe to walk while the list changes.
     QList<T*> toList() const
     {
+        const QList<QObject*> objects = _objects();
         QList<T*> items;
-        items.reserve(_objects().size());
-        for (QObject* object : _objects()) {
+        items.reserve(objects.size());
+        for (QObject* object : objects) {
             items.append(static_cast<T*>(object));
         }
         return items;

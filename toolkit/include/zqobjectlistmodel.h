@@ -59,7 +59,7 @@ protected:
     QObject* _replace(qsizetype row, QObject* item);
     QObject* _take(qsizetype row);
     QObject* _at(qsizetype row) const { return row >= 0 && row < _rows.size() ? _rows.at(row) : nullptr; }
-    const QList<QObject*>& _objects() const { return _rows.objects(); }
+    QList<QObject*> _objects() const { return _rows.objects(); }
 
 private slots:
     void _onListItemExternalDeletion(QObject* object);

@@ -6,22 +6,31 @@
 #include <QtCore/QHash>
 #include <QtCore/QList>
 
+#include <memory>
 #include <vector>
 
 class QObject;
 
 /// An ordered list of object addresses that knows where each of them stands without scanning.
 ///
-/// Only the addresses are used: an object may be half destroyed, or gone, when it is looked up. Adding and removing at
-/// either end and looking a row up take constant time, a removal inside the list a logarithmic number of steps beside
-/// the shift of the addresses behind it; an insertion inside the list lets the next look-up number the rows anew.
+/// Only the addresses are used: an object may be half destroyed, or gone, when it is looked up. The rows stand in
+/// blocks of a few hundred, and every object knows its block: an edit touches one block and the numbers of the blocks
+/// behind it, a look-up one block. Objects that stand in several rows are allowed and looked up by a scan.
 class ZQTOOLKIT_EXPORT ZqObjectRows
 {
 public:
-    qsizetype size() const { return _objects.size(); }
-    bool isEmpty() const { return _objects.isEmpty(); }
-    QObject* at(qsizetype row) const { return _objects.at(row); }
-    const QList<QObject*>& objects() const { return _objects; }
+    ZqObjectRows();
+    ~ZqObjectRows();
+    Q_DISABLE_COPY_MOVE(ZqObjectRows)
+
+    qsizetype size() const { return _size; }
+    bool isEmpty() const { return _size == 0; }
+
+    /// `row` is from 0 to size() - 1.
+    QObject* at(qsizetype row) const;
+
+    /// All of them, in order; a copy.
+    QList<QObject*> objects() const;
     void reserve(qsizetype size);
 
     /// How many rows hold the object.
@@ -45,26 +54,31 @@ public:
     void clear();
 
 private:
-    /// Every object gets a slot, in the order of the rows. A removed slot stays as a hole until the next renumbering,
-    /// so that a row is its slot less the holes before it.
+    struct Block
+    {
+        QList<QObject*> objects;
+        /// Position among the blocks, and the row of the first object; right up to the first stale block.
+        size_t position = 0;
+        qsizetype firstRow = 0;
+    };
+
     struct Entry
     {
-        qsizetype slot = 0;
+        /// The block of the only row, or of any of several.
+        Block* block = nullptr;
         qsizetype occurrences = 0;
     };
 
-    qsizetype _rowOfSlot(qsizetype slot) const;
-    void _appendSlot(Entry& entry);
-    void _makeHole(qsizetype slot);
-    void _renumber() const;
-    void _register(QObject* object, qsizetype row, qsizetype sizeBefore);
+    Block* _newBlock(size_t position);
+    Block* _blockOf(qsizetype row) const;
+    Block* _roomFor(qsizetype row);
+    void _number() const;
+    void _markStale(size_t position) { _firstStaleBlock = qMin(_firstStaleBlock, position); }
+    void _forget(QObject* object);
 
-    QList<QObject*> _objects;
-    mutable QHash<const QObject*, Entry> _entries;
-    mutable bool _slotsAreStale = false;
-    mutable qsizetype _firstSlot = 0;
-    mutable qsizetype _slotCount = 0;
-    mutable qsizetype _holeCount = 0;
-    /// Fenwick tree over the slots that counts the holes; empty while there is none.
-    mutable std::vector<qsizetype> _holes;
+    std::vector<std::unique_ptr<Block>> _blocks;
+    QHash<const QObject*, Entry> _entries;
+    qsizetype _size = 0;
+    /// Blocks from here on have to be numbered before they are asked.
+    mutable size_t _firstStaleBlock = 0;
 };

@@ -323,7 +323,8 @@ QVariantList ZqObjectListModel::toVariantList() const
 {
     QVariantList list;
     list.reserve(_rows.size());
-    for (QObject* item : _rows.objects()) {
+    const QList<QObject*> items = _rows.objects();
+    for (QObject* item : items) {
         list.append(QVariant::fromValue(item));
     }
     return list;

@@ -3,10 +3,35 @@
 
 #include <algorithm>
 
+namespace {
+/// Small enough that a scan of a block costs less than what surrounds it, large enough that blocks stay few.
+constexpr qsizetype BLOCK_CAPACITY = 256;
+} // namespace
+
+ZqObjectRows::ZqObjectRows() = default;
+
+ZqObjectRows::~ZqObjectRows() = default;
+
 void ZqObjectRows::reserve(qsizetype size)
 {
-    _objects.reserve(size);
     _entries.reserve(size);
+    _blocks.reserve(static_cast<size_t>(size / BLOCK_CAPACITY) + 1);
+}
+
+QObject* ZqObjectRows::at(qsizetype row) const
+{
+    const Block* const block = _blockOf(row);
+    return block->objects.at(row - block->firstRow);
+}
+
+QList<QObject*> ZqObjectRows::objects() const
+{
+    QList<QObject*> all;
+    all.reserve(_size);
+    for (const auto& block : _blocks) {
+        all.append(block->objects);
+    }
+    return all;
 }
 
 qsizetype ZqObjectRows::occurrences(const QObject* object) const
@@ -17,26 +42,32 @@ qsizetype ZqObjectRows::occurrences(const QObject* object) const
 
 qsizetype ZqObjectRows::firstRow(const QObject* object) const
 {
-    if (!_entries.contains(object)) {
+    const auto entry = _entries.constFind(object);
+    if (entry == _entries.cend()) {
         return -1;
     }
-    if (_slotsAreStale) {
-        _renumber();
+    if (entry->occurrences > 1) {
+        return rows(object).first();
     }
-    return _rowOfSlot(_entries.constFind(object)->slot);
+    _number();
+    return entry->block->firstRow + entry->block->objects.indexOf(object);
 }
 
 QList<qsizetype> ZqObjectRows::rows(const QObject* object) const
 {
     const qsizetype wanted = occurrences(object);
     QList<qsizetype> found;
-    if (wanted == 0) {
-        return found;
-    }
-    found.append(firstRow(object));
-    for (qsizetype row = found.first() + 1; found.size() < wanted; ++row) {
-        if (_objects.at(row) == object) {
-            found.append(row);
+    if (wanted == 1) {
+        found.append(firstRow(object));
+    } else if (wanted > 1) {
+        qsizetype row = 0;
+        for (const auto& block : _blocks) {
+            for (const QObject* other : std::as_const(block->objects)) {
+                if (other == object) {
+                    found.append(row);
+                }
+                ++row;
+            }
         }
     }
     return found;
@@ -44,148 +75,134 @@ QList<qsizetype> ZqObjectRows::rows(const QObject* object) const
 
 void ZqObjectRows::insert(qsizetype row, QObject* object)
 {
-    _objects.insert(row, object);
-    _register(object, row, _objects.size() - 1);
+    Block* const block = _roomFor(row);
+    block->objects.insert(row - block->firstRow, object);
+    _markStale(block->position + 1);
+    ++_size;
+    Entry& entry = _entries[object];
+    entry.block = block;
+    ++entry.occurrences;
 }
 
 void ZqObjectRows::append(const QList<QObject*>& objects)
 {
-    reserve(_objects.size() + objects.size());
+    reserve(_size + objects.size());
     for (QObject* object : objects) {
-        insert(_objects.size(), object);
+        insert(_size, object);
     }
 }
 
 QList<QObject*> ZqObjectRows::take(qsizetype row, qsizetype count)
 {
-    const QList<QObject*> taken = _objects.mid(row, count);
-    const qsizetype sizeBefore = _objects.size();
-    _objects.remove(row, count);
-    if (_objects.isEmpty()) {
+    QList<QObject*> taken;
+    taken.reserve(count);
+    if (count == _size) {
+        taken = objects();
         clear();
         return taken;
     }
-
-    const bool isFront = row == 0 && _holeCount == 0;
-    const bool isBack = row + count == sizeBefore && _holeCount == 0;
-    bool keepsSlots = !_slotsAreStale && (isFront || isBack || count == 1);
-    for (QObject* object : taken) {
-        const auto entry = _entries.find(object);
-        if (--entry->occurrences > 0) {
-            // The slot may have been that of the row that went.
-            keepsSlots = false;
-            continue;
-        }
-        if (keepsSlots && !isFront && !isBack) {
-            _makeHole(entry->slot);
-        }
-        _entries.erase(entry);
+    const size_t first = _blockOf(row)->position;
+    size_t end = first;
+    for (qsizetype offset = row - _blocks[first]->firstRow; taken.size() < count; offset = 0, ++end) {
+        QList<QObject*>& objects = _blocks[end]->objects;
+        const qsizetype here = qMin(count - taken.size(), objects.size() - offset);
+        taken.append(objects.mid(offset, here));
+        objects.remove(offset, here);
     }
-
-    if (!keepsSlots) {
-        _slotsAreStale = true;
-    } else if (isFront) {
-        _firstSlot += count;
-        _slotCount -= count;
-    } else if (isBack) {
-        _slotCount -= count;
-    } else if (_holeCount > std::max<qsizetype>(64, _objects.size())) {
-        _slotsAreStale = true;
+    const auto begin = _blocks.begin();
+    const auto isEmpty = [](const std::unique_ptr<Block>& block) { return block->objects.isEmpty(); };
+    _blocks.erase(std::remove_if(begin + static_cast<ptrdiff_t>(first), begin + static_cast<ptrdiff_t>(end), isEmpty),
+        begin + static_cast<ptrdiff_t>(end));
+    _markStale(first);
+    _size -= count;
+    for (QObject* object : std::as_const(taken)) {
+        _forget(object);
     }
     return taken;
 }
 
 void ZqObjectRows::move(qsizetype row, qsizetype count, qsizetype destination)
 {
-    const auto begin = _objects.begin();
-    if (destination > row) {
-        std::rotate(begin + row, begin + row + count, begin + destination);
-    } else {
-        std::rotate(begin + destination, begin + row, begin + row + count);
+    const QList<QObject*> moved = take(row, count);
+    qsizetype target = destination > row ? destination - count : destination;
+    for (QObject* object : moved) {
+        insert(target++, object);
     }
-    _slotsAreStale = true;
 }
 
 void ZqObjectRows::clear()
 {
-    _objects.clear();
+    _blocks.clear();
     _entries.clear();
-    _holes.clear();
-    _slotsAreStale = false;
-    _firstSlot = _slotCount = _holeCount = 0;
+    _size = 0;
+    _firstStaleBlock = 0;
 }
 
-qsizetype ZqObjectRows::_rowOfSlot(qsizetype slot) const
+void ZqObjectRows::_number() const
 {
-    const qsizetype position = slot - _firstSlot;
-    if (_holeCount == 0) {
-        return position;
+    for (size_t position = _firstStaleBlock; position < _blocks.size(); ++position) {
+        Block* const block = _blocks[position].get();
+        block->position = position;
+        block->firstRow = position == 0 ? 0 : _blocks[position - 1]->firstRow + _blocks[position - 1]->objects.size();
     }
-    qsizetype holesBefore = 0;
-    for (qsizetype node = position; node > 0; node &= node - 1) {
-        holesBefore += _holes[static_cast<size_t>(node)];
-    }
-    return position - holesBefore;
+    _firstStaleBlock = _blocks.size();
 }
 
-void ZqObjectRows::_register(QObject* object, qsizetype row, qsizetype sizeBefore)
+ZqObjectRows::Block* ZqObjectRows::_blockOf(qsizetype row) const
 {
-    Entry& entry = _entries[object];
-    ++entry.occurrences;
-    if (_slotsAreStale) {
-        return;
+    _number();
+    const auto behind = std::upper_bound(_blocks.cbegin(), _blocks.cend(), row,
+        [](qsizetype wanted, const std::unique_ptr<Block>& block) { return wanted < block->firstRow; });
+    return std::prev(behind)->get();
+}
+
+ZqObjectRows::Block* ZqObjectRows::_newBlock(size_t position)
+{
+    _markStale(position);
+    const auto place = _blocks.begin() + static_cast<ptrdiff_t>(position);
+    return _blocks.insert(place, std::make_unique<Block>())->get();
+}
+
+/// The block, numbered and not full, into which an object at a row goes.
+ZqObjectRows::Block* ZqObjectRows::_roomFor(qsizetype row)
+{
+    // Lists mostly grow at an end: a full block there is left full and gets a new neighbour.
+    if (row == _size && (_blocks.empty() || _blocks.back()->objects.size() >= BLOCK_CAPACITY)) {
+        Block* const block = _newBlock(_blocks.size());
+        _number();
+        return block;
     }
-    if (row == sizeBefore) {
-        if (entry.occurrences == 1) {
-            _appendSlot(entry);
-        } else {
-            // The first occurrence keeps the entry's slot; this row needs one all the same.
-            Entry unused;
-            _appendSlot(unused);
+    if (row == 0 && _blocks.front()->objects.size() >= BLOCK_CAPACITY) {
+        Block* const block = _newBlock(0);
+        _number();
+        return block;
+    }
+    _number();
+    Block* const block = row == _size ? _blocks.back().get() : _blockOf(row);
+    if (block->objects.size() < BLOCK_CAPACITY) {
+        return block;
+    }
+    Block* const upper = _newBlock(block->position + 1);
+    upper->objects = block->objects.mid(BLOCK_CAPACITY / 2);
+    block->objects.resize(BLOCK_CAPACITY / 2);
+    for (const QObject* object : std::as_const(upper->objects)) {
+        _entries.find(object)->block = upper;
+    }
+    _number();
+    return row > upper->firstRow ? upper : block;
+}
+
+void ZqObjectRows::_forget(QObject* object)
+{
+    const auto entry = _entries.find(object);
+    if (--entry->occurrences == 0) {
+        _entries.erase(entry);
+    } else if (entry->occurrences == 1) {
+        // The row that is left may be another than the entry tells of; none is when the next one forgotten is the last.
+        const auto holder = std::find_if(_blocks.cbegin(), _blocks.cend(),
+            [object](const std::unique_ptr<Block>& block) { return block->objects.contains(object); });
+        if (holder != _blocks.cend()) {
+            entry->block = holder->get();
         }
-    } else if (row == 0 && _holeCount == 0) {
-        entry.slot = --_firstSlot;
-        ++_slotCount;
-    } else {
-        _slotsAreStale = true;
     }
-}
-
-void ZqObjectRows::_appendSlot(Entry& entry)
-{
-    entry.slot = _firstSlot + _slotCount;
-    ++_slotCount;
-    if (_holeCount > 0) {
-        // The new node counts the holes of the slots that it covers, all of which are there already.
-        const qsizetype node = _slotCount;
-        qsizetype covered = 0;
-        const qsizetype before = node & (node - 1);
-        for (qsizetype other = node - 1; other > before; other &= other - 1) {
-            covered += _holes[static_cast<size_t>(other)];
-        }
-        _holes.push_back(covered);
-    }
-}
-
-void ZqObjectRows::_makeHole(qsizetype slot)
-{
-    if (_holeCount == 0) {
-        _holes.assign(static_cast<size_t>(_slotCount) + 1, 0);
-    }
-    ++_holeCount;
-    for (qsizetype node = slot - _firstSlot + 1; node <= _slotCount; node += node & -node) {
-        ++_holes[static_cast<size_t>(node)];
-    }
-}
-
-void ZqObjectRows::_renumber() const
-{
-    _firstSlot = _holeCount = 0;
-    _slotCount = _objects.size();
-    _holes.clear();
-    // From the last row to the first, so that an object that stands twice is left with its first row.
-    for (qsizetype row = _objects.size() - 1; row >= 0; --row) {
-        _entries.find(_objects.at(row))->slot = row;
-    }
-    _slotsAreStale = false;
 }
