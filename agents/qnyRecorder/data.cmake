@@ -32,3 +32,25 @@ add_library(qnyRecorderData STATIC
 rr_target_defaults(qnyRecorderData)
 target_include_directories(qnyRecorderData PUBLIC ${CMAKE_CURRENT_LIST_DIR} PRIVATE ${CMAKE_SOURCE_DIR}/quenary/include)
 target_link_libraries(qnyRecorderData PUBLIC Qt6::Core PRIVATE PkgConfig::SQLITE3 Threads::Threads)
+
+foreach(name packedchunk csv recordingfilter event)
+    rr_add_test(NAME tst_recorder_${name} SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/tst_${name}.cpp LIBS qnyRecorderData)
+    target_compile_definitions(tst_recorder_${name} PRIVATE RR_GOLDEN_DIRECTORY="${CMAKE_CURRENT_LIST_DIR}/tests/golden")
+endforeach()
+
+# The behaviour that every store must show; a store's test links it and runs it over that store.
+add_library(qnyRecorderStoreSuite STATIC
+    ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite.h
+    ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_crash.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_events.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_exchange.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_records.cpp
+)
+rr_target_defaults(qnyRecorderStoreSuite)
+set_target_properties(qnyRecorderStoreSuite PROPERTIES AUTOMOC ON)
+target_link_libraries(qnyRecorderStoreSuite PUBLIC qnyRecorderData Qt6::Test)
+target_compile_definitions(qnyRecorderStoreSuite PUBLIC RR_GOLDEN_DIRECTORY="${CMAKE_CURRENT_LIST_DIR}/tests/golden")
+
+rr_add_test(NAME tst_recorder_embeddedstore SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/store/tst_embeddedstore.cpp
+    LIBS qnyRecorderStoreSuite PkgConfig::SQLITE3 TIMEOUT 240)

@@ -73,7 +73,7 @@ struct Batch
     std::vector<ChunkRow> chunks;
     std::vector<DefinitionRow> definitions;
     std::vector<InitialRow> initials;
-    std::optional<StoredState> state;
+    std::vector<StoredState> states;
     std::optional<RecordFacts> facts; // name, description, start; sent when they changed
     std::optional<std::string> completeness; // JSON …
     std::uint64_t completenessThrough = 0; // … over the chunks before this one

@@ -64,7 +64,7 @@ ChunkedWriter::~ChunkedWriter()
     }
     if (!close(m_extent.durationUs)) {
         dropUnstored();
-        addSummaries(RecordState::Whole);
+        addCounts(RecordState::Whole);
         m_batch.last = true;
         m_sink->abandon(m_batch);
     }
@@ -191,22 +191,28 @@ void ChunkedWriter::closeChunk()
     m_batchBytes += row.packed.size();
     m_bytesSinceState += row.packed.size();
     m_batch.chunks.push_back(std::move(row));
+    addState();
 }
 
-// Adds the state and the counts to the batch when it is time for them.
-void ChunkedWriter::addSummaries(RecordState recordState)
+// Adds the state after the chunk just closed when it is time for one. A state never takes more than the events since
+// the last one did, so that many outputs with large values at most double what is stored.
+void ChunkedWriter::addState()
 {
-    const bool intervalIsOver = m_bytesSinceState >= m_options.stateIntervalBytes;
-    const bool stateIsDue = intervalIsOver || m_extent.highUs - m_stateUs >= m_options.stateIntervalUs;
-    const bool countsAreDue
-        = recordState == RecordState::Whole || m_extent.highUs - m_countsUs >= m_options.stateIntervalUs;
-    if (stateIsDue && m_bytesSinceState >= m_tally.stateBytes() && m_tally.stateBytes() <= mostStateBytes) {
-        m_batch.state
-            = StoredState { m_extent.nextSequence, m_extent.highUs, m_tally.packState(m_extent.nextSequence) };
+    const bool isDue
+        = m_bytesSinceState >= m_options.stateIntervalBytes || m_extent.highUs - m_stateUs >= m_options.stateIntervalUs;
+    const std::uint64_t stateBytes = m_tally.stateBytes();
+    if (isDue && m_bytesSinceState >= stateBytes && stateBytes <= mostStateBytes) {
+        m_batch.states.push_back({ m_extent.nextSequence, m_extent.highUs, m_tally.packState(m_extent.nextSequence) });
         m_bytesSinceState = 0;
         m_stateUs = m_extent.highUs;
     }
-    if (countsAreDue || m_batch.state || m_batch.completeness) {
+}
+
+// Adds the counts to the batch when it is time for them.
+void ChunkedWriter::addCounts(RecordState recordState)
+{
+    const bool isDue = recordState == RecordState::Whole || m_extent.highUs - m_countsUs >= m_options.stateIntervalUs;
+    if (isDue || !m_batch.states.empty() || m_batch.completeness) {
         m_batch.completeness = m_tally.completeness().toJson();
         m_batch.completenessThrough = m_extent.nextSequence;
         m_countsUs = m_extent.highUs;
@@ -216,7 +222,7 @@ void ChunkedWriter::addSummaries(RecordState recordState)
 StoreResult ChunkedWriter::store(RecordState recordState, bool last)
 {
     closeChunk();
-    addSummaries(recordState);
+    addCounts(recordState);
     m_batch.extent = m_extent;
     m_batch.recordState = recordState;
     m_batch.last = last;
@@ -320,7 +326,7 @@ void ChunkedWriter::dropUnstored()
         m_tally.loseChunk(row.packed);
     }
     m_batch.chunks.clear();
-    m_batch.state.reset();
+    m_batch.states.clear();
     m_batch.definitions.clear();
     m_batch.initials.clear();
     m_batchBytes = 0;

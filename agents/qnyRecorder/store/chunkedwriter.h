@@ -69,7 +69,8 @@ private:
     bool isImport() const { return m_facts.origin == RecordOrigin::Imported; }
     void touch();
     void closeChunk();
-    void addSummaries(RecordState recordState);
+    void addState();
+    void addCounts(RecordState recordState);
     StoreResult store(RecordState recordState, bool last);
     StoreResult storeIfTime();
     StoreResult refuseClosed() const;

@@ -5,16 +5,19 @@
 #include "schema.h"
 #include "statements.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 namespace recorder {
 
 namespace {
 
-constexpr off_t reserveBytes = 1024 * 1024;
+constexpr std::uintmax_t mostReserveBytes = 32 * 1024 * 1024;
+constexpr std::uintmax_t leastReserveBytes = 1024 * 1024;
 constexpr const char* reserveName = "reserve";
 
 Completeness parsed(const std::string& json)
@@ -35,7 +38,15 @@ StoreResult EmbeddedContext::connect(Database& database) const
     if (StoreResult result = database.open(file, options.busyMs); !result) {
         return result;
     }
-    return prepareConnection(database, options.mostPages);
+    return prepareConnection(database, options.mostPages, logBytes());
+}
+
+// The log may grow to half of the reserve: what it holds must find room in the file even on a full disk.
+std::uint64_t EmbeddedContext::logBytes() const
+{
+    std::error_code unknown;
+    const std::uintmax_t reserve = std::filesystem::file_size(options.directory / reserveName, unknown);
+    return (unknown ? mostReserveBytes : reserve) / 2;
 }
 
 void EmbeddedContext::wakeUpkeep()
@@ -50,10 +61,17 @@ void EmbeddedContext::wakeUpkeep()
 StoreResult EmbeddedContext::keepReserve() const
 {
     const std::filesystem::path path = options.directory / reserveName;
+    std::error_code unknown;
+    if (std::filesystem::file_size(path, unknown) >= leastReserveBytes && !unknown) {
+        return StoreResult::done();
+    }
+    const std::filesystem::space_info space = std::filesystem::space(options.directory, unknown);
+    const std::uintmax_t available = unknown ? mostReserveBytes : space.available;
+    const std::uintmax_t bytes = std::clamp(available / 8, leastReserveBytes, mostReserveBytes);
     const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
     int error = descriptor < 0 ? errno : 0;
     if (descriptor >= 0) {
-        error = ::posix_fallocate(descriptor, 0, reserveBytes);
+        error = ::posix_fallocate(descriptor, 0, static_cast<off_t>(bytes));
         ::close(descriptor);
     }
     if (error == ENOSPC || error == EDQUOT) {
@@ -66,9 +84,13 @@ StoreResult EmbeddedContext::keepReserve() const
     return StoreResult::done();
 }
 
-bool EmbeddedContext::spendReserve() const
+bool EmbeddedContext::makeRoom(Database& database) const
 {
-    return ::unlink((options.directory / reserveName).c_str()) == 0;
+    const bool spent = ::unlink((options.directory / reserveName).c_str()) == 0;
+    const bool emptied = database.isOpen()
+        && sqlite3_wal_checkpoint_v2(database.handle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr)
+            == SQLITE_OK;
+    return spent || emptied;
 }
 
 StoreResult readRecord(Database& database, std::int64_t id, RecordRow& row)

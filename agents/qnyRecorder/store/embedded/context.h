@@ -46,11 +46,24 @@ struct EmbeddedContext
     }
     // A connection of one's own.
     StoreResult connect(Database& database) const;
+    std::uint64_t logBytes() const;
     void wakeUpkeep();
 
-    // Space set aside so that a record can be closed on a full disk.
+    // Space set aside so that on a full disk a record can still be closed, the store opened, and records deleted. Full
+    // when the disk has not even room for that.
     StoreResult keepReserve() const;
-    bool spendReserve() const; // false when there was none
+    // For when the disk is full: gives the reserve up and moves the log into the file, which frees the log's space.
+    // False when nothing was gained.
+    bool makeRoom(Database& database) const;
+    // Does it again after making room when it failed for want of it.
+    template <typename Work> StoreResult withRoom(Database& database, Work work) const
+    {
+        StoreResult result = work();
+        if (!result && result.error == StoreError::Full && makeRoom(database)) {
+            result = work();
+        }
+        return result;
+    }
 };
 
 // A record's row.

@@ -53,6 +53,8 @@ public:
 
 private:
     StoreResult find(const std::string& uuid, FoundRecord& record);
+    StoreResult renameNow(const std::string& uuid, const std::string& name);
+    StoreResult removeNow(const std::string& uuid);
     StoreResult announceOwner();
     bool isOwnerAlive(const std::string& token);
     StoreResult checkUnused(const FoundRecord& record);
@@ -85,16 +87,19 @@ StoreResult EmbeddedStore::start()
             "The data directory " + m_context->options.directory.string() + " cannot be made (" + error.message()
                 + "): give another --data-directory.");
     }
-    if (StoreResult result = m_context->lock.take(m_context->options.directory, m_context->token); !result) {
+    const auto take = [this] { return m_context->lock.take(m_context->options.directory, m_context->token); };
+    if (StoreResult result = m_context->withRoom(m_database, take); !result) {
         return result;
     }
     if (StoreResult result = m_database.open(m_context->file, m_context->options.busyMs); !result) {
         return result;
     }
-    if (StoreResult result = prepareSchema(m_database, m_context->file); !result) {
+    const auto prepare = [this] { return prepareSchema(m_database, m_context->file); };
+    if (StoreResult result = m_context->withRoom(m_database, prepare); !result) {
         return result;
     }
-    if (StoreResult result = prepareConnection(m_database, m_context->options.mostPages); !result) {
+    if (StoreResult result = prepareConnection(m_database, m_context->options.mostPages, m_context->logBytes());
+        !result) {
         return result;
     }
     if (StoreResult result = repairAbandoned(m_database, *m_context); !result) {
@@ -321,6 +326,11 @@ StoreResult EmbeddedStore::open(const std::string& uuid, std::unique_ptr<RecordR
 StoreResult EmbeddedStore::rename(const std::string& uuid, const std::string& name)
 {
     const std::lock_guard guard(m_mutex);
+    return m_context->withRoom(m_database, [&] { return renameNow(uuid, name); });
+}
+
+StoreResult EmbeddedStore::renameNow(const std::string& uuid, const std::string& name)
+{
     Transaction transaction(m_database);
     if (!transaction.result()) {
         return transaction.result();
@@ -376,31 +386,35 @@ StoreResult EmbeddedStore::checkUnused(const FoundRecord& record)
 
 StoreResult EmbeddedStore::remove(const std::string& uuid)
 {
+    StoreResult result;
     {
         const std::lock_guard guard(m_mutex);
-        Transaction transaction(m_database);
-        if (!transaction.result()) {
-            return transaction.result();
-        }
-        FoundRecord record;
-        if (StoreResult result = find(uuid, record); !result) {
-            return result;
-        }
-        if (StoreResult result = checkUnused(record); !result) {
-            return result;
-        }
-        if (StoreResult result = Statement(m_database, sql::markDeleted).bind(0, record.id).run(); !result) {
-            return result;
-        }
-        if (StoreResult result = Statement(m_database, sql::bumpRevision).run(); !result) {
-            return result;
-        }
-        if (StoreResult result = transaction.commit(); !result) {
-            return result;
-        }
+        result = m_context->withRoom(m_database, [&] { return removeNow(uuid); });
     }
     m_context->wakeUpkeep();
-    return StoreResult::done();
+    return result;
+}
+
+StoreResult EmbeddedStore::removeNow(const std::string& uuid)
+{
+    Transaction transaction(m_database);
+    if (!transaction.result()) {
+        return transaction.result();
+    }
+    FoundRecord record;
+    if (StoreResult result = find(uuid, record); !result) {
+        return result;
+    }
+    if (StoreResult result = checkUnused(record); !result) {
+        return result;
+    }
+    if (StoreResult result = Statement(m_database, sql::markDeleted).bind(0, record.id).run(); !result) {
+        return result;
+    }
+    if (StoreResult result = Statement(m_database, sql::bumpRevision).run(); !result) {
+        return result;
+    }
+    return transaction.commit();
 }
 
 } // namespace

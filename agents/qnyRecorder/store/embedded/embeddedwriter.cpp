@@ -65,10 +65,10 @@ StoreResult writeInitials(Database& database, std::int64_t record, const std::ve
 
 StoreResult writeRest(Database& database, std::int64_t record, const Batch& batch)
 {
-    if (batch.state) {
+    for (const StoredState& state : batch.states) {
         Statement statement(database, sql::putState);
-        statement.bind(0, record).bind(1, batch.state->timeUs);
-        statement.bind(2, static_cast<std::int64_t>(batch.state->throughSequence)).bindBlob(3, batch.state->packed);
+        statement.bind(0, record).bind(1, state.timeUs);
+        statement.bind(2, static_cast<std::int64_t>(state.throughSequence)).bindBlob(3, state.packed);
         if (StoreResult result = statement.run(); !result) {
             return result;
         }
@@ -157,11 +157,8 @@ StoreResult EmbeddedSink::write(const Batch& batch)
 {
     const auto attempt
         = [&] { return writeBatch(m_database, *m_putChunk, *m_updateExtent, m_context->token, m_record, batch); };
-    StoreResult result = attempt();
-    if (!result && result.error == StoreError::Full && batch.last && m_context->spendReserve()) {
-        result = attempt();
-    }
-    return result;
+    // A recording that meets a full disk ends; only its end may use what was set aside.
+    return batch.last ? m_context->withRoom(m_database, attempt) : attempt();
 }
 
 void EmbeddedSink::abandon(const Batch& last)

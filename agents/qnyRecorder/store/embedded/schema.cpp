@@ -144,11 +144,14 @@ StoreResult prepareSchema(Database& database, const std::filesystem::path& file)
     return transaction.commit();
 }
 
-StoreResult prepareConnection(Database& database, std::uint32_t mostPages)
+StoreResult prepareConnection(Database& database, std::uint32_t mostPages, std::uint64_t logBytes)
 {
     // The upkeep thread moves the log into the file; a writer does it itself only when that cannot keep up.
-    std::string pragmas = "PRAGMA synchronous = NORMAL; PRAGMA wal_autocheckpoint = 4096; PRAGMA temp_store = MEMORY;"
-                          " PRAGMA journal_size_limit = 67108864; PRAGMA cache_size = -8192;";
+    std::string pragmas = "PRAGMA synchronous = NORMAL; PRAGMA temp_store = MEMORY; PRAGMA cache_size = -8192;"
+                          // Overwriting what is deleted would need as much room in the log as deleting frees.
+                          " PRAGMA secure_delete = OFF;"
+                          " PRAGMA journal_size_limit = 67108864;";
+    pragmas += " PRAGMA wal_autocheckpoint = " + std::to_string(logBytes / embeddedPageBytes) + ';';
     if (mostPages > 0) {
         pragmas += " PRAGMA max_page_count = " + std::to_string(mostPages) + ';';
     }

@@ -15,6 +15,6 @@ inline constexpr int embeddedPageBytes = 16 * 1024;
 StoreResult prepareSchema(Database& database, const std::filesystem::path& file);
 
 // What every connection sets for itself.
-StoreResult prepareConnection(Database& database, std::uint32_t mostPages);
+StoreResult prepareConnection(Database& database, std::uint32_t mostPages, std::uint64_t logBytes);
 
 } // namespace recorder

@@ -83,7 +83,7 @@ inline constexpr const char* stateThrough
 // ---- removing what was deleted
 inline constexpr const char* someDeleted = "SELECT id FROM records WHERE state = 2 LIMIT 1";
 inline constexpr const char* purgeChunks
-    = "DELETE FROM chunks WHERE id IN (SELECT id FROM chunks WHERE id >= ? AND id < ? ORDER BY id LIMIT 128)";
+    = "DELETE FROM chunks WHERE id IN (SELECT id FROM chunks WHERE id >= ? AND id < ? ORDER BY id LIMIT ?)";
 inline constexpr const char* purgeStates = "DELETE FROM states WHERE record = ?";
 inline constexpr const char* purgeDefinitions = "DELETE FROM definitions WHERE record = ?";
 inline constexpr const char* purgeInitials = "DELETE FROM initials WHERE record = ?";

@@ -43,12 +43,12 @@ bool Upkeep::wait()
 }
 
 // The same trouble is told once, not every second.
-void Upkeep::complain(const StoreResult& result)
+void Upkeep::complain(const StoreResult& result, std::string& trouble)
 {
     if (result) {
-        m_lastComplaint.clear();
-    } else if (result.error != StoreError::InUse && result.message != m_lastComplaint) {
-        m_lastComplaint = result.message;
+        trouble.clear();
+    } else if (result.error != StoreError::InUse && result.message != trouble) {
+        trouble = result.message;
         m_context->say(result.message);
     }
 }
@@ -56,13 +56,13 @@ void Upkeep::complain(const StoreResult& result)
 void Upkeep::run()
 {
     if (StoreResult result = m_context->connect(m_database); !result) {
-        complain(result);
+        complain(result, m_repairTrouble);
         return;
     }
     do {
         renewLease();
         closeOrphans();
-        complain(repairAbandoned(m_database, *m_context));
+        complain(repairAbandoned(m_database, *m_context), m_repairTrouble);
         purgeSome();
         // Failing (a full disk, a busy reader) leaves the log as it is, which loses nothing.
         sqlite3_wal_checkpoint_v2(m_database.handle(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
@@ -79,7 +79,7 @@ void Upkeep::renewLease()
     }
     Statement statement(m_database, sql::putOwner);
     statement.bindText(0, m_context->token).bind(1, nowEpochUs() + m_context->options.leaseUs);
-    complain(statement.run());
+    complain(statement.run(), m_leaseTrouble);
 }
 
 void Upkeep::closeOrphans()
@@ -95,7 +95,7 @@ void Upkeep::closeOrphans()
         StoreResult result
             = writeBatch(m_database, putChunk, updateExtent, m_context->token, orphan.record, orphan.last);
         if (!result && result.error != StoreError::NotFound) {
-            complain(result);
+            complain(result, m_repairTrouble);
             const std::lock_guard guard(m_context->mutex);
             m_context->orphans.push_back(std::move(orphan));
         }
@@ -105,14 +105,23 @@ void Upkeep::closeOrphans()
 void Upkeep::purgeSome()
 {
     for (bool more = true; more && !isStopping();) {
-        more = false;
-        complain(purgeSlice(more));
+        const StoreResult result = m_context->withRoom(m_database, [&] {
+            more = false;
+            return purgeSlice(more);
+        });
+        if (result.error == StoreError::Full && m_purgeChunks > 1) {
+            // Less at once needs less room in the log.
+            m_purgeChunks /= 4;
+            more = true;
+        } else {
+            complain(result, m_purgeTrouble);
+        }
     }
     // Pages that became free go back to the disk in small steps too.
     std::int64_t pages = 0;
     while (!isStopping() && m_database.number("PRAGMA freelist_count", pages) && pages > 0) {
         std::int64_t before = pages;
-        if (!m_database.execute("PRAGMA incremental_vacuum(256)") || !m_database.number("PRAGMA freelist_count", pages)
+        if (!m_database.execute("PRAGMA incremental_vacuum(64)") || !m_database.number("PRAGMA freelist_count", pages)
             || pages >= before) {
             break;
         }
@@ -132,7 +141,9 @@ StoreResult Upkeep::purgeSlice(bool& more)
         return transaction.result();
     }
     Statement chunks(m_database, sql::purgeChunks);
-    if (StoreResult result = chunks.bind(0, chunkKey(record, 0)).bind(1, chunkKey(record + 1, 0)).run(); !result) {
+    if (StoreResult result
+        = chunks.bind(0, chunkKey(record, 0)).bind(1, chunkKey(record + 1, 0)).bind(2, m_purgeChunks).run();
+        !result) {
         return result;
     }
     if (m_database.changes() == 0) {

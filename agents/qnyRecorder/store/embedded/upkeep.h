@@ -24,11 +24,15 @@ private:
     void closeOrphans();
     void purgeSome(); // until nothing is left, or the store ends
     StoreResult purgeSlice(bool& more);
-    void complain(const StoreResult& result);
+    void complain(const StoreResult& result, std::string& trouble);
 
     std::shared_ptr<EmbeddedContext> m_context;
     Database m_database;
-    std::string m_lastComplaint;
+    std::int64_t m_purgeChunks = 128; // chunks removed in one transaction
+    // The last trouble of each kind of work.
+    std::string m_leaseTrouble;
+    std::string m_repairTrouble;
+    std::string m_purgeTrouble;
     std::thread m_thread;
 };
 

@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "storesuite.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QThread>
+
+#include <chrono>
+#include <cstdio>
+#include <poll.h>
+#include <unistd.h>
+
+namespace recorder::testing {
+
+namespace {
+
+std::int64_t monotonicUs()
+{
+    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+bool parentIsGone()
+{
+    pollfd input { STDIN_FILENO, POLLIN, 0 };
+    return ::poll(&input, 1, 0) > 0;
+}
+
+// Event number i, whoever asks.
+Event numbered(std::int64_t i, std::int64_t timeUs)
+{
+    return { timeUs, "agent", "o" + std::to_string(i % 10), ValueView::fromInteger(static_cast<std::int32_t>(i)) };
+}
+
+// Records one event after another, in bursts, and says after each burst up to which one it came and when.
+int recordUntilKilled(Store& store, const std::string& uuid, std::int64_t burst, std::int64_t most)
+{
+    RecordFacts facts;
+    facts.uuid = uuid;
+    facts.name = "child " + uuid;
+    facts.startUs = 1'700'000'000'000'000;
+    std::unique_ptr<RecordWriter> writer;
+    if (const StoreResult result = store.create(facts, writer); !result) {
+        std::fprintf(stderr, "%s\n", result.message.c_str());
+        return 1;
+    }
+    (void)writer->setInitial("agent", "o0", ValueView::fromInteger(-1));
+    const std::int64_t beganUs = monotonicUs();
+    std::int64_t count = 0;
+    while (!parentIsGone() && count < most) {
+        const std::int64_t timeUs = monotonicUs() - beganUs;
+        for (std::int64_t i = 0; i < burst; ++i) {
+            if (const StoreResult result = writer->append(numbered(count++, timeUs).view()); !result) {
+                std::fprintf(stderr, "%s\n", result.message.c_str());
+                return 1;
+            }
+        }
+        (void)writer->tick(timeUs);
+        std::printf("%lld %lld\n", static_cast<long long>(count), static_cast<long long>(monotonicUs()));
+        std::fflush(stdout);
+        QThread::usleep(2'000);
+    }
+    const StoreResult result = writer->close(0);
+    std::printf("closed\n");
+    return result ? 0 : 1;
+}
+
+// A child process of this very program.
+class Child
+{
+public:
+    Child(const QStringList& arguments)
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(QCoreApplication::applicationFilePath(), arguments);
+    }
+    ~Child() { kill(); }
+
+    bool waitForLine(int milliseconds = 20'000)
+    {
+        const QDeadlineTimer deadline(milliseconds);
+        while (!m_process.canReadLine() && !deadline.hasExpired() && m_process.state() != QProcess::NotRunning) {
+            m_process.waitForReadyRead(100);
+        }
+        return m_process.canReadLine();
+    }
+    void kill()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished();
+        }
+    }
+    bool finish(int milliseconds = 30'000)
+    {
+        m_process.closeWriteChannel();
+        return m_process.waitForFinished(milliseconds) && m_process.exitCode() == 0;
+    }
+    QByteArray output() { return m_process.readAllStandardOutput(); }
+
+private:
+    QProcess m_process;
+};
+
+// How many events the child had appended by a moment, as its lines tell.
+std::int64_t appendedBy(const QByteArray& lines, std::int64_t momentUs)
+{
+    std::int64_t count = 0;
+    for (const QByteArray& line : lines.split('\n')) {
+        const QList<QByteArray> parts = line.split(' ');
+        if (parts.size() == 2 && parts[1].toLongLong() <= momentUs) {
+            count = parts[0].toLongLong();
+        }
+    }
+    return count;
+}
+
+} // namespace
+
+int childMain(int argc, char** argv, StoreUnderTest& store)
+{
+    if (argc < 2 || std::string_view(argv[1]) != "--child") {
+        return -1;
+    }
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    store.usePlace(arguments.at(2));
+    StoreResult result;
+    const std::unique_ptr<Store> opened = store.open(result);
+    if (!opened) {
+        std::fprintf(stderr, "%s\n", result.message.c_str());
+        return 1;
+    }
+    return recordUntilKilled(
+        *opened, arguments.at(3).toStdString(), arguments.at(4).toLongLong(), arguments.at(5).toLongLong());
+}
+
+void StoreSuite::aKilledRecordersEventsAreThere_data()
+{
+    QTest::addColumn<int>("burst");
+    QTest::addColumn<int>("afterMs");
+    // Slow and fast recorders, killed at different moments of their chunks and batches.
+    const int moments[] = { 30, 1'130, 1'390, 1'510, 1'777, 2'220 };
+    for (const int afterMs : moments) {
+        for (const int burst : { 1, 500 }) {
+            QTest::addRow("%d a burst, killed after %d ms", burst, afterMs) << burst << afterMs;
+        }
+    }
+}
+
+void StoreSuite::aKilledRecordersEventsAreThere()
+{
+    QFETCH(int, burst);
+    QFETCH(int, afterMs);
+    const std::string uuid = newRecordUuid();
+    Child child({ "--child", m_under.place(), QString::fromStdString(uuid), QString::number(burst), "100000000" });
+    QVERIFY(child.waitForLine());
+    QThread::msleep(static_cast<unsigned long>(afterMs)); // the moment is the test's parameter
+    const std::int64_t killedUs = monotonicUs();
+    child.kill();
+    const std::int64_t atLeast = appendedBy(child.output(), killedUs - 1'000'000);
+
+    const auto store = openStore();
+    const auto reader = read(*store, uuid);
+    QVERIFY(reader);
+    const std::vector<Event> events = eventsOf(*reader);
+    QVERIFY2(static_cast<std::int64_t>(events.size()) >= atLeast,
+        (std::to_string(events.size()) + " of at least " + std::to_string(atLeast)).c_str());
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        QVERIFY(events[i] == numbered(static_cast<std::int64_t>(i), events[i].timeUs));
+    }
+    QCOMPARE(reader->facts().completeness.stored(), events.size());
+    QVERIFY(!reader->facts().completeness.isComplete()); // it says that it was not closed
+}
+
+void StoreSuite::aKilledRecordersRecordIsClosedWithItsTrueLength()
+{
+    const std::string uuid = newRecordUuid();
+    {
+        Child child({ "--child", m_under.place(), QString::fromStdString(uuid), "200", "100000000" });
+        QVERIFY(child.waitForLine());
+        // Until something is stored: seen through another store object, which must not close it meanwhile.
+        const auto store = openStore();
+        std::vector<RecordSummary> list;
+        const QDeadlineTimer deadline(10'000);
+        while (list.empty() || list[0].events < 2'000) {
+            QVERIFY(!deadline.hasExpired());
+            RR_DONE(store->records({}, list));
+            QThread::msleep(10);
+        }
+        QVERIFY(list[0].isRecording && list[0].isOpen && !list[0].isOwnedHere);
+        QVERIFY(store->remove(uuid).error == StoreError::InUse);
+    }
+    const auto store = openStore();
+    std::vector<RecordSummary> list;
+    RR_DONE(store->records({}, list));
+    QVERIFY(!list.at(0).isRecording && !list[0].isOpen);
+    const auto reader = read(*store, uuid);
+    const std::vector<Event> events = eventsOf(*reader);
+    QVERIFY(list[0].durationUs >= events.back().timeUs);
+    QVERIFY(list[0].durationUs < events.back().timeUs + 2'000'000);
+    QCOMPARE(list[0].events, events.size());
+    QVERIFY(reader->initialValues().size() == 1);
+    const std::lock_guard guard(m_messagesMutex);
+    QVERIFY(!m_messages.empty()); // it is said, once
+    QVERIFY(m_messages.back().find(uuid) != std::string::npos);
+}
+
+void StoreSuite::anotherProcessIsNotDisturbed()
+{
+    // Ours is recorded while the other recorder is killed and repaired.
+    const auto store = openStore();
+    std::unique_ptr<RecordWriter> writer;
+    const RecordFacts facts = newFacts("ours");
+    RR_DONE(store->create(facts, writer));
+    const std::string theirs = newRecordUuid();
+    {
+        Child child({ "--child", m_under.place(), QString::fromStdString(theirs), "50", "100000000" });
+        QVERIFY(child.waitForLine());
+        for (int i = 0; i < 500; ++i) {
+            RR_DONE(writer->append(numbered(i, i).view()));
+        }
+        RR_DONE(writer->flush());
+    }
+    const auto repairer = openStore();
+    std::vector<RecordSummary> list;
+    RR_DONE(repairer->records({}, list));
+    QCOMPARE(list.size(), std::size_t(2));
+    for (const RecordSummary& summary : list) {
+        QCOMPARE(summary.isRecording, summary.uuid == facts.uuid);
+    }
+    for (int i = 500; i < 1'000; ++i) {
+        RR_DONE(writer->append(numbered(i, i).view()));
+    }
+    RR_DONE(writer->close(0));
+    QCOMPARE(eventsOf(*read(*repairer, facts.uuid)).size(), std::size_t(1'000));
+}
+
+void StoreSuite::twoProcessesRecordAtOnce()
+{
+    const QStringList uuids = { QString::fromStdString(newRecordUuid()), QString::fromStdString(newRecordUuid()) };
+    Child first({ "--child", m_under.place(), uuids[0], "1000", "60000" });
+    Child second({ "--child", m_under.place(), uuids[1], "1000", "60000" });
+    QVERIFY(first.waitForLine());
+    QVERIFY(second.waitForLine());
+    const auto store = openStore();
+    const std::vector<Event> mine = randomEvents(15, 20'000);
+    const std::string uuid = record(*store, mine);
+    // Each ends by itself after its last event.
+    const QDeadlineTimer deadline(60'000);
+    std::vector<RecordSummary> list;
+    do {
+        QVERIFY(!deadline.hasExpired());
+        QThread::msleep(20);
+        RR_DONE(store->records({}, list));
+    } while (std::any_of(list.begin(), list.end(), [](const RecordSummary& summary) { return summary.isOpen; }));
+    QVERIFY(first.finish());
+    QVERIFY(second.finish());
+    RR_SAME_EVENTS(eventsOf(*read(*store, uuid)), mine);
+    for (const QString& theirs : uuids) {
+        const auto reader = read(*store, theirs.toStdString());
+        const std::vector<Event> events = eventsOf(*reader);
+        QCOMPARE(events.size(), std::size_t(60'000));
+        for (std::size_t i = 0; i < events.size(); ++i) {
+            QVERIFY(events[i] == numbered(static_cast<std::int64_t>(i), events[i].timeUs));
+        }
+        QVERIFY(reader->facts().completeness.isComplete());
+    }
+}
+
+} // namespace recorder::testing

@@ -1,0 +1,469 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "store/embedded/embeddedstore.h"
+#include "storesuite.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QThread>
+
+#include <sqlite3.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+using namespace recorder;
+using namespace recorder::testing;
+
+namespace {
+
+class EmbeddedUnderTest : public StoreUnderTest
+{
+public:
+    void makeEmpty() override
+    {
+        m_directory = std::make_unique<QTemporaryDir>();
+        m_place = m_directory->path();
+    }
+    std::unique_ptr<Store> open(StoreResult& result, Store::MessageHandler onMessage = nullptr) override
+    {
+        EmbeddedOptions options;
+        options.directory = m_place.toStdString();
+        options.onMessage = std::move(onMessage);
+        return openEmbeddedStore(options, result);
+    }
+    QString place() const override { return m_place; }
+    void usePlace(const QString& place) override { m_place = place; }
+
+private:
+    std::unique_ptr<QTemporaryDir> m_directory;
+    QString m_place;
+};
+
+// Works on the file behind the store's back.
+bool runSql(const QString& directory, const QByteArray& sql, std::int64_t* number = nullptr)
+{
+    sqlite3* database = nullptr;
+    bool good = sqlite3_open((directory + "/records.db").toUtf8().constData(), &database) == SQLITE_OK;
+    sqlite3_busy_timeout(database, 5'000);
+    if (good && number) {
+        sqlite3_stmt* statement = nullptr;
+        good = sqlite3_prepare_v2(database, sql.constData(), -1, &statement, nullptr) == SQLITE_OK
+            && sqlite3_step(statement) == SQLITE_ROW;
+        *number = sqlite3_column_int64(statement, 0);
+        sqlite3_finalize(statement);
+    } else if (good) {
+        good = sqlite3_exec(database, sql.constData(), nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
+    sqlite3_close(database);
+    return good;
+}
+
+Event numbered(int i, std::size_t bytes = 0)
+{
+    return { i, "agent", "o", ValueView::fromString(std::to_string(i) + std::string(bytes, '.')) };
+}
+
+} // namespace
+
+// Runs the suite over the embedded store, and what only this store has.
+class TestEmbeddedStore : public StoreSuite
+{
+    Q_OBJECT
+
+public:
+    using StoreSuite::StoreSuite;
+
+private slots:
+    void aDamagedChunkCostsOnlyItself();
+    void aMissingChunkCostsOnlyItself();
+    void aDamagedStateIsPassedOver();
+    void aFileOfANewerVersionIsRefused();
+    void anotherProgramsFileIsRefused();
+    void aFileThatIsNoDatabaseIsRefused();
+    void aPlaceThatCannotBeWrittenIsSaidSo();
+    void aFullStoreEndsTheRecordingAndLosesNothing();
+    void aFullDiskEndsTheRecordingAndLosesNothing();
+    void aDeletedRecordGivesItsSpaceBack();
+    void aLeaseThatEndedIsSeenWithoutALockToAsk();
+    void statesAreStoredEveryFewSeconds();
+    void eventsBeyondTheBoundAreCountedWhenTheStoreIsBlocked();
+
+private:
+    std::unique_ptr<Store> openBounded(std::uint32_t pages, const std::string& directory = {});
+    std::string recordNumbered(Store& store, int count, std::size_t bytes);
+};
+
+std::string TestEmbeddedStore::recordNumbered(Store& store, int count, std::size_t bytes)
+{
+    std::vector<Event> events;
+    for (int i = 0; i < count; ++i) {
+        events.push_back(numbered(i, bytes));
+    }
+    return record(store, events);
+}
+
+void TestEmbeddedStore::aDamagedChunkCostsOnlyItself()
+{
+    std::string uuid;
+    {
+        const auto store = openStore();
+        uuid = recordNumbered(*store, 4'000, 100);
+    }
+    std::int64_t first = 0;
+    std::int64_t count = 0;
+    QVERIFY(runSql(m_under.place(), "SELECT first_us FROM chunks WHERE sequence = 3", &first));
+    QVERIFY(runSql(m_under.place(), "SELECT count FROM chunks WHERE sequence = 3", &count));
+    QVERIFY(runSql(m_under.place(),
+        "UPDATE chunks SET packed = substr(packed, 1, 500) || x'FF' || substr(packed, 502) WHERE sequence = 3"));
+
+    const auto store = openStore();
+    const auto reader = read(*store, uuid);
+    StoreResult result;
+    const auto cursor = reader->events(0, 10'000, result);
+    const std::vector<Event> events = allOf(*cursor);
+    QCOMPARE(static_cast<std::int64_t>(events.size()), 4'000 - count);
+    for (const Event& event : events) {
+        QVERIFY(event.timeUs < first || event.timeUs >= first + count);
+        QVERIFY(event == numbered(static_cast<int>(event.timeUs), 100));
+    }
+    const std::vector<Damage> damages = cursor->takeDamages();
+    QCOMPARE(damages.size(), std::size_t(1));
+    QCOMPARE(damages[0].sequence, 3U);
+    QCOMPARE(static_cast<std::int64_t>(damages[0].events), count);
+    QVERIFY2(damages[0].reason.find("checksum") != std::string::npos, damages[0].reason.c_str());
+    QVERIFY(cursor->takeDamages().empty());
+    // An export goes on, and tells.
+    csv::ExportChunk chunk;
+    RR_DONE(csv::exportChunk(*reader, {}, chunk));
+    QCOMPARE(chunk.damages.size(), std::size_t(1));
+}
+
+void TestEmbeddedStore::aMissingChunkCostsOnlyItself()
+{
+    std::string uuid;
+    {
+        const auto store = openStore();
+        uuid = recordNumbered(*store, 4'000, 100);
+    }
+    std::int64_t count = 0;
+    QVERIFY(runSql(m_under.place(), "SELECT count FROM chunks WHERE sequence = 2", &count));
+    QVERIFY(runSql(m_under.place(), "DELETE FROM chunks WHERE sequence = 2"));
+    const auto store = openStore();
+    QCOMPARE(static_cast<std::int64_t>(eventsOf(*read(*store, uuid)).size()), 4'000 - count);
+}
+
+void TestEmbeddedStore::aDamagedStateIsPassedOver()
+{
+    const std::vector<Event> events = randomEvents(81, 30'000, 2'000);
+    std::string uuid;
+    {
+        const auto store = openStore();
+        uuid = record(*store, events);
+    }
+    std::int64_t states = 0;
+    QVERIFY(runSql(m_under.place(), "SELECT count(*) FROM states", &states));
+    QVERIFY(states >= 2);
+    const auto store = openStore();
+    std::vector<OutputValue> wanted;
+    RR_DONE(read(*store, uuid)->stateBefore(events.back().timeUs, wanted));
+    QVERIFY(runSql(m_under.place(),
+        "UPDATE states SET packed = x'00' || substr(packed, 2) WHERE time_us = (SELECT max(time_us) FROM states)"));
+    const auto reader = read(*store, uuid);
+    std::vector<OutputValue> state;
+    RR_DONE(reader->stateBefore(events.back().timeUs, state));
+    QVERIFY(state == wanted);
+    QCOMPARE(reader->takeDamages().size(), std::size_t(1));
+}
+
+void TestEmbeddedStore::aFileOfANewerVersionIsRefused()
+{
+    openStore().reset();
+    QVERIFY(runSql(m_under.place(), "PRAGMA user_version = 2"));
+    StoreResult result;
+    QVERIFY(!m_under.open(result));
+    QVERIFY(result.error == StoreError::NewerVersion);
+    QVERIFY2(result.message.find("newer recorder") != std::string::npos, result.message.c_str());
+    QVERIFY2(result.message.find("version 2") != std::string::npos, result.message.c_str());
+}
+
+void TestEmbeddedStore::anotherProgramsFileIsRefused()
+{
+    QVERIFY(runSql(m_under.place(), "CREATE TABLE things (x); INSERT INTO things VALUES (1)"));
+    StoreResult result;
+    QVERIFY(!m_under.open(result));
+    QVERIFY(result.error == StoreError::Refused);
+    std::int64_t things = 0;
+    QVERIFY(runSql(m_under.place(), "SELECT count(*) FROM things", &things));
+    QCOMPARE(things, 1);
+}
+
+void TestEmbeddedStore::aFileThatIsNoDatabaseIsRefused()
+{
+    QFile file(m_under.place() + "/records.db");
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(100'000, 'x'));
+    file.close();
+    StoreResult result;
+    QVERIFY(!m_under.open(result));
+    QVERIFY(result.error == StoreError::Damaged);
+    QVERIFY2(result.message.find("records.db") != std::string::npos, result.message.c_str());
+}
+
+void TestEmbeddedStore::aPlaceThatCannotBeWrittenIsSaidSo()
+{
+    QFile file(m_under.place() + "/file");
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    for (const QString& place :
+        { m_under.place() + "/file", m_under.place() + "/file/below", QStringLiteral("/proc/here") }) {
+        EmbeddedOptions options;
+        options.directory = place.toStdString();
+        StoreResult result;
+        QVERIFY(!openEmbeddedStore(options, result));
+        QVERIFY(result.error == StoreError::Unreachable);
+        QVERIFY2(result.message.find(options.directory.string()) != std::string::npos, result.message.c_str());
+        QVERIFY2(result.message.find("--data-directory") != std::string::npos, result.message.c_str());
+    }
+}
+
+std::unique_ptr<Store> TestEmbeddedStore::openBounded(std::uint32_t pages, const std::string& directory)
+{
+    EmbeddedOptions options;
+    options.directory = directory.empty() ? m_under.place().toStdString() : directory;
+    options.mostPages = pages;
+    options.onMessage = [this](const std::string& message) {
+        const std::lock_guard guard(m_messagesMutex);
+        m_messages.push_back(message);
+    };
+    StoreResult result;
+    std::unique_ptr<Store> store = openEmbeddedStore(options, result);
+    if (!store) {
+        QTest::qFail(result.message.c_str(), __FILE__, __LINE__);
+    }
+    return store;
+}
+
+namespace {
+
+struct UntilFull
+{
+    int appended = 0;
+    int certain = 0; // stored before it became full
+};
+
+// Records until the store is full, and says of that what the store said.
+UntilFull recordUntilFull(RecordWriter& writer, StoreResult& result)
+{
+    UntilFull until;
+    result = StoreResult::done();
+    while (result && until.appended < 2'000'000) {
+        until.certain = static_cast<int>(writer.eventsStored());
+        result = writer.append(numbered(until.appended++, 1'000).view());
+    }
+    return until;
+}
+
+} // namespace
+
+void TestEmbeddedStore::aFullStoreEndsTheRecordingAndLosesNothing()
+{
+    const auto store = openBounded(1'000);
+    const std::string before = recordNumbered(*store, 1'000, 100);
+    std::unique_ptr<RecordWriter> writer;
+    const RecordFacts facts = newFacts("too long");
+    RR_DONE(store->create(facts, writer));
+    StoreResult result;
+    const int certain = recordUntilFull(*writer, result).certain;
+    QVERIFY(result.error == StoreError::Full);
+    QVERIFY2(result.message.find("full") != std::string::npos, result.message.c_str());
+    QVERIFY(certain > 1'000);
+    (void)writer->close(0);
+    writer.reset();
+
+    // Other recorders, without the bound, see a closed record once one of them could close it.
+    const auto reopened = openStore();
+    const QDeadlineTimer deadline(10'000);
+    std::vector<RecordSummary> list;
+    RR_DONE(reopened->records("too long", list));
+    while (list.at(0).isOpen && !deadline.hasExpired()) {
+        RR_DONE(reopened->records("too long", list));
+        QThread::msleep(20);
+    }
+    const auto reader = read(*reopened, facts.uuid);
+    const std::vector<Event> events = eventsOf(*reader);
+    QVERIFY(static_cast<int>(events.size()) >= certain);
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        QVERIFY(events[i] == numbered(static_cast<int>(i), 1'000));
+    }
+    QCOMPARE(eventsOf(*read(*reopened, before)).size(), std::size_t(1'000));
+}
+
+void TestEmbeddedStore::aFullDiskEndsTheRecordingAndLosesNothing()
+{
+    const std::string disk = (m_under.place() + "/disk").toStdString();
+    QVERIFY(QDir().mkpath(QString::fromStdString(disk)));
+    if (::geteuid() != 0 || ::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=12m") != 0) {
+        QSKIP("A full disk needs a small tmpfs, which only root may mount.");
+    }
+    struct Unmounter
+    {
+        std::string path;
+        ~Unmounter() { ::umount2(path.c_str(), MNT_DETACH); }
+    } const unmounter { disk };
+
+    const RecordFacts facts = newFacts("too long");
+    UntilFull until;
+    {
+        const auto store = openBounded(0, disk);
+        std::unique_ptr<RecordWriter> writer;
+        RR_DONE(store->create(facts, writer));
+        StoreResult result;
+        until = recordUntilFull(*writer, result);
+        QVERIFY2(result.error == StoreError::Full, result.message.c_str());
+        QVERIFY(until.certain > 1'000);
+        RR_DONE(writer->close(0)); // the reserve is for this
+        const Completeness completeness = writer->completeness();
+        QCOMPARE(completeness.stored() + completeness.lost(), static_cast<std::uint64_t>(until.appended));
+        QVERIFY(completeness.stored() >= static_cast<std::uint64_t>(until.certain));
+        // The disk stays full: it can be read, and a new recording says why it does not start.
+        QCOMPARE(eventsOf(*read(*store, facts.uuid)).size(), completeness.stored());
+        StoreResult refused = StoreResult::done();
+        for (int attempt = 0; attempt < 50 && refused; ++attempt) {
+            std::unique_ptr<RecordWriter> next;
+            refused = store->create(newFacts("next"), next);
+            if (refused) {
+                for (int i = 0; i < 200 && refused; ++i) {
+                    refused = next->append(numbered(i, 100'000).view());
+                }
+            }
+        }
+        QVERIFY(refused.error == StoreError::Full);
+        QVERIFY2(refused.message.find("full") != std::string::npos, refused.message.c_str());
+    }
+    const auto store = openBounded(0, disk);
+    const std::vector<Event> events = eventsOf(*read(*store, facts.uuid));
+    QVERIFY(static_cast<int>(events.size()) >= until.certain);
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        QVERIFY(events[i] == numbered(static_cast<int>(i), 1'000));
+    }
+    // Deleting makes room for the next recording.
+    RR_DONE(store->remove(facts.uuid));
+    const QDeadlineTimer deadline(20'000);
+    bool isRecorded = false;
+    while (!isRecorded && !deadline.hasExpired()) {
+        std::unique_ptr<RecordWriter> writer;
+        isRecorded = store->create(newFacts("after"), writer) && writer->append(numbered(1).view()) && writer->close(0);
+        QThread::msleep(50);
+    }
+    QVERIFY(isRecorded);
+}
+
+void TestEmbeddedStore::aDeletedRecordGivesItsSpaceBack()
+{
+    const auto store = openStore();
+    const std::string uuid = recordNumbered(*store, 20'000, 1'000);
+    std::int64_t before = 0;
+    QVERIFY(runSql(m_under.place(), "PRAGMA page_count", &before));
+    QVERIFY(before > 1'000);
+    QElapsedTimer timer;
+    timer.start();
+    RR_DONE(store->remove(uuid));
+    QVERIFY2(timer.elapsed() < 1'000, std::to_string(timer.elapsed()).c_str());
+    const QDeadlineTimer deadline(20'000);
+    std::int64_t now = before;
+    while (now > before / 10 && !deadline.hasExpired()) {
+        QThread::msleep(20);
+        QVERIFY(runSql(m_under.place(), "PRAGMA page_count", &now));
+    }
+    QVERIFY2(now <= before / 10, std::to_string(now).c_str());
+}
+
+void TestEmbeddedStore::aLeaseThatEndedIsSeenWithoutALockToAsk()
+{
+    // An owner that left no lock file, as one on a file system without locks.
+    RecordFacts facts = newFacts("lost");
+    {
+        const auto store = openStore();
+        std::unique_ptr<RecordWriter> writer;
+        RR_DONE(store->create(facts, writer));
+        RR_DONE(writer->append(numbered(5).view()));
+        RR_DONE(writer->close(0));
+    }
+    const auto own = [&](const char* expires) {
+        return runSql(m_under.place(),
+            QByteArray("UPDATE records SET state = 0, owner = 'ghost';"
+                       "INSERT OR REPLACE INTO owners VALUES ('ghost', ")
+                + expires + ")");
+    };
+    QVERIFY(own("9000000000000000"));
+    {
+        const auto store = openStore();
+        std::vector<RecordSummary> list;
+        RR_DONE(store->records({}, list));
+        QVERIFY(list.at(0).isRecording && !list[0].isOwnedHere);
+        QVERIFY(store->remove(facts.uuid).error == StoreError::InUse);
+    }
+    QVERIFY(own("1"));
+    const auto store = openStore();
+    std::vector<RecordSummary> list;
+    RR_DONE(store->records({}, list));
+    QVERIFY(!list.at(0).isRecording && !list[0].isOpen);
+    QCOMPARE(list[0].durationUs, 5);
+}
+
+void TestEmbeddedStore::statesAreStoredEveryFewSeconds()
+{
+    const auto store = openStore();
+    record(*store, randomEvents(91, 20'000, 5'000)); // about a minute
+    std::int64_t states = 0;
+    QVERIFY(runSql(m_under.place(), "SELECT count(*) FROM states", &states));
+    QVERIFY2(states >= 5, std::to_string(states).c_str());
+}
+
+void TestEmbeddedStore::eventsBeyondTheBoundAreCountedWhenTheStoreIsBlocked()
+{
+    EmbeddedOptions options;
+    options.directory = m_under.place().toStdString();
+    options.busyMs = 10;
+    options.chunking.pendingBytes = 1'000'000;
+    StoreResult result;
+    const auto store = openEmbeddedStore(options, result);
+    RR_DONE(result);
+    std::unique_ptr<RecordWriter> writer;
+    const RecordFacts facts = newFacts("blocked");
+    RR_DONE(store->create(facts, writer));
+
+    sqlite3* other = nullptr;
+    QCOMPARE(sqlite3_open((m_under.place() + "/records.db").toUtf8().constData(), &other), SQLITE_OK);
+    sqlite3_busy_timeout(other, 5'000);
+    QCOMPARE(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    int failures = 0;
+    for (int i = 0; i < 3'000; ++i) {
+        failures += writer->append(numbered(i, 1'000).view()) ? 0 : 1;
+    }
+    QVERIFY(failures > 0);
+    QCOMPARE(sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(other);
+
+    RR_DONE(writer->close(0));
+    const auto reader = read(*store, facts.uuid);
+    const std::vector<Event> events = eventsOf(*reader);
+    const Completeness completeness = reader->facts().completeness;
+    QVERIFY(completeness.lost() > 0);
+    QCOMPARE(completeness.outputs.at(0).lostStore + events.size(), 3'000U);
+    QVERIFY(events.size() > 500);
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        QVERIFY(events[i] == numbered(static_cast<int>(i), 1'000));
+    }
+}
+
+int main(int argc, char** argv)
+{
+    EmbeddedUnderTest store;
+    if (const int status = childMain(argc, argv, store); status >= 0) {
+        return status;
+    }
+    QCoreApplication application(argc, argv);
+    TestEmbeddedStore test(store);
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_embeddedstore.moc"
