@@ -82,13 +82,13 @@ bool RecordingDesk::record(const Call& call)
         return refuse(QStringLiteral("the filters cannot be read: ") + QString::fromStdString(reason));
     }
 
-    Recording::Options options;
-    options.now = steadyClock();
-    options.onFailed = [this](const std::string& problem) {
-        _with.postCommand([this, problem] { finishBecause(QString::fromStdString(problem)); });
-    };
     RecordFacts facts;
     facts.uuid = newRecordUuid();
+    Recording::Options options;
+    options.now = steadyClock();
+    options.onFailed = [this, uuid = facts.uuid](const std::string& problem) {
+        _with.postCommand([this, uuid, problem] { onFailed(uuid, QString::fromStdString(problem)); });
+    };
     _name = call.text(0).trimmed().isEmpty()
         ? QDateTime::currentDateTime().toString(QStringLiteral("dd/MM/yy - hh:mm:ss"))
         : call.text(0);
@@ -162,15 +162,20 @@ void RecordingDesk::answerFiltersInForce(const Caller& caller)
     _with.answers.recordFilters(caller, true, _filters.text());
 }
 
-void RecordingDesk::finishBecause(const QString& reason)
+void RecordingDesk::finishUnasked()
 {
-    if (!_recording) {
-        return;
+    if (_recording) {
+        finish();
+        _with.answers.recordingStopped(_startedBy.underPlainToken());
     }
-    qCritical().noquote() << "The recording" << _name << "ends:" << reason;
-    const Caller starter = _startedBy;
-    finish();
-    _with.answers.recordingStopped(starter.underPlainToken());
+}
+
+void RecordingDesk::onFailed(const std::string& uuid, const QString& reason)
+{
+    if (_recording && _recording->uuid() == uuid) {
+        qCritical().noquote() << "The recording" << _name << "ends here, what was stored stays:" << reason;
+        finishUnasked();
+    }
 }
 
 void RecordingDesk::finish()

@@ -47,8 +47,8 @@ public:
     void setFilters(const Call& call);
     /// What set_record_filters is answered with.
     void answerFiltersInForce(const Caller& caller);
-    /// Ends a running recording without anybody having asked for it: who started it is told.
-    void finishBecause(const QString& reason);
+    /// Ends a running recording, if there is one, without a host having asked for it: who started it is told.
+    void finishUnasked();
 
     /// On the network's callback thread.
     void onAgent(qny_agent_event_t event, const KnownAgent& agent);
@@ -58,6 +58,7 @@ private:
     void listenToEverybody();
     void stopListening();
     void finish();
+    void onFailed(const std::string& uuid, const QString& reason);
     void publishLastProgress(int64_t durationUs);
     void runProgress();
     void stopProgress();

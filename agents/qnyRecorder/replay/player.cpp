@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <chrono>
 #include <sys/prctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace recorder {
 
@@ -15,6 +17,7 @@ constexpr int64_t PROGRESS_INTERVAL_NS = 100'000'000;
 /// How many events go out before commands and the clock are looked at again.
 constexpr int EVENTS_AT_ONCE = 64;
 constexpr int64_t NEVER_NS = INT64_MAX;
+constexpr int PLAYER_NICENESS = -10;
 
 } // namespace
 
@@ -190,6 +193,8 @@ void Player::run()
 {
     // The kernel may wake us this many nanoseconds late, and takes 50,000 unless told.
     prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
+    // Where it is allowed, go before what only computes. It is not an error where it is not.
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), PLAYER_NICENESS);
 
     std::unique_lock lock(_mutex);
     while (!_mustEnd) {

@@ -65,7 +65,7 @@ void Controller::stop()
     }
     _isStopped = true;
     _commands.post([this] {
-        _recording.finishBecause(QStringLiteral("the recorder was asked to stop"));
+        _recording.finishUnasked();
         _replay.shutDown();
     });
     _transfers.stop();

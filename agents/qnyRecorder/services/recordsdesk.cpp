@@ -13,6 +13,14 @@ constexpr std::chrono::milliseconds LOOK_INTERVAL { 200 };
 
 } // namespace
 
+RecordsDesk::RecordsDesk(Dependencies dependencies)
+    : _with(std::move(dependencies))
+{
+    if (_with.store && !_with.store->listRevision(_sentRevision)) {
+        _sentRevision = 0; // the list is sent once more than needed
+    }
+}
+
 QByteArray RecordsDesk::listJson(const QByteArray& namePart)
 {
     std::vector<RecordSummary> list;

@@ -23,10 +23,7 @@ public:
         bool hasDatabase; ///< the hosts ask for the list themselves
     };
 
-    explicit RecordsDesk(Dependencies dependencies)
-        : _with(std::move(dependencies))
-    {
-    }
+    explicit RecordsDesk(Dependencies dependencies);
 
     void answerRecords(const Caller& caller, const QByteArray& namePart);
     void rename(const Call& call);
