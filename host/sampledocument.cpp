@@ -3,6 +3,7 @@
 
 #include <corvaneutils.h>
 #include <networkconfiguration.h>
+#include <recorderclassplugin.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
@@ -19,17 +20,22 @@ namespace {
 // What stands in the shipped document for what only this machine knows.
 constexpr QLatin1String hostMark("@HOST@");
 constexpr QLatin1String agentsMark("@AGENTS@/");
+constexpr QLatin1String recorderMark("@RECORDER@");
 
-// "@AGENTS@/program arguments", with the program's path quoted where a blank in it needs that.
+// "@AGENTS@/program arguments" or "@RECORDER@ arguments", with the program's path quoted where a blank in it needs
+// that.
 QString launchLine(const QString& line, const QString& agentsDirectory)
 {
-    if (!line.startsWith(agentsMark)) {
-        return line;
-    }
     const qsizetype end = line.indexOf(QLatin1Char(' '));
-    const QString program = line.mid(agentsMark.size(), end < 0 ? -1 : end - agentsMark.size());
+    const QString marked = line.left(end);
     const QString arguments = end < 0 ? QString() : line.mid(end);
-    return CorvaneUtils::quoteArgument(QDir(agentsDirectory).filePath(program)) + arguments;
+    if (marked == recorderMark) {
+        return CorvaneUtils::quoteArgument(RecorderClassPlugin::executablePath()) + arguments;
+    }
+    if (marked.startsWith(agentsMark)) {
+        return CorvaneUtils::quoteArgument(QDir(agentsDirectory).filePath(marked.mid(agentsMark.size()))) + arguments;
+    }
+    return line;
 }
 
 QJsonValue filledIn(const QJsonValue& value, const QString& hostName, const QString& agentsDirectory)

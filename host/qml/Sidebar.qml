@@ -2,7 +2,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Corvane
 import Corvane.Host
@@ -76,6 +75,7 @@ Rectangle {
                     Layout.fillWidth: true
                     text: qtObject.modulesMenuLabel.replace(/&/g, "&&") // else read as the mark of a shortcut
                     icon.source: qtObject.modulesMenuIcon
+                    icon.color: "transparent" // the module's own colours
                     current: root.host.currentEntry === qtObject
                     onClicked: root.host.currentEntry = qtObject
                 }

@@ -148,6 +148,18 @@ void tst_host_application::opensTheSampleDocumentMadeForThisMachine()
         QVERIFY2(!group->encounteredAgentInfos().first()->commandLine().contains(QLatin1Char('@')),
             qPrintable(group->encounteredAgentInfos().first()->commandLine()));
     }
+    // Opened again it is the same, launch lines and their uuids included.
+    QVERIFY(!SystemDocumentHandler::instance()->hasUnsavedChanges());
+    const auto lineOfRecorder = [this] {
+        return instance(QStringLiteral("Plant recorder"))
+            ->encounteredAgentsOnHostAttachedToCorvane()
+            ->encounteredAgentInfos()
+            .first();
+    };
+    const QString uuid = lineOfRecorder()->uuid();
+    QString error;
+    QVERIFY2(_host->openDocument(_host->documentPath(), &error), qPrintable(error));
+    QCOMPARE(lineOfRecorder()->uuid(), uuid);
     QCOMPARE(_host->module(QStringLiteral("testModule"))->property("greeting").toString(),
         QStringLiteral("Hello from the module"));
     QVERIFY(!_host->module(QStringLiteral("noSuchModule")));
