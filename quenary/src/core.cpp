@@ -73,17 +73,20 @@ Core& Core::instance()
 void Core::refuse(const std::string& what)
 {
     ++statistics.messagesRefused;
+    warnSeldom(m_refusals, "refused from the network: " + what);
+}
+
+void Core::warnSeldom(SeldomLog& log, std::string text)
+{
     const int64_t now = steadyMilliseconds();
-    if (m_refusalsLoggedAt != 0 && now - m_refusalsLoggedAt < 1000) {
-        ++m_refusalsUnlogged;
+    if (log.at != 0 && now - log.at < 1000) {
+        ++log.leftOut;
         return;
     }
-    std::string text = "refused from the network: " + what;
-    if (m_refusalsUnlogged > 0) {
-        text += " (and " + std::to_string(m_refusalsUnlogged) + " more since the last such message)";
+    if (log.leftOut > 0) {
+        text += " (and " + std::to_string(log.leftOut) + " more of the kind since the last such message)";
     }
-    m_refusalsLoggedAt = now;
-    m_refusalsUnlogged = 0;
+    log = { now, 0 };
     logWarning(text);
 }
 

@@ -147,6 +147,14 @@ public:
 
     // Malformed or beyond a bound, from others: counted, and logged without flooding the log.
     void refuse(const std::string& what);
+    // What others can make us say again and again: one line a second, with the number of those left out.
+    struct SeldomLog
+    {
+        int64_t at = 0;
+        uint64_t leftOut = 0;
+    };
+    static void warnSeldom(SeldomLog& log, std::string text);
+    SeldomLog badCalls;
 
     void stopAtExit();
 
@@ -165,8 +173,7 @@ private:
     qny_agent_t* m_defaultHandle = nullptr;
     uintptr_t m_nextHandle = 0x1000;
     uint64_t m_nextId = 1;
-    int64_t m_refusalsLoggedAt = 0;
-    uint64_t m_refusalsUnlogged = 0;
+    SeldomLog m_refusals;
     int m_ownerProcess = 0;
 };
 

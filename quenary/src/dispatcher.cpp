@@ -324,14 +324,9 @@ bool Dispatcher::runPublication(Lock& lock, const Batch& batch, std::string_view
     if (const auto it = m_core.monitors.find(agent); it != m_core.monitors.end()) {
         monitor = it->second;
         const std::string_view output = key.substr(sizeof(Uuid));
-        auto count = monitor->outputs.find(output);
-        if (count == monitor->outputs.end()) {
-            if (monitor->outputs.size() >= maxMonitoredOutputs) {
-                return false;
-            }
-            count = monitor->outputs.emplace(output, Monitor::Count {}).first;
-        }
-        if (sequence > count->second.sequence) {
+        // Each output's count begins with the answer to the subscription.
+        const auto count = monitor->outputs.find(output);
+        if (count != monitor->outputs.end() && sequence > count->second.sequence) {
             lost = sequence - count->second.sequence - 1;
             arrival.told.lost = lost + std::exchange(count->second.pendingLost, 0);
             count->second.sequence = sequence;
@@ -575,8 +570,9 @@ bool Dispatcher::runCall(Lock& lock, const Batch& batch, std::string_view payloa
         return false;
     }
     if (!service || !service->callback) {
-        logWarning("the agent " + caller->second->name + " called the service '" + printable(serviceName)
-            + (callee ? "', which " + callee->name + " does not offer" : "' of an agent that has left"));
+        m_core.warnSeldom(m_core.badCalls,
+            "the agent " + caller->second->name + " called the service '" + printable(serviceName)
+                + (callee ? "', which " + callee->name + " does not offer" : "' of an agent that has left"));
         return true;
     }
     const CallbackPtr callback = service->callback;
@@ -598,7 +594,7 @@ bool Dispatcher::runStopRequest(Lock& lock, const Batch& batch, std::string_view
     }
     const CallbackPtr callback = m_core.stopCallback;
     if (!asked || asked->standIn || !callback) {
-        logWarning("the agent " + from->second->name + " asks to stop what cannot be stopped");
+        m_core.warnSeldom(m_core.badCalls, "the agent " + from->second->name + " asks to stop what cannot be stopped");
         return true;
     }
     const AgentRecordPtr record = from->second;

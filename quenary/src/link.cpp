@@ -11,7 +11,7 @@ namespace qny {
 
 namespace {
 
-// After so many refused connections in a row the process at the other end is held to have ended.
+// After so many refused connections in a row nobody is held to listen at the other end (any more).
 constexpr int refusalsOfTheDead = 2;
 constexpr int reconnectMilliseconds = 100;
 
@@ -116,7 +116,8 @@ Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const 
 
 Link::~Link()
 {
-    // Before its reader goes: an event that nobody can take would hold up the library's thread for all input and output.
+    // Before its reader goes: an event that nobody can take would hold up the library's thread for all input and
+    // output.
     zmq_socket_monitor(m_socket.handle(), nullptr, 0);
 }
 
@@ -283,9 +284,8 @@ bool Link::endSeen()
         if (event.size() >= sizeof kind) {
             std::memcpy(&kind, event.data(), sizeof kind);
             if (kind == ZMQ_EVENT_CONNECTED) {
-                m_connectedOnce = true;
                 m_refusals = 0;
-            } else if (kind == ZMQ_EVENT_CLOSED && m_connectedOnce) {
+            } else if (kind == ZMQ_EVENT_CLOSED) {
                 ++m_refusals;
             }
         }

@@ -77,7 +77,7 @@ public:
     bool resendWanted = false;
     std::string partial; // an item that is not whole yet
 
-    // The other end's socket is closed and nobody listens there any more: its process has ended.
+    // Nobody listens at the other end (any more): its process has ended, or never was there.
     bool endSeen();
 
 private:
@@ -99,7 +99,6 @@ private:
     zmq::socket_t m_socket;
     zmq::socket_t m_monitor;
     bool m_blocked = false;
-    bool m_connectedOnce = false;
     int m_refusals = 0;
     // Pieces that were taken from the queue and are not consumed by the other side yet.
     std::deque<Piece> m_sent;

@@ -139,10 +139,10 @@ void PeerProcess::tell(const std::vector<std::string>& fields)
 
 namespace {
 
-    bool begins(const std::vector<std::string>& line, const std::vector<std::string>& beginning)
-    {
-        return line.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), line.begin());
-    }
+bool begins(const std::vector<std::string>& line, const std::vector<std::string>& beginning)
+{
+    return line.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), line.begin());
+}
 
 } // namespace
 
@@ -153,7 +153,8 @@ int PeerProcess::ask(const std::vector<std::string>& fields)
     std::unique_lock lock(m_mutex);
     int result = -1;
     const bool came = m_heard.wait_for(lock, 20s, [&] {
-        const auto it = std::ranges::find_if(m_lines, [&](const auto& line) { return begins(line, { "done", fields[0] }); });
+        const auto it
+            = std::ranges::find_if(m_lines, [&](const auto& line) { return begins(line, { "done", fields[0] }); });
         if (it == m_lines.end()) {
             return m_closed;
         }
@@ -227,9 +228,9 @@ void AgentWatch::told(qny_agent_event_t event, const qny_agent_info_t* agent, vo
 {
     auto* watch = static_cast<AgentWatch*>(self);
     const std::lock_guard lock(watch->m_mutex);
-    auto made = std::make_unique<Event>(Event { event, agent->name, agent->uuid, agent->definition, agent->family, agent->executable, {},
-        agent->stand_in, agent->stoppable, agent->process_id, agent->address, agent->host_name, agent->peer_uuid,
-        std::chrono::steady_clock::now() });
+    auto made = std::make_unique<Event>(Event { event, agent->name, agent->uuid, agent->definition, agent->family,
+        agent->executable, {}, agent->stand_in, agent->stoppable, agent->process_id, agent->address, agent->host_name,
+        agent->peer_uuid, std::chrono::steady_clock::now() });
     made->arguments.assign(agent->arguments, agent->arguments + agent->arguments_count);
     watch->m_events.push_back(std::move(made));
     watch->m_changed.notify_all();
@@ -237,7 +238,8 @@ void AgentWatch::told(qny_agent_event_t event, const qny_agent_info_t* agent, vo
 
 const AgentWatch::Event* AgentWatch::find(qny_agent_event_t event, const std::string& name) const
 {
-    const auto it = std::ranges::find_if(m_events, [&](const auto& each) { return each->event == event && each->name == name; });
+    const auto it
+        = std::ranges::find_if(m_events, [&](const auto& each) { return each->event == event && each->name == name; });
     return it == m_events.end() ? nullptr : it->get();
 }
 
@@ -251,7 +253,8 @@ const AgentWatch::Event* AgentWatch::wait(qny_agent_event_t event, const std::st
 size_t AgentWatch::count(qny_agent_event_t event, const std::string& name)
 {
     const std::lock_guard lock(m_mutex);
-    return static_cast<size_t>(std::ranges::count_if(m_events, [&](const auto& each) { return each->event == event && each->name == name; }));
+    return static_cast<size_t>(
+        std::ranges::count_if(m_events, [&](const auto& each) { return each->event == event && each->name == name; }));
 }
 
 void AgentWatch::clear()
@@ -265,7 +268,8 @@ void Arrivals::take(const qny_publication_t* publication, void* self)
     auto* arrivals = static_cast<Arrivals*>(self);
     const std::lock_guard lock(arrivals->m_mutex);
     arrivals->m_all.push_back({ publication->agent_name, publication->output, publication->type,
-        publication->size > 0 ? std::string(static_cast<const char*>(publication->value), publication->size) : std::string(),
+        publication->size > 0 ? std::string(static_cast<const char*>(publication->value), publication->size)
+                              : std::string(),
         publication->sequence, publication->lost, publication->last_value, publication->stand_in, publication->time_us,
         publication->received_us });
     arrivals->m_changed.notify_all();

@@ -221,7 +221,8 @@ TEST_F(Presence, TheCommandLineIsShownWithItsPasswordsMasked)
     const auto* event = watch.wait(QNY_AGENT_ENTERED, "masked");
     ASSERT_TRUE(event);
     const std::vector<std::string> shown(event->arguments.end() - 6, event->arguments.end());
-    EXPECT_EQ(shown, (std::vector<std::string> { "--password", "********", "--password=********", "-a********", "-a", "********" }));
+    EXPECT_EQ(shown,
+        (std::vector<std::string> { "--password", "********", "--password=********", "-a********", "-a", "********" }));
     EXPECT_EQ(event->arguments[0], "--port");
 }
 
@@ -283,7 +284,8 @@ TEST_F(Presence, ChangesOfADefinitionAreToldTogetherAndBeforeACallThatFollows)
     other.tell({ "argument", "service49", "how", "double" });
     ASSERT_TRUE(eventually([&] {
         const auto* event = watch.wait(QNY_AGENT_UPDATED, "grower");
-        const bool last = event && event->definition.find("service49") != std::string::npos && event->definition.find("\"how\"") != std::string::npos;
+        const bool last = event && event->definition.find("service49") != std::string::npos
+            && event->definition.find("\"how\"") != std::string::npos;
         if (!last) {
             watch.clear();
         }

@@ -79,9 +79,10 @@ void onPublication(const qny_publication_t* publication, void* user)
     }
     lostTold += publication->lost;
     if (!quiet) {
-        say(std::string(static_cast<const char*>(user)) + "\t" + publication->agent_name + "\t" + publication->output + "\t"
-            + std::to_string(publication->sequence) + "\t" + std::to_string(publication->lost) + "\t"
-            + (publication->last_value ? "last" : "new") + "\t" + text(publication->type, publication->value, publication->size)
+        say(std::string(static_cast<const char*>(user)) + "\t" + publication->agent_name + "\t" + publication->output
+            + "\t" + std::to_string(publication->sequence) + "\t" + std::to_string(publication->lost) + "\t"
+            + (publication->last_value ? "last" : "new") + "\t"
+            + text(publication->type, publication->value, publication->size)
             + (publication->stand_in ? "\tstand-in" : ""));
     }
 }
@@ -89,9 +90,9 @@ void onPublication(const qny_publication_t* publication, void* user)
 void onAgent(qny_agent_event_t event, const qny_agent_info_t* agent, void*)
 {
     static const char* const names[] = { "", "entered", "updated", "exited" };
-    std::string line = std::string(names[event]) + "\t" + agent->name + "\t" + agent->uuid + "\t" + agent->definition + "\t"
-        + (agent->stand_in ? "stand-in" : "real") + "\t" + (agent->stoppable ? "stoppable" : "unstoppable") + "\t"
-        + agent->executable;
+    std::string line = std::string(names[event]) + "\t" + agent->name + "\t" + agent->uuid + "\t" + agent->definition
+        + "\t" + (agent->stand_in ? "stand-in" : "real") + "\t" + (agent->stoppable ? "stoppable" : "unstoppable")
+        + "\t" + agent->executable;
     for (size_t i = 0; i < agent->arguments_count; ++i) {
         line += std::string("\t") + agent->arguments[i];
     }
@@ -101,13 +102,14 @@ void onAgent(qny_agent_event_t event, const qny_agent_info_t* agent, void*)
 void onCall(const char* sender, const char* uuid, const char* service, qny_service_arg_t* argument, size_t count,
     const char* token, void* user)
 {
-    std::string line = std::string("called\t") + service + "\t" + sender + "\t" + (token ? std::string("<") + token + ">" : "none") + "\t"
-        + std::to_string(count);
+    std::string line = std::string("called\t") + service + "\t" + sender + "\t"
+        + (token ? std::string("<") + token + ">" : "none") + "\t" + std::to_string(count);
     for (; argument; argument = argument->next) {
         const void* value = argument->type == QNY_STRING_T ? static_cast<const void*>(argument->c)
             : argument->type == QNY_DATA_T                 ? argument->data
                                                            : &argument->b;
-        line += std::string("\t") + argument->name + "=" + qny_value_type_text(argument->type) + ":" + text(argument->type, value, argument->size);
+        line += std::string("\t") + argument->name + "=" + qny_value_type_text(argument->type) + ":"
+            + text(argument->type, value, argument->size);
     }
     say(line);
     if (user) {
@@ -183,7 +185,9 @@ void obey(const std::vector<std::string>& field, const qny_options_t& options)
     } else if (verb == "deactivate") {
         done(verb, qny_agent_deactivate(agentNamed(field[1])));
     } else if (verb == "output") { // name, type, agent
-        done(verb, qny_agent_output_create(agentNamed(field[3]), field[1].c_str(), qny_value_type_from_text(field[2].c_str()), nullptr, 0));
+        done(verb,
+            qny_agent_output_create(
+                agentNamed(field[3]), field[1].c_str(), qny_value_type_from_text(field[2].c_str()), nullptr, 0));
     } else if (verb == "publish") { // name, type, value, agent
         done(verb, publish(agentNamed(field[4]), field[1], field[2], field[3]));
     } else if (verb == "burst") { // name, count, bytes of each
@@ -194,7 +198,8 @@ void obey(const std::vector<std::string>& field, const qny_options_t& options)
         done(verb, QNY_SUCCESS);
     } else if (verb == "input") { // name, type, agent
         qny_agent_t* agent = agentNamed(field[3]);
-        const qny_result_t result = qny_agent_input_create(agent, field[1].c_str(), qny_value_type_from_text(field[2].c_str()), nullptr, 0);
+        const qny_result_t result
+            = qny_agent_input_create(agent, field[1].c_str(), qny_value_type_from_text(field[2].c_str()), nullptr, 0);
         static const char tag[] = "got";
         qny_agent_observe_input_publications(agent, field[1].c_str(), onPublication, const_cast<char*>(tag));
         done(verb, result);
@@ -211,7 +216,8 @@ void obey(const std::vector<std::string>& field, const qny_options_t& options)
     } else if (verb == "call") { // agent, service, token, text
         qny_service_arg_t* list = nullptr;
         qny_service_args_add_string(&list, field[4].c_str());
-        done(verb, qny_service_call(field[1].c_str(), field[2].c_str(), &list, field[3].empty() ? nullptr : field[3].c_str()));
+        done(verb,
+            qny_service_call(field[1].c_str(), field[2].c_str(), &list, field[3].empty() ? nullptr : field[3].c_str()));
     } else if (verb == "alternate") { // output, agent, service, count: publishes a number and calls with it, in turn
         for (int i = 1; i <= std::stoi(field[4]); ++i) {
             qny_output_set_int(field[1].c_str(), i);
@@ -229,8 +235,9 @@ void obey(const std::vector<std::string>& field, const qny_options_t& options)
         quiet = true;
         done(verb, QNY_SUCCESS);
     } else if (verb == "counts") { // input
-        say("counts\t" + std::to_string(received) + "\t" + std::to_string(lastSequence) + "\t" + std::to_string(lostTold) + "\t"
-            + std::to_string(qny_input_lost(field[1].c_str())) + "\t" + (outOfOrder ? "disordered" : "ordered"));
+        say("counts\t" + std::to_string(received) + "\t" + std::to_string(lastSequence) + "\t"
+            + std::to_string(lostTold) + "\t" + std::to_string(qny_input_lost(field[1].c_str())) + "\t"
+            + (outOfOrder ? "disordered" : "ordered"));
     } else if (verb == "observe-stop") {
         done(verb,
             qny_observe_stop_requests(
@@ -242,9 +249,9 @@ void obey(const std::vector<std::string>& field, const qny_options_t& options)
     } else if (verb == "statistics") {
         qny_statistics_t statistics;
         qny_statistics(&statistics);
-        say("statistics\t" + std::to_string(statistics.publications_sent) + "\t" + std::to_string(statistics.publications_received) + "\t"
-            + std::to_string(statistics.publications_dropped) + "\t" + std::to_string(statistics.publications_lost) + "\t"
-            + std::to_string(statistics.messages_refused));
+        say("statistics\t" + std::to_string(statistics.publications_sent) + "\t"
+            + std::to_string(statistics.publications_received) + "\t" + std::to_string(statistics.publications_dropped)
+            + "\t" + std::to_string(statistics.publications_lost) + "\t" + std::to_string(statistics.messages_refused));
     } else if (verb == "leave-without-stop") {
         std::exit(0);
     } else {

@@ -1,0 +1,400 @@
+// SPDX-License-Identifier: Apache-2.0
+// Strangers that send what is no message of ours: dropped, counted, logged, never fatal.
+#include "peerprocess.h"
+
+#include <arpa/inet.h>
+#include <atomic>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <random>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <zmq.h>
+
+using namespace test;
+
+namespace {
+
+class Hardening : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        qny_log_set_handler([](qny_log_level_t, const char*, void*) { }, nullptr);
+        qny_name_set("me");
+        const qny_options_t mine = options();
+        ASSERT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+        char* text = qny_endpoint();
+        endpoint = text;
+        qny_free(text);
+        port = static_cast<uint16_t>(std::stoul(endpoint.substr(endpoint.rfind(':') + 1)));
+        context = zmq_ctx_new();
+    }
+    void TearDown() override
+    {
+        // Whatever was done to it, a true peer finds it and can call it.
+        qny_service_init(
+            "alive",
+            [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
+                *static_cast<std::atomic<bool>*>(user) = true;
+            },
+            &alive);
+        {
+            PeerProcess other("other");
+            EXPECT_FALSE(other.expect({ "entered", "me" }).empty());
+            other.ask({ "call", "me", "alive", "", "x" });
+            EXPECT_TRUE(eventually([&] { return alive.load(); }));
+        }
+        zmq_ctx_term(context);
+        qny_stop();
+        qny_log_set_handler(nullptr, nullptr);
+    }
+    static uint64_t refused()
+    {
+        qny_statistics_t statistics;
+        qny_statistics(&statistics);
+        return statistics.messages_refused;
+    }
+    void* dealer()
+    {
+        void* socket = zmq_socket(context, ZMQ_DEALER);
+        const int linger = 1000;
+        zmq_setsockopt(socket, ZMQ_LINGER, &linger, sizeof linger);
+        EXPECT_EQ(zmq_connect(socket, endpoint.c_str()), 0);
+        return socket;
+    }
+    static void send(void* socket, const std::string& text, int flags = 0)
+    {
+        EXPECT_EQ(zmq_send(socket, text.data(), text.size(), flags), static_cast<int>(text.size()));
+    }
+
+    std::string endpoint;
+    uint16_t port = 0;
+    void* context = nullptr;
+    std::atomic<bool> alive { false };
+};
+
+// A message as one of our own would send it. Sessions and uuid are the caller's choice.
+struct Forged
+{
+    std::string uuid = std::string("0123456789abcdef");
+    uint64_t session = 77;
+    uint64_t theirs = 0;
+    uint16_t port = 9;
+
+    std::string make(uint8_t type, const std::string& payload = {}, uint8_t version = 1) const
+    {
+        std::string text = "QN";
+        text += static_cast<char>(version);
+        text += static_cast<char>(type);
+        text.append(reinterpret_cast<const char*>(&port), 2);
+        text.append(2, '\0');
+        text += uuid;
+        text.append(reinterpret_cast<const char*>(&session), 8);
+        text.append(reinterpret_cast<const char*>(&theirs), 8);
+        return text + payload;
+    }
+};
+
+template <typename T> std::string raw(T value)
+{
+    return { reinterpret_cast<const char*>(&value), sizeof value };
+}
+
+std::string named(const std::string& name)
+{
+    return static_cast<char>(name.size()) + name;
+}
+
+std::string item(uint8_t kind, const std::string& payload)
+{
+    return raw(static_cast<uint32_t>(payload.size() + 1)) + static_cast<char>(kind) + payload;
+}
+
+std::string helloPayload()
+{
+    return raw<uint64_t>(1000) + raw<int64_t>(1) + named("host") + raw<uint32_t>(0) + raw<uint16_t>(0);
+}
+
+// A peer that answers the handshake by hand, so that what it sends afterwards is taken for a peer's.
+class HandMadePeer
+{
+public:
+    HandMadePeer(void* context, const std::string& target)
+    {
+        inbox = zmq_socket(context, ZMQ_ROUTER);
+        outbox = zmq_socket(context, ZMQ_DEALER);
+        const int none = 0;
+        zmq_setsockopt(inbox, ZMQ_LINGER, &none, sizeof none);
+        zmq_setsockopt(outbox, ZMQ_LINGER, &none, sizeof none);
+        EXPECT_EQ(zmq_bind(inbox, "tcp://127.0.0.1:*"), 0);
+        char bound[128];
+        size_t size = sizeof bound;
+        zmq_getsockopt(inbox, ZMQ_LAST_ENDPOINT, bound, &size);
+        const std::string text = bound;
+        forged.port = static_cast<uint16_t>(std::stoul(text.substr(text.rfind(':') + 1)));
+        static char letter = 'A';
+        forged.uuid[0] = ++letter;
+        EXPECT_EQ(zmq_connect(outbox, target.c_str()), 0);
+        const int patience = 5000;
+        zmq_setsockopt(inbox, ZMQ_RCVTIMEO, &patience, sizeof patience);
+        send(2, helloPayload());
+        // Their Hello names their session; ours has been heard when they name it.
+        while (true) {
+            const std::string message = receive();
+            if (message.size() < 40) {
+                ADD_FAILURE() << "no handshake";
+                return;
+            }
+            memcpy(&forged.theirs, message.data() + 24, 8);
+            uint64_t mine = 0;
+            memcpy(&mine, message.data() + 32, 8);
+            if (mine == forged.session) {
+                break;
+            }
+        }
+        send(3, raw<uint64_t>(0) + raw<uint64_t>(0) + raw<uint64_t>(0));
+    }
+    ~HandMadePeer()
+    {
+        zmq_close(inbox);
+        zmq_close(outbox);
+    }
+    HandMadePeer(const HandMadePeer&) = delete;
+    HandMadePeer& operator=(const HandMadePeer&) = delete;
+
+    void send(uint8_t type, const std::string& payload)
+    {
+        const std::string text = forged.make(type, payload);
+        EXPECT_EQ(zmq_send(outbox, text.data(), text.size(), 0), static_cast<int>(text.size()));
+    }
+    void data(const std::string& items) { send(4, raw<uint64_t>(++number) + items); }
+    std::string receive()
+    {
+        char buffer[65536];
+        if (zmq_recv(inbox, buffer, sizeof buffer, 0) < 0) {
+            return {};
+        }
+        const int size = zmq_recv(inbox, buffer, sizeof buffer, 0);
+        return size < 0 ? std::string() : std::string(buffer, static_cast<size_t>(size));
+    }
+    // An agent of this peer, and both sides ready.
+    void introduce(const std::string& agentUuid, const std::string& name)
+    {
+        const std::string definition = R"({"family":"","inputs":[],"outputs":[],"services":[]})";
+        data(item(1, agentUuid + '\0' + named(name) + raw(static_cast<uint32_t>(definition.size())) + definition)
+            + item(3, "") + item(4, ""));
+    }
+
+    Forged forged;
+    uint64_t number = 0;
+    void* inbox = nullptr;
+    void* outbox = nullptr;
+};
+
+} // namespace
+
+TEST_F(Hardening, GarbageOverZeroMqIsCountedAndDropped)
+{
+    void* socket = dealer();
+    const uint64_t before = refused();
+    send(socket, "");
+    send(socket, "hello");
+    send(socket, std::string(100'000, 'Q'));
+    send(socket, "one", ZMQ_SNDMORE);
+    send(socket, "two", ZMQ_SNDMORE);
+    send(socket, "three");
+    send(socket, Forged().make(1, {}, 9));
+    send(socket, "QN");
+    EXPECT_TRUE(eventually([&] { return refused() >= before + 6; })) << refused() - before;
+    std::mt19937 random(5);
+    for (int i = 0; i < 2000; ++i) {
+        std::string text = Forged().make(static_cast<uint8_t>(random() % 9));
+        for (auto k = random() % 60; k > 0; --k) {
+            text += static_cast<char>(random());
+        }
+        text.resize(random() % (text.size() + 1));
+        if (!text.empty() && random() % 2) {
+            text[random() % text.size()] = static_cast<char>(random());
+        }
+        send(socket, text);
+    }
+    zmq_close(socket);
+}
+
+TEST_F(Hardening, AMessageBeyondTheTransportsBoundCutsTheStrangerOff)
+{
+    void* socket = dealer();
+    send(socket, std::string(8 * 1024 * 1024, 'x'));
+    zmq_close(socket);
+}
+
+TEST_F(Hardening, RawTcpIsNoHarm)
+{
+    for (const std::string& text : { std::string("GET / HTTP/1.0\r\n\r\n"), std::string(100'000, '\xff'),
+             std::string("\xff\0\0\0\0\0\0\0\0\x7f", 10) }) {
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        EXPECT_GT(::send(fd, text.data(), text.size(), MSG_NOSIGNAL), 0);
+        close(fd);
+    }
+}
+
+TEST_F(Hardening, BeaconsOfStrangersAreHintsAtMost)
+{
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    in_addr loopback {};
+    loopback.s_addr = htonl(INADDR_LOOPBACK);
+    setsockopt(fd, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback);
+    sockaddr_in group {};
+    group.sin_family = AF_INET;
+    group.sin_port = htons(discoveryPort());
+    inet_pton(AF_INET, "239.255.86.71", &group.sin_addr);
+    const uint64_t before = refused();
+    for (const std::string& text :
+        { std::string("x"), std::string("QNYB"), std::string(500, 'x'), std::string(1000, 'x') }) {
+        sendto(fd, text.data(), text.size(), 0, reinterpret_cast<sockaddr*>(&group), sizeof group);
+    }
+    EXPECT_TRUE(eventually([&] { return refused() >= before + 4; }));
+    // Peers that do not exist, more than are tried at once.
+    for (int i = 0; i < 300; ++i) {
+        std::string text = "QNYB";
+        text += '\1';
+        text += '\0';
+        text += raw<uint16_t>(1);
+        std::string uuid(16, 'u');
+        uuid[0] = static_cast<char>(i);
+        uuid[1] = static_cast<char>(i >> 8);
+        text += uuid;
+        sendto(fd, text.data(), text.size(), 0, reinterpret_cast<sockaddr*>(&group), sizeof group);
+    }
+    close(fd);
+    // They are given up after a while, and then a true peer is found (see TearDown).
+    AgentWatch watch;
+    PeerProcess other("patient");
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "patient", 10s));
+}
+
+TEST_F(Hardening, MalformedItemsOfAPeerAreDroppedAndTheRestIsTaken)
+{
+    AgentWatch watch;
+    HandMadePeer peer(context, endpoint);
+    const std::string agent = "AGENT-AGENT-AGENT"; // its first 16 bytes
+    const std::string uuid = agent.substr(0, 16);
+    peer.introduce(uuid, "hand-made");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "hand-made"));
+    const uint64_t before = refused();
+    const auto badAgent = [&](const std::string& name, const std::string& definition) {
+        return item(1,
+            "BAD-BAD-BAD-BAD-" + std::string(1, '\0') + named(name) + raw(static_cast<uint32_t>(definition.size()))
+                + definition);
+    };
+    const std::vector<std::string> bad {
+        item(99, "what is this"),
+        item(1, "short"),
+        badAgent("a/b", "{}"),
+        badAgent("\xff", "{}"),
+        badAgent("good", "no json"),
+        badAgent("good", R"({"outputs":[{"name":"*","type":"bool"}]})"),
+        item(5, "short"),
+        item(5, raw<uint64_t>(1) + std::string(16, 'x') + '\0' + named("a*b")),
+        item(8, "short"),
+        item(8,
+            std::string("\x03") + "unknown-unknown-" + "out" + '\x03' + raw<uint64_t>(1) + raw<int64_t>(0)
+                + raw<int32_t>(1)),
+        item(8, std::string("\x03") + uuid + "out" + '\x03' + raw<uint64_t>(1) + raw<int64_t>(0) + "x"),
+        item(8, std::string("\x03") + uuid + "out" + '\x63' + raw<uint64_t>(1) + raw<int64_t>(0)),
+        item(7, "short"),
+        item(9, "short"),
+        item(10, "short"),
+        item(10, uuid + uuid + '\1' + named("s") + raw<uint32_t>(0xffffffff) + "x"),
+        item(10, uuid + uuid + '\1' + named("s") + raw<uint32_t>(1) + "\xff" + raw<uint16_t>(0)),
+        item(10, uuid + uuid + '\0' + named("s") + raw<uint32_t>(0) + raw<uint16_t>(0xffff)),
+        item(10, uuid + uuid + '\0' + named("s") + raw<uint32_t>(0) + raw<uint16_t>(1) + '\5' + raw<uint32_t>(1) + "x"),
+        item(11, "short"),
+        item(2, "short"),
+        item(6, "short"),
+    };
+    for (const std::string& each : bad) {
+        peer.data(each);
+    }
+    EXPECT_TRUE(eventually([&] { return refused() >= before + bad.size(); }))
+        << refused() - before << " of " << bad.size();
+    // After all of that, a sound item of the same peer is taken.
+    const std::string second = R"({"family":"","inputs":[],"outputs":[],"services":[]})";
+    peer.data(item(1,
+        "SECOND-SECOND-SE" + std::string(1, '\0') + named("sound") + raw(static_cast<uint32_t>(second.size()))
+            + second));
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "sound"));
+    EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "hand-made"), 0U);
+}
+
+TEST_F(Hardening, APeerThatBreaksItsStreamIsCutOff)
+{
+    AgentWatch watch;
+    HandMadePeer peer(context, endpoint);
+    peer.introduce("BREAK-BREAK-BREA", "breaker");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "breaker"));
+    // An item that says that it is larger than anything may be.
+    peer.data(raw<uint32_t>(0xfffffff0) + "x");
+    EXPECT_TRUE(watch.wait(QNY_AGENT_EXITED, "breaker", 3s));
+}
+
+TEST_F(Hardening, APeerWithTooManyAgentsShowsNoMoreThanTheBound)
+{
+    AgentWatch watch;
+    HandMadePeer peer(context, endpoint);
+    peer.introduce("MANY-MANY-MANY-0", "many");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "many"));
+    const uint64_t before = refused();
+    const std::string definition = "{}";
+    for (int i = 0; i < 1200; ++i) {
+        std::string uuid(16, 'm');
+        uuid[0] = static_cast<char>(i);
+        uuid[1] = static_cast<char>(i >> 8);
+        peer.data(item(1, uuid + '\0' + named("of-many") + raw(static_cast<uint32_t>(definition.size())) + definition));
+    }
+    EXPECT_TRUE(eventually([&] { return watch.count(QNY_AGENT_ENTERED, "of-many") == 1023; }));
+    EXPECT_TRUE(eventually([&] { return refused() == before + 177; })) << refused() - before;
+}
+
+TEST_F(Hardening, APieceThatGotLostIsSentAgain)
+{
+    AgentWatch watch;
+    HandMadePeer peer(context, endpoint);
+    peer.introduce("LOST-LOST-LOST-0", "loser");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "loser"));
+    const std::string definition = "{}";
+    const auto agent = [&](const std::string& uuid, const std::string& name) {
+        return item(1, uuid + '\0' + named(name) + raw(static_cast<uint32_t>(definition.size())) + definition);
+    };
+    const uint64_t lost = ++peer.number;
+    peer.data(agent("AFTERAFTERAFTER0", "after"));
+    // What was lost is asked for by its number.
+    std::string request;
+    do {
+        request = peer.receive();
+    } while (!request.empty() && request[3] != 5);
+    ASSERT_EQ(request.size(), 48U);
+    uint64_t wanted = 0;
+    memcpy(&wanted, request.data() + 40, 8);
+    EXPECT_EQ(wanted, lost);
+    EXPECT_EQ(watch.count(QNY_AGENT_ENTERED, "after"), 0U) << "nothing is taken out of order";
+    peer.number = lost - 1;
+    peer.data(agent("BEFOREBEFOREBEF0", "before"));
+    peer.data(agent("AFTERAFTERAFTER0", "after"));
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "before"));
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "after"));
+    // And what arrives twice is taken once.
+    peer.number = lost - 1;
+    peer.data(agent("BEFOREBEFOREBEF0", "before"));
+    peer.number = lost + 1;
+    peer.data(item(2, "AFTERAFTERAFTER0"));
+    EXPECT_TRUE(watch.wait(QNY_AGENT_EXITED, "after"));
+    EXPECT_EQ(watch.count(QNY_AGENT_ENTERED, "before"), 1U);
+}
