@@ -5,6 +5,25 @@
 
 namespace recorder {
 
+namespace {
+
+/// Whether a peer at this address ("127.0.0.1", "fe80::1") runs on this machine.
+bool isOurAddress(const char* address)
+{
+    if (!address || *address == '\0') {
+        return false;
+    }
+    const std::string theirs(address);
+    char* endpoint = qny_endpoint();
+    const std::string ours = endpoint ? endpoint : "";
+    qny_free(endpoint);
+    // "tcp://host:port", an IPv6 host in brackets.
+    return theirs.starts_with("127.") || theirs == "::1" || ours.starts_with("tcp://" + theirs + ":")
+        || ours.starts_with("tcp://[" + theirs + "]:");
+}
+
+} // namespace
+
 bool KnownAgent::isRecorder() const
 {
     return family == QNY_FAMILY_RECORDER;
@@ -14,7 +33,8 @@ void AgentDirectory::onAgentEvent(qny_agent_event_t event, const qny_agent_info_
 {
     auto* self = static_cast<AgentDirectory*>(directory);
     const KnownAgent agent { info->uuid, info->name, info->family ? info->family : "",
-        info->peer_uuid ? info->peer_uuid : "", info->definition ? info->definition : "", info->stand_in };
+        info->peer_uuid ? info->peer_uuid : "", info->definition ? info->definition : "", info->stand_in,
+        isOurAddress(info->address) };
     {
         const std::lock_guard lock(self->_mutex);
         if (event == QNY_AGENT_EXITED) {

@@ -22,6 +22,7 @@ struct KnownAgent
     std::string peerUuid; ///< the process that carries it: its publications share one clock
     std::string definition; ///< JSON
     bool isStandIn = false;
+    bool isOnThisMachine = false; ///< shares our clock, as far as it does not make stamps of its own
 
     bool isRecorder() const;
     /// Whether its publications are recorded at all, whatever the filters say.

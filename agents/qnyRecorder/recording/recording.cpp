@@ -36,6 +36,7 @@ public:
     std::string name;
     std::string peerUuid;
     std::string definition;
+    bool isOnThisMachine = false;
     bool isThereAtStart = false;
     bool isDefined = false;
     int64_t lastTimeUs = 0;
@@ -62,31 +63,31 @@ Recording::~Recording()
 
 // ---- agents and publications: the network's thread --------------------------------------------------------------
 
-Recording::Source* Recording::addAgent(const std::string& agentUuid, const std::string& name,
-    const std::string& peerUuid, const std::string& definition, bool isThereAtStart)
+Recording::Source* Recording::addAgent(const KnownAgent& agent, bool isThereAtStart)
 {
     const std::lock_guard lock(_mutex);
-    if (!_filter.letsSomeOf(name)) {
+    if (!_filter.letsSomeOf(agent.name)) {
         return nullptr;
     }
-    std::unique_ptr<Source>& source = _sources[agentUuid];
+    std::unique_ptr<Source>& source = _sources[agent.uuid];
     if (!source) {
         source = std::make_unique<Source>();
         source->owner = this;
-        source->name = name;
-        source->peerUuid = peerUuid;
+        source->name = agent.name;
+        source->peerUuid = agent.peerUuid;
+        source->isOnThisMachine = agent.isOnThisMachine;
         source->isThereAtStart = isThereAtStart;
     }
-    define(*source, definition);
+    define(*source, agent.definition);
     return source.get();
 }
 
-void Recording::updateAgent(const std::string& agentUuid, const std::string& definition)
+void Recording::updateAgent(const KnownAgent& agent)
 {
     const std::lock_guard lock(_mutex);
-    const auto found = _sources.find(agentUuid);
+    const auto found = _sources.find(agent.uuid);
     if (found != _sources.end()) {
-        define(*found->second, definition);
+        define(*found->second, agent.definition);
     }
 }
 
@@ -159,7 +160,7 @@ void Recording::takePublication(Source& source, const qny_publication_t& publica
         // When it was published is of no use here: its stamp may be old, and is not on our clock yet.
         timeUs = publication.received_us;
     } else {
-        timeUs = _clocks.align(source.peerUuid, publication.time_us, publication.received_us);
+        timeUs = _clocks.align(source.peerUuid, source.isOnThisMachine, publication.time_us, publication.received_us);
     }
     output.lastSequence = publication.sequence;
 

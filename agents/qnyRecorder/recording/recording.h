@@ -2,6 +2,7 @@
 #pragma once
 
 #include "../filters/recordingfilter.h"
+#include "../network/agentdirectory.h"
 #include "../store/store.h"
 #include "eventqueue.h"
 #include "timeline.h"
@@ -49,9 +50,8 @@ public:
 
     /// Null when the filters want nothing of this agent. `isThereAtStart`: the values that come marked as last values
     /// are those at the start of the recording; of a later arrival they are publications that were made on its way in.
-    Source* addAgent(const std::string& agentUuid, const std::string& name, const std::string& peerUuid,
-        const std::string& definition, bool isThereAtStart);
-    void updateAgent(const std::string& agentUuid, const std::string& definition);
+    Source* addAgent(const KnownAgent& agent, bool isThereAtStart);
+    void updateAgent(const KnownAgent& agent);
     void takePublication(Source& source, const qny_publication_t& publication);
     /// The monitor's callback; its user data is the Source.
     static void onPublication(const qny_publication_t* publication, void* source);

@@ -204,7 +204,7 @@ void RecordingDesk::onAgent(qny_agent_event_t event, const KnownAgent& agent)
     if (event == QNY_AGENT_EXITED) {
         _monitored.erase(agent.uuid);
     } else if (_listening && event == QNY_AGENT_UPDATED && _monitored.contains(agent.uuid)) {
-        _listening->updateAgent(agent.uuid, agent.definition);
+        _listening->updateAgent(agent);
     } else if (_listening) {
         listenTo(agent, false);
     }
@@ -215,8 +215,7 @@ void RecordingDesk::listenTo(const KnownAgent& agent, bool isThereAtStart)
     if (!agent.isRecordable() || _monitored.contains(agent.uuid)) {
         return;
     }
-    Recording::Source* source
-        = _listening->addAgent(agent.uuid, agent.name, agent.peerUuid, agent.definition, isThereAtStart);
+    Recording::Source* source = _listening->addAgent(agent, isThereAtStart);
     if (!source) {
         return;
     }

@@ -6,12 +6,12 @@
 
 namespace recorder {
 
-int64_t SenderClocks::align(const std::string& sender, int64_t stampUs, int64_t receivedUs)
+int64_t SenderClocks::align(const std::string& sender, bool isOnThisMachine, int64_t stampUs, int64_t receivedUs)
 {
     auto known = _offsets.find(sender);
     if (known == _offsets.end()) {
         const int64_t difference = receivedUs - stampUs;
-        const bool agrees = std::llabs(difference) <= AGREEING_US;
+        const bool agrees = std::llabs(difference) <= (isOnThisMachine ? AGREEING_HERE_US : AGREEING_ELSEWHERE_US);
         known = _offsets.emplace(sender, agrees ? 0 : difference).first;
     }
     return stampUs + known->second;

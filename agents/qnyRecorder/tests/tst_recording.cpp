@@ -108,7 +108,8 @@ struct Bench
     Recording::Source* add(const std::string& name, bool isThereAtStart = true, const std::string& peer = "peer")
     {
         const std::string definition = R"({"outputs":[{"name":"level","type":"double"}]})";
-        return recording->addAgent(name + "-uuid", name, peer, definition, isThereAtStart);
+        return recording->addAgent(
+            KnownAgent { name + "-uuid", name, "", peer, definition, false, false }, isThereAtStart);
     }
 
     struct Options
@@ -192,11 +193,14 @@ private slots:
     void clocksThatAgreeAreLeftAloneAndOthersAreBroughtOver()
     {
         SenderClocks clocks;
-        QCOMPARE(clocks.align("near", 1'000'000, 1'030'000), 1'000'000);
-        QCOMPARE(clocks.align("far", 5'000'000, 1'000'000), 1'000'000);
+        QCOMPARE(clocks.align("near", false, 1'000'000, 1'030'000), 1'000'000);
+        QCOMPARE(clocks.align("far", false, 5'000'000, 1'000'000), 1'000'000);
+        // A machine agrees with itself, however busy it is, unless the sender makes stamps of its own.
+        QCOMPARE(clocks.align("busy", true, 1'000'000, 2'500'000), 1'000'000);
+        QCOMPARE(clocks.align("inventive", true, 1'000'000, 9'000'000), 9'000'000);
         // Once settled it holds, however late something comes: intervals are the sender's.
-        QCOMPARE(clocks.align("far", 5'000'700, 3'000'000), 1'000'700);
-        QCOMPARE(clocks.align("near", 1'000'001, 9'000'000), 1'000'001);
+        QCOMPARE(clocks.align("far", false, 5'000'700, 3'000'000), 1'000'700);
+        QCOMPARE(clocks.align("near", false, 1'000'001, 9'000'000), 1'000'001);
     }
 
     // ---- recording
@@ -328,7 +332,8 @@ private slots:
     void anAgentWithoutRecordedOutputsIsNoPartOfTheRecord()
     {
         Bench bench;
-        auto* mute = bench.recording->addAgent("mute-uuid", "mute", "peer", R"({"outputs":[]})", true);
+        auto* mute = bench.recording->addAgent(
+            KnownAgent { "mute-uuid", "mute", "", "peer", R"({"outputs":[]})", false, false }, true);
         QVERIFY(mute);
         bench.finish();
         QVERIFY(bench.written.definitions.empty());
