@@ -266,6 +266,19 @@ StoreResult repairOwner(Database& database, const std::string& token, std::vecto
 
 } // namespace
 
+StoreResult removeStrayLocks(Database& database, const EmbeddedContext& context)
+{
+    std::set<std::string> known { context.token };
+    Statement list(database, sql::listOwners);
+    while (list.step()) {
+        known.insert(list.text(0));
+    }
+    if (list.result()) {
+        OwnerLock::removeStrays(context.options.directory, known);
+    }
+    return list.result();
+}
+
 StoreResult repairAbandoned(Database& database, EmbeddedContext& context)
 {
     std::map<std::string, std::int64_t> owners;

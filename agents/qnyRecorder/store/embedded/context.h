@@ -91,5 +91,7 @@ StoreResult restoreTally(Database& database, const RecordRow& row, Tally& tally,
 
 // Takes records away from owners that have died: closes them, with a message each.
 StoreResult repairAbandoned(Database& database, EmbeddedContext& context);
+// Removes the lock files of dead owners that owned nothing.
+StoreResult removeStrayLocks(Database& database, const EmbeddedContext& context);
 
 } // namespace recorder

@@ -73,7 +73,9 @@ EmbeddedStore::~EmbeddedStore()
     if (m_database.isOpen() && m_context->orphans.empty()) {
         // What cannot be cleaned up now is cleaned up by whoever opens the store next.
         (void)Statement(m_database, sql::dropHoldsOf).bindText(0, m_context->token).run();
-        (void)Statement(m_database, sql::removeOwner).bindText(0, m_context->token).run();
+        if (Statement(m_database, sql::removeOwner).bindText(0, m_context->token).run()) {
+            m_context->lock.release();
+        }
     }
     m_readRevision.reset();
 }
@@ -108,6 +110,9 @@ StoreResult EmbeddedStore::start()
         }
         // Records can be read on a full disk; the upkeep thread tries again.
         m_context->say(result.message);
+    }
+    if (StoreResult result = removeStrayLocks(m_database, *m_context); !result) {
+        return result;
     }
     m_readRevision = std::make_unique<Statement>(m_database, sql::readRevision);
     m_upkeep = std::make_unique<Upkeep>(m_context);
@@ -221,7 +226,12 @@ StoreResult EmbeddedStore::create(const RecordFacts& facts, std::unique_ptr<Reco
     }
     WriterStart start;
     start.facts = facts;
-    return makeWriter(id, std::move(start), writer);
+    StoreResult result = makeWriter(id, std::move(start), writer);
+    if (!result) {
+        // Nobody would ever close it.
+        (void)Statement(m_database, sql::markDeleted).bind(0, id).run();
+    }
+    return result;
 }
 
 StoreResult EmbeddedStore::resume(const std::string& uuid, std::unique_ptr<RecordWriter>& writer)
@@ -425,9 +435,11 @@ std::unique_ptr<Store> openEmbeddedStore(const EmbeddedOptions& options, StoreRe
     context->options = options;
     context->file = options.directory / "records.db";
     context->token = newRecordUuid();
-    auto store = std::make_unique<EmbeddedStore>(std::move(context));
+    auto store = std::make_unique<EmbeddedStore>(context);
     result = store->start();
     if (!result) {
+        store.reset();
+        context->lock.release();
         return nullptr;
     }
     return store;

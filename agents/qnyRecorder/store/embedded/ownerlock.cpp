@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace recorder {
@@ -22,24 +23,37 @@ std::filesystem::path fileOf(const std::filesystem::path& directory, const std::
 
 OwnerLock::~OwnerLock()
 {
-    release();
+    if (m_descriptor >= 0) {
+        ::close(m_descriptor);
+    }
 }
 
 StoreResult OwnerLock::take(const std::filesystem::path& directory, const std::string& token)
 {
     m_file = fileOf(directory, token);
-    m_descriptor = ::open(m_file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    if (m_descriptor < 0) {
-        const int error = errno;
-        return StoreResult::failed(error == ENOSPC ? StoreError::Full : StoreError::Unreachable,
-            "The data directory " + directory.string() + " cannot be written (" + std::strerror(error)
-                + "): make it writable, or give another --data-directory.");
+    for (;;) {
+        m_descriptor = ::open(m_file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+        if (m_descriptor < 0) {
+            const int error = errno;
+            return StoreResult::failed(error == ENOSPC ? StoreError::Full : StoreError::Unreachable,
+                "The data directory " + directory.string() + " cannot be written (" + std::strerror(error)
+                    + "): make it writable, or give another --data-directory.");
+        }
+        if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
+            if (errno != EWOULDBLOCK) {
+                release(); // where locks are not supported the lease alone decides
+                return StoreResult::done();
+            }
+        } else {
+            struct stat state {};
+            if (::fstat(m_descriptor, &state) == 0 && state.st_nlink > 0) {
+                return StoreResult::done();
+            }
+        }
+        // Somebody took the fresh file for a dead owner's, before it was locked.
+        ::close(m_descriptor);
+        m_descriptor = -1;
     }
-    // Where locks are not supported the lease alone decides.
-    if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
-        release();
-    }
-    return StoreResult::done();
 }
 
 void OwnerLock::release()
@@ -65,6 +79,22 @@ bool OwnerLock::isAlive(const std::filesystem::path& directory, const std::strin
 void OwnerLock::removeFile(const std::filesystem::path& directory, const std::string& token)
 {
     ::unlink(fileOf(directory, token).c_str());
+}
+
+void OwnerLock::removeStrays(const std::filesystem::path& directory, const std::set<std::string>& known)
+{
+    constexpr std::string_view prefix = "owner-";
+    constexpr std::string_view suffix = ".lock";
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
+        const std::string name = entry.path().filename().string();
+        if (name.starts_with(prefix) && name.ends_with(suffix)) {
+            const std::string token = name.substr(prefix.size(), name.size() - prefix.size() - suffix.size());
+            if (!known.contains(token) && !isAlive(directory, token, 0)) {
+                removeFile(directory, token);
+            }
+        }
+    }
 }
 
 } // namespace recorder

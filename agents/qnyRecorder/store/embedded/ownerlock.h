@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <set>
 #include <string>
 
 namespace recorder {
@@ -16,19 +17,21 @@ class OwnerLock
 {
 public:
     OwnerLock() = default;
-    ~OwnerLock();
+    ~OwnerLock(); // unlocks; the file stays, and tells others that its owner is gone
     OwnerLock(const OwnerLock&) = delete;
     OwnerLock& operator=(const OwnerLock&) = delete;
 
     // Makes and locks the file. Fails when the directory cannot be written.
     StoreResult take(const std::filesystem::path& directory, const std::string& token);
-    // Unlocks and removes it.
+    // Unlocks and removes the file: for an owner that left nothing behind.
     void release();
 
     // Whether another owner lives. Its lease (end on the system clock) decides only where there is no file to ask.
     static bool isAlive(const std::filesystem::path& directory, const std::string& token, std::int64_t expiresUs);
     // Removes what a dead owner left.
     static void removeFile(const std::filesystem::path& directory, const std::string& token);
+    // Removes the files of every owner that is dead and none of `known`, whose records may still have to be repaired.
+    static void removeStrays(const std::filesystem::path& directory, const std::set<std::string>& known);
 
 private:
     int m_descriptor = -1;

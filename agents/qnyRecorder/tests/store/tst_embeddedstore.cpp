@@ -84,6 +84,7 @@ private slots:
     void aFullDiskEndsTheRecordingAndLosesNothing();
     void aDeletedRecordGivesItsSpaceBack();
     void aLeaseThatEndedIsSeenWithoutALockToAsk();
+    void deadOwnersLeaveNoLockFilesBehind();
     void statesAreStoredEveryFewSeconds();
     void eventsBeyondTheBoundAreCountedWhenTheStoreIsBlocked();
 
@@ -407,6 +408,21 @@ void TestEmbeddedStore::aLeaseThatEndedIsSeenWithoutALockToAsk()
     RR_DONE(store->records({}, list));
     QVERIFY(!list.at(0).isRecording && !list[0].isOpen);
     QCOMPARE(list[0].durationUs, 5);
+}
+
+void TestEmbeddedStore::deadOwnersLeaveNoLockFilesBehind()
+{
+    QFile stray(m_under.place() + "/owner-of-nothing.lock");
+    QVERIFY(stray.open(QIODevice::WriteOnly));
+    stray.close();
+    const auto locks = [&] { return QDir(m_under.place()).entryList({ "owner-*.lock" }).size(); };
+    {
+        const auto store = openStore();
+        const auto other = openStore();
+        record(*store, { numbered(1) });
+        QCOMPARE(locks(), 2);
+    }
+    QCOMPARE(locks(), 0);
 }
 
 void TestEmbeddedStore::statesAreStoredEveryFewSeconds()
