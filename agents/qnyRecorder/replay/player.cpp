@@ -276,7 +276,11 @@ bool Player::begin(int64_t& wakeNs)
 void Player::publishState(const EventBatch& state)
 {
     for (const EventBatch::Entry& entry : state.entries) {
-        _target.publish(entry.output, state.value(entry), entry.timeUs);
+        // An impulse is over once it happened: published as a state it would happen again.
+        const ValueView value = state.value(entry);
+        if (value.type != ValueType::Impulse) {
+            _target.publish(entry.output, value, entry.timeUs);
+        }
     }
 }
 
