@@ -45,8 +45,9 @@ void FileDialogAnswer::_look()
     _title = dialog->windowTitle();
     _isAnswered = true;
     nameField->setText(_path);
-    // QFileDialog::accept() is protected, but it is the slot behind the dialog's button.
-    QMetaObject::invokeMethod(dialog, "accept");
+    // QFileDialog::accept() is protected, but it is the slot behind the dialog's button. Queued, because a timer does
+    // not fire again while its slot runs, and accept() may open a box that is to be answered.
+    QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
 }
 
 } // namespace tour
