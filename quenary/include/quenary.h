@@ -99,7 +99,11 @@ QNY_EXPORT void qny_options_init(qny_options_t *options);
  * QNY_ERROR_PORT_IN_USE (discovery port or listen_port), QNY_ERROR_ARGUMENT (a peers text that does not parse),
  * QNY_ERROR_SECURITY, QNY_ERROR_SYSTEM. After a failure nothing is started. */
 QNY_EXPORT qny_result_t qny_start(const qny_options_t *options);
-/* Leaves the network, telling every peer so. Observers of agents hear of the departure of each. Nothing when not started. */
+/* Leaves the network, telling every peer so; calls and publications made before are sent first, as far as the others take
+ * them within half a second. Observers of agents hear of the departure of each. When it returns (to another thread than the
+ * callback thread) they have heard of it, and nothing that came from the network is called any more. Nothing when not
+ * started. A process that ends without it does the same at exit, but for the callbacks: none begins any more. A forked child
+ * begins anew, not started. */
 QNY_EXPORT void qny_stop(void);
 QNY_EXPORT bool qny_is_started(void);
 /* "tcp://127.0.0.1:41235": where this peer is reached, or null when not started. */
@@ -168,7 +172,7 @@ typedef struct qny_agent_options {
  * complete before. Null (and qny_last_error()) for a bad name. Options may be null. */
 QNY_EXPORT qny_agent_t *qny_agent_new(const char *name, const qny_agent_options_t *options);
 QNY_EXPORT qny_result_t qny_agent_activate(qny_agent_t *agent);
-/* Takes the agent off the network. It can be activated again. */
+/* Takes the agent off the network. It can be activated again. Not for the default agent (QNY_ERROR_ARGUMENT). */
 QNY_EXPORT qny_result_t qny_agent_deactivate(qny_agent_t *agent);
 /* Deactivates and frees. Not for the default agent (QNY_ERROR_ARGUMENT). A handle that was destroyed is answered with
  * QNY_ERROR_ARGUMENT by every function. */
@@ -189,11 +193,13 @@ QNY_EXPORT qny_result_t qny_agent_definition_load(qny_agent_t *agent, const char
 
 /* ---- outputs ------------------------------------------------------------------------------------------------------ */
 
-/* A new output with an optional first value (null: none yet; `size` counts as above). Creating does not publish.
+/* A new output with an optional first value (null: none yet; `size` counts as above). Creating does not publish. An agent has at
+ * most 4096 inputs, outputs and services together (QNY_ERROR_TOO_LARGE), and a removed output that comes again goes on counting.
  * QNY_ERROR_EXISTS when it exists with another type; the same type again is success and changes nothing. */
 QNY_EXPORT qny_result_t qny_agent_output_create(qny_agent_t *agent, const char *name, qny_value_type_t type, const void *value, size_t size);
 QNY_EXPORT qny_result_t qny_agent_output_remove(qny_agent_t *agent, const char *name);
-/* Publishes a value of the output's own type to every peer that maps or monitors the output.
+/* Publishes a value to every peer that maps or monitors the output. A value of another type is converted into the output's own as
+ * mappings do it, or refused (QNY_ERROR_TYPE). While not started it succeeds, too: it sets the value and counts.
  * time_us: microseconds since 1970 UTC to send along, 0: now. sequence (may be null) receives the publication's number:
  * each output of each agent counts from 1, and a publication counts whether or not anybody listens. */
 QNY_EXPORT qny_result_t qny_agent_output_publish(qny_agent_t *agent, const char *name, qny_value_type_t type, const void *value, size_t size,
@@ -312,7 +318,8 @@ QNY_EXPORT qny_result_t qny_agent_service_arg_add(qny_agent_t *agent, const char
 QNY_EXPORT qny_result_t qny_agent_service_remove(qny_agent_t *agent, const char *name);
 /* Calls a service of the agent with this uuid, or else of every agent with this name (but never of the calling agent itself
  * by name). The list, which may be null or point to a null head, is taken over, freed and nulled, whatever the result.
- * Returns when the call is queued: QNY_ERROR_UNKNOWN_AGENT, QNY_ERROR_TOO_LARGE, QNY_ERROR_UTF8, QNY_ERROR_NOT_STARTED.
+ * Returns when the call is queued: QNY_ERROR_UNKNOWN_AGENT, QNY_ERROR_TOO_LARGE (beyond our bound, beyond that of one of the called,
+ * or more than 1024 arguments: then nobody is called), QNY_ERROR_UTF8, QNY_ERROR_NOT_STARTED (the calling agent not active, too).
  * A call is never dropped for want of queue space while its peer lives. A call for a service that the callee does not
  * declare is logged by the callee. */
 QNY_EXPORT qny_result_t qny_agent_service_call(qny_agent_t *from, const char *agent_name_or_uuid, const char *service,
@@ -358,7 +365,8 @@ QNY_EXPORT qny_result_t qny_unobserve_agents(qny_agent_event_fn callback, void *
 /* Whether an agent of another process with this uuid or name is there now. */
 QNY_EXPORT bool qny_agent_is_present(const char *agent_name_or_uuid);
 
-/* Asks an agent of another process to stop: its process's stop callback decides how. */
+/* Asks an agent of another process to stop: its process's stop callback decides how. QNY_ERROR_UNKNOWN_AGENT; QNY_ERROR_ARGUMENT for one
+ * that is not stoppable. */
 QNY_EXPORT qny_result_t qny_request_stop(const char *agent_uuid);
 typedef void (*qny_stop_fn)(const char *requested_by_agent_name, const char *requested_by_agent_uuid, void *user_data);
 /* Null withdraws the callback; without one this process's agents are shown as not stoppable. */

@@ -39,6 +39,7 @@ void afterForkInParent()
 }
 void afterForkInChild()
 {
+    renewLogAfterFork();
     theCore = new Core;
 }
 

@@ -15,7 +15,7 @@ namespace {
 thread_local char errorText[1024] = "";
 
 // Held shared while the handler runs, so that a handler that was replaced does not run any more.
-std::shared_mutex& logMutex = *new std::shared_mutex; // outlives every thread that may still log
+std::shared_mutex* logMutex = new std::shared_mutex; // outlives every thread that may still log
 qny_log_fn logHandler = nullptr;
 void* logUserData = nullptr;
 
@@ -36,19 +36,25 @@ const char* lastError()
 
 void setLogHandler(qny_log_fn handler, void* userData)
 {
-    const std::unique_lock lock(logMutex);
+    const std::unique_lock lock(*logMutex);
     logHandler = handler;
     logUserData = userData;
 }
 
 void log(qny_log_level_t level, const std::string& message)
 {
-    const std::shared_lock lock(logMutex);
+    const std::shared_lock lock(*logMutex);
     if (logHandler) {
         logHandler(level, message.c_str(), logUserData);
     } else if (level >= QNY_LOG_WARNING) {
         std::fprintf(stderr, "quenary: %s: %s\n", level == QNY_LOG_ERROR ? "error" : "warning", message.c_str());
     }
+}
+
+void renewLogAfterFork()
+{
+    // Whoever held the old one has no thread in this process.
+    logMutex = new std::shared_mutex;
 }
 
 std::string printable(std::string_view text)

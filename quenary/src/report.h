@@ -31,6 +31,9 @@ inline void logError(const std::string& message)
     log(QNY_LOG_ERROR, message);
 }
 
+// In a forked child, before it logs.
+void renewLogAfterFork();
+
 // A text from outside made fit for a log line: control characters and broken UTF-8 as '?', cut at 80 bytes.
 std::string printable(std::string_view text);
 

@@ -121,7 +121,8 @@ std::string helloPayload()
 class HandMadePeer
 {
 public:
-    HandMadePeer(void* context, const std::string& target)
+    HandMadePeer(void* ofContext, const std::string& target)
+        : context(ofContext)
     {
         inbox = zmq_socket(context, ZMQ_ROUTER);
         outbox = zmq_socket(context, ZMQ_DEALER);
@@ -179,6 +180,40 @@ public:
         const int size = zmq_recv(inbox, buffer, sizeof buffer, 0);
         return size < 0 ? std::string() : std::string(buffer, static_cast<size_t>(size));
     }
+    // The connection to its inbox breaks, and what was on its way is gone; the inbox is there again at once.
+    void breakConnection()
+    {
+        zmq_close(inbox);
+        inbox = zmq_socket(context, ZMQ_ROUTER);
+        const int none = 0;
+        zmq_setsockopt(inbox, ZMQ_LINGER, &none, sizeof none);
+        const int patience = 5000;
+        zmq_setsockopt(inbox, ZMQ_RCVTIMEO, &patience, sizeof patience);
+        const std::string address = "tcp://127.0.0.1:" + std::to_string(forged.port);
+        EXPECT_TRUE(eventually([&] { return zmq_bind(inbox, address.c_str()) == 0; }));
+    }
+    // Takes the pieces that come in order into `stream`, asking again for what is missing, until the stream holds the
+    // text.
+    bool receiveUntil(const std::string& text)
+    {
+        const auto until = std::chrono::steady_clock::now() + 8s;
+        while (stream.find(text) == std::string::npos && std::chrono::steady_clock::now() < until) {
+            const std::string message = receive();
+            if (message.size() < 48) {
+                continue;
+            }
+            uint64_t lastOrNumber = 0;
+            memcpy(&lastOrNumber, message.data() + 40, 8);
+            if (message[3] == 4 && lastOrNumber == received + 1) {
+                stream += message.substr(48);
+                ++received;
+            } else if ((message[3] == 4 || message[3] == 3) && lastOrNumber > received) {
+                send(5, raw(received + 1));
+            }
+            send(3, raw(number) + raw(received) + raw(received));
+        }
+        return stream.find(text) != std::string::npos;
+    }
     // An agent of this peer, and both sides ready.
     void introduce(const std::string& agentUuid, const std::string& name)
     {
@@ -189,6 +224,9 @@ public:
 
     Forged forged;
     uint64_t number = 0;
+    uint64_t received = 0;
+    std::string stream;
+    void* context = nullptr;
     void* inbox = nullptr;
     void* outbox = nullptr;
 };
@@ -397,4 +435,44 @@ TEST_F(Hardening, APieceThatGotLostIsSentAgain)
     peer.data(item(2, "AFTERAFTERAFTER0"));
     EXPECT_TRUE(watch.wait(QNY_AGENT_EXITED, "after"));
     EXPECT_EQ(watch.count(QNY_AGENT_ENTERED, "before"), 1U);
+}
+
+TEST_F(Hardening, AConnectionThatBreaksWhileBothSidesLiveLosesNothing)
+{
+    AgentWatch watch;
+    ASSERT_EQ(qny_output_create("steady", QNY_STRING_T, nullptr, 0), QNY_SUCCESS);
+    HandMadePeer peer(context, endpoint);
+    peer.introduce("STEADY-STEADY-ST", "steady");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "steady"));
+    ASSERT_TRUE(peer.receiveUntil(R"("services")"));
+    // The agent's uuid follows length and kind of the item that told of it; its flags and name come after.
+    const size_t name = peer.stream.find(std::string("\0\2me", 4));
+    ASSERT_NE(name, std::string::npos);
+    peer.data(item(5, raw<uint64_t>(1) + peer.stream.substr(name - 16, 16) + '\0' + named("steady")));
+    ASSERT_TRUE(eventually([&] {
+        qny_statistics_t statistics;
+        qny_statistics(&statistics);
+        const uint64_t before = statistics.publications_sent;
+        qny_output_set_string("steady", "begin");
+        qny_statistics(&statistics);
+        return statistics.publications_sent > before;
+    }));
+    ASSERT_TRUE(peer.receiveUntil("begin"));
+    for (int round = 0; round < 3; ++round) {
+        const std::string tag = "round " + std::to_string(round);
+        for (int i = 0; i < 200; ++i) {
+            EXPECT_EQ(
+                qny_output_set_string("steady", (tag + " number " + std::to_string(i) + ".").c_str()), QNY_SUCCESS);
+        }
+        peer.breakConnection();
+        qny_output_set_string("steady", (tag + " end.").c_str());
+        ASSERT_TRUE(peer.receiveUntil(tag + " end."));
+        size_t at = 0;
+        for (int i = 0; i < 200; ++i) {
+            at = peer.stream.find(tag + " number " + std::to_string(i) + ".", at);
+            ASSERT_NE(at, std::string::npos) << tag << " number " << i;
+        }
+    }
+    EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "steady"), 0U);
+    EXPECT_EQ(qny_output_remove("steady"), QNY_SUCCESS);
 }
