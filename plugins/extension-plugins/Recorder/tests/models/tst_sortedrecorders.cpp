@@ -8,7 +8,9 @@
 #include <sortfilterrecorderinstance.h>
 
 #include <library.h>
+#include <reservedagentandtoolfamilies.h>
 #include <systemdocument.h>
+#include <systemdocumenthandler.h>
 
 #include <QtTest/QTest>
 
@@ -154,8 +156,39 @@ private slots:
         QCOMPARE(view.get(1), upper);
         QCOMPARE(view.get(2), a);
         QCOMPARE(view.get(3), b);
-        none->updateCassandraEndpoint(QStringLiteral("hostz:9042"));
-        QCOMPARE(view.get(3), none);
+    }
+
+    void anInstanceThatRecordsElsewhereMovesInItsRecordersView()
+    {
+        // The host's own document, which the settings of a launch line belong to.
+        SystemDocumentHandler::instance()->newDocument();
+        auto* const classInstance = qobject_cast<SystemViewClassInstance*>(
+            SystemDocumentHandler::instance()->createInstance(ReservedAgentAndToolFamilies::RECORDER_CLASS_UUID));
+        QVERIFY(classInstance);
+        Recorder recorder(classInstance, QStringLiteral("/recorder"), nullptr);
+        EncounteredAgentsOnHost* const group = classInstance->getOrCreateEncounteredAgentsOnHostAttachedToCorvane();
+        for (const QString& endpoint : { QStringLiteral("b:1"), QStringLiteral("c:1"), QStringLiteral("d:1") }) {
+            classInstance->getOrCreateEncounteredAgentInfo(group, QStringLiteral("/recorder --cassandra ") + endpoint);
+        }
+        SortFilterRecorderInstance* const view = recorder.sortedInstances();
+        const auto endpoints = [view] {
+            QStringList shown;
+            for (int row = 0; row < view->count(); ++row) {
+                const QString endpoint = qobject_cast<RecorderInstance*>(view->get(row))->cassandraEndpoint();
+                // A new recorder brings a launch line of its own.
+                if (endpoint.endsWith(QStringLiteral(":1"))) {
+                    shown.append(endpoint);
+                }
+            }
+            return shown.join(u' ');
+        };
+        QCOMPARE(endpoints(), QStringLiteral("b:1 c:1 d:1"));
+        for (RecorderInstance* instance : recorder.recorderInstances()) {
+            if (instance->cassandraEndpoint() == QStringLiteral("d:1")) {
+                instance->updateCassandraEndpoint(QStringLiteral("a:1"));
+            }
+        }
+        QCOMPARE(endpoints(), QStringLiteral("a:1 b:1 c:1"));
     }
 
     void instancesOfTheSameDatabaseKeepTheirSourceOrder()
