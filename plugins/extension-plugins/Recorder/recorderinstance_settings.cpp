@@ -95,6 +95,12 @@ QString RecorderInstance::_parseCassandraEndpoint(const QString& endpoint) const
         text.prepend(ENDPOINT_SCHEME);
     }
     const QUrl url(text);
+    // An address of IPv6 stands in the launch line without brackets, as the recorder takes it: no URL, but right as it
+    // is.
+    const QString address = text.sliced(ENDPOINT_SCHEME.size());
+    if (url.host().isEmpty() && address.count(u':') > 1) {
+        return address;
+    }
     const QString port = url.port() < 0 ? QString(DEFAULT_CASSANDRA_PORT_STRING) : QString::number(url.port());
     return QStringLiteral("%1:%2").arg(url.host(QUrl::FullyDecoded), port);
 }

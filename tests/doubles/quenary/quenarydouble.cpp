@@ -78,6 +78,16 @@ void announce(qny_agent_event_t event, const Agent& agent)
     });
 }
 
+QStringList agentUuids()
+{
+    const auto locker = lock();
+    QStringList uuids;
+    for (const Agent& agent : std::as_const(state().agents)) {
+        uuids.append(agent.uuid);
+    }
+    return uuids;
+}
+
 void appendArgument(qny_service_arg_t** list, const QVariant& value)
 {
     switch (value.typeId()) {
@@ -182,6 +192,9 @@ bool isAgent(const qny_agent* agent)
 
 void reset()
 {
+    while (!agentUuids().isEmpty()) {
+        leave(agentUuids().first());
+    }
     const auto locker = lock();
     // Observers of agents stay: a program's observer may be made once for the process.
     const QList<AgentObserver> observers = state().agentObservers;

@@ -16,7 +16,8 @@
 /// library's do; the functions that cause them return when they have run.
 namespace QuenaryDouble {
 
-/// Back to the beginning: nothing recorded, scripted, declared, announced or started.
+/// Back to the beginning: agents that are on the network leave it, then nothing is recorded, scripted, declared or
+/// started. Observers of agents stay, because a program may make its own once for the process.
 void reset();
 
 // ---- what was asked ---------------------------------------------------------------------------------------------

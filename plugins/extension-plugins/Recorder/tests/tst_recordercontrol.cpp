@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "modulefixture.h"
+
+#include "recordermoduledata.h"
+
+#include <QtTest/QSignalSpy>
+
+class tst_RecorderControl : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void repeatedProgressPausesAndNewProgressResumes();
+    void repeatedZeroWhileIdleIsNoPause();
+    void silenceEndsTheRecordingAndAsksForTheRecords();
+    void aStoppedRecordingAsksForTheRecordsTwice();
+    void theRecordsListIsReadInItsOrder();
+    void theSameListTwiceChangesNothing();
+    void aChangedRecordIsUpdatedInPlace();
+    void aRecordThatIsListedNoMoreIsUnloadedAndDeleted();
+    void anOpenEndIsAnInvalidDate();
+    void elementsWithoutUuidAndStrangersAreSkipped();
+    void anEmptyListEmptiesTheRecordsWithoutAWarning();
+    void aListThatIsNoArrayIsWarnedOfAndEmptiesTheRecords();
+    void aListThatIsNoJsonIsWarnedOfAndEmptiesTheRecords();
+    void aRecordsAnswerEndsTheCancelOfAnImport();
+    void recordNamesAreComparedExactly();
+    void filtersAreKeptInTheDocument();
+    void theCurrentRecordForwardsWhetherItPlays();
+};
+
+void tst_RecorderControl::repeatedProgressPausesAndNewProgressResumes()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    QSignalSpy progress(instance, &RecorderInstance::recordingProgressInSecondsChanged);
+    instance->setrecordingProgressInSeconds(1.0);
+    instance->setrecordingProgressInSeconds(2.0);
+    QVERIFY(instance->isRecording());
+    QVERIFY(!instance->isRecordingPaused());
+    instance->setrecordingProgressInSeconds(2.0);
+    QVERIFY(instance->isRecording());
+    QVERIFY(instance->isRecordingPaused());
+    QCOMPARE(progress.count(), 2);
+    instance->setrecordingProgressInSeconds(3.0);
+    QVERIFY(instance->isRecording());
+    QVERIFY(!instance->isRecordingPaused());
+}
+
+void tst_RecorderControl::repeatedZeroWhileIdleIsNoPause()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    instance->setrecordingProgressInSeconds(0.0);
+    instance->setrecordingProgressInSeconds(0.0);
+    QVERIFY(!instance->isRecording());
+    QVERIFY(!instance->isRecordingPaused());
+}
+
+void tst_RecorderControl::silenceEndsTheRecordingAndAsksForTheRecords()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    instance->setrecordingProgressInSeconds(1.0);
+    instance->setrecordingProgressInSeconds(1.0);
+    QElapsedTimer timer;
+    timer.start();
+    QTRY_VERIFY(!instance->isRecording());
+    QCOMPARE_GE(timer.elapsed(), 400);
+    QVERIFY(!instance->isRecordingPaused());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "get_records" }));
+}
+
+void tst_RecorderControl::aStoppedRecordingAsksForTheRecordsTwice()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    instance->setrecordingProgressInSeconds(2.0);
+    ScriptedRecorder(instance).reply("recording_stopped");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "get_records" }));
+    QCOMPARE(lastServiceCall().arguments, QVariantList({ QString("") }));
+    QVERIFY(!instance->isRecording());
+    QVERIFY(!instance->isRecordingPaused());
+    QCOMPARE(instance->recordingProgressInSeconds(), 0.0);
+    QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "get_records", "get_records" }));
+}
+
+void tst_RecorderControl::theRecordsListIsReadInItsOrder()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    QSignalSpy inserted(instance->records(), &QAbstractItemModel::rowsInserted);
+    ScriptedRecorder(instance).records(
+        "[" + recordJson(RECORD_B, "B", 90500000, " 2026-01-02 03:04:05.678 ") + "," + recordJson(RECORD_A, "A") + "]");
+    QCOMPARE(instance->records()->count(), 2);
+    QCOMPARE(inserted.count(), 1);
+    const auto* const record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
+    QCOMPARE(record->uuid(), RECORD_B);
+    QCOMPARE(record->name(), "B");
+    QCOMPARE(record->durationInSeconds(), 90.5);
+    QCOMPARE(record->startDateTime(), QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5, 678)));
+    QCOMPARE(record->endDateTime(), QDateTime(QDate(2026, 11, 21), QTime(10, 0, 3)));
+}
+
+void tst_RecorderControl::theSameListTwiceChangesNothing()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    const QString list
+        = "[" + recordJson(RECORD_A, "A") + "," + recordJson(RECORD_B, "B", 1, "2026-11-21 10:00:00.000", "") + "]";
+    recorder.records(list);
+    QObject* const first = instance->records()->get(0);
+    QSignalSpy data(instance->records(), &QAbstractItemModel::dataChanged);
+    QSignalSpy count(instance->records(), &AbstractZqCustomItemListModel::countChanged);
+    recorder.records(list);
+    QCOMPARE(instance->records()->get(0), first);
+    QCOMPARE(data.count(), 0);
+    QCOMPARE(count.count(), 0);
+}
+
+void tst_RecorderControl::aChangedRecordIsUpdatedInPlace()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    recorder.records("[" + recordJson(RECORD_A, "A") + "]");
+    auto* const record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
+    instance->loadRecord(record);
+    recorder.loaded(RECORD_A, 3.0, R"(["a"])");
+    const QDateTime start = record->startDateTime();
+    recorder.records(
+        "[" + recordJson(RECORD_A, "New name", 5000000, "2020-01-01 00:00:00.000", "2026-11-21 10:00:05.000") + "]");
+    QCOMPARE(instance->records()->get(0), record);
+    QCOMPARE(record->name(), "New name");
+    QCOMPARE(record->durationInSeconds(), 5.0);
+    QCOMPARE(record->endDateTime(), QDateTime(QDate(2026, 11, 21), QTime(10, 0, 5)));
+    QCOMPARE(record->startDateTime(), start);
+    QVERIFY(record->isLoaded());
+    QCOMPARE(instance->currentRecord(), record);
+}
+
+void tst_RecorderControl::aRecordThatIsListedNoMoreIsUnloadedAndDeleted()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    recorder.records("[" + recordJson(RECORD_A, "A") + "," + recordJson(RECORD_B, "B") + "]");
+    const QPointer<RecorderRecord> record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
+    instance->loadRecord(record);
+    recorder.loaded(RECORD_A, 3.0, R"(["a"])");
+    QSignalSpy unloaded(record, &RecorderRecord::isLoadedChanged);
+    QuenaryDouble::clearCalls();
+    recorder.records("[" + recordJson(RECORD_B, "B") + "]");
+    QCOMPARE(unloaded.count(), 1);
+    QCOMPARE(instance->currentRecord(), nullptr);
+    QCOMPARE(instance->records()->count(), 1);
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QVERIFY(record.isNull());
+}
+
+void tst_RecorderControl::anOpenEndIsAnInvalidDate()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder(instance).records("[" + recordJson(RECORD_A, "A", 0, "no date", "") + "]");
+    const auto* const record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
+    QVERIFY(record);
+    QVERIFY(!record->endDateTime().isValid());
+    QVERIFY(!record->startDateTime().isValid());
+}
+
+void tst_RecorderControl::elementsWithoutUuidAndStrangersAreSkipped()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder(instance).records(R"([1, "x", null, [], {}, {"uuid":""}, {"name":"nameless"},)"
+        + recordJson(RECORD_A, "A") + R"(, {"uuid":"bare","unknown":1}])");
+    QCOMPARE(instance->records()->count(), 2);
+    const auto* const bare = qobject_cast<RecorderRecord*>(instance->records()->get(1));
+    QCOMPARE(bare->uuid(), "bare");
+    QCOMPARE(bare->durationInSeconds(), 0.0);
+    QCOMPARE(bare->name(), "");
+}
+
+void tst_RecorderControl::anEmptyListEmptiesTheRecordsWithoutAWarning()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    for (const char* const list : { "[]", "" }) {
+        recorder.records("[" + recordJson(RECORD_A, "A") + "]");
+        QCOMPARE(instance->records()->count(), 1);
+        recorder.records(list);
+        QCOMPARE(instance->records()->count(), 0);
+    }
+}
+
+void tst_RecorderControl::aListThatIsNoArrayIsWarnedOfAndEmptiesTheRecords()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    recorder.records("[" + recordJson(RECORD_A, "A") + "]");
+    instance->loadRecord(qobject_cast<RecorderRecord*>(instance->records()->get(0)));
+    QTest::ignoreMessage(QtWarningMsg, "Invalid JSON: JSON must define an array of records");
+    recorder.records("{}");
+    QCOMPARE(instance->records()->count(), 0);
+    QCOMPARE(instance->currentRecord(), nullptr);
+}
+
+void tst_RecorderControl::aListThatIsNoJsonIsWarnedOfAndEmptiesTheRecords()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    recorder.records("[" + recordJson(RECORD_A, "A") + "]");
+    QTest::ignoreMessage(
+        QtWarningMsg, QRegularExpression("^An error occured while parsing the records list json : \".+\"$"));
+    recorder.records("[{");
+    QCOMPARE(instance->records()->count(), 0);
+}
+
+void tst_RecorderControl::aRecordsAnswerEndsTheCancelOfAnImport()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    instance->stopImport();
+    QVERIFY(instance->isCancelingImport());
+    ScriptedRecorder(instance).records("[]");
+    QVERIFY(!instance->isCancelingImport());
+}
+
+void tst_RecorderControl::recordNamesAreComparedExactly()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder(instance).records("[" + recordJson(RECORD_A, "Night") + "," + recordJson(RECORD_B, "Night") + "]");
+    QVERIFY(instance->isRecordNameAlreadyUsed("Night"));
+    QVERIFY(!instance->isRecordNameAlreadyUsed("night"));
+    QVERIFY(!instance->isRecordNameAlreadyUsed(""));
+}
+
+void tst_RecorderControl::filtersAreKeptInTheDocument()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec"));
+    const QString key = instance->encounteredAgentInfo()->uuid();
+    instance->setProperty("recordFilters", "-tank");
+    QCOMPARE(RecorderModuleData::instance().getFilters(key), "-tank");
+    instance->setProperty("recordFilters", "");
+    QCOMPARE(RecorderModuleData::instance().getFilters(key), "");
+}
+
+void tst_RecorderControl::theCurrentRecordForwardsWhetherItPlays()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder(instance).records("[" + recordJson(RECORD_A, "A") + "," + recordJson(RECORD_B, "B") + "]");
+    auto* const first = qobject_cast<RecorderRecord*>(instance->records()->get(0));
+    auto* const second = qobject_cast<RecorderRecord*>(instance->records()->get(1));
+    QSignalSpy current(instance, &RecorderInstance::currentRecordChanged);
+    QSignalSpy replaying(instance, &RecorderInstance::isReplayingChanged);
+    instance->setcurrentRecord(first);
+    instance->setcurrentRecord(first);
+    QCOMPARE(current.count(), 1);
+    QCOMPARE(replaying.count(), 1);
+    first->setisReplaying(true);
+    QCOMPARE(replaying.count(), 2);
+    QVERIFY(instance->isReplaying());
+    instance->setcurrentRecord(second);
+    QCOMPARE(replaying.count(), 3);
+    QVERIFY(!instance->isReplaying());
+    first->setisReplaying(false);
+    QCOMPARE(replaying.count(), 3);
+}
+
+QTEST_MAIN(tst_RecorderControl)
+#include "tst_recordercontrol.moc"

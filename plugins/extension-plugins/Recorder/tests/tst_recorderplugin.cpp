@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <corvanemodule.h>
+#include <corvanemoduleplugin.h>
+#include <quenarydouble.h>
+#include <reservedextensions.h>
+#include <systemdocumenthandler.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QPluginLoader>
+#include <QtQml/QQmlComponent>
+#include <QtQml/QQmlEngine>
+#include <QtTest/QtTest>
+
+/// The plugin as a host meets it: a library in a file.
+class tst_RecorderPlugin : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void theMetadataIsReadWithoutMakingThePlugin();
+    void thePluginDescribesTheModule();
+    void theMenuLabelIsTranslated();
+    void thePagesAndImagesAreInTheResources();
+    void theDocumentsBlockIsKeptBeforeAnyModuleExists();
+    void aModuleIsCreatedThoughTheExecutableIsMissing();
+    void theHostReachesThePluginThroughItsInterface();
+    void internalClassesCanNotBeCreatedInQml_data();
+    void internalClassesCanNotBeCreatedInQml();
+    void sortedRecordsCanBeCreatedInQml();
+    void singletonsAreReachedInQml();
+
+private:
+    CorvaneModulePlugin* plugin();
+
+    QPluginLoader _loader { QStringLiteral(RECORDER_PLUGIN) };
+};
+
+void tst_RecorderPlugin::init()
+{
+    QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+}
+
+CorvaneModulePlugin* tst_RecorderPlugin::plugin()
+{
+    return qobject_cast<CorvaneModulePlugin*>(_loader.instance());
+}
+
+void tst_RecorderPlugin::theMetadataIsReadWithoutMakingThePlugin()
+{
+    const QPluginLoader loader(QStringLiteral(RECORDER_PLUGIN));
+    const QJsonObject metadata = loader.metaData();
+    QVERIFY(!loader.isLoaded());
+    QCOMPARE(metadata.value("IID").toString(), QString(CorvaneModulePluginInterface_iid));
+    QVERIFY(QString(CorvaneModulePluginInterface_iid).endsWith(".CorvaneModulePluginInterface/1.0"));
+    QCOMPARE(metadata.value("className").toString(), "RecorderPlugin");
+    const QJsonObject content = metadata.value("MetaData").toObject();
+    QCOMPARE(content,
+        QJsonObject({ { "name", "Recorder" }, { "description", "Record and replay agents' data flow" },
+            { "version", "0.0.0" } }));
+    QCOMPARE(metadata.value("version").toInt() & 0xff0000, 0x060000);
+}
+
+void tst_RecorderPlugin::thePluginDescribesTheModule()
+{
+    QVERIFY2(plugin(), qPrintable(_loader.errorString()));
+    QCOMPARE(plugin()->name(), "Record & Replay");
+    QCOMPARE(plugin()->modulesMenuLabel(), "Record & Replay");
+    QCOMPARE(plugin()->modulesMenuIcon(), QUrl("qrc:/resources/RecordAndReplay/logo.svg"));
+    QCOMPARE(plugin()->qmlItemUrl(), QUrl("qrc:/qml/RecordAndReplay/main.qml"));
+    QCOMPARE(plugin()->jsonTag(), "recordAndReplay");
+    QCOMPARE(plugin()->uuid(), ReservedExtensions::RECORD_AND_REPLAY);
+    QCOMPARE(_loader.instance(), static_cast<QObject*>(plugin()));
+}
+
+void tst_RecorderPlugin::theMenuLabelIsTranslated()
+{
+    class Translator : public QTranslator
+    {
+    public:
+        QString translate(const char* context, const char* text, const char*, int) const override
+        {
+            return qstrcmp(context, "RecorderPlugin") == 0 ? QStringLiteral("translated ") + text : QString();
+        }
+        bool isEmpty() const override { return false; }
+    };
+    QVERIFY(plugin());
+    Translator translator;
+    QCoreApplication::installTranslator(&translator);
+    // The label was made with the plugin; its text is looked up in the plugin's own context.
+    QCOMPARE(plugin()->metaObject()->tr("Record & Replay", nullptr), "translated Record & Replay");
+    QCoreApplication::removeTranslator(&translator);
+    QCOMPARE(plugin()->metaObject()->className(), "RecorderPlugin");
+}
+
+void tst_RecorderPlugin::thePagesAndImagesAreInTheResources()
+{
+    QVERIFY(plugin());
+    QVERIFY(QFile::exists(":/qml/RecordAndReplay/main.qml"));
+    QVERIFY(QFile::exists(":/resources/RecordAndReplay/logo.svg"));
+}
+
+void tst_RecorderPlugin::theDocumentsBlockIsKeptBeforeAnyModuleExists()
+{
+    QVERIFY(plugin());
+    QCOMPARE(plugin()->exportToJson(), QJsonObject());
+    const QJsonObject block { { "filters", QJsonObject({ { "u1", "-tank" } }) },
+        { "file_path", QJsonObject({ { "u2", "/records/one.csv" } }) } };
+    QList<JsonDocumentError> errors;
+    QCOMPARE(plugin()->loadFromJson(block, errors), 0);
+    QVERIFY(errors.isEmpty());
+    QCOMPARE(plugin()->exportToJson(), block);
+
+    QCOMPARE(plugin()->loadFromJson(QJsonObject({ { "filters", 1 } }), errors), -1);
+    QCOMPARE(errors.size(), 1);
+    QCOMPARE(plugin()->exportToJson(), block);
+}
+
+void tst_RecorderPlugin::aModuleIsCreatedThoughTheExecutableIsMissing()
+{
+    QVERIFY(!QFileInfo::exists(QCoreApplication::applicationDirPath() + "/../agents/qnyRecorder/qnyRecorder"));
+    QVERIFY(plugin());
+    const std::unique_ptr<CorvaneModule> module(plugin()->createCorvaneModule());
+    QVERIFY(module);
+    QCOMPARE(module->metaObject()->className(), "RecorderModule");
+    QCOMPARE(module->parent(), nullptr);
+    QVERIFY(QuenaryDouble::services().contains("context"));
+    // The plugin makes a new one each time; the host owns each.
+    const std::unique_ptr<CorvaneModule> second(plugin()->createCorvaneModule());
+    QCOMPARE_NE(module.get(), second.get());
+}
+
+void tst_RecorderPlugin::theHostReachesThePluginThroughItsInterface()
+{
+    auto* const reached = qobject_cast<CorvaneModulePluginInterface*>(_loader.instance());
+    QVERIFY(reached);
+    QCOMPARE(reached->uuid(), ReservedExtensions::RECORD_AND_REPLAY);
+    QCOMPARE(reached->jsonTag(), "recordAndReplay");
+    QCOMPARE(reached->exportToJson(), plugin()->exportToJson());
+    QList<JsonDocumentError> errors;
+    QCOMPARE(reached->loadFromJson(QJsonObject(), errors), 0);
+}
+
+void tst_RecorderPlugin::internalClassesCanNotBeCreatedInQml_data()
+{
+    QTest::addColumn<QString>("type");
+    for (const char* type :
+        { "RecorderModule", "Recorder", "RecorderInstance", "RecorderRecord", "RecordAgentFilter" }) {
+        QTest::newRow(type) << QString(type);
+    }
+}
+
+void tst_RecorderPlugin::internalClassesCanNotBeCreatedInQml()
+{
+    QFETCH(QString, type);
+    QVERIFY(plugin());
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData(QStringLiteral("import RecordAndReplay 1.0\n%1 {}").arg(type).toUtf8(), QUrl());
+    QVERIFY(component.isError());
+    QVERIFY2(component.errorString().contains("Internal class"), qPrintable(component.errorString()));
+}
+
+void tst_RecorderPlugin::sortedRecordsCanBeCreatedInQml()
+{
+    QVERIFY(plugin());
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData("import RecordAndReplay 1.0\nSortFilterRecords {}", QUrl());
+    const std::unique_ptr<QObject> object(component.create());
+    QVERIFY2(object, qPrintable(component.errorString()));
+    QCOMPARE(object->metaObject()->className(), "QmlSortFilterRecords");
+    // The engine owns those that it makes itself.
+    QCOMPARE(QJSEngine::objectOwnership(object.get()), QJSEngine::JavaScriptOwnership);
+}
+
+void tst_RecorderPlugin::singletonsAreReachedInQml()
+{
+    QVERIFY(plugin());
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData("import QtQml\nimport RecordAndReplay 1.0\nQtObject { property string text: "
+                      "RecorderUtils.prettyPrintTime(90.5, RecorderTimeFormat.HH_MM_SS_ZZZ) }",
+        QUrl());
+    const std::unique_ptr<QObject> object(component.create());
+    QVERIFY2(object, qPrintable(component.errorString()));
+    QCOMPARE(object->property("text").toString(), "00:01:30.500");
+}
+
+QTEST_MAIN(tst_RecorderPlugin)
+#include "tst_recorderplugin.moc"
