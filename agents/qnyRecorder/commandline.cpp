@@ -135,7 +135,9 @@ CommandLine parseCommandLine(const QStringList& arguments)
         return refusal(why);
     }
     if (parser.isSet(options.help)) {
-        return printed(parser.helpText());
+        // Qt's first line names the program by a QCoreApplication, which this program has no use for.
+        const QString text = parser.helpText();
+        return printed(QStringLiteral("Usage: qnyRecorder [options]") + text.mid(text.indexOf(QLatin1Char('\n'))));
     }
     if (parser.isSet(options.version)) {
         return printed(QStringLiteral("qnyRecorder " RECORDER_VERSION "\n"));

@@ -5,7 +5,6 @@
 #include "stopsignals.h"
 #include "store/embedded/embeddedstore.h"
 
-#include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
 #include <QTemporaryFile>
@@ -64,7 +63,6 @@ int main(int argc, char* argv[])
     using namespace recorder;
     StopSignals stopSignals;
 
-    // Before Qt takes options of its own out of them.
     QStringList arguments;
     for (int i = 0; i < argc; ++i) {
         arguments.append(QString::fromLocal8Bit(argv[i]));
@@ -84,8 +82,6 @@ int main(int argc, char* argv[])
     if (!problem.isEmpty()) {
         return failed(problem);
     }
-    const QCoreApplication application(argc, argv);
-
     problem = prepareDirectory(settings.dataDirectory);
     if (!problem.isEmpty()) {
         return failed(problem);

@@ -97,6 +97,7 @@ private slots:
     {
         const CommandLine help = parseCommandLine({ "qnyRecorder", "--help" });
         QCOMPARE(help.outcome, CommandLine::Outcome::Print);
+        QVERIFY(help.text.startsWith("Usage: qnyRecorder [options]\n"));
         for (const char* option : { "--device", "--port", "--peers", "--data-directory", "--version",
                  "--replay_over_live", "--cassandra_password", "--timestamped_replay" }) {
             QVERIFY2(help.text.contains(QLatin1String(option)), option);
