@@ -212,6 +212,8 @@ Answer stopAt(TourContext& tour, double seconds)
         ReplayStretch& stretch = tour.replays.last().stretch;
         stretch.endedUs = nowUs() + underwayUs;
         stretch.toSeconds = position;
+        // The position of the last progress: it went on until the recorder had heard of the stop.
+        stretch.toToleranceSeconds = 0.3 * stretch.speed;
         return QStringLiteral("stopped at %1 s, back at the start").arg(position, 0, 'f', 3);
     });
 }

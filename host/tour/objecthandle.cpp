@@ -4,6 +4,7 @@
 #include <QtCore/QAbstractItemModel>
 #include <QtCore/QDebug>
 #include <QtCore/QMetaMethod>
+#include <QtCore/QMetaProperty>
 
 #include <array>
 
@@ -61,7 +62,18 @@ QList<ObjectHandle> ObjectHandle::items(const char* property) const
 
 bool ObjectHandle::set(const char* property, const QVariant& value) const
 {
-    return _object && _object->metaObject()->indexOfProperty(property) >= 0 && _object->setProperty(property, value);
+    const int index = _object ? _object->metaObject()->indexOfProperty(property) : -1;
+    if (index < 0) {
+        return false;
+    }
+    const QMetaProperty found = _object->metaObject()->property(index);
+    const bool isObject = found.metaType().flags().testFlag(QMetaType::PointerToQObject);
+    if (isObject && value.value<QObject*>() == nullptr) {
+        // A null of a base class does not convert: it must be a null of the property's own class.
+        QObject* none = nullptr;
+        return found.write(_object.data(), QVariant(found.metaType(), &none));
+    }
+    return found.write(_object.data(), value);
 }
 
 QString ObjectHandle::call(const char* method, const QVariantList& arguments) const

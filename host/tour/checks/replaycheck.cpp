@@ -95,9 +95,13 @@ public:
         ++_next;
     }
 
-    // Every event up to this time must have come.
-    void finish(qint64 untilUs)
+    // Every event up to this time must have come, none after the other time.
+    void finish(qint64 untilUs, qint64 noneAfterUs)
     {
+        if (_next > 0 && _expectation.events.at(_next - 1).timeUs > noneAfterUs) {
+            _check->wrong.append(
+                QStringLiteral("after the pause: %1").arg(_expectation.events.at(_next - 1).describe()));
+        }
         if (_next > 0 || untilUs > 0) {
             for (const TracedEvent& state : std::as_const(_openStates)) {
                 _check->missing.append(QStringLiteral("state %1").arg(state.describe()));
@@ -209,7 +213,7 @@ bool ReplayCheck::passed() const
 QString ReplayCheck::summary() const
 {
     QStringList parts { QStringLiteral(
-        "%1 values of the state, then %2 of %3 events; off by %4 ms (median), %5 ms (95 of "
+        "%1 values of the state, then %2 events (%3 were due); off by %4 ms (median), %5 ms (95 of "
         "100), %6 ms (most), the whole by %7 ms")
             .arg(states)
             .arg(observed - states)
@@ -249,11 +253,14 @@ ReplayCheck checkReplay(const RecordFile& record, const QList<Observation>& obse
             check.wrongAgents.append(observation.event.describe());
         }
     }
-    const double slack = bounds.positionSlackSeconds * std::max(1.0, stretch.speed);
-    const qint64 untilUs
-        = stretch.toSeconds ? std::llround((*stretch.toSeconds - slack) * 1e6) : std::numeric_limits<qint64>::max();
+    qint64 untilUs = std::numeric_limits<qint64>::max();
+    qint64 noneAfterUs = untilUs;
+    if (stretch.toSeconds) {
+        untilUs = std::llround((*stretch.toSeconds - stretch.toToleranceSeconds) * 1e6);
+        noneAfterUs = std::llround((*stretch.toSeconds + stretch.toToleranceSeconds) * 1e6);
+    }
     for (auto& [agent, replay] : replays) {
-        replay.finish(untilUs);
+        replay.finish(untilUs, noneAfterUs);
     }
     measureTiming(arrivals, stretch.speed, bounds, &check);
     return check;

@@ -16,6 +16,7 @@ struct ReplayStretch
 {
     double fromSeconds = 0.0; // the position at which it was played
     std::optional<double> toSeconds; // the position at which it was paused; unset: played to the end
+    double toToleranceSeconds = 0.1; // how well that position is known
     double speed = 1.0;
     QStringList agents; // that are replayed; empty: all of the record
     // Whether the position was moved to, loaded or stopped at, so that each output's value there comes first.
@@ -30,12 +31,12 @@ struct ReplayBounds
     double nearMs = 20.0; // within which nearFraction of all events arrive
     double nearFraction = 0.95;
     double wholeMs = 50.0; // by which first to last event may be longer or shorter than recorded
-    double positionSlackSeconds = 0.5; // at speed 1: how much the position of a pause tells of the last event published
 };
 
 struct ReplayCheck
 {
-    qsizetype expected = 0; // events of the record in the stretch, of the agents that are replayed
+    qsizetype expected
+        = 0; // events of the record in the stretch, of the agents that are replayed; at a pause the least
     qsizetype observed = 0; // events of stand-ins that arrived, the state at the beginning included
     qsizetype states = 0; // values of the state at the beginning
     QStringList wrongAgents;

@@ -128,6 +128,18 @@ private Q_SLOTS:
         QCOMPARE(checkReplay(record, observations, wholeStretch()).missing.size(), 5);
     }
 
+    void aPauseThatCameTooEarlyOrTooLateIsFound()
+    {
+        const RecordFile record = sampleRecord();
+        ReplayStretch stretch = wholeStretch();
+        stretch.toSeconds = 3.0;
+        const QList<Observation> observations = goodReplay(record, stretch);
+        stretch.toSeconds = 3.5;
+        QVERIFY(!checkReplay(record, observations, stretch).missing.isEmpty());
+        stretch.toSeconds = 2.5;
+        QVERIFY(!checkReplay(record, observations, stretch).wrong.isEmpty());
+    }
+
     void aDoubledEventIsFound()
     {
         const RecordFile record = sampleRecord();

@@ -15,7 +15,7 @@ class Valve : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(double position READ position WRITE setPosition NOTIFY positionChanged)
-    Q_PROPERTY(Valve* twin READ twin CONSTANT)
+    Q_PROPERTY(Valve* twin READ twin WRITE setTwin)
 
 public:
     double position() const { return _position; }
@@ -125,6 +125,10 @@ private Q_SLOTS:
         QCOMPARE(handle.child("twin").number("position"), 0.5);
         QVERIFY(handle.set("position", 0.75));
         QCOMPARE(handle.number("position"), 0.75);
+        QVERIFY(handle.set("twin", argument(ObjectHandle())));
+        QVERIFY(valve.twin() == nullptr);
+        QVERIFY(handle.set("twin", argument(ObjectHandle(&twin))));
+        QVERIFY(valve.twin() == &twin);
         QVERIFY(!handle.set("colour", "red"));
         QTest::ignoreMessage(QtWarningMsg, "The tour: Valve has no property \"colour\"");
         QVERIFY(!handle.value("colour").isValid());
