@@ -20,17 +20,18 @@ Item {
     signal deletionRequested
 
     function firstAgent(): RunningAgentInfo {
-        return root.instance.runningAgentInfos.count > 0 ? root.instance.runningAgentInfos.get(0) : null;
+        return root.instance.runningAgentInfos.count > 0 ? root.instance.runningAgentInfos.get(0) as RunningAgentInfo : null;
     }
 
     // The first launch line that can be started from here.
     function launchableLine(): EncounteredAgentInfo {
         const groups = root.instance.encounteredAgentsOnHosts;
         for (let row = 0; row < groups.count; ++row) {
-            const lines = groups.get(row).encounteredAgentInfos;
+            const lines = (groups.get(row) as EncounteredAgentsOnHost).encounteredAgentInfos;
             for (let line = 0; line < lines.count; ++line) {
-                if (lines.get(line).canBeLaunched) {
-                    return lines.get(line);
+                const info = lines.get(line) as EncounteredAgentInfo;
+                if (info.canBeLaunched) {
+                    return info;
                 }
             }
         }
@@ -41,7 +42,7 @@ Item {
         if (root.agent !== null) {
             return root.agent.isAttachedToCorvane ? qsTr("this machine") : root.agent.host.networkName;
         }
-        const group = root.instance.encounteredAgentsOnHosts.count > 0 ? root.instance.encounteredAgentsOnHosts.get(0) : null;
+        const group = root.instance.encounteredAgentsOnHosts.count > 0 ? root.instance.encounteredAgentsOnHosts.get(0) as EncounteredAgentsOnHost : null;
         if (group === null || group.host === null) {
             return "";
         }
