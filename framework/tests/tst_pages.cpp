@@ -170,6 +170,7 @@ void TestPages::everyEngineSeesTheSameSingletons()
             property string problem: SystemViewManager.problem
             property int modules: PluginManager.modules.count
             property int instances: SystemDocumentHandler.currentSystemDocument.currentSystemView.instances.count
+            property var first: SystemDocumentHandler.currentSystemDocument.currentSystemView.instances.get(0) as SystemViewClassInstance
             property var found: SystemDocumentHandler.currentSystemDocument.currentSystemView.getAgentByName("Recorder")
         })");
     for (int i = 0; i < 2; ++i) {
@@ -185,6 +186,7 @@ void TestPages::everyEngineSeesTheSameSingletons()
         QCOMPARE(object->property("modules").toInt(), 0);
         QCOMPARE(object->property("instances").toInt(), 1);
         QCOMPARE(object->property("found").value<QObject*>(), currentView()->getAgentByName("Recorder"));
+        QCOMPARE(object->property("first").value<QObject*>(), currentView()->getAgentByName("Recorder"));
         engine.collectGarbage();
     }
     QVERIFY(currentView()->getAgentByName("Recorder")); // no engine took it along
