@@ -73,7 +73,7 @@ public:
     void refreshListeners(const Uuid& agent, std::string_view output);
     void outputAppeared(Agent& agent, Output& output);
     void addMapping(const AgentPtr& agent, const MappingPtr& mapping);
-    void removeMapping(Agent& agent, const MappingPtr& mapping);
+    void removeMapping(Agent& agent, MappingPtr mapping);
     void refreshMapping(const MappingPtr& mapping);
     void refreshMappings(Agent& agent);
     bool isLive(const Mapping& mapping) const;

@@ -19,7 +19,8 @@ void Core::addMapping(const AgentPtr& agent, const MappingPtr& mapping)
     refreshMapping(mapping);
 }
 
-void Core::removeMapping(Agent& agent, const MappingPtr& mapping)
+// By value: callers pass elements of the very list that it is taken out of.
+void Core::removeMapping(Agent& agent, MappingPtr mapping)
 {
     std::erase(agent.mappings, mapping);
     const auto it = mappingsTo.find(mapping->toAgent);
