@@ -129,12 +129,10 @@ bool HostApplication::_loadPlugins(QString* error)
     auto* manager = PluginManager::instance();
     const int loaded = manager->loadPlugins(_d->options.pluginsDirectory);
     if (loaded == 0 && manager->modules().isEmpty()) {
-        const QString reason
-            = manager->errors().isEmpty() ? QString() : QLatin1Char(' ') + manager->errors().join(QLatin1Char(' '));
-        setError(error,
-            tr("No module plugin was loaded from %1.%2 Build or install the plugins, or name their folder with "
-               "--plugins.")
-                .arg(QDir::toNativeSeparators(_d->options.pluginsDirectory), reason));
+        const QString reason = manager->errors().isEmpty()
+            ? tr("The folder %1 holds none.").arg(QDir::toNativeSeparators(_d->options.pluginsDirectory))
+            : manager->errors().join(QLatin1Char(' '));
+        setError(error, tr("No module plugin was loaded. %1 Another folder can be named with --plugins.").arg(reason));
         return false;
     }
     for (const QString& problem : manager->errors()) {
@@ -343,8 +341,8 @@ QStringList HostApplication::notices() const
 
 void HostApplication::addNotice(const QString& notice)
 {
-    std::fprintf(stderr, "corvane: %s\n", qUtf8Printable(notice));
     if (!_d->notices.contains(notice)) {
+        std::fprintf(stderr, "corvane: %s\n", qUtf8Printable(notice));
         _d->notices.append(notice);
         Q_EMIT noticesChanged();
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commandline.h"
 #include "hostapplication.h"
+#include "startlog.h"
 
 #if CORVANE_HAS_TOUR
 #include "tour/tour.h"
@@ -55,6 +56,14 @@ void quitOnSignals(QApplication& application)
     sigaction(SIGTERM, &action, nullptr);
 }
 
+bool startHost(HostApplication& host, const HostOptions& options, QString* error)
+{
+    StartLog log;
+    const bool isStarted = host.start(options, error);
+    log.release(host.notices() + QStringList { *error });
+    return isStarted;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -97,7 +106,7 @@ int main(int argc, char** argv)
     if (commandLine.isTour) {
         TourOptions options;
         options.outputDirectory = commandLine.tourDirectory;
-        if (!prepareTour(options, &commandLine.host, &error) || !host.start(commandLine.host, &error)) {
+        if (!prepareTour(options, &commandLine.host, &error) || !startHost(host, commandLine.host, &error)) {
             return fail(error);
         }
         const int status = runTour(host, options);
@@ -105,7 +114,7 @@ int main(int argc, char** argv)
         return status;
     }
 #endif
-    if (!host.start(commandLine.host, &error)) {
+    if (!startHost(host, commandLine.host, &error)) {
         return fail(error);
     }
     if (!commandLine.screenshotPath.isEmpty()) {

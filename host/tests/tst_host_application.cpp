@@ -7,6 +7,7 @@
 #include <encounteredagentsonhost.h>
 #include <networkconfiguration.h>
 #include <pluginmanager.h>
+#include <runningagentinfo.h>
 #include <systemdocument.h>
 #include <systemdocumenthandler.h>
 #include <systemview.h>
@@ -21,6 +22,8 @@
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 #include <QtTest/QtTest>
+
+#include <csignal>
 
 namespace {
 
@@ -70,7 +73,8 @@ private Q_SLOTS:
 private:
     SystemViewClassInstance* instance(const QString& name) const;
     QQuickItem* row(const QString& name) const;
-    bool clickIn(QQuickItem* item, const QString& text);
+    QQuickItem* buttonIn(QQuickItem* item, const QString& text) const;
+    void click(QQuickItem* button);
 
     QTemporaryDir _folder;
     std::unique_ptr<TestPlugin> _plugin;
@@ -122,17 +126,18 @@ QQuickItem* tst_host_application::row(const QString& name) const
     });
 }
 
-bool tst_host_application::clickIn(QQuickItem* item, const QString& text)
+// One that can be pressed, or null.
+QQuickItem* tst_host_application::buttonIn(QQuickItem* item, const QString& text) const
 {
-    QQuickItem* button = findItem(item, [&text](QQuickItem* one) {
+    return findItem(item, [&text](QQuickItem* one) {
         return one->inherits("QQuickAbstractButton") && one->isEnabled() && one->property("text").toString() == text;
     });
-    if (!button) {
-        return false;
-    }
+}
+
+void tst_host_application::click(QQuickItem* button)
+{
     QTest::mouseClick(_host->window(), Qt::LeftButton, {},
         button->mapToScene(QPointF(button->width() / 2, button->height() / 2)).toPoint());
-    return true;
 }
 
 void tst_host_application::opensTheSampleDocumentMadeForThisMachine()
@@ -173,9 +178,12 @@ void tst_host_application::showsThePageOfTheModuleWithItsObject()
     QVERIFY(!_host->showModule(QStringLiteral("noSuchModule")));
 
     // The menu leads to the system and back.
-    QVERIFY(clickIn(_host->window()->contentItem(), QStringLiteral("System")));
+    QQuickItem* content = _host->window()->contentItem();
+    QVERIFY(buttonIn(content, QStringLiteral("System")));
+    click(buttonIn(content, QStringLiteral("System")));
     QTRY_VERIFY(!findText(_host->window()->contentItem(), QStringLiteral("Hello from the module")));
-    QVERIFY(clickIn(_host->window()->contentItem(), QStringLiteral("Test module")));
+    QVERIFY(buttonIn(content, QStringLiteral("Test module")));
+    click(buttonIn(content, QStringLiteral("Test module")));
     QTRY_VERIFY(findText(_host->window()->contentItem(), QStringLiteral("Hello from the module")));
 }
 
@@ -213,18 +221,26 @@ void tst_host_application::startsAndStopsAnAgentFromItsRow()
     QVERIFY(_host->showModule(QString()));
     SystemViewClassInstance* valve = instance(QStringLiteral("Valve"));
     QVERIFY(!valve->isRunning());
+    // Started as a process of its own: a failure below must not leave it behind.
+    const auto end = qScopeGuard([valve] {
+        for (RunningAgentInfo* agent : valve->runningAgentInfos()) {
+            ::kill(static_cast<pid_t>(agent->processId()), SIGTERM);
+        }
+    });
     // The sample agents stand where the build put them, not beside this test.
     EncounteredAgentsOnHost* group = valve->encounteredAgentsOnHostAttachedToCorvane();
     group->encounteredAgentInfos().first()->setcommandLine(
         QStringLiteral("\"%1/agents/samples/qnySampleValve\" --name Valve").arg(QStringLiteral(BUILD_DIRECTORY)));
 
-    QTRY_VERIFY(clickIn(row(QStringLiteral("Valve")), QStringLiteral("Connect")));
+    QTRY_VERIFY(buttonIn(row(QStringLiteral("Valve")), QStringLiteral("Connect")));
+    click(buttonIn(row(QStringLiteral("Valve")), QStringLiteral("Connect")));
     QVERIFY(findText(row(QStringLiteral("Valve")), QStringLiteral("Starting")));
     QTRY_VERIFY_WITH_TIMEOUT(valve->isRunning(), 10000);
     QTRY_VERIFY(findText(row(QStringLiteral("Valve")), QStringLiteral("Running")));
     QVERIFY(findText(row(QStringLiteral("Valve")), QStringLiteral("this machine")));
 
-    QTRY_VERIFY(clickIn(row(QStringLiteral("Valve")), QStringLiteral("Disconnect")));
+    QTRY_VERIFY(buttonIn(row(QStringLiteral("Valve")), QStringLiteral("Disconnect")));
+    click(buttonIn(row(QStringLiteral("Valve")), QStringLiteral("Disconnect")));
     QTRY_VERIFY_WITH_TIMEOUT(!valve->isRunning(), 10000);
     QTRY_VERIFY(findText(row(QStringLiteral("Valve")), QStringLiteral("Off")));
 }
