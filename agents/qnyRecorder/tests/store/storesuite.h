@@ -80,6 +80,7 @@ private slots:
     void manyOutputsAreKeptApart();
 
     // ---- export and import (storesuite_exchange.cpp)
+    void anExportIsTheDocumentedFile();
     void exportAndImportGiveTheSame_data();
     void exportAndImportGiveTheSame();
     void everyChunkOfAnExportIsWholeRowsWithinBounds();

@@ -229,11 +229,11 @@ void StoreSuite::eventsAreStoredWithinTheAge()
     std::unique_ptr<RecordWriter> writer;
     RR_DONE(store->create(facts, writer));
     RR_DONE(writer->append(Event(1'000, "a", "o", ValueView::impulse()).view()));
-    QDeadlineTimer deadline(1'000);
+    QDeadlineTimer deadline(3'000); // the age is a quarter of a second; the rest is for a machine that is busy
     std::vector<RecordSummary> list;
     std::int64_t elapsedUs = 2'000;
     do {
-        QVERIFY2(!deadline.hasExpired(), "an event was not stored within a second");
+        QVERIFY2(!deadline.hasExpired(), "an event was not stored by its age");
         RR_DONE(writer->tick(elapsedUs += 20'000));
         QThread::msleep(20);
         RR_DONE(other->records({}, list));

@@ -67,6 +67,15 @@ RecordFacts recordWithEverything(Store& store, const std::vector<Event>& events,
 
 } // namespace
 
+void StoreSuite::anExportIsTheDocumentedFile()
+{
+    const auto store = openStore();
+    StoreResult result;
+    const RecordFacts facts = recordWithEverything(*store, randomEvents(14, 25), result);
+    RR_DONE(result);
+    QVERIFY(matchesGolden(QStringLiteral("export-v1.csv"), QByteArray::fromStdString(exportAll(*store, facts.uuid))));
+}
+
 void StoreSuite::exportAndImportGiveTheSame_data()
 {
     QTest::addColumn<int>("count");
