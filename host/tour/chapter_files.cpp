@@ -46,15 +46,19 @@ Answer checkAgainstJournals(TourContext& tour)
     return { check.passed(), check.summary() };
 }
 
-Answer checkReplayAgainstRecord(TourContext& tour, qsizetype index)
+Answer checkReplayAgainstRecord(TourContext& tour, const QString& name)
 {
-    const TourContext::Replay& replay = tour.replays.at(index);
+    const auto replay = std::find_if(tour.replays.cbegin(), tour.replays.cend(),
+        [&](const TourContext::Replay& played) { return played.name == name; });
+    if (replay == tour.replays.cend()) {
+        return Answer::no(QStringLiteral("it was not played"));
+    }
     QList<Observation> observations;
     QString error;
     if (!tour.observer.read(&observations, &error)) {
         return Answer::no(error);
     }
-    const ReplayCheck check = checkReplay(tour.recordFile, observations, replay.stretch);
+    const ReplayCheck check = checkReplay(tour.recordFile, observations, replay->stretch);
     return { check.passed(), check.summary() };
 }
 
@@ -174,11 +178,12 @@ void filesChapter(TourContext& tour)
         [&] { return download(tour, tour.record, tour.path(QStringLiteral("record.csv"))); });
     steps.run("record checked", { "downloaded", "stopped plant", "resumed" },
         "compare the record with what the agents say they published", [&] { return checkAgainstJournals(tour); });
-    const qsizetype recordReplays = tour.replays.size();
-    for (qsizetype index = 0; index < recordReplays; ++index) {
-        steps.run(QStringLiteral("replay checked %1").arg(index), { "downloaded", "observer" },
-            QStringLiteral("compare what was observed with the record: %1").arg(tour.replays.at(index).name),
-            [&] { return checkReplayAgainstRecord(tour, index); });
+    const QList<std::pair<QString, QString>> replays { { "replay paused", replayNames::firstSeconds },
+        { "ended", replayNames::fromTheMiddle }, { "stopped", replayNames::twoAgents } };
+    for (const auto& [lastStep, name] : replays) {
+        steps.run(QStringLiteral("checked ") + name, { "downloaded", "observer", lastStep },
+            QStringLiteral("compare what was observed with the record: ") + name,
+            [&tour, &name] { return checkReplayAgainstRecord(tour, name); });
     }
     steps.run("imported", { "downloaded" }, "import that file", [&] {
         const QString copy = tour.path(QStringLiteral("Imported run.csv"));
@@ -194,14 +199,13 @@ void filesChapter(TourContext& tour)
     steps.run(
         "file loaded", { "downloaded", "observer" }, "load the CSV file for a replay", [&] { return loadFile(tour); });
     tour.screenshot(QStringLiteral("csv-file"), 2);
-    const qsizetype fileReplay = tour.replays.size();
-    steps.run(
-        "file played", { "file loaded" }, "play the file", [&] { return beginPlaying(tour, {}, "the CSV file"); });
+    steps.run("file played", { "file loaded" }, "play the file",
+        [&] { return beginPlaying(tour, {}, replayNames::csvFile); });
     steps.run("file ended", { "file played" }, "play it to the end", [&] { return playToEnd(tour); });
     steps.run("file unloaded", { "file loaded" }, "unload the file", [&] { return unload(tour); });
-    steps.run("file checked", { "file ended" }, "compare what was observed with the file",
-        [&] { return checkReplayAgainstRecord(tour, fileReplay); });
-    steps.run("silence", { "unloaded", "file unloaded" }, "between the replays nothing was published",
+    steps.run("file checked", { "file ended", "observer" }, "compare what was observed with the file",
+        [&] { return checkReplayAgainstRecord(tour, replayNames::csvFile); });
+    steps.run("silence", { "observer", "unloaded", "file unloaded" }, "between the replays nothing was published",
         [&] { return checkSilence(tour); });
     steps.run("deleted", { "imported" }, "delete the import", [&] { return deleteImport(tour); });
     tour.observer.stop();

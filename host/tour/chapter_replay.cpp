@@ -118,21 +118,25 @@ Answer awaitLoaded(TourContext& tour)
 
 Answer awaitStandIns(TourContext& tour)
 {
+    const qsizetype loadedAgents = tour.instance.child("currentRecord").items("agentsFilters").size();
+    if (!tour.observer.isRunning()) {
+        return Answer::yes(QStringLiteral("%1 agents loaded; nobody observes them").arg(loadedAgents));
+    }
     // The observer must be heard by each stand-in before the replay begins, as any agent of the plant would be.
-    const qsizetype agents = tour.instance.child("currentRecord").items("agentsFilters").size();
     int live = 0;
     const auto areLive = [&] {
         const int now = tour.observer.liveMappings();
-        const bool isSteady = now == live && now >= agents && agents > 0;
+        const bool isSteady = now == live && now >= loadedAgents && loadedAgents > 0;
         live = now;
         return isSteady;
     };
     if (!waitUntil([&] { return holds(areLive, 400); }, 8000)) {
         return Answer::no(QStringLiteral("%1 agents loaded, but only %2 outputs of stand-ins reach the observer")
-                .arg(agents)
+                .arg(loadedAgents)
                 .arg(live));
     }
-    return Answer::yes(QStringLiteral("%1 agents stand in, %2 of their outputs are observed").arg(agents).arg(live));
+    return Answer::yes(
+        QStringLiteral("%1 agents stand in, %2 of their outputs are observed").arg(loadedAgents).arg(live));
 }
 
 Answer beginPlaying(TourContext& tour, ReplayStretch stretch, const QString& name)
@@ -226,7 +230,7 @@ Answer unload(TourContext& tour)
     }
     const auto isGone = [&] {
         return tour.instance.child("currentRecord").isNull() && !record.isTrue("isLoaded")
-            && tour.observer.liveMappings() == 0;
+            && (!tour.observer.isRunning() || tour.observer.liveMappings() == 0);
     };
     return await(QStringLiteral("the stand-ins to leave"), isGone, 6000,
         [] { return QStringLiteral("no record is loaded, the stand-ins have left"); });
@@ -237,14 +241,14 @@ void replayChapter(TourContext& tour)
     Steps& steps = tour.steps;
     steps.run("observer", { "stopped plant" }, "start an agent that watches the replays",
         [&] { return startObserver(tour); });
-    steps.run("loaded", { "record", "observer" }, "load the record", [&] { return loadRecord(tour); });
-    steps.run("played", { "loaded" }, "play it", [&] { return beginPlaying(tour, {}, "the first seconds at 1x"); });
+    steps.run("loaded", { "record", "stopped plant" }, "load the record", [&] { return loadRecord(tour); });
+    steps.run("played", { "loaded" }, "play it", [&] { return beginPlaying(tour, {}, replayNames::firstSeconds); });
     steps.run("replay paused", { "played" }, "pause it after 2 s", [&] { return pauseAt(tour, 2.0); });
     steps.run("moved", { "replay paused" }, "move to the middle", [&] { return moveToMiddle(tour); });
     tour.screenshot(QStringLiteral("replay"), 1);
     steps.run("fast", { "loaded" }, "change the speed to 4", [&] { return setSpeed(tour, 4.0); });
     steps.run("played fast", { "moved", "fast" }, "play from there",
-        [&] { return beginPlaying(tour, {}, "from the middle at 4x"); });
+        [&] { return beginPlaying(tour, {}, replayNames::fromTheMiddle); });
     steps.run(
         "ended", { "played fast" }, "play to the end, and see it back at the start", [&] { return playToEnd(tour); });
     steps.run("filtered", { "loaded" }, "replay two agents only", [&] { return filterAgents(tour); });
@@ -253,7 +257,7 @@ void replayChapter(TourContext& tour)
     steps.run("played two", { "filtered", "slow" }, "play again", [&] {
         ReplayStretch stretch;
         stretch.agents = filteredAgents;
-        return beginPlaying(tour, stretch, "two agents at 2x");
+        return beginPlaying(tour, stretch, replayNames::twoAgents);
     });
     steps.run("stopped", { "played two" }, "stop it in the middle",
         [&] { return stopAt(tour, tour.record.number("durationInSeconds") / 2); });

@@ -6,6 +6,14 @@
 
 namespace tour {
 
+// By which the checks find what was played.
+namespace replayNames {
+inline const QString firstSeconds = QStringLiteral("the first seconds at 1x");
+inline const QString fromTheMiddle = QStringLiteral("from the middle at 4x");
+inline const QString twoAgents = QStringLiteral("two agents at 2x");
+inline const QString csvFile = QStringLiteral("the CSV file");
+} // namespace replayNames
+
 // The steps that the replays of a record and of a file share. All act on the instance's current record.
 Answer awaitLoaded(TourContext& tour);
 // Until the observer's mappings are fed by the stand-ins that the loaded record brought.
