@@ -53,7 +53,7 @@ Item {
             text: qsTr("Add")
             primary: true
             available: root.view !== null
-            onClicked: classMenu.popup(addButton, 0, addButton.height + 4)
+            onClicked: classMenu.popup(addButton, addButton.width - classMenu.width, addButton.height + 4)
 
             ClassMenu {
                 id: classMenu

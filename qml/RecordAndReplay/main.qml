@@ -298,6 +298,7 @@ Rectangle {
     component RecordRow: Rectangle {
         id: recordRow
 
+        // Null for the moment between a record's end and its row's.
         required property RecorderRecord record
 
         height: Theme.rowHeight
@@ -317,7 +318,7 @@ Rectangle {
 
             Text {
                 Layout.fillWidth: true
-                text: recordRow.record.name
+                text: recordRow.record?.name ?? ""
                 color: Theme.text
                 font.pixelSize: Theme.textSize
                 font.weight: Font.Medium
@@ -326,13 +327,13 @@ Rectangle {
             }
             Text {
                 Layout.preferredWidth: 180
-                text: Qt.formatDateTime(recordRow.record.startDateTime, "d MMM yyyy, hh:mm")
+                text: Qt.formatDateTime(recordRow.record?.startDateTime ?? new Date(NaN), "d MMM yyyy, hh:mm")
                 color: Theme.mutedText
                 font.pixelSize: Theme.textSize
             }
             Text {
                 Layout.preferredWidth: 100
-                text: RecorderUtils.prettyPrintTime(recordRow.record.durationInSeconds, RecorderTimeFormat.HH_MM_SS_ZZZ)
+                text: RecorderUtils.prettyPrintTime(recordRow.record?.durationInSeconds ?? 0, RecorderTimeFormat.HH_MM_SS_ZZZ)
                 color: Theme.text
                 font.pixelSize: Theme.textSize
                 font.features: ({
