@@ -155,7 +155,7 @@ void tst_RecorderReplies::anUnparsableDateGivesAnInvalidDate()
     QSignalSpy loads(&fixture.module(), &RecorderModule::recordLoaded);
     ScriptedRecorder recorder(instance);
     recorder.reply("context", { "", "yesterday", 0.0, 0.0, 1.0, false, "", "", "" });
-    recorder.reply("loaded", { "/tmp/file.csv", "yesterday", 3.0, "[]" });
+    recorder.reply("loaded", { "/records/file.csv", "yesterday", 3.0, "[]" });
     QCOMPARE(contexts.count(), 1);
     QVERIFY(!contexts.first().at(2).toDateTime().isValid());
     QCOMPARE(loads.count(), 1);
