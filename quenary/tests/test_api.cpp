@@ -141,7 +141,7 @@ TEST(Api, NullTextsAreErrorsAndNeverCrash)
     qny_options_init(nullptr);
     qny_statistics(nullptr);
     qny_free(nullptr);
-    qny_devices(nullptr);
+    qny_free(qny_devices(nullptr));
 }
 
 TEST(Api, TextsOfResultsAndTypesAreFixed)
