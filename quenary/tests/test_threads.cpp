@@ -14,7 +14,7 @@ using namespace test;
 #if defined(__SANITIZE_ADDRESS__)
 // What the parent's threads held is out of reach in a forked child, which is no leak of it.
 static bool isForkedChild = false;
-extern "C" int __lsan_is_turned_off();
+extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off();
 extern "C" int __lsan_is_turned_off()
 {
     return isForkedChild;
