@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../hostapplication.h"
-#include "../sampleplant.h"
 #include "tourcontext.h"
 
 #include <QtCore/QFileInfo>
@@ -8,39 +7,6 @@
 namespace tour {
 
 namespace {
-
-const QString keptFilters = QStringLiteral("-Operator/note");
-
-qint64 journalBytes(const TourContext& tour)
-{
-    qint64 bytes = 0;
-    const QStringList agents = SamplePlant::agentNames();
-    for (const QString& agent : agents) {
-        bytes += QFileInfo(SamplePlant::journalFile(tour.host.options().plantJournalDirectory, agent)).size();
-    }
-    return bytes;
-}
-
-Answer startPlantAgain(TourContext& tour)
-{
-    const qint64 before = journalBytes(tour);
-    if (!tour.host.startPlant()) {
-        return Answer::no(tour.host.notices().value(0, QStringLiteral("the host could not start it")));
-    }
-    return await(
-        QStringLiteral("its agents to publish"), [&] { return journalBytes(tour) > before; }, 10'000,
-        [] { return QStringLiteral("the agents publish again"); });
-}
-
-Answer keepFilters(TourContext& tour)
-{
-    if (const QString fault = tour.instance.call("updateRecordFilters", { keptFilters }); !fault.isEmpty()) {
-        return Answer::no(fault);
-    }
-    return await(
-        QStringLiteral("the filters"), [&] { return tour.instance.text("recordFilters") == keptFilters; }, 5000,
-        [] { return QStringLiteral("in force: \"%1\"").arg(keptFilters); });
-}
 
 Answer disconnectRecorder(TourContext& tour)
 {
@@ -130,7 +96,7 @@ Answer reopen(TourContext& tour, const QString& file)
     if (tour.instance.text("cassandraEndpoint") != endpoint) {
         wrong.append(QStringLiteral("database %1").arg(tour.instance.text("cassandraEndpoint")));
     }
-    if (tour.instance.text("recordFilters") != keptFilters) {
+    if (tour.instance.text("recordFilters") != filteredRecordingFilters) {
         wrong.append(QStringLiteral("filters \"%1\"").arg(tour.instance.text("recordFilters")));
     }
     if (!wrong.isEmpty()) {
@@ -138,7 +104,7 @@ Answer reopen(TourContext& tour, const QString& file)
     }
     tour.module.set("currentRecorder", argument(tour.instance));
     return Answer::yes(QStringLiteral("\"%1\" is back: verbose, timestamped, database %2, filters \"%3\"")
-            .arg(name, endpoint, tour.instance.text("recordFilters")));
+            .arg(name, endpoint, QStringLiteral("-Valve, -Operator/note")));
 }
 
 Answer connectAgain(TourContext& tour, const QString& recordName)
@@ -164,10 +130,6 @@ void documentChapter(TourContext& tour)
     ObjectHandle second;
     const QString file = tour.path(QStringLiteral("tour.corvane.json"));
     const QString recordName = tour.record.text("name");
-    steps.run(
-        "plant again", { "stopped plant" }, "start the sample plant again", [&] { return startPlantAgain(tour); });
-    steps.run(
-        "kept filters", { "on" }, "set filters that are to be kept in the document", [&] { return keepFilters(tour); });
     steps.run("off", { "on" }, "disconnect the recorder", [&] { return disconnectRecorder(tour); });
     steps.run("second", { "module" }, "create a second recorder", [&] { return createSecondRecorder(tour, &second); });
     steps.run("second deleted", { "second" }, "delete it", [&] { return deleteSecondRecorder(tour, second); });
@@ -185,7 +147,6 @@ void documentChapter(TourContext& tour)
     steps.run("on again", { "reopened", "renamed" }, "connect the recorder of the reopened document",
         [&] { return connectAgain(tour, recordName); });
     steps.run("off again", { "on again" }, "disconnect it", [&] { return disconnectRecorder(tour); });
-    tour.host.stopPlant();
 }
 
 } // namespace tour

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "filedialoganswer.h"
+#include "recordingsteps.h"
 #include "replaysteps.h"
 
 #include <QtCore/QFile>
@@ -8,33 +9,6 @@
 namespace tour {
 
 namespace {
-
-Answer download(TourContext& tour, const ObjectHandle& record, const QString& file)
-{
-    QFile::remove(file); // of an earlier tour: else the dialog would ask whether to overwrite it
-    const FileDialogAnswer dialog(file);
-    if (const QString fault = tour.instance.call("downloadRecord", { argument(record) }); !fault.isEmpty()) {
-        return Answer::no(fault);
-    }
-    if (!dialog.isAnswered()) {
-        return Answer::no(QStringLiteral("no file dialog appeared"));
-    }
-    const auto isDone = [&] { return !tour.instance.isTrue("isDownloadingRecord"); };
-    if (!waitUntil(isDone, 20'000)) {
-        return Answer::no(QStringLiteral("waited 20 s in vain for the last chunk, at %1 %")
-                .arg(tour.instance.text("exportingProgress")));
-    }
-    RecordFile downloaded;
-    QString error;
-    if (!downloaded.readFile(file, &error)) {
-        return Answer::no(error);
-    }
-    return Answer::yes(QStringLiteral("dialog \"%1\"; %2 bytes, %3 events of %4 agents")
-            .arg(dialog.title())
-            .arg(QFileInfo(file).size())
-            .arg(downloaded.events().size())
-            .arg(downloaded.agents().size()));
-}
 
 Answer checkAgainstJournals(TourContext& tour)
 {
@@ -171,6 +145,33 @@ Answer deleteImport(TourContext& tour)
 
 } // namespace
 
+Answer download(TourContext& tour, const ObjectHandle& record, const QString& file)
+{
+    QFile::remove(file); // of an earlier tour: else the dialog would ask whether to overwrite it
+    const FileDialogAnswer dialog(file);
+    if (const QString fault = tour.instance.call("downloadRecord", { argument(record) }); !fault.isEmpty()) {
+        return Answer::no(fault);
+    }
+    if (!dialog.isAnswered()) {
+        return Answer::no(QStringLiteral("no file dialog appeared"));
+    }
+    const auto isDone = [&] { return !tour.instance.isTrue("isDownloadingRecord"); };
+    if (!waitUntil(isDone, 20'000)) {
+        return Answer::no(QStringLiteral("waited 20 s in vain for the last chunk, at %1 %")
+                .arg(tour.instance.text("exportingProgress")));
+    }
+    RecordFile downloaded;
+    QString error;
+    if (!downloaded.readFile(file, &error)) {
+        return Answer::no(error);
+    }
+    return Answer::yes(QStringLiteral("dialog \"%1\"; %2 bytes, %3 events of %4 agents")
+            .arg(dialog.title())
+            .arg(QFileInfo(file).size())
+            .arg(downloaded.events().size())
+            .arg(downloaded.agents().size()));
+}
+
 void filesChapter(TourContext& tour)
 {
     Steps& steps = tour.steps;
@@ -196,8 +197,8 @@ void filesChapter(TourContext& tour)
     steps.run("downloaded import", { "imported" }, "download the import",
         [&] { return download(tour, tour.imported, tour.path(QStringLiteral("imported-again.csv"))); });
     steps.run("same", { "downloaded import" }, "compare both files", [&] { return compareFiles(tour); });
-    steps.run(
-        "file loaded", { "downloaded", "observer" }, "load the CSV file for a replay", [&] { return loadFile(tour); });
+    steps.run("file loaded", { "downloaded", "stopped plant" }, "load the CSV file for a replay",
+        [&] { return loadFile(tour); });
     tour.screenshot(QStringLiteral("csv-file"), 2);
     steps.run("file played", { "file loaded" }, "play the file",
         [&] { return beginPlaying(tour, {}, replayNames::csvFile); });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../hostapplication.h"
 #include "../sampleplant.h"
-#include "tourcontext.h"
+#include "recordingsteps.h"
 
 #include <cmath>
 
@@ -13,35 +13,6 @@ constexpr double firstRunSeconds = 4.0;
 constexpr double secondRunSeconds = 3.0;
 constexpr int pauseMs = 1500;
 const QString recordName = QStringLiteral("Morning run");
-
-double recordedSeconds(const TourContext& tour)
-{
-    return tour.instance.number("recordingProgressInSeconds");
-}
-
-Answer startRecording(TourContext& tour)
-{
-    tour.window.start.askedUs = nowUs();
-    if (const QString fault = tour.instance.call("startRecording"); !fault.isEmpty()) {
-        return Answer::no(fault);
-    }
-    return await(
-        QStringLiteral("the recorder to say that it records"), [&] { return tour.instance.isTrue("isRecording"); },
-        5000,
-        [&] {
-            tour.window.start.seenUs = nowUs();
-            return QStringLiteral("recording");
-        });
-}
-
-Answer recordUntil(TourContext& tour, double seconds)
-{
-    const int boundMs = static_cast<int>(seconds * 1000) + 5000;
-    return await(
-        QStringLiteral("%1 s of recording").arg(seconds, 0, 'f', 1),
-        [&] { return recordedSeconds(tour) >= seconds && tour.instance.isTrue("isRecording"); }, boundMs,
-        [&] { return QStringLiteral("%1 s recorded").arg(recordedSeconds(tour), 0, 'f', 2); });
-}
 
 Answer pauseRecording(TourContext& tour)
 {
@@ -86,41 +57,6 @@ Answer resumeRecording(TourContext& tour)
     });
 }
 
-Answer stopRecording(TourContext& tour)
-{
-    const QList<ObjectHandle> before = tour.instance.items("records");
-    const double progress = recordedSeconds(tour);
-    const SignalCounter answers(tour.module, SIGNAL(recordingStoppedReceived(QString)));
-    tour.window.stop.askedUs = nowUs();
-    if (const QString fault = tour.instance.call("stopRecording"); !fault.isEmpty()) {
-        return Answer::no(fault);
-    }
-    if (!waitUntil([&] { return answers.count() > 0; }, 5000)) {
-        return Answer::no(QStringLiteral("waited 5 s in vain for the recorder to say that it stopped"));
-    }
-    tour.window.stop.seenUs = nowUs();
-    const auto isListed = [&] {
-        const QList<ObjectHandle> records = tour.instance.items("records");
-        for (const ObjectHandle& record : records) {
-            if (!before.contains(record) && record.value("endDateTime").toDateTime().isValid()) {
-                tour.record = record;
-            }
-        }
-        return !tour.record.isNull();
-    };
-    const Answer listed
-        = await(QStringLiteral("a new record with an end in the list"), isListed, 5000, [] { return QString(); });
-    if (!listed.passed) {
-        return listed;
-    }
-    const double duration = tour.record.number("durationInSeconds");
-    const QString text = QStringLiteral("record \"%1\" of %2 s; the progress was %3 s")
-                             .arg(tour.record.text("name"))
-                             .arg(duration, 0, 'f', 3)
-                             .arg(progress, 0, 'f', 3);
-    return std::abs(duration - progress) < 0.6 ? Answer::yes(text) : Answer::no(text);
-}
-
 Answer renameRecord(TourContext& tour)
 {
     if (const QString fault = tour.instance.call("updateRecordName", { argument(tour.record), recordName });
@@ -136,7 +72,73 @@ Answer renameRecord(TourContext& tour)
                               : Answer::no(QStringLiteral("the recorder still lists \"%1\"").arg(name));
 }
 
-Answer stopPlant(TourContext& tour)
+} // namespace
+
+double recordedSeconds(const TourContext& tour)
+{
+    return tour.instance.number("recordingProgressInSeconds");
+}
+
+Answer startRecording(TourContext& tour, RecordingWindow* window)
+{
+    window->start.askedUs = nowUs();
+    if (const QString fault = tour.instance.call("startRecording"); !fault.isEmpty()) {
+        return Answer::no(fault);
+    }
+    return await(
+        QStringLiteral("the recorder to say that it records"), [&] { return tour.instance.isTrue("isRecording"); },
+        5000,
+        [&] {
+            window->start.seenUs = nowUs();
+            return QStringLiteral("recording");
+        });
+}
+
+Answer recordUntil(TourContext& tour, double seconds)
+{
+    const int boundMs = static_cast<int>(seconds * 1000) + 5000;
+    return await(
+        QStringLiteral("%1 s of recording").arg(seconds, 0, 'f', 1),
+        [&] { return recordedSeconds(tour) >= seconds && tour.instance.isTrue("isRecording"); }, boundMs,
+        [&] { return QStringLiteral("%1 s recorded").arg(recordedSeconds(tour), 0, 'f', 2); });
+}
+
+Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* made)
+{
+    const QList<ObjectHandle> before = tour.instance.items("records");
+    const double progress = recordedSeconds(tour);
+    const SignalCounter answers(tour.module, SIGNAL(recordingStoppedReceived(QString)));
+    window->stop.askedUs = nowUs();
+    if (const QString fault = tour.instance.call("stopRecording"); !fault.isEmpty()) {
+        return Answer::no(fault);
+    }
+    if (!waitUntil([&] { return answers.count() > 0; }, 5000)) {
+        return Answer::no(QStringLiteral("waited 5 s in vain for the recorder to say that it stopped"));
+    }
+    window->stop.seenUs = nowUs();
+    const auto isListed = [&] {
+        const QList<ObjectHandle> records = tour.instance.items("records");
+        for (const ObjectHandle& record : records) {
+            if (!before.contains(record) && record.value("endDateTime").toDateTime().isValid()) {
+                *made = record;
+            }
+        }
+        return !made->isNull();
+    };
+    const Answer listed
+        = await(QStringLiteral("a new record with an end in the list"), isListed, 5000, [] { return QString(); });
+    if (!listed.passed) {
+        return listed;
+    }
+    const double duration = made->number("durationInSeconds");
+    const QString text = QStringLiteral("record \"%1\" of %2 s; the progress was %3 s")
+                             .arg(made->text("name"))
+                             .arg(duration, 0, 'f', 3)
+                             .arg(progress, 0, 'f', 3);
+    return std::abs(duration - progress) < 0.6 ? Answer::yes(text) : Answer::no(text);
+}
+
+Answer stopPlant(TourContext& tour, Journal* journal)
 {
     tour.host.stopPlant();
     if (tour.host.isPlantRunning()) {
@@ -145,20 +147,19 @@ Answer stopPlant(TourContext& tour)
     const QStringList agents = SamplePlant::agentNames();
     for (const QString& agent : agents) {
         QString error;
-        if (!tour.journal.addFile(SamplePlant::journalFile(tour.host.options().plantJournalDirectory, agent), &error)) {
+        if (!journal->addFile(SamplePlant::journalFile(tour.host.options().plantJournalDirectory, agent), &error)) {
             return Answer::no(error);
         }
     }
     return Answer::yes(
-        QStringLiteral("%1 publications in the journals of %2 agents").arg(tour.journal.size()).arg(agents.size()));
+        QStringLiteral("%1 publications in the journals of %2 agents").arg(journal->size()).arg(agents.size()));
 }
-
-} // namespace
 
 void recordingChapter(TourContext& tour)
 {
     Steps& steps = tour.steps;
-    steps.run("recording", { "cleared", "plant" }, "start recording", [&] { return startRecording(tour); });
+    steps.run(
+        "recording", { "cleared", "plant" }, "start recording", [&] { return startRecording(tour, &tour.window); });
     steps.run("first run", { "recording" }, QStringLiteral("record for %1 s").arg(firstRunSeconds),
         [&] { return recordUntil(tour, firstRunSeconds); });
     tour.screenshot(QStringLiteral("recording"), 1);
@@ -168,11 +169,12 @@ void recordingChapter(TourContext& tour)
     steps.run("resumed", { "paused" }, "resume the recording", [&] { return resumeRecording(tour); });
     steps.run("second run", { "resumed" }, QStringLiteral("record for %1 s more").arg(secondRunSeconds),
         [&] { return recordUntil(tour, recordedSeconds(tour) + secondRunSeconds); });
-    steps.run("record", { "recording" }, "stop recording, and see the new record", [&] { return stopRecording(tour); });
+    steps.run("record", { "recording" }, "stop recording, and see the new record",
+        [&] { return stopRecording(tour, &tour.window, &tour.record); });
     steps.run("renamed", { "record" }, QStringLiteral("rename the record to \"%1\"").arg(recordName),
         [&] { return renameRecord(tour); });
     tour.screenshot(QStringLiteral("records"), 1);
-    steps.run("stopped plant", { "plant" }, "stop the sample plant", [&] { return stopPlant(tour); });
+    steps.run("stopped plant", { "plant" }, "stop the sample plant", [&] { return stopPlant(tour, &tour.journal); });
 }
 
 } // namespace tour

@@ -58,6 +58,7 @@ int runTour(HostApplication& host, const TourOptions& options)
     tour::recordingChapter(context);
     tour::replayChapter(context);
     tour::filesChapter(context);
+    tour::filteredChapter(context);
     tour::documentChapter(context);
     context.steps.run("screenshots", {}, "keep pictures of the pages", [&] {
         const bool areGood = context.screenshotFaults.isEmpty() && !context.screenshots.isEmpty();

@@ -66,11 +66,11 @@ void TourContext::screenshot(const QString& name, int tab)
     if (tab >= 0) {
         QQuickItem* tabBar = nullptr;
         waitUntil([&] { return (tabBar = findTabBar(host.window()->contentItem())) != nullptr; }, 2000);
-        if (tabBar == nullptr) {
+        if (tabBar != nullptr) {
+            tabBar->setProperty("currentIndex", tab);
+        } else {
             screenshotFaults.append(QStringLiteral("%1: the page shows no tabs").arg(name));
-            return;
         }
-        tabBar->setProperty("currentIndex", tab);
     }
     if (!host.screenshot(file, &error)) {
         screenshotFaults.append(QStringLiteral("%1: %2").arg(name, error));

@@ -59,7 +59,11 @@ void prepareChapter(TourContext& tour); // module, plant, recorder, connection, 
 void recordingChapter(TourContext& tour); // start, pause, resume, stop, rename
 void replayChapter(TourContext& tour); // load, play, move, speed, filter, unload
 void filesChapter(TourContext& tour); // download, checks, import, CSV file, delete
-void documentChapter(TourContext& tour); // plant, disconnection, second recorder, document
+void filteredChapter(TourContext& tour); // the plant again, a recording with filters
+void documentChapter(TourContext& tour); // disconnection, second recorder, document
+
+// In force from the filtered chapter on, and to be kept in the document.
+inline const QString filteredRecordingFilters = QStringLiteral("-Valve\n-Operator/note");
 
 } // namespace tour
 

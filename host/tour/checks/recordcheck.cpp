@@ -298,7 +298,11 @@ private:
         }
         QHash<QString, TracedEvent> before; // the last publication of each output before the record's first event
         for (qsizetype index = 0; index < _firstRecorded; ++index) {
-            before.insert(_trace.publications.at(index).output, _trace.publications.at(index));
+            const TracedEvent& publication = _trace.publications.at(index);
+            if (before.contains(publication.output) && publication.sequence == 1) {
+                before.clear(); // the agent was started again, and what it had published is gone with its process
+            }
+            before.insert(publication.output, publication);
         }
         QHash<QString, QString> told;
         for (const TracedEvent& value : initialValues) {

@@ -210,6 +210,17 @@ private Q_SLOTS:
         QCOMPARE(check(traces).initialValues.size(), 1);
     }
 
+    void whatAnEarlierRunOfAnAgentPublishedIsNoInitialValue()
+    {
+        // The pump ran before, with an output that it has not published since it was started again.
+        SampleTraces traces;
+        const qint64 longAgo = SampleTraces::startUs - 100'000'000;
+        traces.publications.prepend({ "Pump", "pressure", 1, longAgo + 1, "double", "9" });
+        traces.publications.prepend({ "Pump", "fault", 1, longAgo, "string", "leak" });
+        const RecordCheck result = check(traces);
+        QVERIFY2(result.passed(), qPrintable(result.summary()));
+    }
+
     void aMissingInitialValueIsFound()
     {
         SampleTraces traces;

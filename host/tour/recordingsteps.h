@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef CORVANE_TOUR_RECORDINGSTEPS_H
+#define CORVANE_TOUR_RECORDINGSTEPS_H
+
+#include "tourcontext.h"
+
+namespace tour {
+
+// The steps that both recordings of the tour share. When things were asked for and seen goes into the window.
+double recordedSeconds(const TourContext& tour);
+Answer startRecording(TourContext& tour, RecordingWindow* window);
+Answer recordUntil(TourContext& tour, double seconds);
+// made: the record that the list has got by it.
+Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* made);
+// Stops the agents of the plant and reads everything that they say they published.
+Answer stopPlant(TourContext& tour, Journal* journal);
+// Answers the module's file dialog with a path, and reads the file back.
+Answer download(TourContext& tour, const ObjectHandle& record, const QString& file);
+
+} // namespace tour
+
+#endif
