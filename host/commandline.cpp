@@ -62,7 +62,8 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         return wrong(text);
     }
     if (parser.isSet(help)) {
-        return { true, 0, parser.helpText() };
+        // Read before there is an application object that would know the name.
+        return { true, 0, parser.helpText().replace(QLatin1String("<executable_name>"), QLatin1String("corvane")) };
     }
     if (parser.isSet(version)) {
         return { true, 0, QStringLiteral("corvane %1\n").arg(QStringLiteral(CORVANE_VERSION)) };

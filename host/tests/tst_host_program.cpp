@@ -99,6 +99,7 @@ void tst_host_program::tellsItsVersionAndItsOptions()
     const Result help = run({ QStringLiteral("--help") });
     QCOMPARE(help.status, 0);
     QVERIFY2(help.output.contains(QLatin1String("--with-plant")), qPrintable(help.output));
+    QVERIFY2(help.output.startsWith(QLatin1String("Usage: corvane ")), qPrintable(help.output));
     QCOMPARE(help.errors, QString());
     const Result version = run({ QStringLiteral("--version") });
     QCOMPARE(version.status, 0);

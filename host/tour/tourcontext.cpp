@@ -5,7 +5,6 @@
 
 #include <QtCore/QSet>
 #include <QtGui/QImage>
-#include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 
 namespace tour {
@@ -13,26 +12,6 @@ namespace tour {
 namespace {
 
 constexpr int answerBoundMs = 5000;
-
-// The first visible item below this one whose class is a tab bar.
-QQuickItem* findTabBar(QQuickItem* item)
-{
-    if (!item->isVisible()) {
-        return nullptr;
-    }
-    for (const QMetaObject* type = item->metaObject(); type != nullptr; type = type->superClass()) {
-        if (qstrcmp(type->className(), "QQuickTabBar") == 0) {
-            return item;
-        }
-    }
-    const QList<QQuickItem*> children = item->childItems();
-    for (QQuickItem* child : children) {
-        if (QQuickItem* found = findTabBar(child)) {
-            return found;
-        }
-    }
-    return nullptr;
-}
 
 // An empty page has hardly any colours; this is what tells a picture from a blank.
 bool hasContent(const QImage& image)
@@ -55,22 +34,13 @@ TourContext::TourContext(HostApplication& application, const TourOptions& tourOp
 {
 }
 
-void TourContext::screenshot(const QString& name, int tab)
+void TourContext::screenshot(const QString& name)
 {
     const QString file = path(QStringLiteral("%1-%2.png").arg(screenshots.size() + 1).arg(name));
     QString error;
     if (host.window() == nullptr) {
         screenshotFaults.append(QStringLiteral("%1: there is no window").arg(name));
         return;
-    }
-    if (tab >= 0) {
-        QQuickItem* tabBar = nullptr;
-        waitUntil([&] { return (tabBar = findTabBar(host.window()->contentItem())) != nullptr; }, 2000);
-        if (tabBar != nullptr) {
-            tabBar->setProperty("currentIndex", tab);
-        } else {
-            screenshotFaults.append(QStringLiteral("%1: the page shows no tabs").arg(name));
-        }
     }
     if (!host.screenshot(file, &error)) {
         screenshotFaults.append(QStringLiteral("%1: %2").arg(name, error));

@@ -46,8 +46,8 @@ struct TourContext
     QStringList screenshots;
     QStringList screenshotFaults;
 
-    // Shows the module's page (a tab of it when a number is given) and keeps a picture of it.
-    void screenshot(const QString& name, int tab = -1);
+    // Keeps a picture of the module's page as it stands.
+    void screenshot(const QString& name);
     // What the list of the instance holds, fetched again from the recorder; false when no answer came.
     bool refreshRecords();
     bool isListed(const ObjectHandle& listed) const;
