@@ -35,6 +35,15 @@ template <typename Number> std::optional<Number> parseNumber(const std::string& 
     return number;
 }
 
+bool isAllowed(const ProgramInfo::Option& option, const std::string& value)
+{
+    if (option.argument.find('|') == std::string::npos) {
+        return true;
+    }
+    return value.find('|') == std::string::npos && !value.empty()
+        && ("|" + option.argument + "|").find("|" + value + "|") != std::string::npos;
+}
+
 std::string defaultName(const ProgramInfo& info, const std::map<std::string, std::string>& own)
 {
     std::string name = info.defaultName;
@@ -112,6 +121,10 @@ std::variant<Options, ParseEnd> parseOptions(const ProgramInfo& info, const std:
     Options options;
     for (const auto& own : info.ownOptions) {
         options.own[own.name] = given.contains(own.name) ? given[own.name] : own.defaultValue;
+        if (!isAllowed(own, options.own[own.name])) {
+            return wrong(
+                "\"" + options.own[own.name] + "\" is no value of \"--" + own.name + "\" (" + own.argument + ")");
+        }
     }
     options.name = given.contains("name") ? given["name"] : defaultName(info, options.own);
     if (!qny_name_is_valid(options.name.c_str(), true)) {

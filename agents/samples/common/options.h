@@ -20,7 +20,7 @@ struct ProgramInfo
     struct Option
     {
         std::string name; // without dashes
-        std::string argument; // what --help calls its value
+        std::string argument; // what --help calls its value; "a|b" lets only "a" and "b" be one
         std::string help;
         std::string defaultValue;
     };

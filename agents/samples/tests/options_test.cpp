@@ -80,6 +80,9 @@ TEST(Options, ThatAreWrongEndTheProgramWithOneLineAndStatus2)
         { { "--journal" }, "option \"--journal\" needs a value" },
         { { "plant" }, "unexpected argument \"plant\"" },
         { { "-n" }, "unexpected argument \"-n\"" },
+        { { "--line", "z" }, "\"z\" is no value of \"--line\" (a|b)" },
+        { { "--line", "a|b" }, "\"a|b\" is no value of \"--line\" (a|b)" },
+        { { "--line=" }, "\"\" is no value of \"--line\" (a|b)" },
         { { "--name", "" }, "\"\" cannot name an agent" },
         { { "--name", "a/b" }, "\"a/b\" cannot name an agent" },
     };
