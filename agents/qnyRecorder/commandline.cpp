@@ -59,9 +59,8 @@ struct Options
 {
     QCommandLineOption name { { "n", "name" }, "Name of the recorder on the network.", "name" };
     QCommandLineOption cassandra { { "c", "cassandra" },
-        "Keep the records in this Cassandra database; with the host name \"embedded\" in the built-in one. Without "
-        "this "
-        "option records are CSV files in the data directory.",
+        "The database that keeps the records: \"embedded\" with any port is the built-in one, the only one of this "
+        "build. Without this option nothing can be recorded, and CSV files can be replayed.",
         "host:port" };
     QCommandLineOption keyspace { { "k", "keyspace" }, "Keyspace of the database.", "keyspace" };
     QCommandLineOption username { { "u", "cassandra_username" }, "User name for Cassandra.", "user" };
