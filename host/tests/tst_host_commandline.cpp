@@ -99,6 +99,7 @@ void tst_host_commandline::helpNamesEveryOptionAndVersionTheVersion()
     const CommandLineEnd help = parseCommandLine({ QStringLiteral("corvane"), QStringLiteral("--help") }, &line);
     QVERIFY(help.ends);
     QCOMPARE(help.status, 0);
+    QVERIFY2(help.text.startsWith(QLatin1String("Usage: corvane [options] [DOCUMENT]\n")), qPrintable(help.text));
     for (const char* option : { "--device", "--port", "--peers", "--plugins", "--with-plant", "--plant-journals",
              "--page", "--theme", "--screenshot", "--tour", "--output", "--help", "--version", "[DOCUMENT]" }) {
         QVERIFY2(help.text.contains(QLatin1String(option)), option);
