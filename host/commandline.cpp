@@ -62,8 +62,9 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         return wrong(text);
     }
     if (parser.isSet(help)) {
-        // Read before there is an application object that would know the name.
-        return { true, 0, parser.helpText().replace(QLatin1String("<executable_name>"), QLatin1String("corvane")) };
+        // The parser asks the application object for the name, which need not be there yet.
+        const QString text = parser.helpText();
+        return { true, 0, QStringLiteral("Usage: corvane") + text.mid(text.indexOf(QLatin1String(" [options]"))) };
     }
     if (parser.isSet(version)) {
         return { true, 0, QStringLiteral("corvane %1\n").arg(QStringLiteral(CORVANE_VERSION)) };
