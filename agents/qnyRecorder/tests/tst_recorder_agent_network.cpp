@@ -59,7 +59,8 @@ public:
     ~SmallDisk()
     {
         if (_isMounted) {
-            umount(_path.constData());
+            // Detached at once: a recorder that has only just ended may still hold a file on it.
+            umount2(_path.constData(), MNT_DETACH);
         }
     }
     bool isMounted() const { return _isMounted; }
