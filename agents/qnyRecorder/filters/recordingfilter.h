@@ -24,7 +24,6 @@ public:
     bool lets(std::string_view agent, std::string_view output) const;
     // Whether some output of this agent could be recorded: others need not be listened to.
     bool letsSomeOf(std::string_view agent) const;
-    bool letsEverything() const { return m_rules.empty(); }
 
 private:
     struct Rule

@@ -48,7 +48,6 @@ public:
     // About the size of the packed state.
     std::uint64_t stateBytes() const { return m_stateBytes; }
     void remark(std::string_view sentence); // once each
-    void setRemarks(std::vector<std::string> sentences) { m_remarks = std::move(sentences); }
 
 private:
     struct Hash
