@@ -27,7 +27,8 @@ long long toWholeUnits(double durationInSeconds, double unitsPerSecond)
 {
     constexpr double LONGEST_IN_SECONDS = 1e12;
     const double seconds = std::isnan(durationInSeconds) ? 0.0 : durationInSeconds;
-    return static_cast<long long>(std::clamp(seconds, -LONGEST_IN_SECONDS, LONGEST_IN_SECONDS) * unitsPerSecond);
+    // Rounded: cut off, 1.005 s would be 1004 ms, and a typed 1.005 beyond the record's end.
+    return std::llround(std::clamp(seconds, -LONGEST_IN_SECONDS, LONGEST_IN_SECONDS) * unitsPerSecond);
 }
 
 } // namespace

@@ -80,6 +80,7 @@ private Q_SLOTS:
     void answersWithoutACurrentRecordChangeNothing();
     void agentsListsThatAreNoArraysAreWarnedOf();
     void absurdDurationsDoNotBreakAFileRecord();
+    void aFileRecordIsAsLongAsItsMilliseconds();
     void browsingOffersTheDocumentsFirst();
     void browsingStartsAtTheHintAndRemembersIt();
     void aCancelledBrowseChangesNothing();
@@ -366,6 +367,22 @@ void tst_RecorderReplay::absurdDurationsDoNotBreakAFileRecord()
         replay.recorder.loaded(FILE_PATH, duration, "[]");
         QVERIFY(replay.instance->recordFromFile());
     }
+}
+
+void tst_RecorderReplay::aFileRecordIsAsLongAsItsMilliseconds()
+{
+    Replay replay;
+    // As a double, 1.005 is a little less: no millisecond may get lost on the way to whole units.
+    replay.recorder.loaded(FILE_PATH, 1.005, "[]");
+    const RecorderRecord* const file = replay.instance->recordFromFile();
+    QVERIFY(file);
+    QCOMPARE(file->startDateTime().msecsTo(file->endDateTime()), 1005);
+    QCOMPARE(file->durationInSeconds(), 1.005);
+
+    QuenaryDouble::clearCalls();
+    replay.instance->updateCurrentRecordTime("00:00:01.005");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "move_to" }));
+    QCOMPARE(lastServiceCall().arguments, QVariantList({ 1.005 }));
 }
 
 void tst_RecorderReplay::browsingOffersTheDocumentsFirst()
