@@ -402,7 +402,6 @@ private:
     void _getContext();
     void _getRecordFilters();
     void _unloadRecord(RecorderRecord* record);
-    void _unloadCurrentRecord();
     static QString _agentsFilterText(const RecorderRecord& record, const QStringList& activeAgents);
 
     // ---- recording and the list of records

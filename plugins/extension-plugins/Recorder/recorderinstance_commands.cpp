@@ -37,7 +37,7 @@ void RecorderInstance::startRecording()
     }
     Q_ASSERT(!_uuid.isEmpty());
     Q_ASSERT(!_agentInstanceUuid.isEmpty());
-    _unloadCurrentRecord();
+    unloadRecord(_currentRecord);
     _setisRecordingPaused(false);
 
     const QString name = QDateTime::currentDateTime().toString(QStringLiteral("dd/MM/yy - hh:mm:ss"));
@@ -173,7 +173,8 @@ void RecorderInstance::loadRecordFile(const QString& path)
     if (_isRecording) {
         stopRecording();
     }
-    _unloadCurrentRecord();
+    unloadRecord(_currentRecord);
+    setcurrentRecord(nullptr);
     setloadingProgress(0);
     _setisLoadingRecord(true);
     _setcurrentFilePath(path);
@@ -189,19 +190,6 @@ void RecorderInstance::_unloadRecord(RecorderRecord* record)
     Q_ASSERT(!_agentInstanceUuid.isEmpty());
     record->unload();
     RecorderServiceCall("unload").send(_agentInstanceUuid, _uuid);
-}
-
-// Something else begins: the recorder unloads, and no record is current any more.
-void RecorderInstance::_unloadCurrentRecord()
-{
-    if (!_currentRecord) {
-        return;
-    }
-    _unloadRecord(_currentRecord);
-    if (_currentRecord == _recordFromFile) {
-        _releaseRecordFromFile();
-    }
-    setcurrentRecord(nullptr);
 }
 
 // ---- the list of records ----------------------------------------------------------------------------------------

@@ -59,6 +59,7 @@ private Q_SLOTS:
     void whileOffEachCommandIsRefusedByTheNameOfItsService();
     void startRecordingSendsANameMadeOfTheDate();
     void startRecordingUnloadsTheCurrentRecord();
+    void aRecordChosenWhileTheLastOneUnloadsStaysCurrentInARecording();
     void stopRecordingForgetsTheRecordingAtOnce();
     void pauseAndResumeAreRefusedWhileNotRecording();
     void pauseAndResumeAreSentWithoutToken();
@@ -158,6 +159,23 @@ void tst_RecorderCommands::startRecordingUnloadsTheCurrentRecord()
     QCOMPARE(released.count(), 1);
     ModuleFixture::settle();
     QVERIFY(file.isNull());
+}
+
+void tst_RecorderCommands::aRecordChosenWhileTheLastOneUnloadsStaysCurrentInARecording()
+{
+    LoadedRecord setup;
+    connect(setup.record, &RecorderRecord::isLoadedChanged, setup.instance, [&setup] {
+        if (!setup.record->isLoaded()) {
+            setup.instance->setcurrentRecord(setup.other);
+        }
+    });
+    setup.instance->startRecording();
+    QCOMPARE(setup.instance->currentRecord(), setup.other);
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "unload", "record" }));
+
+    // A file that is loaded takes its place all the same.
+    setup.instance->loadRecordFile("/records/one.csv");
+    QCOMPARE(setup.instance->currentRecord(), nullptr);
 }
 
 void tst_RecorderCommands::stopRecordingForgetsTheRecordingAtOnce()
