@@ -31,6 +31,8 @@ private Q_SLOTS:
     void registeringTheSameClassInstanceTwiceYieldsOneRecorderAndAWarning();
     void unregisteringAnUnknownClassInstanceIsWarnedOfAndChangesNothing();
     void aNewInstanceGetsTwoObservedInputs();
+    void anInstanceThatIsAnnouncedTwiceIsCriticalAndKeepsItsInputs();
+    void anInstanceThatLeavesTwiceIsCriticalAndTakesItsInputsOnce();
     void anInputThatCanNotBeCreatedIsWarnedOfAndTheOtherIsCreated();
     void aRemovedRecorderTakesItsInputsAndMappingsAlong();
     void anotherDocumentReplacesTheRecorders();
@@ -234,6 +236,35 @@ void tst_RecorderModule::aNewInstanceGetsTwoObservedInputs()
     QCOMPARE(QuenaryDouble::calls({ "qny_input_create", "qny_observe_input" }),
         QStringList({ "qny_input_create " + record + " double", "qny_observe_input " + record,
             "qny_input_create " + replay + " double", "qny_observe_input " + replay }));
+}
+
+void tst_RecorderModule::anInstanceThatIsAnnouncedTwiceIsCriticalAndKeepsItsInputs()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    RecorderInstance* const instance = fixture.firstInstanceOf(classInstance);
+    QuenaryDouble::clearCalls();
+    QTest::ignoreMessage(
+        QtCriticalMsg, qPrintable("The recorder instance \"" + instance->uuid() + "\" is already registered"));
+    Q_EMIT fixture.recorderOf(classInstance)->recorderInstanceCreated(instance);
+    QCOMPARE(QuenaryDouble::calls({ "qny_input_create" }), QStringList());
+    QCOMPARE(QuenaryDouble::inputs().size(), 2);
+}
+
+void tst_RecorderModule::anInstanceThatLeavesTwiceIsCriticalAndTakesItsInputsOnce()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    classInstance->getOrCreateEncounteredAgentInfo(classInstance->encounteredAgentsOnHostAttachedToCorvane(),
+        ModuleFixture::commandLine({ "--name", "Rec", "--cassandra", "other:9042" }));
+    RecorderInstance* const instance = fixture.firstInstanceOf(classInstance);
+    fixture.module().deleteRecorder(instance); // it lives until the event loop runs
+    QCOMPARE(QuenaryDouble::inputs().size(), 2);
+    QuenaryDouble::clearCalls();
+    QTest::ignoreMessage(QtCriticalMsg, qPrintable("The recorder instance \"" + instance->uuid() + "\" is unknown"));
+    Q_EMIT fixture.recorderOf(classInstance)->recorderInstanceRemoved(instance);
+    QCOMPARE(QuenaryDouble::calls({ "qny_input_remove" }), QStringList());
+    QCOMPARE(QuenaryDouble::inputs().size(), 2);
 }
 
 void tst_RecorderModule::anInputThatCanNotBeCreatedIsWarnedOfAndTheOtherIsCreated()
