@@ -12,6 +12,7 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <QtCore/QProcess>
 #include <QtCore/QSaveFile>
 #include <QtCore/QStandardPaths>
 
@@ -60,7 +61,62 @@ QJsonValue filledIn(const QJsonValue& value, const QString& hostName, const QStr
     return value.isString() ? QJsonValue(launchLine(value.toString(), agentsDirectory)) : value;
 }
 
+// Where the programs of a launch line are now; empty for a program that the sample system does not use.
+QString programNow(const QString& program, const QString& recorder, const QString& agentsDirectory)
+{
+    const QString name = QFileInfo(program).fileName();
+    if (name == QLatin1String("qnyRecorder")) {
+        return recorder;
+    }
+    return name.startsWith(QLatin1String("qnySample")) ? QDir(agentsDirectory).filePath(name) : QString();
+}
+
+// A launch line whose program is gone, with the program as it is found now; any other text as it is.
+QString relocatedLine(const QString& line, const QString& recorder, const QString& agentsDirectory)
+{
+    const QString program = QProcess::splitCommand(line).value(0);
+    if (!QFileInfo(program).isAbsolute() || QFileInfo::exists(program)) {
+        return line;
+    }
+    const QString now = programNow(program, recorder, agentsDirectory);
+    if (now.isEmpty() || !QFileInfo::exists(now)) {
+        return line;
+    }
+    const bool isQuoted = line.startsWith(QLatin1Char('"'));
+    const qsizetype end = isQuoted ? line.indexOf(QLatin1Char('"'), 1) + 1 : line.indexOf(QLatin1Char(' '));
+    return CorvaneUtils::quoteArgument(now) + (end <= 0 ? QString() : line.mid(end));
+}
+
+QJsonValue relocatedValue(const QJsonValue& value, const QString& recorder, const QString& agentsDirectory)
+{
+    if (value.isObject()) {
+        QJsonObject object = value.toObject();
+        for (auto member = object.begin(); member != object.end(); ++member) {
+            *member = relocatedValue(*member, recorder, agentsDirectory);
+        }
+        return object;
+    }
+    if (value.isArray()) {
+        QJsonArray array = value.toArray();
+        for (auto element = array.begin(); element != array.end(); ++element) {
+            *element = relocatedValue(*element, recorder, agentsDirectory);
+        }
+        return array;
+    }
+    return value.isString() ? QJsonValue(relocatedLine(value.toString(), recorder, agentsDirectory)) : value;
+}
+
 } // namespace
+
+QByteArray SampleDocument::relocated(const QByteArray& document, const QString& recorder, const QString& agentsDirectory)
+{
+    const QJsonDocument stored = QJsonDocument::fromJson(document);
+    if (!stored.isObject()) {
+        return document;
+    }
+    const QJsonValue now = relocatedValue(stored.object(), recorder, agentsDirectory);
+    return now.toObject() == stored.object() ? document : QJsonDocument(now.toObject()).toJson();
+}
 
 QByteArray SampleDocument::content(const QString& hostName, const QString& agentsDirectory)
 {
@@ -75,13 +131,21 @@ QString SampleDocument::provide(const QString& agentsDirectory, QString* error)
 {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
     const QString path = QDir(folder).filePath(QStringLiteral("water-plant.json"));
-    if (QFileInfo::exists(path)) {
-        return path;
+    QByteArray text;
+    if (QFile stored(path); stored.open(QIODevice::ReadOnly)) {
+        const QByteArray before = stored.readAll();
+        text = relocated(before, RecorderClassPlugin::executablePath(), agentsDirectory);
+        if (text == before) {
+            return path;
+        }
+    } else if (!QFileInfo::exists(path)) {
+        text = content(NetworkConfiguration::instance()->localNetworkName(), agentsDirectory);
+    } else {
+        return path; // Opening it says why it cannot be read.
     }
     QSaveFile file(path);
     const bool isWritten = QDir().mkpath(folder) && file.open(QIODevice::WriteOnly)
-        && file.write(content(NetworkConfiguration::instance()->localNetworkName(), agentsDirectory)) > 0
-        && file.commit();
+        && file.write(text) == text.size() && file.commit();
     if (!isWritten) {
         if (error) {
             *error = QCoreApplication::translate("SampleDocument",

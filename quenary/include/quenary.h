@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Quenary: an agent network.
  *
  * A peer is a process. It carries one or more agents, and finds the agents of every other peer of its network by itself:

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Families of agents that programs on both sides of the network must know by the same uuid. */
 #ifndef QUENARY_FAMILIES_H
 #define QUENARY_FAMILIES_H

@@ -14,7 +14,7 @@
 
 namespace recorder {
 
-// The contract of every place where records are kept. Three implementations: embedded (SQLite), Cassandra, CSV files.
+// The contract of every place where records are kept; the embedded store (SQLite) is the first.
 // tests/store/ holds the behaviour that all of them must show.
 //
 // Threads   A Store may be called from any thread. A writer, reader or cursor belongs to one thread at a time.
