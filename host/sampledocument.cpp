@@ -16,6 +16,8 @@
 #include <QtCore/QSaveFile>
 #include <QtCore/QStandardPaths>
 
+#include <functional>
+
 namespace {
 
 // What stands in the shipped document for what only this machine knows.
@@ -39,26 +41,24 @@ QString launchLine(const QString& line, const QString& agentsDirectory)
     return line;
 }
 
-QJsonValue filledIn(const QJsonValue& value, const QString& hostName, const QString& agentsDirectory)
+// A copy of the value in which every text, however deep, is what `change` makes of it.
+QJsonValue withTexts(const QJsonValue& value, const std::function<QString(const QString&)>& change)
 {
     if (value.isObject()) {
         QJsonObject object = value.toObject();
         for (auto member = object.begin(); member != object.end(); ++member) {
-            *member = filledIn(*member, hostName, agentsDirectory);
+            *member = withTexts(*member, change);
         }
         return object;
     }
     if (value.isArray()) {
         QJsonArray array = value.toArray();
         for (auto element = array.begin(); element != array.end(); ++element) {
-            *element = filledIn(*element, hostName, agentsDirectory);
+            *element = withTexts(*element, change);
         }
         return array;
     }
-    if (value.toString() == hostMark) {
-        return hostName;
-    }
-    return value.isString() ? QJsonValue(launchLine(value.toString(), agentsDirectory)) : value;
+    return value.isString() ? QJsonValue(change(value.toString())) : value;
 }
 
 // Where the programs of a launch line are now; empty for a program that the sample system does not use.
@@ -87,34 +87,17 @@ QString relocatedLine(const QString& line, const QString& recorder, const QStrin
     return CorvaneUtils::quoteArgument(now) + (end <= 0 ? QString() : line.mid(end));
 }
 
-QJsonValue relocatedValue(const QJsonValue& value, const QString& recorder, const QString& agentsDirectory)
-{
-    if (value.isObject()) {
-        QJsonObject object = value.toObject();
-        for (auto member = object.begin(); member != object.end(); ++member) {
-            *member = relocatedValue(*member, recorder, agentsDirectory);
-        }
-        return object;
-    }
-    if (value.isArray()) {
-        QJsonArray array = value.toArray();
-        for (auto element = array.begin(); element != array.end(); ++element) {
-            *element = relocatedValue(*element, recorder, agentsDirectory);
-        }
-        return array;
-    }
-    return value.isString() ? QJsonValue(relocatedLine(value.toString(), recorder, agentsDirectory)) : value;
-}
-
 } // namespace
 
-QByteArray SampleDocument::relocated(const QByteArray& document, const QString& recorder, const QString& agentsDirectory)
+QByteArray SampleDocument::relocated(
+    const QByteArray& document, const QString& recorder, const QString& agentsDirectory)
 {
     const QJsonDocument stored = QJsonDocument::fromJson(document);
     if (!stored.isObject()) {
         return document;
     }
-    const QJsonValue now = relocatedValue(stored.object(), recorder, agentsDirectory);
+    const QJsonValue now = withTexts(
+        stored.object(), [&](const QString& text) { return relocatedLine(text, recorder, agentsDirectory); });
     return now.toObject() == stored.object() ? document : QJsonDocument(now.toObject()).toJson();
 }
 
@@ -124,7 +107,9 @@ QByteArray SampleDocument::content(const QString& hostName, const QString& agent
     const bool isOpen = file.open(QIODevice::ReadOnly);
     Q_ASSERT(isOpen);
     const QJsonValue shipped = QJsonDocument::fromJson(file.readAll()).object();
-    return QJsonDocument(filledIn(shipped, hostName, agentsDirectory).toObject()).toJson();
+    const QJsonValue filledIn = withTexts(
+        shipped, [&](const QString& text) { return text == hostMark ? hostName : launchLine(text, agentsDirectory); });
+    return QJsonDocument(filledIn.toObject()).toJson();
 }
 
 QString SampleDocument::provide(const QString& agentsDirectory, QString* error)
@@ -144,8 +129,8 @@ QString SampleDocument::provide(const QString& agentsDirectory, QString* error)
         return path; // Opening it says why it cannot be read.
     }
     QSaveFile file(path);
-    const bool isWritten = QDir().mkpath(folder) && file.open(QIODevice::WriteOnly)
-        && file.write(text) == text.size() && file.commit();
+    const bool isWritten
+        = QDir().mkpath(folder) && file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit();
     if (!isWritten) {
         if (error) {
             *error = QCoreApplication::translate("SampleDocument",
