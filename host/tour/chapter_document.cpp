@@ -143,7 +143,7 @@ void documentChapter(TourContext& tour)
     });
     steps.run("reopened", { "saved", "kept filters" }, "open a new document, then the saved one",
         [&] { return reopen(tour, file); });
-    tour.screenshot(QStringLiteral("reopened"));
+    tour.screenshot(QStringLiteral("reopened"), TourContext::Tab::Settings);
     steps.run("on again", { "reopened", "renamed" }, "connect the recorder of the reopened document",
         [&] { return connectAgain(tour, recordName); });
     steps.run("off again", { "on again" }, "disconnect it", [&] { return disconnectRecorder(tour); });

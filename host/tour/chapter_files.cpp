@@ -199,7 +199,7 @@ void filesChapter(TourContext& tour)
     steps.run("same", { "downloaded import" }, "compare both files", [&] { return compareFiles(tour); });
     steps.run("file loaded", { "downloaded", "stopped plant" }, "load the CSV file for a replay",
         [&] { return loadFile(tour); });
-    tour.screenshot(QStringLiteral("csv-file"));
+    tour.screenshot(QStringLiteral("csv-file"), TourContext::Tab::CsvFile);
     steps.run("file played", { "file loaded" }, "play the file",
         [&] { return beginPlaying(tour, {}, replayNames::csvFile); });
     steps.run("file ended", { "file played" }, "play it to the end", [&] { return playToEnd(tour); });

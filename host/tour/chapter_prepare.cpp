@@ -134,7 +134,7 @@ void prepareChapter(TourContext& tour)
     steps.run("on", { "runnable" }, "connect it: start its process", [&] { return connectRecorder(tour); });
     steps.run("filters", { "on" }, "set recording filters: leave out the valve and the operator's notes",
         [&] { return setFilters(tour, QStringLiteral("-Valve\n-Operator/note")); });
-    tour.screenshot(QStringLiteral("configuration"));
+    tour.screenshot(QStringLiteral("configuration"), TourContext::Tab::Settings);
     steps.run("cleared", { "filters" }, "clear the filters", [&] { return setFilters(tour, QString()); });
 }
 

@@ -162,7 +162,7 @@ void recordingChapter(TourContext& tour)
         "recording", { "cleared", "plant" }, "start recording", [&] { return startRecording(tour, &tour.window); });
     steps.run("first run", { "recording" }, QStringLiteral("record for %1 s").arg(firstRunSeconds),
         [&] { return recordUntil(tour, firstRunSeconds); });
-    tour.screenshot(QStringLiteral("recording"));
+    tour.screenshot(QStringLiteral("recording"), TourContext::Tab::Records);
     steps.run("paused", { "first run" }, "pause the recording", [&] { return pauseRecording(tour); });
     steps.run("still", { "paused" }, QStringLiteral("nothing moves for %1 s").arg(pauseMs / 1000.0),
         [&] { return keepPaused(tour); });
@@ -173,7 +173,7 @@ void recordingChapter(TourContext& tour)
         [&] { return stopRecording(tour, &tour.window, &tour.record); });
     steps.run("renamed", { "record" }, QStringLiteral("rename the record to \"%1\"").arg(recordName),
         [&] { return renameRecord(tour); });
-    tour.screenshot(QStringLiteral("records"));
+    tour.screenshot(QStringLiteral("records"), TourContext::Tab::Records);
     steps.run("stopped plant", { "plant" }, "stop the sample plant", [&] { return stopPlant(tour, &tour.journal); });
 }
 

@@ -245,14 +245,14 @@ void replayChapter(TourContext& tour)
     steps.run("played", { "loaded" }, "play it", [&] { return beginPlaying(tour, {}, replayNames::firstSeconds); });
     steps.run("replay paused", { "played" }, "pause it after 2 s", [&] { return pauseAt(tour, 2.0); });
     steps.run("moved", { "replay paused" }, "move to the middle", [&] { return moveToMiddle(tour); });
-    tour.screenshot(QStringLiteral("replay"));
+    tour.screenshot(QStringLiteral("replay"), TourContext::Tab::Records);
     steps.run("fast", { "loaded" }, "change the speed to 4", [&] { return setSpeed(tour, 4.0); });
     steps.run("played fast", { "moved", "fast" }, "play from there",
         [&] { return beginPlaying(tour, {}, replayNames::fromTheMiddle); });
     steps.run(
         "ended", { "played fast" }, "play to the end, and see it back at the start", [&] { return playToEnd(tour); });
     steps.run("filtered", { "loaded" }, "replay two agents only", [&] { return filterAgents(tour); });
-    tour.screenshot(QStringLiteral("filter"));
+    tour.screenshot(QStringLiteral("filter"), TourContext::Tab::Records);
     steps.run("slow", { "loaded" }, "change the speed to 2", [&] { return setSpeed(tour, 2.0); });
     steps.run("played two", { "filtered", "slow" }, "play again", [&] {
         ReplayStretch stretch;

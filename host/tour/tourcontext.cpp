@@ -5,6 +5,7 @@
 
 #include <QtCore/QSet>
 #include <QtGui/QImage>
+#include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 
 namespace tour {
@@ -25,6 +26,27 @@ bool hasContent(const QImage& image)
     return colours.size() >= 12;
 }
 
+// Not findChild(): what a page makes by itself has its place among the items only.
+QQuickItem* findItem(QQuickItem* item, const QString& name)
+{
+    if (item->objectName() == name) {
+        return item;
+    }
+    const QList<QQuickItem*> children = item->childItems();
+    for (QQuickItem* child : children) {
+        if (QQuickItem* found = findItem(child, name)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+bool showTab(const QQuickWindow& window, int index)
+{
+    QQuickItem* tabs = findItem(window.contentItem(), QStringLiteral("recorderTabs"));
+    return tabs != nullptr && tabs->property("count").toInt() > index && tabs->setProperty("currentIndex", index);
+}
+
 } // namespace
 
 TourContext::TourContext(HostApplication& application, const TourOptions& tourOptions)
@@ -34,13 +56,16 @@ TourContext::TourContext(HostApplication& application, const TourOptions& tourOp
 {
 }
 
-void TourContext::screenshot(const QString& name)
+void TourContext::screenshot(const QString& name, Tab tab)
 {
     const QString file = path(QStringLiteral("%1-%2.png").arg(screenshots.size() + 1).arg(name));
     QString error;
     if (host.window() == nullptr) {
         screenshotFaults.append(QStringLiteral("%1: there is no window").arg(name));
         return;
+    }
+    if (tab != Tab::Current && !showTab(*host.window(), static_cast<int>(tab) - 1)) {
+        screenshotFaults.append(QStringLiteral("%1: the page has no such tab").arg(name));
     }
     if (!host.screenshot(file, &error)) {
         screenshotFaults.append(QStringLiteral("%1: %2").arg(name, error));

@@ -46,8 +46,16 @@ struct TourContext
     QStringList screenshots;
     QStringList screenshotFaults;
 
-    // Keeps a picture of the module's page as it stands.
-    void screenshot(const QString& name);
+    enum class Tab
+    {
+        Current,
+        Settings,
+        Records,
+        CsvFile
+    };
+
+    // Keeps a picture of the module's page, with this tab of the open recorder in front.
+    void screenshot(const QString& name, Tab tab = Tab::Current);
     // What the list of the instance holds, fetched again from the recorder; false when no answer came.
     bool refreshRecords();
     bool isListed(const ObjectHandle& listed) const;

@@ -3,368 +3,208 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Controls.Basic
-import QtQuick.Layouts
 import Corvane
 import RecordAndReplay
+import "overlays"
+import "pages"
+import "popups"
 
-// The module's page: the recorders with their state and what can be done with them, and the records of the one chosen.
+// The module's page: the list of recorders or the one that is open, and over it what is going on and what is asked.
 Rectangle {
     id: root
 
     required property RecorderModule corvaneModule
+    readonly property string title: qsTr("Record & Replay")
     readonly property RecorderInstance current: corvaneModule.currentRecorder
 
+    readonly property bool loading: current !== null && current.isLoadingRecord
+    readonly property bool filtering: current !== null && current.isFilteringRecord
+    readonly property bool stopping: current !== null && current.isStoppingRecord
+    readonly property bool moving: current !== null && current.isMovingRecord && !current.isStoppingRecord
+    readonly property bool exporting: current !== null && current.isDownloadingRecord && !current.isCancelingExport
+    readonly property bool importing: current !== null && current.isImportingRecord && !current.isCancelingImport
+    readonly property bool canceling: current !== null && (current.isCancelingImport || current.isCancelingExport)
+
+    readonly property bool isBlocked: progressFeedback.visible || busyFeedback.visible
+    readonly property ConfigurationPage configuration: (stack.currentItem as Loader)?.item as ConfigurationPage
+
+    function leave(): void {
+        root.corvaneModule.currentRecorder = null;
+    }
+
+    // The page of a recorder that goes is emptied before the recorder is: nothing of it may look for the recorder again.
+    function showCurrent(): void {
+        const before = stack.currentItem as Loader;
+        if (before !== null) {
+            before.active = false;
+        }
+        if (root.corvaneModule.currentRecorder === null) {
+            stack.replaceCurrentItem(recordersPage, {}, StackView.Immediate);
+        } else {
+            stack.replaceCurrentItem(configurationPage, {
+                "recorder": root.corvaneModule.currentRecorder
+            }, StackView.Immediate);
+        }
+        stack.forceActiveFocus();
+    }
+
+    objectName: "recordAndReplay"
     color: Theme.background
+    onIsBlockedChanged: {
+        if (!isBlocked && root.visible) {
+            stack.forceActiveFocus();
+        }
+    }
+    onCancelingChanged: busyFeedback.isDismissed = false
+    Component.onCompleted: showCurrent()
 
-    ColumnLayout {
+    Connections {
+        function onCurrentRecorderChanged(): void {
+            recordDeletion.close();
+            root.showCurrent();
+        }
+
+        target: root.corvaneModule
+    }
+    Connections {
+        function onConfirmRecordDeletion(record: RecorderRecord): void {
+            recordDeletion.ask(record);
+        }
+
+        target: root.current
+    }
+    Shortcut {
+        sequence: "F5"
+        enabled: root.visible && root.configuration !== null && !root.isBlocked && !recordDeletion.visible && !recorderDeletion.visible
+        onActivated: root.configuration.toggleRecording()
+    }
+    Shortcut {
+        sequences: [StandardKey.Back]
+        enabled: root.visible && root.current !== null && !root.isBlocked
+        onActivated: root.leave()
+    }
+
+    HeaderBar {
+        id: header
+        width: parent.width
+        title: root.title
+        hasBack: root.current !== null
+        enabled: !root.isBlocked
+        onBackRequested: root.leave()
+    }
+    ConnectionWarning {
+        id: warning
+        anchors.top: header.bottom
+        width: parent.width
+        height: visible ? implicitHeight : 0
+        visible: !NetworkConfiguration.isConnected
+    }
+    StackView {
+        id: stack
+
+        objectName: "pages"
+        anchors.top: warning.bottom
+        anchors.bottom: parent.bottom
+        width: parent.width
+        focus: true
+        enabled: !root.isBlocked
+        initialItem: Item {}
+    }
+    Component {
+        id: recordersPage
+
+        RecordersPage {
+            module: root.corvaneModule
+            onDeletionRequested: recorder => recorderDeletion.ask(recorder)
+        }
+    }
+    Component {
+        id: configurationPage
+
+        Loader {
+            id: holder
+
+            required property RecorderInstance recorder
+
+            focus: true
+            sourceComponent: Component {
+                ConfigurationPage {
+                    focus: true
+                    recorder: holder.recorder
+                    onDeletionRequested: recorderDeletion.ask(holder.recorder)
+                }
+            }
+        }
+    }
+
+    ProgressFeedback {
+        id: progressFeedback
         anchors.fill: parent
-        anchors.margins: Theme.pageMargin
-        spacing: Theme.spacingLarge
-
-        Text {
-            Layout.fillWidth: true
-            visible: !NetworkConfiguration.isConnected
-            text: qsTr("Please connect your platform")
-            color: Theme.paused
-            font.pixelSize: Theme.textSize
-            font.weight: Font.Medium
-        }
-        RowLayout {
-            spacing: Theme.spacing
-
-            Text {
-                Layout.fillWidth: true
-                text: qsTr("Recorders list")
-                color: Theme.text
-                font.pixelSize: Theme.titleSize
-                font.weight: Font.DemiBold
+        visible: root.loading || root.exporting || root.importing
+        recorder: root.current
+        text: {
+            if (root.loading) {
+                return qsTr("Loading record, please wait...");
             }
-            PageButton {
-                text: qsTr("New recorder")
-                primary: true
-                onClicked: root.corvaneModule.createRecorder()
+            return root.exporting ? qsTr("Downloading record, please wait...") : qsTr("Importing record, please wait...");
+        }
+        progress: {
+            if (root.current === null) {
+                return 0;
+            }
+            return root.loading ? root.current.loadingProgress : root.exporting ? root.current.exportingProgress : root.current.importingProgress;
+        }
+        mayCancel: root.exporting || root.importing
+        onVisibleChanged: {
+            if (visible && root.visible) {
+                forceActiveFocus();
             }
         }
-        Column {
-            Layout.fillWidth: true
-            spacing: Theme.spacingSmall
-
-            Repeater {
-                model: root.corvaneModule.sortedRecorders
-
-                Repeater {
-                    id: instances
-
-                    required property Recorder qtObject
-
-                    model: qtObject.sortedInstances
-
-                    RecorderRow {
-                        required property RecorderInstance qtObject
-
-                        recorder: qtObject
-                        width: parent?.width ?? 0
-                    }
-                }
-            }
-            Text {
-                visible: root.corvaneModule.sortedRecorders.count === 0
-                text: qsTr("No recorder yet")
-                color: Theme.mutedText
-                font.pixelSize: Theme.textSize
+        onCancelRequested: {
+            if (root.exporting) {
+                root.current.stopExport();
+            } else {
+                root.current.stopImport();
             }
         }
-        RowLayout {
-            spacing: Theme.spacingSmall
+        onLeaveRequested: root.leave()
+    }
+    BusyFeedback {
+        id: busyFeedback
 
-            Text {
-                text: root.current === null ? qsTr("Choose a recorder to see its records") : qsTr("Records of %1").arg(root.current.name)
-                color: Theme.text
-                font.pixelSize: Theme.titleSize
-                font.weight: Font.DemiBold
-                textFormat: Text.PlainText
+        // The person went on though a canceling flag stayed up.
+        property bool isDismissed: false
+
+        anchors.fill: parent
+        visible: root.filtering || root.stopping || root.moving || (root.canceling && !(isStale && isDismissed))
+        recorder: root.current
+        text: {
+            if (root.filtering) {
+                return qsTr("Filtering record, please wait...");
             }
-            Text {
-                visible: root.current !== null
-                text: records.count
-                color: Theme.mutedText
-                font.pixelSize: Theme.textSize
-                font.features: ({
-                        "tnum": 1
-                    })
+            if (root.stopping) {
+                return qsTr("Stopping replay, please wait...");
+            }
+            return root.moving ? qsTr("Moving replay to desired time, please wait...") : qsTr("Canceling...");
+        }
+        isStale: root.canceling && !root.filtering && !root.stopping && !root.moving && !root.current.isDownloadingRecord && !root.current.isImportingRecord
+        onVisibleChanged: {
+            if (visible && root.visible) {
+                forceActiveFocus();
             }
         }
-        ListView {
-            id: records
-
-            Layout.fillWidth: true
-            Layout.fillHeight: true
-            clip: true
-            boundsBehavior: Flickable.StopAtBounds
-            model: SortFilterRecords {
-                sourceModel: root.current === null ? null : root.current.records
-            }
-            delegate: RecordRow {
-                required property RecorderRecord qtObject
-
-                record: qtObject
-                width: ListView.view.width
-            }
-            ScrollBar.vertical: ScrollBar {}
-
-            Text {
-                anchors.centerIn: parent
-                visible: root.current !== null && records.count === 0
-                text: root.current !== null && root.current.isOn ? qsTr("No record yet: press Record") : qsTr("Connect the recorder to see its records")
-                color: Theme.mutedText
-                font.pixelSize: Theme.textSize
-            }
-        }
+        onContinueRequested: isDismissed = true
+        onLeaveRequested: root.leave()
     }
 
-    // One recorder: shape, word and colour say its state.
-    component RecorderRow: Rectangle {
-        id: row
-
-        required property RecorderInstance recorder
-        readonly property bool isCurrent: root.current === recorder
-
-        height: Theme.tallRowHeight
-        radius: Theme.cardRadius
-        color: isCurrent ? Theme.selection : Theme.surface
-        border.width: activeFocus ? Theme.focusWidth : 1
-        border.color: activeFocus ? Theme.accent : Theme.line
-        activeFocusOnTab: true
-        Accessible.role: Accessible.ListItem
-        Accessible.name: recorder.name + ", " + state.text
-        Keys.onReturnPressed: root.corvaneModule.currentRecorder = recorder
-        Keys.onSpacePressed: root.corvaneModule.currentRecorder = recorder
-
-        TapHandler {
-            onTapped: root.corvaneModule.currentRecorder = row.recorder
-        }
-        RowLayout {
-            anchors.fill: parent
-            anchors.leftMargin: Theme.spacingLarge
-            anchors.rightMargin: Theme.spacingLarge
-            spacing: Theme.spacing
-
-            Text {
-                Layout.preferredWidth: 220
-                text: row.recorder.name
-                color: Theme.text
-                font.pixelSize: Theme.textSize
-                font.weight: Font.DemiBold
-                elide: Text.ElideRight
-                textFormat: Text.PlainText
-            }
-            RecorderState {
-                id: state
-                recorder: row.recorder
-            }
-            Text {
-                Layout.fillWidth: true
-                visible: row.recorder.isRecording
-                text: RecorderUtils.prettyPrintTime(row.recorder.recordingProgressInSeconds, RecorderTimeFormat.HH_MM_SS_WITH_SPACES)
-                color: row.recorder.isRecordingPaused ? Theme.paused : Theme.recording
-                font.pixelSize: Theme.titleSize
-                font.weight: Font.Medium
-                font.features: ({
-                        "tnum": 1
-                    })
-            }
-            Item {
-                Layout.fillWidth: true
-                visible: !row.recorder.isRecording
-            }
-            PageButton {
-                visible: row.recorder.isOn && !row.recorder.isRecording
-                text: qsTr("Record")
-                ink: Theme.recording
-                onClicked: {
-                    root.corvaneModule.currentRecorder = row.recorder;
-                    row.recorder.startRecording();
-                }
-            }
-            PageButton {
-                visible: row.recorder.isRecording
-                text: row.recorder.isRecordingPaused ? qsTr("Resume") : qsTr("Pause")
-                onClicked: row.recorder.isRecordingPaused ? row.recorder.resumeRecording() : row.recorder.pauseRecording()
-            }
-            PageButton {
-                visible: row.recorder.isRecording
-                text: qsTr("Stop")
-                onClicked: row.recorder.stopRecording()
-            }
-            PageButton {
-                text: row.recorder.isOn ? qsTr("Disconnect") : qsTr("Connect")
-                enabled: row.recorder.isOn || (row.recorder.isRunnable && NetworkConfiguration.isConnected)
-                onClicked: row.recorder.isOn ? row.recorder.disconnectAgent() : row.recorder.connectAgent()
-            }
-        }
+    ConfirmRecordDeletion {
+        id: recordDeletion
+        parent: root
+        onDeletionAccepted: record => root.current?.deleteRecord(record)
     }
-
-    component RecorderState: Rectangle {
-        id: chip
-
-        required property RecorderInstance recorder
-        readonly property bool isReplaying: recorder.isOn && recorder.isReplaying
-        readonly property string text: {
-            if (!recorder.isOn) {
-                return qsTr("Off");
-            }
-            if (recorder.isRecording) {
-                return recorder.isRecordingPaused ? qsTr("paused") : qsTr("Recording");
-            }
-            return isReplaying ? qsTr("Replaying") : qsTr("Ready");
-        }
-        readonly property color ink: {
-            if (!recorder.isOn) {
-                return Theme.mutedText;
-            }
-            if (recorder.isRecording) {
-                return recorder.isRecordingPaused ? Theme.paused : Theme.recording;
-            }
-            return isReplaying ? Theme.replaying : Theme.text;
-        }
-
-        implicitWidth: content.implicitWidth + 20
-        implicitHeight: 24
-        radius: 12
-        color: "transparent"
-        border.width: 1
-        border.color: recorder.isOn && (recorder.isRecording || isReplaying) ? ink : Theme.line
-
-        Row {
-            id: content
-            anchors.centerIn: parent
-            spacing: 6
-
-            Item {
-                anchors.verticalCenter: parent.verticalCenter
-                width: 8
-                height: 8
-
-                Rectangle {
-                    anchors.fill: parent
-                    visible: !chip.recorder.isRecordingPaused && !chip.isReplaying
-                    radius: 4
-                    color: chip.recorder.isOn ? chip.ink : "transparent"
-                    border.width: 2
-                    border.color: chip.ink
-                }
-                Row {
-                    anchors.centerIn: parent
-                    visible: chip.recorder.isRecordingPaused
-                    spacing: 2
-
-                    Rectangle {
-                        width: 3
-                        height: 8
-                        color: chip.ink
-                    }
-                    Rectangle {
-                        width: 3
-                        height: 8
-                        color: chip.ink
-                    }
-                }
-                // A triangle: half of a turned square, cut by the surrounding item.
-                Item {
-                    anchors.fill: parent
-                    visible: chip.isReplaying
-                    clip: true
-
-                    Rectangle {
-                        x: -4
-                        anchors.verticalCenter: parent.verticalCenter
-                        width: 8
-                        height: 8
-                        rotation: 45
-                        color: chip.ink
-                    }
-                }
-            }
-            Text {
-                anchors.verticalCenter: parent.verticalCenter
-                text: chip.text
-                color: chip.ink
-                font.pixelSize: Theme.smallTextSize
-                font.weight: Font.DemiBold
-            }
-        }
-    }
-
-    component RecordRow: Rectangle {
-        id: recordRow
-
-        // Null for the moment between a record's end and its row's.
-        required property RecorderRecord record
-
-        height: Theme.rowHeight
-        color: root.current !== null && root.current.currentRecord === record ? Theme.selection : Theme.surface
-
-        Rectangle {
-            anchors.bottom: parent.bottom
-            width: parent.width
-            height: 1
-            color: Theme.line
-        }
-        RowLayout {
-            anchors.fill: parent
-            anchors.leftMargin: Theme.spacingLarge
-            anchors.rightMargin: Theme.spacingLarge
-            spacing: Theme.spacingLarge
-
-            Text {
-                Layout.fillWidth: true
-                text: recordRow.record?.name ?? ""
-                color: Theme.text
-                font.pixelSize: Theme.textSize
-                font.weight: Font.Medium
-                elide: Text.ElideRight
-                textFormat: Text.PlainText
-            }
-            Text {
-                Layout.preferredWidth: 180
-                text: Qt.formatDateTime(recordRow.record?.startDateTime ?? new Date(NaN), "d MMM yyyy, hh:mm")
-                color: Theme.mutedText
-                font.pixelSize: Theme.textSize
-            }
-            Text {
-                Layout.preferredWidth: 100
-                text: RecorderUtils.prettyPrintTime(recordRow.record?.durationInSeconds ?? 0, RecorderTimeFormat.HH_MM_SS_ZZZ)
-                color: Theme.text
-                font.pixelSize: Theme.textSize
-                font.features: ({
-                        "tnum": 1
-                    })
-            }
-        }
-    }
-
-    component PageButton: Button {
-        id: button
-
-        property bool primary: false
-        property color ink: primary ? Theme.accentText : Theme.text
-
-        implicitHeight: Theme.controlHeight
-        leftPadding: Theme.spacing
-        rightPadding: Theme.spacing
-        topPadding: 0
-        bottomPadding: 0
-        font.pixelSize: Theme.textSize
-        font.weight: Font.Medium
-        opacity: enabled ? 1 : Theme.disabledOpacity
-        palette.buttonText: ink
-        palette.highlight: ink
-
-        background: Rectangle {
-            radius: Theme.radius
-            color: button.primary ? Theme.accent : button.hovered || button.down ? Theme.hovered : Theme.raised
-            border.width: button.visualFocus ? Theme.focusWidth : button.primary ? 0 : 1
-            border.color: button.visualFocus ? Theme.accent : Theme.line
-        }
+    ConfirmRecorderDeletion {
+        id: recorderDeletion
+        parent: root
+        onDeletionAccepted: recorder => root.corvaneModule.deleteRecorder(recorder)
     }
 }

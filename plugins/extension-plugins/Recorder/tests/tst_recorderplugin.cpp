@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <corvanemodule.h>
 #include <corvanemoduleplugin.h>
+#include <corvaneqmltypes.h>
 #include <quenarydouble.h>
 #include <reservedextensions.h>
 #include <systemdocumenthandler.h>
 
 #include <QtCore/QDir>
+#include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
@@ -25,6 +27,7 @@ private Q_SLOTS:
     void thePluginDescribesTheModule();
     void theMenuLabelIsTranslated();
     void thePagesAndImagesAreInTheResources();
+    void everyPageIsWellFormed();
     void theDocumentsBlockIsKeptBeforeAnyModuleExists();
     void aModuleIsCreatedThoughTheExecutableIsMissing();
     void theHostReachesThePluginThroughItsInterface();
@@ -99,8 +102,38 @@ void tst_RecorderPlugin::theMenuLabelIsTranslated()
 void tst_RecorderPlugin::thePagesAndImagesAreInTheResources()
 {
     QVERIFY(plugin());
-    QVERIFY(QFile::exists(":/qml/RecordAndReplay/main.qml"));
-    QVERIFY(QFile::exists(":/resources/RecordAndReplay/logo.svg"));
+    const QStringList pages { "main", "pages/RecordersPage", "pages/recorders/RecorderItem", "pages/ConfigurationPage",
+        "pages/configuration/ConfigurationTab", "pages/configuration/RecordsTab", "pages/configuration/FileTab",
+        "pages/configuration/RecordItem", "pages/configuration/CassandraRecordItem",
+        "pages/configuration/FileRecordItem", "pages/configuration/AgentsFilterItem",
+        "pages/configuration/AgentFilterListItem", "pages/configuration/AgentFilterCheckbox",
+        "pages/configuration/RecordingButton", "pages/configuration/ImportButton",
+        "pages/configuration/DropAreaWithOverlay", "pages/configuration/DarkOrLightTextFieldErrorHandler",
+        "pages/widgets/RecordSlider", "pages/widgets/DarkOrLightTextButton", "overlays/ProgressFeedback",
+        "overlays/BusyFeedback", "overlays/Progressbar", "popups/ConfirmRecordDeletion",
+        "popups/ConfirmRecorderDeletion" };
+    for (const QString& page : pages) {
+        QVERIFY2(QFile::exists(QStringLiteral(":/qml/RecordAndReplay/%1.qml").arg(page)), qPrintable(page));
+    }
+    for (const char* image : { "logo", "header", "sliderButton", "orange-fin" }) {
+        QVERIFY2(QFile::exists(QStringLiteral(":/resources/RecordAndReplay/%1.svg").arg(image)), image);
+    }
+}
+
+void tst_RecorderPlugin::everyPageIsWellFormed()
+{
+    QVERIFY(plugin());
+    registerCorvaneQmlTypes();
+    QQmlEngine engine;
+    QDirIterator pages(":/qml/RecordAndReplay", { "*.qml" }, QDir::Files, QDirIterator::Subdirectories);
+    int count = 0;
+    while (pages.hasNext()) {
+        const QString page = pages.next();
+        const QQmlComponent component(&engine, QUrl(QStringLiteral("qrc") + page));
+        QVERIFY2(component.isReady(), qPrintable(component.errorString()));
+        ++count;
+    }
+    QVERIFY(count > 0);
 }
 
 void tst_RecorderPlugin::theDocumentsBlockIsKeptBeforeAnyModuleExists()

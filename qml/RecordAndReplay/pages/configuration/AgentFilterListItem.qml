@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Corvane
+import RecordAndReplay
+
+// One agent of a record, let through or not.
+Item {
+    id: root
+
+    // Null for the moment between an agent's end and its row's.
+    required property RecordAgentFilter agent
+    property bool isCurrent: false
+
+    function toggle(): void {
+        root.agent.checked = !root.agent.checked;
+    }
+
+    implicitHeight: 36
+
+    Rectangle {
+        anchors.fill: parent
+        anchors.margins: 2
+        radius: 4
+        color: root.isCurrent || hover.hovered ? Theme.selection : "transparent"
+    }
+    HoverHandler {
+        id: hover
+    }
+    AgentFilterCheckbox {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.spacingSmall
+        anchors.rightMargin: Theme.spacingSmall
+        text: root.agent?.name ?? ""
+        value: (root.agent?.checked ?? false) ? Qt.Checked : Qt.Unchecked
+        onSwitched: checked => root.agent.checked = checked
+    }
+}

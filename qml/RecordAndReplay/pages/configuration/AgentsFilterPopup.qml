@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Corvane
+import RecordAndReplay
+import "../widgets"
+
+// The agents of a record with their check marks. Space switches the agent that the arrow keys are on.
+Popup {
+    id: root
+
+    required property RecorderRecord record
+    readonly property string wanted: search.text.trim().toLowerCase()
+    // Read anew when the record's agents change.
+    readonly property int count: record?.agentsFilters.count ?? 0
+    readonly property list<RecordAgentFilter> found: count > 0 ? find(wanted) : []
+
+    function find(wanted: string): list<RecordAgentFilter> {
+        return root.record.agentsFilters.toVariantList().filter(agent => agent.name.toLowerCase().includes(wanted));
+    }
+
+    function switchAll(checked: bool): void {
+        for (const agent of root.found) {
+            agent.checked = checked;
+        }
+    }
+
+    height: Math.min(420, 20 + header.height + list.contentHeight)
+    padding: 8
+    margins: 8
+    focus: true
+    closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutside
+    onOpened: {
+        search.text = "";
+        list.forceActiveFocus();
+    }
+
+    background: Rectangle {
+        radius: Theme.radius
+        color: Theme.surface
+        border.width: 1
+        border.color: Theme.line
+    }
+
+    Column {
+        id: header
+        width: parent.width
+        spacing: 4
+
+        TextField {
+            id: search
+
+            objectName: "agentsSearch"
+            visible: root.count > 12
+            width: parent.width
+            implicitHeight: Theme.controlHeight
+            topPadding: 0
+            bottomPadding: 0
+            leftPadding: Theme.spacingSmall
+            verticalAlignment: TextInput.AlignVCenter
+            placeholderText: qsTr("Find an agent")
+            placeholderTextColor: Theme.mutedText
+            color: Theme.text
+            font.pixelSize: Theme.textSize
+            KeyNavigation.down: list
+            background: Rectangle {
+                radius: Theme.radius
+                color: Theme.background
+                border.width: search.activeFocus ? Theme.focusWidth : 1
+                border.color: search.activeFocus ? Theme.accent : Theme.line
+            }
+        }
+        AgentFilterCheckbox {
+            objectName: "allAgents"
+            x: Theme.spacingSmall
+            width: parent.width - 2 * x
+            isTabStop: true
+            text: root.wanted === "" ? qsTr("All agents") : qsTr("All that were found")
+            value: {
+                if (root.wanted === "") {
+                    return root.record?.agentsFilterState ?? Qt.Unchecked;
+                }
+                const checked = root.found.filter(agent => agent?.checked ?? false).length;
+                return checked === 0 ? Qt.Unchecked : checked === root.found.length ? Qt.Checked : Qt.PartiallyChecked;
+            }
+            onSwitched: checked => root.switchAll(checked)
+        }
+        Rectangle {
+            width: parent.width
+            height: 1
+            color: Theme.line
+        }
+    }
+    ListView {
+        id: list
+
+        objectName: "agentsList"
+        anchors.top: header.bottom
+        anchors.topMargin: 4
+        anchors.bottom: parent.bottom
+        width: parent.width
+        clip: true
+        focus: true
+        activeFocusOnTab: true
+        reuseItems: true
+        boundsBehavior: Flickable.StopAtBounds
+        model: root.found
+        ScrollBar.vertical: PageScrollBar {}
+        Keys.onSpacePressed: (currentItem as AgentFilterListItem)?.toggle()
+        Keys.onReturnPressed: root.close()
+
+        delegate: AgentFilterListItem {
+            required property int index
+            required property RecordAgentFilter modelData
+
+            width: ListView.view?.width ?? 0
+            agent: modelData
+            isCurrent: ListView.isCurrentItem && list.activeFocus
+        }
+    }
+}

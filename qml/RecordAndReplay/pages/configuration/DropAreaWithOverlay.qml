@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Corvane
+
+// A place to drop one CSV file, with a frame and a word on it while something is dragged over it.
+DropArea {
+    id: root
+
+    // What a drop does.
+    property string text
+    readonly property bool isUsable: containsDrag && drag.source !== root && usable
+    property bool usable: false
+
+    // One file with the right ending was dropped.
+    signal csvDropped(url file)
+
+    function onlyCsv(urls: list<url>): bool {
+        return urls.length === 1 && urls[0].toString().endsWith(".csv");
+    }
+
+    onEntered: drag => {
+        root.usable = drag.hasUrls && root.onlyCsv(drag.urls);
+        drag.accept(Qt.LinkAction);
+    }
+    onDropped: drop => {
+        drop.accept(Qt.LinkAction);
+        if (drop.hasUrls && root.onlyCsv(drop.urls)) {
+            root.csvDropped(drop.urls[0]);
+        }
+    }
+
+    Rectangle {
+        objectName: "dropOverlay"
+        anchors.fill: parent
+        visible: root.containsDrag
+        radius: Theme.cardRadius
+        color: Theme.background
+        opacity: 0.94
+
+        DashedFrame {
+            anchors.fill: parent
+            ink: root.usable ? Theme.accent : Theme.mutedText
+        }
+        Text {
+            objectName: "dropText"
+            anchors.centerIn: parent
+            width: parent.width - 2 * Theme.pageMargin
+            horizontalAlignment: Text.AlignHCenter
+            text: root.usable ? root.text : qsTr("Only one file that ends in \".csv\" can be dropped here")
+            color: root.usable ? Theme.accent : Theme.mutedText
+            font.pixelSize: Theme.titleSize
+            font.weight: Font.DemiBold
+            wrapMode: Text.Wrap
+            textFormat: Text.PlainText
+        }
+    }
+}

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Corvane
+import RecordAndReplay
+import "../widgets"
+
+// The CSV file that is loaded, with its replay.
+Rectangle {
+    id: root
+
+    required property RecorderInstance recorder
+    required property RecorderRecord record
+    readonly property RecordItem replay: item
+
+    implicitHeight: Theme.rowHeight + item.implicitHeight + Theme.spacingLarge
+    radius: Theme.cardRadius
+    color: Theme.selection
+    border.width: 1
+    border.color: Theme.line
+    Accessible.role: Accessible.Grouping
+    Accessible.name: name.text
+
+    ForeignText {
+        id: name
+        objectName: "fileRecordName"
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacingLarge
+        anchors.right: date.left
+        anchors.rightMargin: Theme.pageMargin
+        y: (Theme.rowHeight - height) / 2
+        text: root.record?.name ?? ""
+        elide: Text.ElideMiddle
+        font.weight: Font.Medium
+    }
+    Text {
+        id: date
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.spacingLarge
+        anchors.verticalCenter: name.verticalCenter
+        text: Qt.formatDateTime(root.record?.startDateTime ?? new Date(NaN), "d MMM yyyy, hh:mm")
+        color: Theme.mutedText
+        font.pixelSize: Theme.textSize
+    }
+    RecordItem {
+        id: item
+        x: Theme.spacingLarge
+        y: Theme.rowHeight
+        width: parent.width - 2 * Theme.spacingLarge
+        recorder: root.recorder
+        record: root.record
+    }
+}

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Corvane
+import RecordAndReplay
+import "../widgets"
+
+// What is recorded now, and for how long.
+Rectangle {
+    id: root
+
+    required property RecorderInstance recorder
+    readonly property color ink: recorder.isRecordingPaused ? Theme.paused : recorder.isRecording ? Theme.recording : Theme.mutedText
+
+    function toggleRecording(): void {
+        recordingButton.toggle();
+    }
+
+    implicitHeight: 62
+    radius: Theme.cardRadius
+    color: Theme.surface
+    border.width: 1
+    border.color: Theme.line
+
+    Rectangle {
+        visible: root.recorder.isRecording
+        width: 5
+        height: parent.height
+        topLeftRadius: Theme.cardRadius
+        bottomLeftRadius: Theme.cardRadius
+        color: root.ink
+    }
+    RecordingButton {
+        id: recordingButton
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.spacingLarge
+        anchors.verticalCenter: parent.verticalCenter
+        recorder: root.recorder
+    }
+    Figures {
+        id: time
+        objectName: "recordingTime"
+        anchors.left: recordingButton.right
+        anchors.leftMargin: Theme.spacingLarge
+        anchors.verticalCenter: parent.verticalCenter
+        text: RecorderUtils.prettyPrintTime(root.recorder.recordingProgressInSeconds, RecorderTimeFormat.HH_MM_SS_WITH_SPACES)
+        color: root.ink
+        font.pixelSize: Theme.runningTimeSize
+        font.weight: Font.Medium
+        Accessible.role: Accessible.StaticText
+        Accessible.name: qsTr("Recorded so far: %1").arg(text)
+    }
+    Text {
+        objectName: "pausedLabel"
+        anchors.left: time.right
+        anchors.leftMargin: Theme.spacing
+        anchors.baseline: time.baseline
+        visible: root.recorder.isRecordingPaused
+        text: qsTr("paused")
+        color: Theme.paused
+        font.pixelSize: Theme.titleSize
+        font.weight: Font.Medium
+    }
+    ImportButton {
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.spacingLarge
+        anchors.verticalCenter: parent.verticalCenter
+        recorder: root.recorder
+    }
+}

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Corvane
+import RecordAndReplay
+import "../widgets"
+
+// The records that a recorder holds, newest first.
+FocusScope {
+    id: root
+
+    required property RecorderInstance recorder
+    readonly property RecorderRecord current: recorder.currentRecord
+    readonly property RecordItem replay: (list.itemAtIndex(currentRow) as CassandraRecordItem)?.replay ?? null
+    readonly property int currentRow: current === null ? -1 : records.indexOf(current)
+    property alias list: list
+
+    function showCurrent(): void {
+        const row = root.current === null ? -1 : records.indexOf(root.current);
+        if (row >= 0) {
+            list.currentIndex = row;
+            list.positionViewAtIndex(row, ListView.Contain);
+        }
+    }
+
+    function load(record: RecorderRecord): void {
+        root.recorder.loadRecord(record);
+    }
+
+    onCurrentChanged: Qt.callLater(showCurrent)
+    Component.onCompleted: Qt.callLater(showCurrent)
+
+    SortFilterRecords {
+        id: records
+        sourceModel: root.recorder.records
+    }
+    Connections {
+        // The row of the current record has grown by its controls.
+        function onIsLoadedChanged(): void {
+            Qt.callLater(root.showCurrent);
+        }
+
+        target: root.current
+    }
+    Column {
+        id: notes
+        width: parent.width
+        spacing: Theme.spacingSmall
+        bottomPadding: children.some(note => note.visible) ? Theme.spacing : 0
+
+        LoadFailure {
+            width: parent.width
+            visible: root.recorder.loadingFailReason !== "" && root.current !== null && root.current !== root.recorder.recordFromFile
+            recorder: root.recorder
+        }
+        Text {
+            objectName: "recordingNote"
+            width: parent.width
+            visible: root.recorder.isRecording && list.count > 0
+            text: qsTr("A recording runs: a double click on a record ends it and loads the record.")
+            color: Theme.mutedText
+            font.pixelSize: Theme.smallTextSize
+            wrapMode: Text.Wrap
+        }
+    }
+    ListView {
+        id: list
+
+        objectName: "recordsList"
+        anchors.top: notes.bottom
+        anchors.bottom: parent.bottom
+        width: parent.width
+        clip: true
+        focus: true
+        activeFocusOnTab: true
+        reuseItems: true
+        boundsBehavior: Flickable.StopAtBounds
+        highlightMoveDuration: 0
+        model: records
+        ScrollBar.vertical: PageScrollBar {}
+        Accessible.role: Accessible.List
+        Accessible.name: qsTr("Records")
+        Keys.onReturnPressed: root.load(records.get(currentIndex) as RecorderRecord)
+        Keys.onEnterPressed: root.load(records.get(currentIndex) as RecorderRecord)
+        Keys.onPressed: event => {
+            const record = records.get(currentIndex) as RecorderRecord;
+            if (record === null) {
+                return;
+            }
+            if (event.key === Qt.Key_F2) {
+                (currentItem as CassandraRecordItem).rename();
+                event.accepted = true;
+            } else if (event.key === Qt.Key_Delete && root.recorder.isOn) {
+                root.recorder.confirmRecordDeletion(record);
+                event.accepted = true;
+            } else if (event.key === Qt.Key_Home || event.key === Qt.Key_End) {
+                currentIndex = event.key === Qt.Key_Home ? 0 : count - 1;
+                event.accepted = true;
+            } else if (event.key === Qt.Key_PageUp || event.key === Qt.Key_PageDown) {
+                const page = Math.max(1, Math.floor(height / Theme.rowHeight) - 1);
+                currentIndex = Math.max(0, Math.min(count - 1, currentIndex + (event.key === Qt.Key_PageUp ? -page : page)));
+                event.accepted = true;
+            }
+        }
+
+        delegate: CassandraRecordItem {
+            id: row
+
+            required property RecorderRecord qtObject
+
+            width: ListView.view?.width ?? 0
+            count: list.count
+            recorder: root.recorder
+            record: qtObject
+            isCursor: ListView.isCurrentItem
+            hasKeyboard: list.activeFocus
+            onPressed: {
+                list.currentIndex = index;
+                list.forceActiveFocus();
+                if (!root.recorder.isRecording) {
+                    root.load(record);
+                }
+            }
+            onLoadRequested: root.load(record)
+        }
+    }
+    EmptyHint {
+        objectName: "recordsHint"
+        anchors.centerIn: parent
+        width: Math.min(480, parent.width)
+        visible: list.count === 0
+        title: root.recorder.isOn ? qsTr("No record yet") : qsTr("The recorder is off")
+        text: {
+            if (!root.recorder.isOn) {
+                return qsTr("Connect the recorder to see its records.");
+            }
+            return root.recorder.isRecording ? qsTr("What is recorded now is listed here when it ends.") : qsTr("Press Record to make one, or drop a CSV file here to import it.");
+        }
+    }
+    DropAreaWithOverlay {
+        objectName: "recordsDropArea"
+        anchors.fill: parent
+        enabled: root.recorder.isOn
+        text: qsTr("Drop to import file")
+        onCsvDropped: file => root.recorder.importRecord(file)
+    }
+}

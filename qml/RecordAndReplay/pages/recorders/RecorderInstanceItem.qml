@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Corvane
+import RecordAndReplay
+import "../widgets"
+
+// One recorder on one machine: where it is, what it does, and what can be done with it.
+Item {
+    id: root
+
+    required property RecorderInstance recorder
+    property bool isFirst: false
+    property bool isLast: false
+    readonly property bool isNarrow: width < 700
+
+    signal chosen
+    signal deletionRequested
+
+    objectName: "recorderInstance"
+    implicitHeight: Theme.tallRowHeight
+    activeFocusOnTab: true
+    Accessible.role: Accessible.ListItem
+    Accessible.name: qsTr("%1, %2, %3").arg(recorder.name).arg(facts.machine).arg(chip.word)
+    Accessible.onPressAction: root.chosen()
+    Keys.onReturnPressed: root.chosen()
+    Keys.onEnterPressed: root.chosen()
+    Keys.onSpacePressed: root.chosen()
+    Keys.onDeletePressed: {
+        if (!root.recorder.isOn) {
+            root.deletionRequested();
+        }
+    }
+
+    RecorderFacts {
+        id: facts
+        recorder: root.recorder
+    }
+    Rectangle {
+        anchors.fill: parent
+        anchors.margins: 1
+        color: hover.hovered ? Theme.raised : "transparent"
+        topLeftRadius: root.isFirst ? Theme.cardRadius - 1 : 0
+        topRightRadius: topLeftRadius
+        bottomLeftRadius: root.isLast ? Theme.cardRadius - 1 : 0
+        bottomRightRadius: bottomLeftRadius
+    }
+    Rectangle {
+        anchors.bottom: parent.bottom
+        visible: !root.isLast
+        width: parent.width
+        height: 1
+        color: Theme.line
+    }
+    Rectangle {
+        visible: root.activeFocus && root.Window.activeFocusItem === root
+        anchors.fill: parent
+        anchors.margins: 2
+        color: "transparent"
+        radius: Theme.radius
+        border.width: Theme.focusWidth
+        border.color: Theme.accent
+    }
+    HoverHandler {
+        id: hover
+        cursorShape: Qt.PointingHandCursor
+    }
+    TapHandler {
+        onTapped: root.chosen()
+    }
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.spacingLarge
+        anchors.rightMargin: Theme.spacingLarge
+        spacing: Theme.spacing
+
+        ForeignText {
+            Layout.preferredWidth: root.isNarrow ? 110 : 180
+            text: facts.machine
+            font.weight: Font.Medium
+        }
+        ForeignText {
+            Layout.preferredWidth: 130
+            visible: !root.isNarrow
+            text: facts.store
+            color: Theme.mutedText
+        }
+        RecorderState {
+            id: chip
+            recorder: root.recorder
+        }
+        ForeignText {
+            objectName: "recorderProgress"
+            Layout.fillWidth: true
+            text: connectButton.problem !== "" ? connectButton.problem : facts.progress
+            color: connectButton.problem !== "" || root.recorder.isRecording ? Theme.recording : Theme.text
+            font.features: ({
+                    "tnum": 1
+                })
+        }
+        ConnectButton {
+            id: connectButton
+            recorder: root.recorder
+        }
+        DarkOrLightTextButton {
+            objectName: "configureButton"
+            iconName: "settings"
+            hint: qsTr("Open this recorder")
+            shortcut: qsTr("Enter")
+            onClicked: root.chosen()
+        }
+        DarkOrLightTextButton {
+            objectName: "deleteRecorderButton"
+            iconName: "trash"
+            hint: qsTr("Delete this recorder")
+            shortcut: qsTr("Del")
+            available: !root.recorder.isOn
+            unavailableHint: qsTr("Disconnect the recorder to delete it")
+            onClicked: root.deletionRequested()
+        }
+    }
+}

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Corvane
+
+// One line of text to type. It shows `value` until somebody types, and says what was typed when that ends.
+Hinted {
+    id: root
+
+    property string value
+    property alias text: field.text
+    property alias placeholderText: field.placeholderText
+    property alias echoMode: field.echoMode
+    property alias readOnly: field.readOnly
+    property alias font: field.font
+    property alias field: field
+    property string accessibleName: placeholderText
+    property bool isWrong: false
+    // Else what was typed is given up when typing ends.
+    property bool mayCommit: true
+    // What was typed stays when typing ends, for a field whose text a button acts on.
+    property bool keepsText: false
+    // Looks like a plain text, also while nothing can be typed.
+    property bool flat: false
+    property bool isTabStop: true
+    // The text is another one than the value.
+    property bool isEdited: false
+
+    // Typing ended with another text than the value.
+    signal committed(string text)
+
+    function reset(): void {
+        field.text = root.value;
+        root.isEdited = false;
+    }
+
+    implicitWidth: 240
+    implicitHeight: Theme.controlHeight
+    // Whoever is typing is not interrupted.
+    onValueChanged: {
+        if (field.activeFocus && root.isEdited) {
+            root.isEdited = field.text !== root.value;
+        } else {
+            reset();
+        }
+    }
+    Component.onCompleted: reset()
+
+    TextField {
+        id: field
+
+        anchors.fill: parent
+        focus: true
+        focusPolicy: root.isTabStop ? Qt.StrongFocus : Qt.ClickFocus
+        enabled: root.available
+        leftPadding: root.flat ? 0 : Theme.spacingSmall
+        rightPadding: leftPadding
+        topPadding: 0
+        bottomPadding: 0
+        verticalAlignment: TextInput.AlignVCenter
+        color: Theme.text
+        placeholderTextColor: Theme.mutedText
+        selectionColor: Theme.accent
+        selectedTextColor: Theme.accentText
+        selectByMouse: true
+        font.pixelSize: Theme.textSize
+        opacity: root.available || root.flat ? 1 : Theme.disabledOpacity
+        Accessible.name: root.accessibleName
+        Accessible.description: root.available ? root.hint : root.unavailableHint
+        onTextChanged: root.isEdited = text !== root.value
+        onEditingFinished: {
+            if (root.keepsText) {
+                return;
+            }
+            if (root.isEdited && root.mayCommit) {
+                root.committed(text);
+            }
+            // The value may have come back changed, or not at all.
+            root.reset();
+        }
+        Keys.onEscapePressed: event => {
+            event.accepted = root.isEdited;
+            root.reset();
+        }
+
+        background: Rectangle {
+            visible: !root.flat
+            radius: Theme.radius
+            color: Theme.surface
+            border.width: field.activeFocus ? Theme.focusWidth : 1
+            border.color: root.isWrong ? Theme.recording : field.activeFocus ? Theme.accent : Theme.line
+        }
+    }
+}

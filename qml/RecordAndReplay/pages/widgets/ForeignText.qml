@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Corvane
+
+// A text from elsewhere: never markup, on one line, and whole under the pointer when it does not fit.
+Text {
+    id: root
+
+    color: Theme.text
+    font.pixelSize: Theme.textSize
+    elide: Text.ElideRight
+    maximumLineCount: 1
+    textFormat: Text.PlainText
+
+    HoverHandler {
+        id: hover
+        enabled: root.truncated
+    }
+    Loader {
+        active: hover.hovered && root.truncated
+        sourceComponent: Component {
+            PageToolTip {
+                parent: root
+                text: root.text
+                visible: true
+            }
+        }
+    }
+}

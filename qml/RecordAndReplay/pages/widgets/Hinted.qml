@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+
+// A control with a hint under the pointer. While the control is not available the hint says why: a disabled control
+// itself is told nothing about the pointer, so the hint is its parent's.
+FocusScope {
+    id: root
+
+    property bool available: true
+    // What the control does; also the accessible name of one without a text.
+    property string hint: ""
+    property string shortcut: ""
+    property string unavailableHint: ""
+    readonly property string hintText: {
+        if (!root.available && root.unavailableHint !== "") {
+            return root.unavailableHint;
+        }
+        return root.shortcut === "" ? root.hint : (root.hint + " (" + root.shortcut + ")").trim();
+    }
+    readonly property bool hovered: hover.hovered
+
+    HoverHandler {
+        id: hover
+    }
+    // Made when it is needed: a page has more controls than anybody points at.
+    Loader {
+        active: hover.hovered && root.hintText !== ""
+        sourceComponent: Component {
+            PageToolTip {
+                parent: root
+                text: root.hintText
+                visible: true
+            }
+        }
+    }
+}

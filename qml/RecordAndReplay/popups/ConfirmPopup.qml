@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Corvane
+import "../pages/widgets"
+
+// Asks before something is deleted.
+Popup {
+    id: root
+
+    property string text
+
+    signal accepted
+
+    anchors.centerIn: parent
+    width: Math.min(600, (parent?.width ?? 0) - 80)
+    padding: Theme.pageMargin
+    modal: true
+    focus: true
+    closePolicy: Popup.CloseOnEscape
+
+    background: Rectangle {
+        radius: Theme.cardRadius
+        color: Theme.surface
+        border.width: 1
+        border.color: Theme.line
+    }
+    Overlay.modal: Rectangle {
+        color: Theme.dim
+    }
+    enter: Transition {
+        NumberAnimation {
+            property: "opacity"
+            from: 0
+            to: 1
+            duration: Theme.fadeDuration
+        }
+    }
+    exit: Transition {
+        NumberAnimation {
+            property: "opacity"
+            from: 1
+            to: 0
+            duration: Theme.fadeDuration
+        }
+    }
+
+    contentItem: FocusScope {
+        implicitHeight: content.implicitHeight
+        focus: true
+        Accessible.role: Accessible.Dialog
+        Accessible.name: root.text
+
+        Column {
+            id: content
+            width: parent.width
+            spacing: Theme.pageMargin
+
+            Text {
+                objectName: "question"
+                width: parent.width
+                text: root.text
+                color: Theme.text
+                font.pixelSize: Theme.titleSize
+                font.weight: Font.DemiBold
+                wrapMode: Text.Wrap
+                maximumLineCount: 6
+                elide: Text.ElideRight
+                textFormat: Text.PlainText
+            }
+            Row {
+                anchors.right: parent.right
+                spacing: Theme.spacingSmall
+
+                DarkOrLightTextButton {
+                    objectName: "cancelDeletionButton"
+                    focus: true
+                    text: qsTr("Cancel")
+                    hint: qsTr("Keep it")
+                    shortcut: qsTr("Esc")
+                    onClicked: root.close()
+                }
+                DarkOrLightTextButton {
+                    objectName: "acceptDeletionButton"
+                    text: qsTr("DELETE")
+                    destructive: true
+                    onClicked: {
+                        root.accepted();
+                        root.close();
+                    }
+                }
+            }
+        }
+    }
+}
