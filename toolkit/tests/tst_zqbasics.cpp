@@ -133,6 +133,26 @@ private slots:
         QVERIFY(ZqProperty::assign(&gauge, gauge.level, 0.5001, &Gauge::levelChanged));
         QCOMPARE(changes.count(), 1);
     }
+
+    void aDoubleThatIsNoNumberChangesOnceAndNotAgain_data()
+    {
+        QTest::addColumn<double>("level");
+        QTest::newRow("not a number") << qQNaN();
+        QTest::newRow("infinity") << qInf();
+        QTest::newRow("negative infinity") << -qInf();
+    }
+
+    void aDoubleThatIsNoNumberChangesOnceAndNotAgain()
+    {
+        QFETCH(double, level);
+        Gauge gauge;
+        QSignalSpy changes(&gauge, &Gauge::levelChanged);
+        QVERIFY(ZqProperty::assign(&gauge, gauge.level, level, &Gauge::levelChanged));
+        QVERIFY(!ZqProperty::assign(&gauge, gauge.level, level, &Gauge::levelChanged));
+        QVERIFY(!ZqProperty::equal(level, 0.5));
+        QVERIFY(ZqProperty::assign(&gauge, gauge.level, 0.5, &Gauge::levelChanged));
+        QCOMPARE(changes.count(), 2);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestZqBasics)
