@@ -15,6 +15,7 @@ endif()
 option(RR_WARNINGS_AS_ERRORS "Warnings end the build" OFF)
 option(RR_PRECOMPILED_HEADERS "Precompile Qt's headers for the larger targets" ON)
 set(RR_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them (address,undefined or thread)")
+set(RR_COVERAGE "" CACHE STRING "Targets whose executed lines are counted (see scripts/coverage)")
 
 # ccache makes a second build from scratch a matter of seconds; a launcher given from outside wins.
 find_program(RR_CCACHE ccache)
@@ -46,6 +47,11 @@ function(rr_target_defaults target)
     if(RR_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=${RR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
         target_link_options(${target} PRIVATE -fsanitize=${RR_SANITIZE})
+    endif()
+    # Not optimised, so that every line is where it was written; whoever links the objects needs the counters' runtime.
+    if("${target}" IN_LIST RR_COVERAGE)
+        target_compile_options(${target} PRIVATE -O0 --coverage)
+        target_link_options(${target} PUBLIC --coverage)
     endif()
 endfunction()
 

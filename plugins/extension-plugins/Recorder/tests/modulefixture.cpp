@@ -163,6 +163,49 @@ QuenaryDouble::ServiceCall lastServiceCall()
                                                    : QuenaryDouble::serviceCalls().last();
 }
 
+void compareCall(
+    const RecorderInstance* instance, const char* service, const QVariantList& arguments, const QString& token)
+{
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList(QString::fromLatin1(service)));
+    compareCall(lastServiceCall(), instance, service, arguments, token);
+    QuenaryDouble::clearCalls();
+}
+
+void compareCall(const QuenaryDouble::ServiceCall& call, const RecorderInstance* instance, const char* service,
+    const QVariantList& arguments, const QString& token)
+{
+    QCOMPARE(call.agent, instance->agentInstanceUuid());
+    QCOMPARE(call.service, QString::fromLatin1(service));
+    QCOMPARE(call.arguments, arguments);
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        QCOMPARE(call.arguments.at(i).typeId(), arguments.at(i).typeId());
+    }
+    QCOMPARE(call.hasArgumentList, !arguments.isEmpty());
+    QCOMPARE(call.token, token.isNull() ? instance->uuid() : token);
+}
+
+LoadedRecorder::LoadedRecorder()
+    : instance(fixture.addRunningRecorder())
+    , recorder(instance)
+{
+    recorder.records(
+        u'[' + recordJson(RECORD_A, QStringLiteral("First")) + u',' + recordJson(RECORD_B, QStringLiteral("Second"))
+        + u']');
+    record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
+    other = qobject_cast<RecorderRecord*>(instance->records()->get(1));
+    instance->loadRecord(record);
+    recorder.loaded(RECORD_A, 3.0, QStringLiteral(R"(["a","b","c"])"));
+    QuenaryDouble::clearCalls();
+}
+
+void LoadedRecorder::context(const QString& replayId, double progress, double speed, bool isRunning,
+    const QString& agents, const QString& filter, const QString& recordId)
+{
+    recorder.reply(QStringLiteral("context"),
+        { replayId, QStringLiteral("2026-11-21T10:00:00.000"), 4.5, progress, speed, isRunning, agents, filter,
+            recordId });
+}
+
 QString recordJson(const QString& uuid, const QString& name, qint64 durationInMicroseconds, const QString& startDate,
     const QString& endDate)
 {
@@ -171,15 +214,6 @@ QString recordJson(const QString& uuid, const QString& name, qint64 durationInMi
 }
 
 // ---- meta-objects -----------------------------------------------------------------------------------------------
-
-QStringList propertyNames(const QMetaObject& metaObject)
-{
-    QStringList names;
-    for (int i = metaObject.propertyOffset(); i < metaObject.propertyCount(); ++i) {
-        names.append(QString::fromLatin1(metaObject.property(i).name()));
-    }
-    return names;
-}
 
 QStringList methodSignatures(const QMetaObject& metaObject, QMetaMethod::MethodType type)
 {

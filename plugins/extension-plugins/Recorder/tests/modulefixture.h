@@ -67,14 +67,39 @@ private:
 /// The last call of a recorder's service.
 QuenaryDouble::ServiceCall lastServiceCall();
 
+/// Compares the one call since the last time: to the instance's agent, the arguments with their types, and the token
+/// (null: the instance's uuid).
+void compareCall(const RecorderInstance* instance, const char* service, const QVariantList& arguments,
+    const QString& token = QString());
+/// The same for one call of several.
+void compareCall(const QuenaryDouble::ServiceCall& call, const RecorderInstance* instance, const char* service,
+    const QVariantList& arguments, const QString& token = QString());
+
 /// A record as a recorder lists it.
 QString recordJson(const QString& uuid, const QString& name, qint64 durationInMicroseconds = 3000000,
     const QString& startDate = QStringLiteral("2026-11-21 10:00:00.000"),
     const QString& endDate = QStringLiteral("2026-11-21 10:00:03.000"));
 
+/// A running recorder with two records, the first of them loaded: three seconds, agents a, b and c.
+class LoadedRecorder
+{
+public:
+    LoadedRecorder();
+
+    void check(int agent, bool checked) { record->agentsFilters()->get(agent)->setProperty("checked", checked); }
+    /// The recorder says what it replays: four and a half seconds.
+    void context(const QString& replayId, double progress, double speed, bool isRunning, const QString& agents,
+        const QString& filter, const QString& recordId = QStringLiteral(""));
+
+    ModuleFixture fixture;
+    RecorderInstance* instance;
+    ScriptedRecorder recorder;
+    RecorderRecord* record = nullptr;
+    RecorderRecord* other = nullptr;
+};
+
 inline const QString RECORD_A = QStringLiteral("aaaaaaaa-0000-4000-8000-000000000001");
 inline const QString RECORD_B = QStringLiteral("bbbbbbbb-0000-4000-8000-000000000002");
 
-/// The names of a class's own properties, signals or slots, in order.
-QStringList propertyNames(const QMetaObject& metaObject);
+/// A class's own signals or slots, in order.
 QStringList methodSignatures(const QMetaObject& metaObject, QMetaMethod::MethodType type);

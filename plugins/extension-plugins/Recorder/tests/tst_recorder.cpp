@@ -13,7 +13,6 @@ class tst_Recorder : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void propertiesSignalsAndSlotsStandInTheirOrder();
     void eachLaunchLineGetsOneInstance();
     void anEncounteredAgentWithTheCommandLineOfAnInstanceCreatesNothing();
     void aRunningAgentThatMatchesOneOfflineInstanceReusesIt();
@@ -32,19 +31,6 @@ private Q_SLOTS:
     void theClassInstanceBecomesNullWhenItIsDestroyed();
     void instancesAreSortedByTheirDatabase();
 };
-
-void tst_Recorder::propertiesSignalsAndSlotsStandInTheirOrder()
-{
-    const QMetaObject& metaObject = Recorder::staticMetaObject;
-    QCOMPARE(propertyNames(metaObject), QStringList({ "classInstance", "instances", "sortedInstances" }));
-    QCOMPARE(methodSignatures(metaObject, QMetaMethod::Signal),
-        QStringList({ "classInstanceChanged()", "recorderInstanceCreated(RecorderInstance*)",
-            "recorderInstanceRemoved(RecorderInstance*)" }));
-    QCOMPARE(methodSignatures(metaObject, QMetaMethod::Slot),
-        QStringList({ "_onclassInstanceDestroyed(QObject*)", "_onRunningAgentInfoCreated(RunningAgentInfo*)",
-            "_onRunningAgentInfoRemoved(RunningAgentInfo*)",
-            "_onEncounteredAgentInfoCreated(EncounteredAgentsOnHost*,EncounteredAgentInfo*)" }));
-}
 
 void tst_Recorder::eachLaunchLineGetsOneInstance()
 {

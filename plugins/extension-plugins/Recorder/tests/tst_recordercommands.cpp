@@ -5,52 +5,6 @@
 
 #include <QtTest/QSignalSpy>
 
-using QuenaryDouble::ServiceCall;
-
-namespace {
-
-/// A running recorder with one record, loaded: three seconds, agents a, b and c.
-class LoadedRecord
-{
-public:
-    LoadedRecord()
-        : instance(fixture.addRunningRecorder())
-        , recorder(instance)
-    {
-        recorder.records("[" + recordJson(RECORD_A, "First") + "," + recordJson(RECORD_B, "Second") + "]");
-        record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
-        other = qobject_cast<RecorderRecord*>(instance->records()->get(1));
-        instance->loadRecord(record);
-        recorder.loaded(RECORD_A, 3.0, R"(["a","b","c"])");
-        QuenaryDouble::clearCalls();
-    }
-    void check(int agent, bool checked) { record->agentsFilters()->get(agent)->setProperty("checked", checked); }
-
-    ModuleFixture fixture;
-    RecorderInstance* instance;
-    ScriptedRecorder recorder;
-    RecorderRecord* record = nullptr;
-    RecorderRecord* other = nullptr;
-};
-
-void compareCall(const RecorderInstance* instance, const char* service, const QVariantList& arguments,
-    const QString& token = QString())
-{
-    QCOMPARE(QuenaryDouble::serviceCalls().size(), 1);
-    const ServiceCall call = lastServiceCall();
-    QCOMPARE(call.agent, instance->agentInstanceUuid());
-    QCOMPARE(call.service, QString(service));
-    QCOMPARE(call.arguments, arguments);
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        QCOMPARE(call.arguments.at(i).typeId(), arguments.at(i).typeId());
-    }
-    QCOMPARE(call.hasArgumentList, !arguments.isEmpty());
-    QCOMPARE(call.token, token.isNull() ? instance->uuid() : token);
-    QuenaryDouble::clearCalls();
-}
-
-} // namespace
-
 class tst_RecorderCommands : public QObject
 {
     Q_OBJECT
@@ -142,7 +96,7 @@ void tst_RecorderCommands::startRecordingSendsANameMadeOfTheDate()
 
 void tst_RecorderCommands::startRecordingUnloadsTheCurrentRecord()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.instance->startRecording();
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "unload", "record" }));
     QCOMPARE(setup.instance->currentRecord(), nullptr);
@@ -163,7 +117,7 @@ void tst_RecorderCommands::startRecordingUnloadsTheCurrentRecord()
 
 void tst_RecorderCommands::aRecordChosenWhileTheLastOneUnloadsStaysCurrentInARecording()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     connect(setup.record, &RecorderRecord::isLoadedChanged, setup.instance, [&setup] {
         if (!setup.record->isLoaded()) {
             setup.instance->setcurrentRecord(setup.other);
@@ -247,7 +201,7 @@ void tst_RecorderCommands::recordsAreNotAskedForWithoutADatabase()
 
 void tst_RecorderCommands::loadRecordSendsTheWholeWindow()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.recorder.reply("loading_failed", { RECORD_A, "no disk" });
     setup.recorder.reply("loading", { 80.0 });
     QCOMPARE(setup.instance->loadingFailReason(), "no disk");
@@ -263,7 +217,7 @@ void tst_RecorderCommands::loadRecordSendsTheWholeWindow()
 
 void tst_RecorderCommands::loadRecordOnALoadedRecordSendsNothing()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.recorder.reply("loading_failed", { RECORD_B, "no disk" });
     setup.instance->loadRecord(setup.record);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
@@ -278,7 +232,7 @@ void tst_RecorderCommands::loadRecordOnALoadedRecordSendsNothing()
 
 void tst_RecorderCommands::loadRecordUnloadsTheOneBeforeItHereOnly()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.instance->loadRecord(setup.other);
     QVERIFY(!setup.record->isLoaded());
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "load" }));
@@ -313,7 +267,7 @@ void tst_RecorderCommands::loadRecordFileSendsThePathAndKeepsIt()
 
 void tst_RecorderCommands::loadRecordFileReleasesTheFileBeforeIt()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.recorder.loaded("/records/one.csv", 3.0, "[]");
     const QPointer<RecorderRecord> file = setup.instance->recordFromFile();
     setup.instance->loadRecordFile("/records/two.csv");
@@ -326,7 +280,7 @@ void tst_RecorderCommands::loadRecordFileReleasesTheFileBeforeIt()
 
 void tst_RecorderCommands::unloadRecordSendsUnloadOnlyWhenLoaded()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.instance->unloadRecord(setup.other);
     setup.instance->unloadRecord(nullptr);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
@@ -339,7 +293,7 @@ void tst_RecorderCommands::unloadRecordSendsUnloadOnlyWhenLoaded()
 
 void tst_RecorderCommands::renamingToTheSameNameSendsNothing()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.instance->updateRecordName(setup.record, "First");
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
     setup.instance->updateRecordName(setup.record, "Renamed");
@@ -349,7 +303,7 @@ void tst_RecorderCommands::renamingToTheSameNameSendsNothing()
 
 void tst_RecorderCommands::deletingARecordRemovesItAtOnce()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     const QPointer<RecorderRecord> record = setup.record;
     setup.instance->deleteRecord(record);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "unload", "delete" }));
@@ -366,7 +320,7 @@ void tst_RecorderCommands::deletingARecordRemovesItAtOnce()
 
 void tst_RecorderCommands::playIsRefusedWhilePlaying()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.instance->playRecord(setup.record);
     compareCall(setup.instance, "play", {});
     QVERIFY(setup.record->isReplaying());
@@ -378,7 +332,7 @@ void tst_RecorderCommands::playIsRefusedWhilePlaying()
 
 void tst_RecorderCommands::pauseIsRefusedWhileNotPlaying()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     QTest::ignoreMessage(QtWarningMsg, "Can not pause record \"First\" because it is not playing");
     setup.instance->pauseRecord(setup.record);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
@@ -394,7 +348,7 @@ void tst_RecorderCommands::pauseIsRefusedWhileNotPlaying()
 
 void tst_RecorderCommands::stopRecordPausesAndMovesToTheStart()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.instance->playRecord(setup.record);
     QuenaryDouble::clearCalls();
     setup.instance->stopRecord(setup.record);
@@ -414,7 +368,7 @@ void tst_RecorderCommands::stopRecordPausesAndMovesToTheStart()
 
 void tst_RecorderCommands::aNegativeTimeMovesTheTimelineToItsStartAndIsSentAsItIs()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.record->updateReplayProgress(2.0);
     QVERIFY(!setup.record->replayIsAtStart());
     setup.instance->moveCurrentRecordTime(-3.0);
@@ -426,7 +380,7 @@ void tst_RecorderCommands::aNegativeTimeMovesTheTimelineToItsStartAndIsSentAsItI
 
 void tst_RecorderCommands::movingWhilePlayingPausesFirst()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.instance->playRecord(setup.record);
     QuenaryDouble::clearCalls();
     setup.instance->moveCurrentRecordTime(1.5);
@@ -436,7 +390,7 @@ void tst_RecorderCommands::movingWhilePlayingPausesFirst()
 
 void tst_RecorderCommands::withSomeAgentsCheckedTheFilterIsAListOfTheirNames()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.check(1, false);
     setup.instance->updateRecordAgentsFilter(setup.record);
     compareCall(setup.instance, "filter_replaying_agents", { QString(R"(["a","c"])") });
@@ -449,7 +403,7 @@ void tst_RecorderCommands::withSomeAgentsCheckedTheFilterIsAListOfTheirNames()
 
 void tst_RecorderCommands::withAllOrNoAgentsCheckedTheFilterIsEmpty()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.check(0, false);
     setup.check(1, false);
     setup.check(2, false);
@@ -464,7 +418,7 @@ void tst_RecorderCommands::withAllOrNoAgentsCheckedTheFilterIsEmpty()
 
 void tst_RecorderCommands::anUnchangedFilterIsNotSent()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     setup.instance->updateRecordAgentsFilter(setup.record);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
     QVERIFY(!setup.instance->isFilteringRecord());
@@ -472,7 +426,7 @@ void tst_RecorderCommands::anUnchangedFilterIsNotSent()
 
 void tst_RecorderCommands::theSpeedIsSentOnceForARealChange()
 {
-    LoadedRecord setup;
+    LoadedRecorder setup;
     auto* const speed = qobject_cast<Speed*>(setup.record->speeds()->get(4));
     QSignalSpy changed(setup.record, &RecorderRecord::speedChanged);
     setup.instance->updateRecordSpeed(setup.record, setup.record->speed());

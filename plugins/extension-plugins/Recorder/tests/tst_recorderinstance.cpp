@@ -17,8 +17,6 @@ class tst_RecorderInstance : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void propertiesStandInTheirOrderAndNotify();
-    void invokablesAreOffered();
     void aNewInstanceHasAUuidAndInputNamesOfItsOwn();
     void aNewInstanceReadsWhatTheDocumentKeepsOfIt();
     void anAgentThatComesIsAskedForFiltersRecordsAndContextInThatOrder();
@@ -37,75 +35,6 @@ private Q_SLOTS:
     void retargetingReadsTheNewLaunchLineAndEmptiesTheFilters();
     void retargetingFollowsTheRunnabilityOfTheNewLaunchLine();
 };
-
-void tst_RecorderInstance::propertiesStandInTheirOrderAndNotify()
-{
-    const QMetaObject& metaObject = RecorderInstance::staticMetaObject;
-    const QStringList expected { "systemView", "instance", "encounteredAgentsOnHost", "encounteredAgentInfo",
-        "runningAgentInfo", "name", "isRunnable", "isOn", "isInTimestampedReplayMode", "records", "currentRecord",
-        "recordFromFile", "currentFilePath", "isRecording", "isRecordingPaused", "recordingProgressInSeconds",
-        "isLoadingRecord", "loadingProgress", "loadingFailReason", "isFilteringRecord", "isReplaying", "isMovingRecord",
-        "isStoppingRecord", "isWaitingToFilterAgents", "isDownloadingRecord", "exportingProgress", "exportRecord",
-        "isCancelingExport", "isImportingRecord", "importingProgress", "isCancelingImport", "recordFilters",
-        "isVerbose", "cassandraEndpoint", "cassandraEndPointUrl", "offlineMode", "useCustomKeyspace", "customKeyspace",
-        "useAuthentication", "username", "password", "isQuenarySecurityActivate", "privateAgentCertificateFilePath",
-        "publicCertificatesDirectoryPath" };
-    QCOMPARE(propertyNames(metaObject), expected);
-    for (int i = metaObject.propertyOffset(); i < metaObject.propertyCount(); ++i) {
-        const QMetaProperty property = metaObject.property(i);
-        const QByteArray name = property.name();
-        QCOMPARE(property.isWritable(), name == "recordFilters");
-        if (name == "records") {
-            QVERIFY(property.isConstant());
-        } else if (name == "cassandraEndPointUrl") {
-            QCOMPARE(property.notifySignal().name(), "cassandraEndpointUrlChanged");
-        } else {
-            QCOMPARE(property.notifySignal().name(), name + "Changed");
-        }
-    }
-    const auto typeOf = [&metaObject](const char* name) {
-        return QByteArray(metaObject.property(metaObject.indexOfProperty(name)).typeName());
-    };
-    QCOMPARE(typeOf("records"), "AbstractZqCustomItemListModel*");
-    QCOMPARE(typeOf("currentRecord"), "RecorderRecord*");
-    QCOMPARE(typeOf("recordingProgressInSeconds"), "double");
-    QCOMPARE(typeOf("loadingProgress"), "int");
-    QCOMPARE(typeOf("cassandraEndPointUrl"), "QUrl");
-    QCOMPARE(typeOf("isOn"), "bool");
-    QCOMPARE(typeOf("runningAgentInfo"), "RunningAgentInfo*");
-    for (const char* name : { "uuidChanged()", "agentInstanceUuidChanged()", "defaultCommandLineChanged()",
-             "filePathHintChanged()", "filePathSelectedForLoad(QString)", "confirmRecordDeletion(RecorderRecord*)" }) {
-        QVERIFY2(metaObject.indexOfSignal(name) >= 0, name);
-    }
-}
-
-void tst_RecorderInstance::invokablesAreOffered()
-{
-    const QMetaObject& metaObject = RecorderInstance::staticMetaObject;
-    for (const char* signature :
-        { "connectAgent()", "disconnectAgent()", "isRecorderNameAlreadyUsed(QString)", "updateName(QString)",
-            "onEncounteredAgentsOnHostCreated(EncounteredAgentsOnHost*,EncounteredAgentInfo*)", "startRecording()",
-            "stopRecording()", "pauseRecording()", "resumeRecording()", "getRecords(QString)",
-            "updateRecordFilters(QString)", "loadRecord(RecorderRecord*)", "loadRecordFile(QString)",
-            "updateRecordName(RecorderRecord*,QString)", "deleteRecord(RecorderRecord*)", "playRecord(RecorderRecord*)",
-            "pauseRecord(RecorderRecord*)", "stopRecord(RecorderRecord*)", "moveCurrentRecordTime(double)",
-            "updateRecordAgentsFilter(RecorderRecord*)", "updateRecordSpeed(RecorderRecord*,Speed*)",
-            "isRecordNameAlreadyUsed(QString)", "browseFileToLoad(QString)", "loadRecordUrl(QUrl)",
-            "recordCsvFileDropped(QUrl)", "unloadRecord(RecorderRecord*)", "updateCurrentRecordTime(QString)",
-            "beforeUpdateRecordAgentsFilter(RecorderRecord*)", "downloadRecord(RecorderRecord*)", "stopExport()",
-            "importRecord()", "importRecord(QUrl)", "continueImport(QString)", "stopImport()", "updateIsVerbose(bool)",
-            "updateCassandraEndpoint(QString)", "updateUseCustomKeyspace(bool)", "updateCustomKeyspace(QString)",
-            "updateUseAuthentication(bool)", "updateUsername(QString)", "updatePassword(QString)",
-            "updateIsQuenarySecurityActivate(bool)", "updatePrivateAgentCertificateFilePath(QString)",
-            "updatePublicCertificatesDirectoryPath(QString)", "updateTimestampedReplayMode(bool)" }) {
-        QVERIFY2(metaObject.indexOfMethod(signature) >= 0, signature);
-    }
-    QCOMPARE(methodSignatures(metaObject, QMetaMethod::Slot),
-        QStringList({ "_onsystemViewDestroyed(QObject*)", "_oninstanceDestroyed(QObject*)",
-            "_onencounteredAgentsOnHostDestroyed(QObject*)", "_onencounteredAgentInfoDestroyed(QObject*)",
-            "_onrunningAgentInfoDestroyed(QObject*)", "_oncurrentRecordDestroyed(QObject*)",
-            "_onrecordFromFileDestroyed(QObject*)", "_onexportRecordDestroyed(QObject*)", "_updateIsRunnable()" }));
-}
 
 void tst_RecorderInstance::aNewInstanceHasAUuidAndInputNamesOfItsOwn()
 {

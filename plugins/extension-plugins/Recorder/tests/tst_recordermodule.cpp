@@ -25,7 +25,6 @@ private Q_SLOTS:
     void theReplyServicesAreDeclaredInOrderWithTheirArguments();
     void theReplyServicesAreRemovedInOrderButLoadingFailed();
     void aLateLoadingFailedReplyDoesNotTouchADestroyedModule();
-    void propertiesSignalsAndSlotsStandInTheirOrder();
     void everyRecorderOfTheViewGetsARecorder();
     void instancesThatAreNoRecordersAreIgnored();
     void registeringTheSameClassInstanceTwiceYieldsOneRecorderAndAWarning();
@@ -126,57 +125,6 @@ void tst_RecorderModule::aLateLoadingFailedReplyDoesNotTouchADestroyedModule()
     QVERIFY(QuenaryDouble::callService("loading_failed", { RECORD_A, "too late" }, "anybody"));
     // Dropped without a look at it: not even a malformed one is reported.
     QVERIFY(QuenaryDouble::callService("loading_failed", {}, "anybody"));
-}
-
-void tst_RecorderModule::propertiesSignalsAndSlotsStandInTheirOrder()
-{
-    const QMetaObject& metaObject = RecorderModule::staticMetaObject;
-    QCOMPARE(propertyNames(metaObject), QStringList({ "recorders", "sortedRecorders", "currentRecorder" }));
-    QCOMPARE(metaObject.property(metaObject.propertyOffset()).typeName(), "AbstractZqCustomItemListModel*");
-    QCOMPARE(metaObject.property(metaObject.propertyOffset() + 1).typeName(), "SortFilterRecorder*");
-    QVERIFY(metaObject.property(metaObject.propertyOffset()).isConstant());
-    QVERIFY(metaObject.property(metaObject.propertyOffset() + 1).isConstant());
-    const QMetaProperty currentRecorder = metaObject.property(metaObject.propertyOffset() + 2);
-    QCOMPARE(currentRecorder.typeName(), "RecorderInstance*");
-    QVERIFY(currentRecorder.isWritable());
-    QCOMPARE(currentRecorder.notifySignal().name(), "currentRecorderChanged");
-
-    const QStringList expectedSignals {
-        "currentRecorderChanged()",
-        "currentRecorderDestroyed()",
-        "contextReceived(QString,QString,QDateTime,double,double,double,bool,QString,QString,QString)",
-        "recordsReceived(QString,QString)",
-        "recordingStoppedReceived(QString)",
-        "recordFiltersReceived(QString,bool,QString)",
-        "recordingIsStarted(QString,QString)",
-        "recordingProgressReceived(QString,double)",
-        "loadingProgess(QString,double)",
-        "recordLoaded(QString,QString,QDateTime,double,QString)",
-        "recordLoadingFailed(QString,QString,QString)",
-        "replayProgressReceived(QString,double)",
-        "recordPaused(QString)",
-        "recordMovedTo(QString,double)",
-        "recordFilterApplied(QString)",
-        "exportReceived(QString,QString,int,QString,QString)",
-        "importReceived(QString,QString)",
-        "replayEnded(QString,QString)",
-    };
-    QCOMPARE(methodSignatures(metaObject, QMetaMethod::Signal), expectedSignals);
-
-    const QStringList slotSignatures = methodSignatures(metaObject, QMetaMethod::Slot);
-    QCOMPARE(slotSignatures.mid(0, 7),
-        QStringList({ "onSystemDocumentChanged()", "onSystemViewBaseInstanceRegistered(SystemViewBaseInstance*)",
-            "onSystemViewBaseInstanceUnregistered(SystemViewBaseInstance*)", "_oncurrentRecorderDestroyed(QObject*)",
-            "_onCurrentSystemViewChanged()", "_onRecorderInstanceCreated(RecorderInstance*)",
-            "_onRecorderInstanceRemoved(RecorderInstance*)" }));
-    QCOMPARE(methodSignatures(metaObject, QMetaMethod::Method),
-        QStringList({ "createRecorder()", "deleteRecorder(RecorderInstance*)" }));
-
-    const QMetaMethod context = metaObject.method(metaObject.indexOfSignal(
-        "contextReceived(QString,QString,QDateTime,double,double,double,bool,QString,QString,QString)"));
-    QCOMPARE(context.parameterNames(),
-        QByteArrayList({ "recorderId", "replayId", "replayStartDateTime", "replayDuration", "replayProgress",
-            "replaySpeed", "replayIsRunning", "replayAllAgents", "replayAgentsFiler", "recordId" }));
 }
 
 void tst_RecorderModule::everyRecorderOfTheViewGetsARecorder()

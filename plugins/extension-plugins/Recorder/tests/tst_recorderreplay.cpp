@@ -14,34 +14,6 @@ namespace {
 
 const QString FILE_PATH = QStringLiteral("/records/one.csv");
 
-/// A running recorder with two records, the first loaded: three seconds, agents a, b and c.
-class Replay
-{
-public:
-    Replay()
-        : instance(fixture.addRunningRecorder())
-        , recorder(instance)
-    {
-        recorder.records("[" + recordJson(RECORD_A, "First") + "," + recordJson(RECORD_B, "Second") + "]");
-        record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
-        instance->loadRecord(record);
-        recorder.loaded(RECORD_A, 3.0, R"(["a","b","c"])");
-        QuenaryDouble::clearCalls();
-    }
-    void uncheck(int agent) { record->agentsFilters()->get(agent)->setProperty("checked", false); }
-    void context(const QString& replayId, double progress, double speed, bool isRunning, const QString& agents,
-        const QString& filter, const QString& recordId = QString(""))
-    {
-        recorder.reply("context",
-            { replayId, "2026-11-21T10:00:00.000", 4.5, progress, speed, isRunning, agents, filter, recordId });
-    }
-
-    ModuleFixture fixture;
-    RecorderInstance* instance;
-    ScriptedRecorder recorder;
-    RecorderRecord* record = nullptr;
-};
-
 QStringList agentNames(const RecorderRecord* record)
 {
     QStringList names;
@@ -58,8 +30,10 @@ class tst_RecorderReplay : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
+public:
     static void initMain() { QApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
+
+private Q_SLOTS:
     void aLoadedAnswerLoadsItsRecord();
     void aLoadedAnswerForAnUnknownRecordIsWarnedOf();
     void aLoadedAnswerForAFileCreatesOneRecord();
@@ -90,7 +64,7 @@ private Q_SLOTS:
 
 void tst_RecorderReplay::aLoadedAnswerLoadsItsRecord()
 {
-    Replay replay;
+    LoadedRecorder replay;
     QVERIFY(!replay.instance->isLoadingRecord());
     QVERIFY(replay.record->isLoaded());
     QCOMPARE(agentNames(replay.record), QStringList({ "a", "b", "c" }));
@@ -99,7 +73,7 @@ void tst_RecorderReplay::aLoadedAnswerLoadsItsRecord()
 
 void tst_RecorderReplay::aLoadedAnswerForAnUnknownRecordIsWarnedOf()
 {
-    Replay replay;
+    LoadedRecorder replay;
     const QString unknown = "cccccccc-0000-4000-8000-000000000003";
     QTest::ignoreMessage(QtWarningMsg,
         qPrintable(
@@ -113,7 +87,7 @@ void tst_RecorderReplay::aLoadedAnswerForAnUnknownRecordIsWarnedOf()
 
 void tst_RecorderReplay::aLoadedAnswerForAFileCreatesOneRecord()
 {
-    Replay replay;
+    LoadedRecorder replay;
     QSignalSpy path(replay.instance, &RecorderInstance::currentFilePathChanged);
     replay.recorder.loaded(FILE_PATH, 3.25, R"(["beta","Alpha"])");
     const QPointer<RecorderRecord> first = replay.instance->recordFromFile();
@@ -141,7 +115,7 @@ void tst_RecorderReplay::aLoadedAnswerForAFileCreatesOneRecord()
 
 void tst_RecorderReplay::aFailedLoadTellsItsReason()
 {
-    Replay replay;
+    LoadedRecorder replay;
     replay.instance->loadRecordFile(FILE_PATH);
     QVERIFY(replay.instance->isLoadingRecord());
     replay.recorder.reply("loading_failed", { FILE_PATH, "line 3: no number" });
@@ -151,7 +125,7 @@ void tst_RecorderReplay::aFailedLoadTellsItsReason()
 
 void tst_RecorderReplay::aContextThatNamesAKnownRecordMakesItCurrent()
 {
-    Replay replay;
+    LoadedRecorder replay;
     replay.context(RECORD_B, 1.5, 2.0, true, R"(["a","b"])", R"(["b"])");
     RecorderRecord* const record = replay.instance->currentRecord();
     QCOMPARE(record->uuid(), RECORD_B);
@@ -186,7 +160,7 @@ void tst_RecorderReplay::aContextThatComesBeforeTheListIsAppliedOnceAfterIt()
 
 void tst_RecorderReplay::aContextThatNamesAnUnknownRecordIsWarnedOf()
 {
-    Replay replay;
+    LoadedRecorder replay;
     const QString unknown = "cccccccc-0000-4000-8000-000000000003";
     QTest::ignoreMessage(QtWarningMsg,
         qPrintable("void RecorderInstance::updateContext(const QString &, const QDateTime &, double, double, double, "
@@ -199,7 +173,7 @@ void tst_RecorderReplay::aContextThatNamesAnUnknownRecordIsWarnedOf()
 
 void tst_RecorderReplay::aContextThatNamesAFileCreatesItsRecord()
 {
-    Replay replay;
+    LoadedRecorder replay;
     replay.context(FILE_PATH, 1.5, 1.5, true, R"(["a","b"])", "");
     RecorderRecord* const record = replay.instance->recordFromFile();
     QVERIFY(record);
@@ -213,7 +187,7 @@ void tst_RecorderReplay::aContextThatNamesAFileCreatesItsRecord()
 
 void tst_RecorderReplay::aContextWithoutReplayButWithARecordSetsIsRecording()
 {
-    Replay replay;
+    LoadedRecorder replay;
     replay.context("", 0.0, 1.0, false, "", "", "");
     QVERIFY(!replay.instance->isRecording());
     replay.context("", 0.0, 1.0, false, "", "", RECORD_B);
@@ -222,7 +196,7 @@ void tst_RecorderReplay::aContextWithoutReplayButWithARecordSetsIsRecording()
 
 void tst_RecorderReplay::progressMovesTheTimelineUnlessAMoveIsPending()
 {
-    Replay replay;
+    LoadedRecorder replay;
     const QString input = replay.instance->replayProgressInput();
     replay.recorder.progress(input, 1.0);
     QCOMPARE(replay.record->replayProgressInSecond(), 1.0);
@@ -238,10 +212,10 @@ void tst_RecorderReplay::progressMovesTheTimelineUnlessAMoveIsPending()
 
 void tst_RecorderReplay::changingTheFilterWhilePlayingWaitsForTheStart()
 {
-    Replay replay;
+    LoadedRecorder replay;
     replay.instance->playRecord(replay.record);
     replay.recorder.progress(replay.instance->replayProgressInput(), 1.0);
-    replay.uncheck(0);
+    replay.check(0, false);
     QuenaryDouble::clearCalls();
     replay.instance->beforeUpdateRecordAgentsFilter(replay.record);
     QVERIFY(replay.instance->isWaitingToFilterAgents());
@@ -258,8 +232,8 @@ void tst_RecorderReplay::changingTheFilterWhilePlayingWaitsForTheStart()
 
 void tst_RecorderReplay::changingTheFilterAtTheStartSendsItAtOnce()
 {
-    Replay replay;
-    replay.uncheck(0);
+    LoadedRecorder replay;
+    replay.check(0, false);
     replay.instance->beforeUpdateRecordAgentsFilter(replay.record);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "filter_replaying_agents" }));
     replay.instance->beforeUpdateRecordAgentsFilter(nullptr);
@@ -267,10 +241,10 @@ void tst_RecorderReplay::changingTheFilterAtTheStartSendsItAtOnce()
 
 void tst_RecorderReplay::aMoveToElsewhereDoesNotSendTheWaitingFilter()
 {
-    Replay replay;
+    LoadedRecorder replay;
     replay.instance->playRecord(replay.record);
     replay.recorder.progress(replay.instance->replayProgressInput(), 1.0);
-    replay.uncheck(0);
+    replay.check(0, false);
     replay.instance->beforeUpdateRecordAgentsFilter(replay.record);
     QuenaryDouble::clearCalls();
     replay.recorder.reply("moved_to", { 0.5 });
@@ -280,7 +254,7 @@ void tst_RecorderReplay::aMoveToElsewhereDoesNotSendTheWaitingFilter()
 
 void tst_RecorderReplay::anUnchangedFilterDoesNotStopTheReplay()
 {
-    Replay replay;
+    LoadedRecorder replay;
     replay.instance->playRecord(replay.record);
     replay.recorder.progress(replay.instance->replayProgressInput(), 1.0);
     QuenaryDouble::clearCalls();
@@ -304,7 +278,7 @@ void tst_RecorderReplay::typedTimesAreCheckedAgainstTheDuration()
 {
     QFETCH(QString, text);
     QFETCH(double, seconds);
-    Replay replay;
+    LoadedRecorder replay;
     if (seconds == -1.0) {
         QTest::ignoreMessage(
             QtWarningMsg, qPrintable("Recorder: Requested time ( \"" + text + "\" ) isn't part of the timeline"));
@@ -320,7 +294,7 @@ void tst_RecorderReplay::typedTimesAreCheckedAgainstTheDuration()
 
 void tst_RecorderReplay::theEndOfAReplayGoesBackToItsStart()
 {
-    Replay replay;
+    LoadedRecorder replay;
     replay.instance->playRecord(replay.record);
     replay.recorder.progress(replay.instance->replayProgressInput(), 3.0);
     QuenaryDouble::clearCalls();
@@ -347,7 +321,7 @@ void tst_RecorderReplay::answersWithoutACurrentRecordChangeNothing()
 
 void tst_RecorderReplay::agentsListsThatAreNoArraysAreWarnedOf()
 {
-    Replay replay;
+    LoadedRecorder replay;
     QTest::ignoreMessage(QtWarningMsg, "Invalid JSON: JSON must define an array of agents");
     replay.recorder.loaded(RECORD_A, 3.0, "{}");
     QCOMPARE(agentNames(replay.record), QStringList());
@@ -362,7 +336,7 @@ void tst_RecorderReplay::agentsListsThatAreNoArraysAreWarnedOf()
 
 void tst_RecorderReplay::absurdDurationsDoNotBreakAFileRecord()
 {
-    Replay replay;
+    LoadedRecorder replay;
     for (const double duration : { std::nan(""), 1e300, -1e300, HUGE_VAL }) {
         replay.recorder.loaded(FILE_PATH, duration, "[]");
         QVERIFY(replay.instance->recordFromFile());
@@ -371,7 +345,7 @@ void tst_RecorderReplay::absurdDurationsDoNotBreakAFileRecord()
 
 void tst_RecorderReplay::aFileRecordIsAsLongAsItsMilliseconds()
 {
-    Replay replay;
+    LoadedRecorder replay;
     // As a double, 1.005 is a little less: no millisecond may get lost on the way to whole units.
     replay.recorder.loaded(FILE_PATH, 1.005, "[]");
     const RecorderRecord* const file = replay.instance->recordFromFile();
@@ -467,7 +441,7 @@ void tst_RecorderReplay::aFileThatIsDroppedWhileOffIsOnlyChosen()
 
 void tst_RecorderReplay::aUrlIsLoadedAndAnnounced()
 {
-    Replay replay;
+    LoadedRecorder replay;
     QSignalSpy selected(replay.instance, &RecorderInstance::filePathSelectedForLoad);
     replay.instance->loadRecordUrl(QUrl("http://example.org/one.csv"));
     QCOMPARE(selected.count(), 0);

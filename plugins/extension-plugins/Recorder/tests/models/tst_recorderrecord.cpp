@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <recorderrecord.h>
 
-#include <QtCore/QMetaProperty>
 #include <QtQml/QJSEngine>
 #include <QtTest/QAbstractItemModelTester>
 #include <QtTest/QSignalSpy>
@@ -69,49 +68,6 @@ private slots:
     {
         const RecorderRecord record({}, {}, start, end, 90'500'000, nullptr);
         QCOMPARE(record.durationInSeconds(), 90.5);
-    }
-
-    void thePropertiesStandInTheirOrderAndTheUuidIsNoneOfThem()
-    {
-        const QMetaObject& meta = RecorderRecord::staticMetaObject;
-        QStringList names;
-        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-            names.append(QString::fromLatin1(meta.property(i).name()));
-        }
-        const QStringList expected { "name", "startDateTime", "endDateTime", "durationInSeconds", "isRecording",
-            "isLoaded", "replayProgressInSecond", "replayIsAtStart", "isReplaying", "agentsFilters",
-            "agentsFilterState", "agentsFilterRecap", "speeds", "speed" };
-        QCOMPARE(names, expected);
-    }
-
-    void theChangeSignalsStandInTheirOrder()
-    {
-        const QMetaObject& meta = RecorderRecord::staticMetaObject;
-        QStringList names;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-            if (meta.method(i).methodType() == QMetaMethod::Signal) {
-                names.append(QString::fromLatin1(meta.method(i).name()));
-            }
-        }
-        const QStringList expected { "uuidChanged", "nameChanged", "endDateTimeChanged", "durationInSecondsChanged",
-            "isRecordingChanged", "isLoadedChanged", "replayProgressInSecondChanged", "isReplayingChanged",
-            "agentsFilterStateChanged", "agentsFilterRecapChanged", "lastActiveAgentsFilterChanged", "speedChanged",
-            "replayIsAtStartChanged" };
-        QCOMPARE(names, expected);
-    }
-
-    void everyChangingPropertyHasTheSignalOfItsName()
-    {
-        const QMetaObject& meta = RecorderRecord::staticMetaObject;
-        const QStringList constant { "startDateTime", "agentsFilters", "speeds" };
-        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-            const QMetaProperty property = meta.property(i);
-            if (constant.contains(QLatin1String(property.name()))) {
-                QVERIFY(property.isConstant());
-            } else {
-                QCOMPARE(property.notifySignal().name(), QByteArray(property.name()) + "Changed");
-            }
-        }
     }
 
     void aSetterGivenAnEqualValueNotifiesNobody()

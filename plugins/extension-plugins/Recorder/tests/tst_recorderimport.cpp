@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filesfixture.h"
+
+#include "recorderutils.h"
+
+#include <QtTest/QSignalSpy>
+
+class tst_RecorderImport : public QObject
+{
+    Q_OBJECT
+
+public:
+    static void initMain() { QApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
+
+private Q_SLOTS:
+    void aSmallFileIsOneCall();
+    void furtherChunksAreAppendedAsTheyAreAcknowledged();
+    void tenThousandRowsAndAnEmptyLineSendTheEmptyLineAsAChunk();
+    void theBytesOfRowsAreSentAsTheyAre();
+    void stoppingDuringTheFirstChunkEndsTheImport();
+    void anEmptyUuidLeavesTheImportRunning();
+    void aMissingFileIsWarnedOf();
+    void aFileThatVanishesEndsTheImport();
+    void anEmptyPathIsWarnedOf();
+    void aUrlThatIsNotLocalOpensTheDialog();
+    void progressIsToldToTheListOfInstances();
+    void twoImportsAtOnceDoNotDisturbOneAnother();
+    void anInstanceThatGoesWaitsForItsTask();
+    void bytesThatAreNoTextAreWarnedOf();
+};
+
+void tst_RecorderImport::aSmallFileIsOneCall()
+{
+    Files files;
+    files.write("night.shift.csv", "a;0;output\nb;1;output");
+    files.import("night.shift.csv");
+    QVERIFY(files.instance->isImportingRecord());
+    QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
+    QCOMPARE(lastServiceCall().arguments,
+        QVariantList({ QString("night.shift"), true, QString(""), QString("a;0;output\n\nb;1;output\n") }));
+    QCOMPARE(lastServiceCall().token, files.instance->uuid() + "##import");
+    QCOMPARE(lastServiceCall().agent, files.instance->agentInstanceUuid());
+    QCOMPARE(files.instance->importingProgress(), 0);
+    files.acknowledge();
+    QVERIFY(!files.instance->isImportingRecord());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "get_records" }));
+}
+
+void tst_RecorderImport::furtherChunksAreAppendedAsTheyAreAcknowledged()
+{
+    Files files;
+    const QByteArray rows = Files::rows(25000);
+    files.write("big.csv", rows);
+    QSignalSpy progress(files.instance, &RecorderInstance::importingProgressChanged);
+    files.import("big.csv");
+    QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
+    QTRY_COMPARE(progress.count(), 1);
+    QCOMPARE_GE(files.instance->importingProgress(), 38);
+    QCOMPARE_LE(files.instance->importingProgress(), 40);
+    files.acknowledge();
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 2);
+    QTRY_COMPARE(progress.count(), 2);
+    QCOMPARE(lastServiceCall().arguments.at(0).toString(), RECORD_B);
+    files.acknowledge();
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 3);
+    QVERIFY(files.instance->isImportingRecord());
+    files.acknowledge();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "append", "append", "get_records" }));
+    QVERIFY(!files.instance->isImportingRecord());
+    // The progress stays where it was when the last chunk went out.
+    QCOMPARE(progress.count(), 2);
+
+    QString sent = QuenaryDouble::serviceCalls().at(0).arguments.at(3).toString();
+    QCOMPARE(sent.count("\n\n"), 10000);
+    sent += QuenaryDouble::serviceCalls().at(1).arguments.at(1).toString();
+    sent += QuenaryDouble::serviceCalls().at(2).arguments.at(1).toString();
+    QCOMPARE(sent.replace("\n\n", "\n").toUtf8(), rows);
+}
+
+void tst_RecorderImport::tenThousandRowsAndAnEmptyLineSendTheEmptyLineAsAChunk()
+{
+    Files files;
+    files.write("even.csv", Files::rows(10000) + "\n");
+    files.import("even.csv");
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
+    files.acknowledge();
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 2);
+    QCOMPARE(lastServiceCall().service, "append");
+    QCOMPARE(lastServiceCall().arguments, QVariantList({ RECORD_B, QString("\n\n") }));
+    files.acknowledge();
+    QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "append", "get_records" }));
+
+    // Without the empty line there is nothing more to send.
+    QuenaryDouble::clearCalls();
+    files.write("exact.csv", Files::rows(10000));
+    files.import("exact.csv");
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
+    files.acknowledge();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "get_records" }));
+}
+
+void tst_RecorderImport::theBytesOfRowsAreSentAsTheyAre()
+{
+    Files files;
+    files.write("bytes.csv", "a;\"x\r\ny \"\"z\"\"\";é\r\n\nlast");
+    files.import("bytes.csv");
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
+    QCOMPARE(
+        lastServiceCall().arguments.at(3).toString().toUtf8(), QByteArray("a;\"x\r\ny \"\"z\"\"\";é\r\n\n\nlast\n"));
+}
+
+void tst_RecorderImport::stoppingDuringTheFirstChunkEndsTheImport()
+{
+    Files files;
+    files.write("big.csv", Files::rows(25000));
+    files.import("big.csv");
+    // Perhaps before, perhaps after the task has found that there is more to send.
+    files.instance->stopImport();
+    QVERIFY(files.instance->isCancelingImport());
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
+    files.acknowledge();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "get_records" }));
+    QVERIFY(!files.instance->isImportingRecord());
+    QVERIFY(files.instance->isCancelingImport());
+    files.write("small.csv", "a;0;output\n");
+    files.import("small.csv");
+    QVERIFY(!files.instance->isCancelingImport());
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 3);
+}
+
+void tst_RecorderImport::anEmptyUuidLeavesTheImportRunning()
+{
+    Files files;
+    files.write("small.csv", "a;0;output\n");
+    files.import("small.csv");
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
+    QTest::ignoreMessage(QtWarningMsg, "Something went wrong in the recorder when importing, check his logs");
+    files.acknowledge("");
+    QVERIFY(files.instance->isImportingRecord());
+    files.acknowledge();
+    QVERIFY(!files.instance->isImportingRecord());
+}
+
+void tst_RecorderImport::aMissingFileIsWarnedOf()
+{
+    Files files;
+    QTest::ignoreMessage(
+        QtWarningMsg, qPrintable("File \"" + files.path("missing.csv") + "\" doesn't exists or cannot be opened"));
+    files.import("missing.csv");
+    QVERIFY(files.instance->isImportingRecord());
+    QTRY_VERIFY(!files.instance->isImportingRecord());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void tst_RecorderImport::aFileThatVanishesEndsTheImport()
+{
+    Files files;
+    files.write("big.csv", Files::rows(25000));
+    files.import("big.csv");
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
+    QVERIFY(QFile::remove(files.path("big.csv")));
+    QTest::ignoreMessage(
+        QtWarningMsg, qPrintable("File \"" + files.path("big.csv") + "\" doesn't exists or cannot be opened"));
+    files.acknowledge();
+    QTRY_VERIFY(!files.instance->isImportingRecord());
+    QCOMPARE(QuenaryDouble::serviceCalls().size(), 1);
+}
+
+void tst_RecorderImport::anEmptyPathIsWarnedOf()
+{
+    Files files;
+    const DialogAnswer answer { QString() };
+    QTest::ignoreMessage(QtWarningMsg, "Path is empty");
+    files.instance->importRecord();
+    QVERIFY(answer.wasAsked);
+    QVERIFY(!files.instance->isImportingRecord());
+}
+
+void tst_RecorderImport::aUrlThatIsNotLocalOpensTheDialog()
+{
+    Files files;
+    RecorderUtils::instance().updateDownloadDirectoryFromFilePath(files.path("any"));
+    files.write("small.csv", "a;0;output\n");
+    const DialogAnswer answer(files.path("small.csv"));
+    files.instance->importRecord(QUrl("http://example.org/small.csv"));
+    QCOMPARE(answer.title, "Import record");
+    QCOMPARE(answer.nameFilters, QStringList({ "CSV (*.csv)" }));
+    QCOMPARE(answer.folder, files.folderPath());
+    QVERIFY(files.instance->isImportingRecord());
+    QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
+}
+
+void tst_RecorderImport::progressIsToldToTheListOfInstances()
+{
+    Files files;
+    files.write("big.csv", Files::rows(25000));
+    Recorder* const recorder = files.fixture.recorderOf(files.instance->instance());
+    const QHash<int, QByteArray> roles = recorder->instances()->roleNames();
+    const int role = roles.key("importingProgress");
+    QThread* dataThread = nullptr;
+    bool isToldOfProgress = false;
+    connect(recorder->instances(), &QAbstractItemModel::dataChanged, recorder->instances(),
+        [&](const QModelIndex&, const QModelIndex&, const QList<int>& changed) {
+            dataThread = QThread::currentThread();
+            isToldOfProgress = isToldOfProgress || changed.contains(role);
+        });
+    files.import("big.csv");
+    // Changed on the worker's thread, told on this one.
+    QTRY_VERIFY(isToldOfProgress);
+    QCOMPARE(dataThread, QThread::currentThread());
+}
+
+void tst_RecorderImport::twoImportsAtOnceDoNotDisturbOneAnother()
+{
+    Files files;
+    files.write("one.csv", Files::rows(25000));
+    files.write("two.csv", Files::rows(3));
+    for (int i = 0; i < 20; ++i) {
+        QuenaryDouble::clearCalls();
+        files.import("one.csv");
+        files.import("two.csv");
+        QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "import" }));
+        QStringList names { QuenaryDouble::serviceCalls().at(0).arguments.at(0).toString(),
+            QuenaryDouble::serviceCalls().at(1).arguments.at(0).toString() };
+        names.sort();
+        QCOMPARE(names, QStringList({ "one", "two" }));
+    }
+}
+
+void tst_RecorderImport::anInstanceThatGoesWaitsForItsTask()
+{
+    Files files;
+    files.write("big.csv", Files::rows(200000));
+    const QPointer<RecorderInstance> instance = files.instance;
+    files.import("big.csv");
+    files.fixture.destroyModule();
+    ModuleFixture::settle();
+    QVERIFY(instance.isNull());
+    // Its one chunk went out before it was gone, or never will.
+    const qsizetype sent = QuenaryDouble::serviceCalls().size();
+    QTest::qWait(50);
+    QCOMPARE(QuenaryDouble::serviceCalls().size(), sent);
+}
+
+void tst_RecorderImport::bytesThatAreNoTextAreWarnedOf()
+{
+    Files files;
+    files.write("latin1.csv", "a;0;output;caf\xe9;;\n");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^An argument of service 'import' can not be sent: "));
+    files.import("latin1.csv");
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
+    QCOMPARE(lastServiceCall().arguments.size(), 3);
+    QuenaryDouble::clearCalls();
+
+    files.write("zero.csv", QByteArray("a;0\0;output\n", 12));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^An argument of service 'import' holds a zero byte"));
+    files.import("zero.csv");
+    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
+}
+
+QTEST_MAIN(tst_RecorderImport)
+#include "tst_recorderimport.moc"
