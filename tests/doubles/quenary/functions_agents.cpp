@@ -194,7 +194,7 @@ qny_result_t callService(
             value = argument->c;
             break;
         case QNY_DATA_T:
-            value = argument->data;
+            value = argument->data ? argument->data : "";
             break;
         default:
             value = &argument->b;

@@ -186,7 +186,9 @@ qny_result_t qny_service_args_add_string(qny_service_arg_t** list, const char* v
 qny_result_t qny_service_args_add_data(qny_service_arg_t** list, const void* data, size_t size)
 {
     qny_service_arg_t* const argument = append(list, QNY_DATA_T);
-    argument->data = copyText(QByteArray(static_cast<const char*>(data), static_cast<qsizetype>(size)));
+    // As the library does it, no bytes are a null pointer.
+    argument->data
+        = size > 0 ? copyText(QByteArray(static_cast<const char*>(data), static_cast<qsizetype>(size))) : nullptr;
     argument->size = size;
     return QNY_SUCCESS;
 }

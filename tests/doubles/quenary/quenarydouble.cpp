@@ -88,27 +88,6 @@ QStringList agentUuids()
     return uuids;
 }
 
-void appendArgument(qny_service_arg_t** list, const QVariant& value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-        qny_service_args_add_bool(list, value.toBool());
-        break;
-    case QMetaType::Int:
-        qny_service_args_add_int(list, value.toInt());
-        break;
-    case QMetaType::Double:
-        qny_service_args_add_double(list, value.toDouble());
-        break;
-    case QMetaType::QByteArray:
-        qny_service_args_add_data(
-            list, value.toByteArray().constData(), static_cast<size_t>(value.toByteArray().size()));
-        break;
-    default:
-        qny_service_args_add_string(list, value.toString().toUtf8().constData());
-    }
-}
-
 } // namespace
 
 std::unique_lock<std::recursive_mutex> lock()
@@ -144,41 +123,6 @@ qny_result_t record(const char* function, const QStringList& arguments)
 void onLibraryThread(const std::function<void()>& action)
 {
     std::thread(action).join();
-}
-
-QString typeText(qny_value_type_t type)
-{
-    return QString::fromLatin1(qny_value_type_text(type));
-}
-
-char* copyText(const QByteArray& text)
-{
-    auto* const copy = static_cast<char*>(std::malloc(static_cast<size_t>(text.size()) + 1));
-    std::memcpy(copy, text.constData(), static_cast<size_t>(text.size()) + 1);
-    return copy;
-}
-
-QVariant toVariant(qny_value_type_t type, const void* value, size_t size)
-{
-    if (!value) {
-        return QVariant();
-    }
-    switch (type) {
-    case QNY_BOOL_T:
-        return *static_cast<const bool*>(value);
-    case QNY_INTEGER_T:
-        return *static_cast<const int32_t*>(value);
-    case QNY_DOUBLE_T:
-        return *static_cast<const double*>(value);
-    case QNY_STRING_T:
-        return QString::fromUtf8(static_cast<const char*>(value));
-    case QNY_DATA_T:
-        return QByteArray(static_cast<const char*>(value), static_cast<qsizetype>(size));
-    case QNY_IMPULSE_T:
-    case QNY_UNKNOWN_T:
-        break;
-    }
-    return QVariant();
 }
 
 bool isAgent(const qny_agent* agent)
@@ -256,6 +200,12 @@ void script(const QString& function, qny_result_t result, const QString& firstAr
 
 bool callService(const QString& service, const QVariantList& arguments, const QString& token, const Sender& sender)
 {
+    return callServiceWithRawToken(service, arguments, token.isNull() ? QByteArray() : token.toUtf8(), sender);
+}
+
+bool callServiceWithRawToken(
+    const QString& service, const QVariantList& arguments, const QByteArray& token, const Sender& sender)
+{
     qny_agent::Service declared;
     {
         const auto locker = lock();
@@ -270,10 +220,9 @@ bool callService(const QString& service, const QVariantList& arguments, const QS
         for (const QVariant& argument : arguments) {
             appendArgument(&list, argument);
         }
-        const QByteArray tokenUtf8 = token.toUtf8();
         declared.callback(sender.name.toUtf8().constData(), sender.uuid.toUtf8().constData(),
             service.toUtf8().constData(), list, static_cast<size_t>(arguments.size()),
-            token.isNull() ? nullptr : tokenUtf8.constData(), declared.userData);
+            token.isNull() ? nullptr : token.constData(), declared.userData);
         qny_service_args_destroy(&list);
     });
     return true;
@@ -282,48 +231,31 @@ bool callService(const QString& service, const QVariantList& arguments, const QS
 bool writeInput(const QString& input, const QVariant& value)
 {
     qny_agent::Input written;
+    RawValue raw;
     {
         const auto locker = lock();
         qny_agent::Input* const found = findNamed(state().defaultAgent.inputs, input.toUtf8().constData());
         if (!found) {
             return false;
         }
-        found->value = value;
+        if (value.canConvert<RawValue>()) {
+            raw = value.value<RawValue>();
+        } else if (const std::optional<RawValue> converted = convert(value, found->type)) {
+            raw = *converted;
+            found->value = value;
+        } else {
+            return true;
+        }
         written = *found;
     }
     onLibraryThread([&] {
-        bool boolean = value.toBool();
-        int32_t integer = value.toInt();
-        double number = value.toDouble();
-        QByteArray text = written.type == QNY_DATA_T ? value.toByteArray() : value.toString().toUtf8();
-        void* pointer = nullptr;
-        size_t size = 0;
-        switch (written.type) {
-        case QNY_BOOL_T:
-            pointer = &boolean;
-            size = sizeof boolean;
-            break;
-        case QNY_INTEGER_T:
-            pointer = &integer;
-            size = sizeof integer;
-            break;
-        case QNY_DOUBLE_T:
-            pointer = &number;
-            size = sizeof number;
-            break;
-        case QNY_STRING_T:
-        case QNY_DATA_T:
-            pointer = text.data();
-            size = static_cast<size_t>(text.size()) + (written.type == QNY_STRING_T ? 1 : 0);
-            break;
-        case QNY_IMPULSE_T:
-        case QNY_UNKNOWN_T:
-            break;
-        }
+        QByteArray bytes = raw.bytes;
+        void* const pointer = bytes.isNull() ? nullptr : bytes.data();
+        const size_t size = static_cast<size_t>(bytes.size()) + (raw.type == QNY_STRING_T ? 1 : 0);
         const QByteArray name = input.toUtf8();
         for (const qny_agent::Observer& observer : std::as_const(written.observers)) {
             if (observer.callback) {
-                observer.callback(QNY_INPUT_T, name.constData(), written.type, pointer, size, observer.userData);
+                observer.callback(QNY_INPUT_T, name.constData(), raw.type, pointer, size, observer.userData);
             }
         }
     });

@@ -56,6 +56,15 @@ void script(const QString& function, qny_result_t result, const QString& firstAr
 
 // ---- what others do ---------------------------------------------------------------------------------------------
 
+/// A value that is handed over as these bytes, whatever they are: for what a sender of good will does not send, and what
+/// the library itself would not let through. Goes into a list of arguments, or to an input, as QVariant::fromValue().
+struct RawValue
+{
+    qny_value_type_t type = QNY_UNKNOWN_T;
+    /// As many as the type has. A string gets its final zero byte, and is a null pointer when these are null.
+    QByteArray bytes;
+};
+
 struct Sender
 {
     QString name = QStringLiteral("Recorder");
@@ -65,7 +74,11 @@ struct Sender
 /// Calls a service of the default agent as another agent would. A null token is none. False when nobody declared it.
 bool callService(
     const QString& service, const QVariantList& arguments, const QString& token, const Sender& sender = Sender());
-/// Writes to an input of the default agent. The value is converted to the input's type. False when there is none.
+/// The same with a token that need not be UTF-8.
+bool callServiceWithRawToken(
+    const QString& service, const QVariantList& arguments, const QByteArray& token, const Sender& sender = Sender());
+/// Writes to an input of the default agent. The value is converted to the input's type, and dropped when it does not
+/// convert; a RawValue reaches the observers as it is. False when there is no such input.
 bool writeInput(const QString& input, const QVariant& value);
 
 struct Agent
@@ -98,3 +111,5 @@ QStringList mappings();
 QStringList stopRequests();
 
 } // namespace QuenaryDouble
+
+Q_DECLARE_METATYPE(QuenaryDouble::RawValue)

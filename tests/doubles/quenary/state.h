@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 /// An agent of this process: what was declared on it.
@@ -95,8 +96,12 @@ void onLibraryThread(const std::function<void()>& action);
 
 QString typeText(qny_value_type_t type);
 char* copyText(const QByteArray& text);
-/// A value in the form of the network library.
+/// A value of the network library in Qt's form.
 QVariant toVariant(qny_value_type_t type, const void* value, size_t size);
+/// The other way: appends the value to a list of arguments; what is of no type of the library is appended as its text.
+void appendArgument(qny_service_arg_t** list, const QVariant& value);
+/// The value in this type, or nothing when it does not convert.
+std::optional<RawValue> convert(QVariant value, qny_value_type_t type);
 
 /// Whether a handle is of an agent that exists.
 bool isAgent(const qny_agent* agent);

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <QtCore/QList>
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtTest/QSignalSpy>
+
+#include <memory>
+#include <vector>
+
+class RecorderModule;
+
+/// Everything that can be seen of a module at one moment, as texts under a path each: every property of the module, its
+/// recorders, their instances, records, agents and speeds, read through their meta-objects, together with what they show
+/// without a property, the texts kept in the document, and what is declared on the network.
+///
+/// A recorder's path is its name, its instances' "Name[0]" and on; "Rec[0].records[1].agentsFilters[0].checked".
+class Snapshot
+{
+public:
+    explicit Snapshot(RecorderModule& module);
+
+    QString value(const QString& path) const { return _values.value(path); }
+    bool isTrue(const QString& path) const { return value(path) == QStringLiteral("true"); }
+    int rows(const QString& path) const { return value(path).section(u' ', 0, 0).toInt(); }
+
+    /// What a test expects to be different later.
+    void set(const QString& path, const QString& value) { _values.insert(path, value); }
+    /// Nothing whose path begins like this is there any more.
+    void removeUnder(const QString& prefix);
+    /// The other way: copies what is under a path to another.
+    void copyUnder(const QString& prefix, const QString& newPrefix);
+
+    /// "path: before -> after", one for each that is not the same.
+    QStringList changesTo(const Snapshot& later) const;
+
+    /// What a snapshot looks at, with the paths.
+    static QList<std::pair<QString, QObject*>> objectsOf(RecorderModule& module);
+
+private:
+    QMap<QString, QString> _values;
+};
+
+/// Which signals the objects of a snapshot have sent since it was made.
+class SignalLog
+{
+public:
+    explicit SignalLog(RecorderModule& module);
+
+    /// "path.signal", as often as it was sent.
+    QStringList sent() const;
+    void clear();
+
+private:
+    std::vector<std::pair<QString, std::unique_ptr<QSignalSpy>>> _spies;
+};
