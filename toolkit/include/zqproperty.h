@@ -8,12 +8,15 @@
 /// The one form of every property setter: assign and notify on a real change only, and say whether there was one.
 namespace ZqProperty {
 
-/// Doubles and floats are compared with Qt's fuzzy comparison, everything else with ==. What that comparison finds
-/// unlike itself, infinity and "not a number", is equal too: the same value again is no change.
+/// Doubles and floats are compared with Qt's fuzzy comparison, everything else with ==. What that comparison was not made
+/// for equals itself and nothing else: the infinities, and what is no number.
 template <typename T> [[nodiscard]] bool equal(const T& left, const T& right)
 {
     if constexpr (std::is_floating_point_v<T>) {
-        return left == right || qFuzzyCompare(left, right) || (qIsNaN(left) && qIsNaN(right));
+        if (qIsFinite(left) && qIsFinite(right)) {
+            return qFuzzyCompare(left, right);
+        }
+        return left == right || (qIsNaN(left) && qIsNaN(right));
     } else {
         return left == right;
     }

@@ -153,6 +153,11 @@ private slots:
         QVERIFY(ZqProperty::assign(&gauge, gauge.level, 0.5, &Gauge::levelChanged));
         QCOMPARE(changes.count(), 2);
     }
+
+    void theTwoInfinitiesDiffer()
+    {
+        QVERIFY(!ZqProperty::equal(qInf(), -qInf()));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestZqBasics)

@@ -127,11 +127,14 @@ bool RecorderInstance::_writeToRecordFile(const QString& content)
 void RecorderInstance::_updateExportingProgress(const QString& content)
 {
     const QStringView lastLine = QStringView(content).sliced(content.lastIndexOf(u'\n') + 1);
-    const QList<QStringView> fields = lastLine.split(u';');
-    if (!_exportRecord || fields.size() < 3 || !(_exportRecord->durationInSeconds() > 0.0)) {
+    // Not split: a row may be of megabytes, and of nothing but separators.
+    const qsizetype secondField = lastLine.indexOf(u';') + 1;
+    const qsizetype thirdField = secondField > 0 ? lastLine.indexOf(u';', secondField) + 1 : 0;
+    if (!_exportRecord || thirdField == 0 || !(_exportRecord->durationInSeconds() > 0.0)) {
         return;
     }
-    const auto timeInMicroseconds = static_cast<double>(fields.at(1).toLongLong());
+    const QStringView time = lastLine.sliced(secondField, thirdField - 1 - secondField);
+    const auto timeInMicroseconds = static_cast<double>(time.toLongLong());
     const double percent = std::floor(timeInMicroseconds / (_exportRecord->durationInSeconds() * 1000000.0) * 100.0);
     _setexportingProgress(static_cast<int>(std::clamp(percent, 0.0, 100.0)));
 }

@@ -110,6 +110,10 @@ void RecorderInstance::continueImport(const QString& record_uuid)
         _setisImportingRecord(false);
         return;
     }
+    // The acknowledgement may be late: without an agent there is nobody to send the next chunk to.
+    if (_refuseWhenOff("append")) {
+        return;
+    }
 
     auto* const watcher = new QFutureWatcher<bool>(this);
     connect(watcher, &QFutureWatcher<bool>::finished, this, [this, watcher] {

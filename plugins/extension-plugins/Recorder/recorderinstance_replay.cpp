@@ -157,7 +157,8 @@ void RecorderInstance::recordLoaded(
     const QString& recordUuid, const QDateTime& startDateTime, double durationInSeconds, const QString& agentsList)
 {
     _setisLoadingRecord(false);
-    if (CorvaneUtils::isAUuid(recordUuid)) {
+    // An empty id is no path either: a record without an identity could not be told from another.
+    if (recordUuid.isEmpty() || CorvaneUtils::isAUuid(recordUuid)) {
         RecorderRecord* const record = _recordsByUuid.value(recordUuid);
         if (!record) {
             qWarning()

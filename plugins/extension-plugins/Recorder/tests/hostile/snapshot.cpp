@@ -79,6 +79,15 @@ void collect(const QString& path, QObject* object, Objects& objects)
     }
 }
 
+QString textOf(const QDateTime& date)
+{
+    if (!date.isValid()) {
+        return QStringLiteral("invalid");
+    }
+    return date.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz "))
+        + (date.timeSpec() == Qt::LocalTime ? QStringLiteral("local") : date.toString(QStringLiteral("t")));
+}
+
 QString textOf(const QVariant& value, const QHash<const QObject*, QString>& paths)
 {
     if (value.metaType().flags().testFlag(QMetaType::PointerToQObject)) {
@@ -103,8 +112,7 @@ QString textOf(const QVariant& value, const QHash<const QObject*, QString>& path
     case QMetaType::Double:
         return QString::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
     case QMetaType::QDateTime:
-        return value.toDateTime().isValid() ? value.toDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz t"))
-                                            : QStringLiteral("invalid");
+        return textOf(value.toDateTime());
     case QMetaType::QStringList:
         return value.toStringList().join(u',');
     default:
