@@ -201,7 +201,8 @@ void Expectation::leave()
         set(number, 0.0);
     }
     set("exportRecord", NOTHING);
-    set("agentInstanceUuid", "");
+    set("agentInstanceUuid", QString());
+    set("waiting context", QString());
     set("runningAgentInfo", NOTHING);
     _after.removeUnder(pathOf("runningAgentInfo."));
     _after.set("Rec.found by agent uuid", NOTHING);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "snapshot.h"
 
+#include "privatemember.h"
 #include "recordermodule.h"
 #include "recordermoduledata.h"
 
@@ -10,6 +11,16 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QLocale>
 #include <QtCore/QMetaProperty>
+
+namespace {
+
+QMultiHash<QString, RecorderInstance*> RecorderModule::*instancesByUuid = nullptr;
+RecorderReplayContext RecorderInstance::*replayContext = nullptr;
+
+} // namespace
+
+template struct OpenMember<instancesByUuid, &RecorderModule::_instancesByUuid>;
+template struct OpenMember<replayContext, &RecorderInstance::_replayContext>;
 
 namespace {
 
@@ -172,10 +183,15 @@ Snapshot::Snapshot(RecorderModule& module)
             put("defaultCommandLine", instance->defaultCommandLine());
             put("executablePath", instance->executablePath());
             put("filePathHint", instance->filePathHint());
+            put("waiting context", (instance->*replayContext).replayId);
         } else if (const auto* record = qobject_cast<const RecorderRecord*>(object)) {
             put("uuid", record->uuid());
             put("lastActiveAgentsFilter", record->lastActiveAgentsFilter());
         }
+    }
+    const QMultiHash<QString, RecorderInstance*>& routes = module.*instancesByUuid;
+    for (auto route = routes.cbegin(); route != routes.cend(); ++route) {
+        set(QStringLiteral("module.instance by uuid.") + route.key(), paths.value(route.value(), "not in the lists"));
     }
     const QJsonObject documentData = RecorderModuleData::instance().exportToJson();
     for (const QString& table : documentData.keys()) {
@@ -223,36 +239,4 @@ QStringList Snapshot::changesTo(const Snapshot& later) const
         }
     }
     return changes;
-}
-
-SignalLog::SignalLog(RecorderModule& module)
-{
-    for (const auto& [path, object] : Snapshot::objectsOf(module)) {
-        const QMetaObject* const metaObject = object->metaObject();
-        for (int i = 0; i < metaObject->methodCount(); ++i) {
-            const QMetaMethod method = metaObject->method(i);
-            if (method.methodType() == QMetaMethod::Signal) {
-                _spies.emplace_back(
-                    path + u'.' + QString::fromLatin1(method.name()), std::make_unique<QSignalSpy>(object, method));
-            }
-        }
-    }
-}
-
-QStringList SignalLog::sent() const
-{
-    QStringList names;
-    for (const auto& [name, spy] : _spies) {
-        for (qsizetype i = 0; i < spy->count(); ++i) {
-            names.append(name);
-        }
-    }
-    return names;
-}
-
-void SignalLog::clear()
-{
-    for (const auto& [name, spy] : _spies) {
-        spy->clear();
-    }
 }

@@ -6,16 +6,13 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
-#include <QtTest/QSignalSpy>
-
-#include <memory>
-#include <vector>
 
 class RecorderModule;
 
 /// Everything that can be seen of a module at one moment, as texts under a path each: every property of the module, its
 /// recorders, their instances, records, agents and speeds, read through their meta-objects, together with what they show
-/// without a property, the texts kept in the document, and what is declared on the network.
+/// without a property, the tables by which answers are routed, the texts kept in the document, and what is declared on the
+/// network.
 ///
 /// A recorder's path is its name, its instances' "Name[0]" and on; "Rec[0].records[1].agentsFilters[0].checked".
 class Snapshot
@@ -42,18 +39,4 @@ public:
 
 private:
     QMap<QString, QString> _values;
-};
-
-/// Which signals the objects of a snapshot have sent since it was made.
-class SignalLog
-{
-public:
-    explicit SignalLog(RecorderModule& module);
-
-    /// "path.signal", as often as it was sent.
-    QStringList sent() const;
-    void clear();
-
-private:
-    std::vector<std::pair<QString, std::unique_ptr<QSignalSpy>>> _spies;
 };

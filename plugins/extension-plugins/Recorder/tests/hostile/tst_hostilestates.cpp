@@ -37,7 +37,8 @@ void expectNothing(Expectation&, Stage&) { }
 void expectContextOfB(Expectation& expectation, Stage&)
 {
     if (expectation.recordCount() == 0) {
-        return; // waits for the list
+        expectation.set("waiting context", RECORD_B);
+        return;
     }
     const QString record = Expectation::pathOf("records[1]");
     expectation.load(record, { "x", "y" }, { "y" }, 2);
@@ -58,7 +59,9 @@ void expectContextOfFile(Expectation& expectation, Stage&)
 
 void expectUnknownRecordOfContext(Expectation& expectation, Stage&)
 {
-    if (expectation.recordCount() > 0) {
+    if (expectation.recordCount() == 0) {
+        expectation.set("waiting context", UNKNOWN_RECORD);
+    } else {
         expectation.problem("void RecorderInstance::updateContext(const QString &, const QDateTime &, double, double, "
                             "double, bool, const QString &, const QString &, const QString &) unknown record id "
             + logged(UNKNOWN_RECORD));
