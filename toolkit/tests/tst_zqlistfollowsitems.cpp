@@ -218,22 +218,27 @@ private slots:
         QCOMPARE(list.at(0), &stays);
     }
 
-    void whatListensToARemovalReadsNothingFromTheDyingItem()
+    void whatListensToARemovalNeitherReadsNorWritesTheDyingItem()
     {
         auto* doomed = new TestItem(QStringLiteral("doomed"));
         List list;
         list.appendRow(doomed);
         QVariant seen;
         bool wasAsked = false;
+        bool wasWritten = true;
         connect(&list, &List::rowsAboutToBeRemoved, this, [&](const QModelIndex&, int row) {
             wasAsked = true;
             seen = list.index(row).data(nameRole());
+            wasWritten = list.setData(list.index(row), QStringLiteral("x"), nameRole());
         });
         QTest::ignoreMessage(
             QtWarningMsg, "ZqCustomItemListModel< TestItem > warning in data(): item at index  0  is undefined");
+        QTest::ignoreMessage(
+            QtWarningMsg, "ZqCustomItemListModel< TestItem > warning in setData(): item at index  0  is undefined");
         delete doomed;
         QVERIFY(wasAsked);
         QVERIFY(!seen.isValid());
+        QVERIFY(!wasWritten);
     }
 
     void whoHearsOfAChangeMayRemoveTheItem()

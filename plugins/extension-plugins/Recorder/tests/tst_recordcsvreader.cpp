@@ -55,6 +55,7 @@ private Q_SLOTS:
     void rowsKeepTheirLineEndAndGetOneMore_data();
     void rowsKeepTheirLineEndAndGetOneMore();
     void theNextChunkBeginsAfterTheLastLineEnd();
+    void emptyLinesCountAsRows();
     void randomBytesAreReadAsTheByteWiseReaderReadsThem();
     void bytesAtTheEdgesOfBlocksAreReadAsTheByteWiseReaderReadsThem();
 };
@@ -100,6 +101,17 @@ void tst_RecordCsvReader::theNextChunkBeginsAfterTheLastLineEnd()
     QCOMPARE(readRecordCsvLines(buffer, 1), QByteArray("c\n\n"));
     QVERIFY(buffer.atEnd());
     QCOMPARE(readRecordCsvLines(buffer, 1), QByteArray());
+}
+
+void tst_RecordCsvReader::emptyLinesCountAsRows()
+{
+    QByteArray file("a\n\r\n\n\"\n\"\nb\n");
+    QBuffer buffer(&file);
+    QVERIFY(buffer.open(QIODevice::ReadOnly));
+    QCOMPARE(readRecordCsvLines(buffer, 3), QByteArray("a\n\n\r\n\n\n"));
+    // Within quotes it is none.
+    QCOMPARE(readRecordCsvLines(buffer, 2), QByteArray("\"\n\"\n\nb\n\n"));
+    QVERIFY(buffer.atEnd());
 }
 
 void tst_RecordCsvReader::randomBytesAreReadAsTheByteWiseReaderReadsThem()

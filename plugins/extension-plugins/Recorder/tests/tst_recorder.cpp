@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "modulefixture.h"
+#include "privatemember.h"
+#include "signallog.h"
 
 #include <host.h>
 #include <systemdocument.h>
@@ -7,6 +9,23 @@
 #include <systemviewmanager.h>
 
 #include <QtTest/QSignalSpy>
+
+static void (Recorder::*registerInstance)(RecorderInstance*) = nullptr;
+template struct OpenMember<registerInstance, &Recorder::_registerRecorderInstance>;
+
+static void (Recorder::*addMappings)(RecorderInstance*) = nullptr;
+template struct OpenMember<addMappings, &Recorder::_addMappingRecorderInputs>;
+
+namespace {
+
+/// One more launch line on this machine, for another database.
+EncounteredAgentInfo* addLine(SystemViewClassInstance* classInstance, const QString& endpoint)
+{
+    return classInstance->getOrCreateEncounteredAgentInfo(classInstance->encounteredAgentsOnHostAttachedToCorvane(),
+        ModuleFixture::commandLine({ "--name", "Rec", "--cassandra", endpoint }));
+}
+
+} // namespace
 
 class tst_Recorder : public QObject
 {
@@ -17,13 +36,18 @@ private Q_SLOTS:
     void anEncounteredAgentWithTheCommandLineOfAnInstanceCreatesNothing();
     void aRunningAgentThatMatchesOneOfflineInstanceReusesIt();
     void aRunningAgentThatMatchesNoneCreatesOne();
+    void aRunningAgentIsTreatedBeforeTheLaunchLines();
     void aRunningAgentThatMatchesSeveralLinksNoneAndIsCritical();
     void aRunningAgentOnAnotherMachineGetsAnInstanceOfThatMachine();
+    void anAgentWithoutALaunchLineIsNotLinked();
+    void anInstanceThatIsOffWithAnAgentIsWarnedOfAndLinked();
     void whenAnAgentLeavesDuplicatesOfItsCommandLineAreDeletedLater();
     void linkingAnAgentTwiceOnlyWarns();
     void unlinkingAnUnknownAgentOnlyWarns();
+    void registeringAnInstanceTwiceWarnsAndLeavesOneEntry();
     void mappingsAreAddedOncePerInstance();
     void mappingsFollowTheNameOfTheClassInstance();
+    void withoutAClassInstanceAMappingNamesNobody();
     void lookupsYieldNullForEmptyAndUnknownKeys();
     void deletingAnInstanceAnnouncesItAndDeletesItLater();
     void anUnregisteredInstanceIsNotDeletedTwice();
@@ -38,9 +62,10 @@ void tst_Recorder::eachLaunchLineGetsOneInstance()
     SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
     Recorder* const recorder = fixture.recorderOf(classInstance);
     QSignalSpy created(recorder, &Recorder::recorderInstanceCreated);
-    EncounteredAgentInfo* const info
-        = classInstance->getOrCreateEncounteredAgentInfo(classInstance->encounteredAgentsOnHostAttachedToCorvane(),
-            ModuleFixture::commandLine({ "--name", "Rec", "--cassandra", "other:9042" }));
+    QTest::ignoreMessage(QtDebugMsg,
+        qPrintable("New recorder instance created from encounteredAgentInfo \""
+            + ModuleFixture::commandLine({ "--name", "Rec", "--cassandra", "other:9042" }) + "\""));
+    EncounteredAgentInfo* const info = addLine(classInstance, "other:9042");
     QCOMPARE(created.count(), 1);
     QCOMPARE(recorder->recorderInstances().size(), 2);
     RecorderInstance* const instance = recorder->recorderInstances().last();
@@ -54,12 +79,20 @@ void tst_Recorder::anEncounteredAgentWithTheCommandLineOfAnInstanceCreatesNothin
     ModuleFixture fixture;
     SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
     Recorder* const recorder = fixture.recorderOf(classInstance);
-    // The same line on another machine: equal, though the program is quoted.
+    addLine(classInstance, "other:9042");
+    ModuleFixture::run(recorder->recorderInstances().last());
+    // The same lines on another machine: equal, though the program is quoted, to an instance that is off and to one that
+    // is on.
     Host host("elsewhere");
     EncounteredAgentsOnHost* const group = classInstance->getOrCreateEncounteredAgentsOnHost(&host);
-    classInstance->getOrCreateEncounteredAgentInfo(
-        group, "\"" + ModuleFixture::executablePath() + "\" --name Rec --cassandra db:9042");
-    QCOMPARE(recorder->recorderInstances().size(), 1);
+    for (const char* database : { "db:9042", "other:9042" }) {
+        QTest::ignoreMessage(QtDebugMsg,
+            QRegularExpression("^Cannot create a recorder instance from new encounteredAgentInfo \"[0-9a-f-]{36}\" . A "
+                               "recorder instance already exists with the same command line$"));
+        QVERIFY(classInstance->getOrCreateEncounteredAgentInfo(
+            group, "\"" + ModuleFixture::executablePath() + "\" --name Rec --cassandra " + database));
+        QCOMPARE(recorder->recorderInstances().size(), 2);
+    }
 }
 
 void tst_Recorder::aRunningAgentThatMatchesOneOfflineInstanceReusesIt()
@@ -68,13 +101,21 @@ void tst_Recorder::aRunningAgentThatMatchesOneOfflineInstanceReusesIt()
     SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
     Recorder* const recorder = fixture.recorderOf(classInstance);
     RecorderInstance* const instance = recorder->recorderInstances().first();
-    const QuenaryDouble::Agent agent = ModuleFixture::run(instance);
+    const QuenaryDouble::Agent agent = ModuleFixture::agentOf(instance, "agent-1");
+    QTest::ignoreMessage(QtDebugMsg,
+        qPrintable("Recorder instance updated from RunningAgentInfo \""
+            + instance->encounteredAgentInfo()->commandLine() + "\""));
+    QTest::ignoreMessage(QtDebugMsg,
+        qPrintable("Link RunningAgentInfo \"agent-1\" with RecorderInstance \"" + instance->uuid() + "\""));
+    ModuleFixture::enter(agent);
     QCOMPARE(recorder->recorderInstances(), QList<RecorderInstance*>({ instance }));
     QVERIFY(instance->isOn());
     QCOMPARE(instance->agentInstanceUuid(), agent.uuid);
     QCOMPARE(instance->runningAgentInfo()->agentUuid(), agent.uuid);
     QCOMPARE(recorder->getRecorderInstanceWithAgentUuid(agent.uuid), instance);
 
+    QTest::ignoreMessage(QtDebugMsg,
+        qPrintable("Unlink RunningAgentInfo \"agent-1\" with RecorderInstance \"" + instance->uuid() + "\""));
     ModuleFixture::leave(agent.uuid);
     QVERIFY(!instance->isOn());
     QCOMPARE(recorder->getRecorderInstanceWithAgentUuid(agent.uuid), nullptr);
@@ -85,21 +126,55 @@ void tst_Recorder::aRunningAgentThatMatchesNoneCreatesOne()
     ModuleFixture fixture;
     SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
     Recorder* const recorder = fixture.recorderOf(classInstance);
-    QuenaryDouble::Agent agent = ModuleFixture::agentOf(recorder->recorderInstances().first(), "agent-1");
+    RecorderInstance* const first = recorder->recorderInstances().first();
+    // Of a new launch line: that makes the instance already.
+    QuenaryDouble::Agent agent = ModuleFixture::agentOf(first, "agent-1");
     agent.arguments = QStringList({ "--name", "Rec", "--cassandra", "third:9042" });
     ModuleFixture::enter(agent);
     QCOMPARE(recorder->recorderInstances().size(), 2);
-    QVERIFY(!recorder->recorderInstances().first()->isOn());
+    QVERIFY(!first->isOn());
     QVERIFY(recorder->recorderInstances().last()->isOn());
     QCOMPARE(recorder->recorderInstances().last()->cassandraEndpoint(), "third:9042");
+
+    // Of a line whose instance has its agent.
+    ModuleFixture::run(first);
+    QSignalSpy created(recorder, &Recorder::recorderInstanceCreated);
+    QTest::ignoreMessage(QtDebugMsg,
+        qPrintable("New recorder instance created from RunningAgentInfo \""
+            + first->encounteredAgentInfo()->commandLine() + "\""));
+    ModuleFixture::enter(ModuleFixture::agentOf(first, "agent-2"));
+    QCOMPARE(created.count(), 1);
+    RecorderInstance* const second = recorder->recorderInstances().last();
+    QCOMPARE(recorder->recorderInstances().size(), 3);
+    QVERIFY(second->isOn() && second != first);
+    QCOMPARE(second->encounteredAgentInfo(), first->encounteredAgentInfo());
+    QCOMPARE(recorder->getRecorderInstanceWithAgentUuid("agent-2"), second);
+}
+
+void tst_Recorder::aRunningAgentIsTreatedBeforeTheLaunchLines()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    addLine(classInstance, "other:9042");
+    RecorderInstance* const running = fixture.recorderOf(classInstance)->recorderInstances().last();
+    const QuenaryDouble::Agent agent = ModuleFixture::run(running);
+    // A registry that is made now finds the agent first: the line of its launch makes no second instance.
+    QTest::ignoreMessage(QtDebugMsg,
+        qPrintable("Cannot create a recorder instance from new encounteredAgentInfo \""
+            + running->encounteredAgentInfo()->uuid()
+            + "\" . A recorder instance already exists with the same command line"));
+    const Recorder later(classInstance, ModuleFixture::executablePath(), nullptr);
+    QCOMPARE(later.recorderInstances().size(), 2);
+    QCOMPARE(later.recorderInstances().first()->cassandraEndpoint(), "other:9042");
+    QCOMPARE(later.getRecorderInstanceWithAgentUuid(agent.uuid), later.recorderInstances().first());
+    QVERIFY(!later.recorderInstances().last()->isOn());
 }
 
 void tst_Recorder::aRunningAgentThatMatchesSeveralLinksNoneAndIsCritical()
 {
     ModuleFixture fixture;
     SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
-    classInstance->getOrCreateEncounteredAgentInfo(classInstance->encounteredAgentsOnHostAttachedToCorvane(),
-        ModuleFixture::commandLine({ "--name", "Rec", "--cassandra", "other:9042" }));
+    addLine(classInstance, "other:9042");
     Recorder* const recorder = fixture.recorderOf(classInstance);
     // Edited into the line of the first.
     recorder->recorderInstances().last()->updateCassandraEndpoint("db");
@@ -131,34 +206,70 @@ void tst_Recorder::aRunningAgentOnAnotherMachineGetsAnInstanceOfThatMachine()
     QCOMPARE(instance->encounteredAgentsOnHost()->host()->networkName(), "elsewhere");
 }
 
+void tst_Recorder::anAgentWithoutALaunchLineIsNotLinked()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    Recorder* const recorder = fixture.recorderOf(classInstance);
+    // What a replay shows in the place of a recorder.
+    QuenaryDouble::Agent agent = ModuleFixture::agentOf(recorder->recorderInstances().first(), "agent-1");
+    agent.standIn = true;
+    ModuleFixture::enter(agent);
+    QCOMPARE(classInstance->runningAgentInfos().size(), 1);
+    QCOMPARE(recorder->recorderInstances().size(), 1);
+    QVERIFY(!recorder->recorderInstances().first()->isOn());
+    QTest::ignoreMessage(QtWarningMsg, "The RunningAgentInfo \"agent-1\" isn't linked to any RecorderInstance");
+    ModuleFixture::leave(agent.uuid);
+}
+
+void tst_Recorder::anInstanceThatIsOffWithAnAgentIsWarnedOfAndLinked()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    instance->setisOn(false);
+    QTest::ignoreMessage(QtWarningMsg, "cannot be off with an agent instance uuid");
+    ModuleFixture::enter(ModuleFixture::agentOf(instance, "agent-2"));
+    QVERIFY(instance->isOn());
+    QCOMPARE(instance->agentInstanceUuid(), "agent-2");
+}
+
 void tst_Recorder::whenAnAgentLeavesDuplicatesOfItsCommandLineAreDeletedLater()
 {
     ModuleFixture fixture;
     SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
-    EncounteredAgentInfo* const second
-        = classInstance->getOrCreateEncounteredAgentInfo(classInstance->encounteredAgentsOnHostAttachedToCorvane(),
-            ModuleFixture::commandLine({ "--name", "Rec", "--cassandra", "other:9042" }));
+    EncounteredAgentInfo* const infos[] = { addLine(classInstance, "other:9042"), addLine(classInstance, "third:9042"),
+        addLine(classInstance, "fourth:9042") };
     Recorder* const recorder = fixture.recorderOf(classInstance);
-    const QuenaryDouble::Agent agent = ModuleFixture::run(recorder->recorderInstances().first());
-    // While the first runs, the line of the second becomes the same.
-    second->setcommandLine(recorder->recorderInstances().first()->encounteredAgentInfo()->commandLine());
+    const QList<RecorderInstance*> instances = recorder->recorderInstances();
+    const QuenaryDouble::Agent agent = ModuleFixture::run(instances.at(0));
+    // While the first runs, the lines of the second and the fourth become the same.
+    infos[0]->setcommandLine(instances.at(0)->encounteredAgentInfo()->commandLine());
+    infos[2]->setcommandLine(instances.at(0)->encounteredAgentInfo()->commandLine());
     QSignalSpy removed(recorder, &Recorder::recorderInstanceRemoved);
-    const QPointer<RecorderInstance> first = recorder->recorderInstances().first();
-    const QPointer<RecorderInstance> duplicate = recorder->recorderInstances().last();
+    const QPointer<RecorderInstance> second = instances.at(1);
+    const QPointer<RecorderInstance> fourth = instances.at(3);
+    Q_EMIT classInstance->runningAgentInfoRemoved(instances.at(0)->runningAgentInfo());
+    QCOMPARE(removed.count(), 2);
+    QCOMPARE(removed.at(0).first().value<RecorderInstance*>(), second.data());
+    QCOMPARE(removed.at(1).first().value<RecorderInstance*>(), fourth.data());
+    QCOMPARE(recorder->recorderInstances(), QList<RecorderInstance*>({ instances.at(0), instances.at(2) }));
+    QCOMPARE(QuenaryDouble::inputs().size(), 4);
+    QVERIFY(!second.isNull() && !fourth.isNull());
+    ModuleFixture::settle();
+    QVERIFY(second.isNull() && fourth.isNull());
+
+    // Its leaving in earnest finds nothing more to do.
+    QTest::ignoreMessage(
+        QtWarningMsg, qPrintable("The RunningAgentInfo \"" + agent.uuid + "\" isn't linked to any RecorderInstance"));
     ModuleFixture::leave(agent.uuid);
-    QCOMPARE(removed.count(), 1);
-    QVERIFY(!first.isNull());
-    QVERIFY(duplicate.isNull());
-    QCOMPARE(recorder->recorderInstances(), QList<RecorderInstance*>({ first }));
-    QCOMPARE(QuenaryDouble::inputs().size(), 2);
+    QCOMPARE(removed.count(), 2);
 }
 
 void tst_Recorder::linkingAnAgentTwiceOnlyWarns()
 {
     ModuleFixture fixture;
     SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
-    classInstance->getOrCreateEncounteredAgentInfo(classInstance->encounteredAgentsOnHostAttachedToCorvane(),
-        ModuleFixture::commandLine({ "--name", "Rec", "--cassandra", "other:9042" }));
+    addLine(classInstance, "other:9042");
     Recorder* const recorder = fixture.recorderOf(classInstance);
     RecorderInstance* const first = recorder->recorderInstances().first();
     RecorderInstance* const second = recorder->recorderInstances().last();
@@ -167,7 +278,14 @@ void tst_Recorder::linkingAnAgentTwiceOnlyWarns()
     // Announced once more while it is linked: the second instance has its line, and is not linked.
     QTest::ignoreMessage(QtWarningMsg,
         qPrintable("The RunningAgentInfo \"" + agent.uuid + "\" is linked already to a RecorderInstance"));
+    SignalLog log;
+    log.follow(recorder);
+    log.follow(first);
+    log.follow(second);
+    QuenaryDouble::clearCalls();
     Q_EMIT classInstance->runningAgentInfoCreated(first->runningAgentInfo());
+    QCOMPARE(log.take(), QStringList());
+    QCOMPARE(QuenaryDouble::calls(), QStringList());
     QVERIFY(!second->isOn());
     QCOMPARE(recorder->getRecorderInstanceWithAgentUuid(agent.uuid), first);
 }
@@ -181,12 +299,30 @@ void tst_Recorder::unlinkingAnUnknownAgentOnlyWarns()
     RunningAgentInfo* const info = instance->runningAgentInfo();
     Q_EMIT classInstance->runningAgentInfoRemoved(info);
     QVERIFY(!instance->isOn());
+    QuenaryDouble::clearCalls();
+    SignalLog log;
+    log.follow(instance);
     QTest::ignoreMessage(
         QtWarningMsg, qPrintable("The RunningAgentInfo \"" + agent.uuid + "\" isn't linked to any RecorderInstance"));
     Q_EMIT classInstance->runningAgentInfoRemoved(info);
+    QCOMPARE(log.take(), QStringList());
+    QCOMPARE(QuenaryDouble::calls(), QStringList());
     QTest::ignoreMessage(
         QtWarningMsg, qPrintable("The RunningAgentInfo \"" + agent.uuid + "\" isn't linked to any RecorderInstance"));
     ModuleFixture::leave(agent.uuid);
+}
+
+void tst_Recorder::registeringAnInstanceTwiceWarnsAndLeavesOneEntry()
+{
+    ModuleFixture fixture;
+    Recorder* const recorder = fixture.recorderOf(fixture.addRecorder("Rec"));
+    RecorderInstance* const instance = recorder->recorderInstances().first();
+    QuenaryDouble::clearCalls();
+    QTest::ignoreMessage(QtWarningMsg, qPrintable("RecorderInstance \"" + instance->uuid() + "\" already exists"));
+    (recorder->*registerInstance)(instance);
+    QCOMPARE(recorder->recorderInstances(), QList<RecorderInstance*>({ instance }));
+    QCOMPARE(recorder->getRecorderInstanceWithUuid(instance->uuid()), instance);
+    QCOMPARE(QuenaryDouble::calls(), QStringList());
 }
 
 void tst_Recorder::mappingsAreAddedOncePerInstance()
@@ -201,7 +337,11 @@ void tst_Recorder::mappingsAreAddedOncePerInstance()
         QStringList({ "qny_mapping_add " + mappings.at(0), "qny_mapping_add " + mappings.at(1) }));
     QCOMPARE(QuenaryDouble::mappings(), mappings);
 
+    QuenaryDouble::clearCalls();
     ModuleFixture::leave(agent.uuid);
+    QCOMPARE(QuenaryDouble::calls({ "qny_mapping_remove_with_name" }),
+        QStringList(
+            { "qny_mapping_remove_with_name " + mappings.at(0), "qny_mapping_remove_with_name " + mappings.at(1) }));
     QCOMPARE(QuenaryDouble::mappings(), QStringList());
     ModuleFixture::run(instance);
     QCOMPARE(QuenaryDouble::mappings(), mappings);
@@ -219,6 +359,23 @@ void tst_Recorder::mappingsFollowTheNameOfTheClassInstance()
     ModuleFixture::run(instance);
     QVERIFY(instance->isOn());
     QCOMPARE(QuenaryDouble::mappings(), mappings);
+}
+
+void tst_Recorder::withoutAClassInstanceAMappingNamesNobody()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    Recorder recorder(classInstance, ModuleFixture::executablePath(), nullptr);
+    RecorderInstance* const instance = recorder.recorderInstances().first();
+    const QuenaryDouble::Agent agent = ModuleFixture::run(instance);
+    ModuleFixture::leave(agent.uuid); // takes its mappings along
+    SystemDocumentHandler::instance()->deleteInstance(classInstance);
+    ModuleFixture::settle();
+    QuenaryDouble::clearCalls();
+    (recorder.*addMappings)(instance);
+    QCOMPARE(QuenaryDouble::calls(),
+        QStringList({ "qny_mapping_add " + instance->recordProgressInput() + "  record_progress",
+            "qny_mapping_add " + instance->replayProgressInput() + "  replay_progress" }));
 }
 
 void tst_Recorder::lookupsYieldNullForEmptyAndUnknownKeys()
@@ -292,8 +449,7 @@ void tst_Recorder::instancesAreSortedByTheirDatabase()
 {
     ModuleFixture fixture;
     SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
-    classInstance->getOrCreateEncounteredAgentInfo(classInstance->encounteredAgentsOnHostAttachedToCorvane(),
-        ModuleFixture::commandLine({ "--name", "Rec", "--cassandra", "a:9042" }));
+    addLine(classInstance, "a:9042");
     Recorder* const recorder = fixture.recorderOf(classInstance);
     RecorderInstance* const later = recorder->recorderInstances().last();
     QCOMPARE(recorder->sortedInstances()->get(0), later);

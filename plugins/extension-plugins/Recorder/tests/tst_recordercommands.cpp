@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "modulefixture.h"
+#include "privatemember.h"
+#include "signallog.h"
 
 #include <speed.h>
 
 #include <QtTest/QSignalSpy>
+
+static void (RecorderInstance::*getContext)() = nullptr;
+template struct OpenMember<getContext, &RecorderInstance::_getContext>;
+
+static void (RecorderInstance::*getRecordFilters)() = nullptr;
+template struct OpenMember<getRecordFilters, &RecorderInstance::_getRecordFilters>;
 
 class tst_RecorderCommands : public QObject
 {
@@ -11,6 +19,7 @@ class tst_RecorderCommands : public QObject
 
 private Q_SLOTS:
     void whileOffEachCommandIsRefusedByTheNameOfItsService();
+    void nothingIsLoadedFromAnAgentWithoutUuid();
     void startRecordingSendsANameMadeOfTheDate();
     void startRecordingUnloadsTheCurrentRecord();
     void aRecordChosenWhileTheLastOneUnloadsStaysCurrentInARecording();
@@ -34,6 +43,7 @@ private Q_SLOTS:
     void movingWhilePlayingPausesFirst();
     void withSomeAgentsCheckedTheFilterIsAListOfTheirNames();
     void withAllOrNoAgentsCheckedTheFilterIsEmpty();
+    void namesStandInTheFilterInTheOrderOfTheListAsTheyAre();
     void anUnchangedFilterIsNotSent();
     void theSpeedIsSentOnceForARealChange();
 };
@@ -45,13 +55,14 @@ void tst_RecorderCommands::whileOffEachCommandIsRefusedByTheNameOfItsService()
     RecorderRecord record(RECORD_A, "A", QDateTime(), QDateTime(), 3000000, nullptr);
     record.load({ "a", "b" });
     auto* const speed = qobject_cast<Speed*>(record.speeds()->get(4));
-    QSignalSpy loadFails(instance, &RecorderInstance::loadingFailReasonChanged);
     const std::pair<const char*, std::function<void()>> commands[] = {
         { "record", [&] { instance->startRecording(); } },
         { "stop_recording", [&] { instance->stopRecording(); } },
         { "pause_record", [&] { instance->pauseRecording(); } },
         { "resume_record", [&] { instance->resumeRecording(); } },
         { "get_records", [&] { instance->getRecords(QString()); } },
+        { "get_context", [&] { (instance->*getContext)(); } },
+        { "get_record_filters", [&] { (instance->*getRecordFilters)(); } },
         { "set_record_filters", [&] { instance->updateRecordFilters("x"); } },
         { "load", [&] { instance->loadRecord(&record); } },
         { "load_file", [&] { instance->loadRecordFile("/a.csv"); } },
@@ -65,19 +76,37 @@ void tst_RecorderCommands::whileOffEachCommandIsRefusedByTheNameOfItsService()
         { "filter_replaying_agents", [&] { instance->updateRecordAgentsFilter(&record); } },
         { "speed", [&] { instance->updateRecordSpeed(&record, speed); } },
     };
-    QuenaryDouble::clearCalls();
+    static QStringList messages;
+    SignalLog log;
+    log.follow(instance);
+    log.follow(&record);
     for (const auto& [service, command] : commands) {
-        QTest::ignoreMessage(
-            QtWarningMsg, qPrintable(QString("Instance is off. Can not call service '%1'").arg(service)));
+        messages.clear();
+        const auto previous = qInstallMessageHandler(
+            [](QtMsgType type, const QMessageLogContext&, const QString& text) {
+                messages.append(QString("%1 %2").arg(type).arg(text));
+            });
         command();
-        QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+        qInstallMessageHandler(previous);
+        // One message, its level with it, and neither call nor change.
+        QCOMPARE(messages,
+            QStringList(
+                QString("%1 Instance is off. Can not call service '%2'").arg(QtWarningMsg).arg(service)));
+        QCOMPARE(log.take(), QStringList());
     }
-    QCOMPARE(record.name(), "A");
-    QVERIFY(record.isLoaded());
-    QVERIFY(!record.isReplaying());
-    QVERIFY(!instance->isLoadingRecord() && !instance->isMovingRecord() && !instance->isStoppingRecord());
-    QCOMPARE(instance->currentFilePath(), "");
-    QCOMPARE(loadFails.count(), 0);
+}
+
+void tst_RecorderCommands::nothingIsLoadedFromAnAgentWithoutUuid()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec"));
+    RecorderRecord record(RECORD_A, "A", QDateTime(), QDateTime(), 3000000, nullptr);
+    instance->setisOn(true);
+    SignalLog log;
+    log.follow(instance);
+    instance->loadRecord(&record);
+    instance->loadRecordFile("/records/one.csv");
+    QCOMPARE(log.take(), QStringList());
 }
 
 void tst_RecorderCommands::startRecordingSendsANameMadeOfTheDate()
@@ -166,14 +195,16 @@ void tst_RecorderCommands::pauseAndResumeAreSentWithoutToken()
     ModuleFixture fixture;
     RecorderInstance* const instance = fixture.addRunningRecorder();
     instance->recordingStarted("r");
+    SignalLog log;
+    log.follow(instance);
     instance->pauseRecording();
-    QCOMPARE(lastServiceCall().service, "pause_record");
-    QVERIFY(lastServiceCall().token.isNull());
-    QVERIFY(!lastServiceCall().hasArgumentList);
     instance->resumeRecording();
-    QCOMPARE(lastServiceCall().service, "resume_record");
-    QVERIFY(lastServiceCall().token.isNull());
-    QVERIFY(!instance->isRecordingPaused());
+    QCOMPARE(log.take(), QStringList({ "call pause_record", "call resume_record" }));
+    for (const QuenaryDouble::ServiceCall& call : QuenaryDouble::serviceCalls()) {
+        QCOMPARE(call.agent, instance->agentInstanceUuid());
+        QVERIFY(call.token.isNull());
+        QVERIFY(!call.hasArgumentList);
+    }
 }
 
 void tst_RecorderCommands::questionsCarryTheirArguments()
@@ -272,6 +303,7 @@ void tst_RecorderCommands::loadRecordFileReleasesTheFileBeforeIt()
     const QPointer<RecorderRecord> file = setup.instance->recordFromFile();
     setup.instance->loadRecordFile("/records/two.csv");
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "unload", "load_file" }));
+    compareCall(lastServiceCall(), setup.instance, "load_file", { QString("/records/two.csv") });
     QCOMPARE(setup.instance->recordFromFile(), nullptr);
     QCOMPARE(setup.instance->currentRecord(), nullptr);
     ModuleFixture::settle();
@@ -307,13 +339,17 @@ void tst_RecorderCommands::deletingARecordRemovesItAtOnce()
     const QPointer<RecorderRecord> record = setup.record;
     setup.instance->deleteRecord(record);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "unload", "delete" }));
-    QCOMPARE(lastServiceCall().arguments, QVariantList({ RECORD_A }));
+    compareCall(QuenaryDouble::serviceCalls().first(), setup.instance, "unload", {});
+    compareCall(lastServiceCall(), setup.instance, "delete", { RECORD_A });
     QCOMPARE(setup.instance->records()->count(), 1);
     ModuleFixture::settle();
     QVERIFY(record.isNull());
     QCOMPARE(setup.instance->currentRecord(), nullptr);
     // The index forgot it too: an answer that still names it is one of an unknown record.
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("recordLoaded.*unknown record id"));
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable("void RecorderInstance::recordLoaded(const QString &, const QDateTime &, double, const QString &) "
+                   "unknown record id \""
+            + RECORD_A + "\""));
     setup.recorder.loaded(RECORD_A, 3.0, "[]");
     setup.instance->deleteRecord(nullptr);
 }
@@ -353,7 +389,8 @@ void tst_RecorderCommands::stopRecordPausesAndMovesToTheStart()
     QuenaryDouble::clearCalls();
     setup.instance->stopRecord(setup.record);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "pause", "move_to" }));
-    QCOMPARE(lastServiceCall().arguments, QVariantList({ 0.0 }));
+    compareCall(QuenaryDouble::serviceCalls().first(), setup.instance, "pause", {});
+    compareCall(lastServiceCall(), setup.instance, "move_to", { 0.0 });
     QVERIFY(setup.instance->isStoppingRecord() && setup.instance->isMovingRecord());
 
     // On a paused replay the pause is refused, and the move goes out all the same.
@@ -385,7 +422,10 @@ void tst_RecorderCommands::movingWhilePlayingPausesFirst()
     QuenaryDouble::clearCalls();
     setup.instance->moveCurrentRecordTime(1.5);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "pause", "move_to" }));
+    compareCall(QuenaryDouble::serviceCalls().first(), setup.instance, "pause", {});
+    compareCall(lastServiceCall(), setup.instance, "move_to", { 1.5 });
     QCOMPARE(setup.record->replayProgressInSecond(), 1.5);
+    QVERIFY(!setup.record->replayIsAtStart());
 }
 
 void tst_RecorderCommands::withSomeAgentsCheckedTheFilterIsAListOfTheirNames()
@@ -414,6 +454,17 @@ void tst_RecorderCommands::withAllOrNoAgentsCheckedTheFilterIsEmpty()
     setup.check(2, true);
     setup.instance->updateRecordAgentsFilter(setup.record);
     compareCall(setup.instance, "filter_replaying_agents", { QString("[]") });
+}
+
+void tst_RecorderCommands::namesStandInTheFilterInTheOrderOfTheListAsTheyAre()
+{
+    LoadedRecorder setup;
+    setup.recorder.loaded(RECORD_A, 3.0, R"(["b","A","ç d","e'"])");
+    setup.check(1, false);
+    QuenaryDouble::clearCalls();
+    setup.instance->updateRecordAgentsFilter(setup.record);
+    compareCall(setup.instance, "filter_replaying_agents", { QString(R"(["A","e'","ç d"])") });
+    QCOMPARE(setup.record->lastActiveAgentsFilter(), QStringList({ "A", "e'", "ç d" }));
 }
 
 void tst_RecorderCommands::anUnchangedFilterIsNotSent()

@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "modulefixture.h"
+#include "privatemember.h"
+#include "signallog.h"
 
 #include "recordermoduledata.h"
 
+#include <QtCore/QJsonDocument>
 #include <QtTest/QSignalSpy>
+
+static QTimer RecorderInstance::*recordingTimer = nullptr;
+template struct OpenMember<recordingTimer, &RecorderInstance::_recordingTimer>;
 
 class tst_RecorderControl : public QObject
 {
@@ -12,8 +18,10 @@ class tst_RecorderControl : public QObject
 private Q_SLOTS:
     void repeatedProgressPausesAndNewProgressResumes();
     void repeatedZeroWhileIdleIsNoPause();
+    void everyProgressValueStartsTheWaitForSilenceAnew();
     void silenceEndsTheRecordingAndAsksForTheRecords();
     void aStoppedRecordingAsksForTheRecordsTwice();
+    void theConfirmationOfARecordingNeedsNoProgress();
     void theRecordsListIsReadInItsOrder();
     void theSameListTwiceChangesNothing();
     void aChangedRecordIsUpdatedInPlace();
@@ -24,8 +32,10 @@ private Q_SLOTS:
     void aListThatIsNoArrayIsWarnedOfAndEmptiesTheRecords();
     void aListThatIsNoJsonIsWarnedOfAndEmptiesTheRecords();
     void aRecordsAnswerEndsTheCancelOfAnImport();
+    void aWaitingReplayIsAppliedAfterABadListToo();
     void recordNamesAreComparedExactly();
     void filtersAreKeptInTheDocument();
+    void withoutAClassInstanceNothingIsKeptInTheDocument();
     void theCurrentRecordForwardsWhetherItPlays();
 };
 
@@ -51,10 +61,29 @@ void tst_RecorderControl::repeatedZeroWhileIdleIsNoPause()
 {
     ModuleFixture fixture;
     RecorderInstance* const instance = fixture.addRunningRecorder();
+    SignalLog log;
+    log.follow(instance);
     instance->setrecordingProgressInSeconds(0.0);
     instance->setrecordingProgressInSeconds(0.0);
+    QCOMPARE(log.take(), QStringList());
     QVERIFY(!instance->isRecording());
     QVERIFY(!instance->isRecordingPaused());
+}
+
+void tst_RecorderControl::everyProgressValueStartsTheWaitForSilenceAnew()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    QTimer& timer = instance->*recordingTimer;
+    QCOMPARE(timer.interval(), 500);
+    QVERIFY(timer.isSingleShot());
+    QVERIFY(!timer.isActive());
+    // A new value, a repeated one, and the zero of a recorder that is idle.
+    for (const double progress : { 1.0, 1.0, 0.0, 0.0 }) {
+        timer.stop();
+        instance->setrecordingProgressInSeconds(progress);
+        QVERIFY(timer.isActive());
+    }
 }
 
 void tst_RecorderControl::silenceEndsTheRecordingAndAsksForTheRecords()
@@ -68,7 +97,7 @@ void tst_RecorderControl::silenceEndsTheRecordingAndAsksForTheRecords()
     QTRY_VERIFY(!instance->isRecording());
     QCOMPARE_GE(timer.elapsed(), 400);
     QVERIFY(!instance->isRecordingPaused());
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "get_records" }));
+    compareCall(instance, "get_records", { QString("") });
 }
 
 void tst_RecorderControl::aStoppedRecordingAsksForTheRecordsTwice()
@@ -83,6 +112,21 @@ void tst_RecorderControl::aStoppedRecordingAsksForTheRecordsTwice()
     QVERIFY(!instance->isRecordingPaused());
     QCOMPARE(instance->recordingProgressInSeconds(), 0.0);
     QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "get_records", "get_records" }));
+}
+
+void tst_RecorderControl::theConfirmationOfARecordingNeedsNoProgress()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    SignalLog log;
+    log.follow(instance);
+    ScriptedRecorder recorder(instance);
+    for (int i = 0; i < 2; ++i) {
+        recorder.replyWithToken("record_uuid", { RECORD_A }, instance->uuid() + "##record");
+        QCOMPARE(log.take(), i == 0 ? QStringList({ "isRecordingChanged" }) : QStringList());
+    }
+    QVERIFY(!(instance->*recordingTimer).isActive());
+    QCOMPARE(instance->recordingProgressInSeconds(), 0.0);
 }
 
 void tst_RecorderControl::theRecordsListIsReadInItsOrder()
@@ -104,19 +148,18 @@ void tst_RecorderControl::theRecordsListIsReadInItsOrder()
 
 void tst_RecorderControl::theSameListTwiceChangesNothing()
 {
-    ModuleFixture fixture;
-    RecorderInstance* const instance = fixture.addRunningRecorder();
-    ScriptedRecorder recorder(instance);
+    LoadedRecorder setup;
     const QString list
-        = "[" + recordJson(RECORD_A, "A") + "," + recordJson(RECORD_B, "B", 1, "2026-11-21 10:00:00.000", "") + "]";
-    recorder.records(list);
-    QObject* const first = instance->records()->get(0);
-    QSignalSpy data(instance->records(), &QAbstractItemModel::dataChanged);
-    QSignalSpy count(instance->records(), &AbstractZqCustomItemListModel::countChanged);
-    recorder.records(list);
-    QCOMPARE(instance->records()->get(0), first);
-    QCOMPARE(data.count(), 0);
-    QCOMPARE(count.count(), 0);
+        = "[" + recordJson(RECORD_A, "First") + "," + recordJson(RECORD_B, "B", 1, "2026-11-21 10:00:00.000", "") + "]";
+    setup.recorder.records(list);
+    SignalLog log;
+    log.follow(setup.instance);
+    log.follow(setup.record);
+    log.follow(setup.other);
+    log.follow(setup.instance->records());
+    setup.recorder.records(list);
+    QCOMPARE(log.take(), QStringList());
+    QCOMPARE(setup.instance->records()->get(0), setup.record);
 }
 
 void tst_RecorderControl::aChangedRecordIsUpdatedInPlace()
@@ -215,10 +258,15 @@ void tst_RecorderControl::aListThatIsNoJsonIsWarnedOfAndEmptiesTheRecords()
     RecorderInstance* const instance = fixture.addRunningRecorder();
     ScriptedRecorder recorder(instance);
     recorder.records("[" + recordJson(RECORD_A, "A") + "]");
-    QTest::ignoreMessage(
-        QtWarningMsg, QRegularExpression("^An error occured while parsing the records list json : \".+\"$"));
+    instance->stopImport();
+    QJsonParseError error;
+    QJsonDocument::fromJson("[{", &error);
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable("An error occured while parsing the records list json : \"" + error.errorString() + "\""));
     recorder.records("[{");
     QCOMPARE(instance->records()->count(), 0);
+    // It is an answer all the same.
+    QVERIFY(!instance->isCancelingImport());
 }
 
 void tst_RecorderControl::aRecordsAnswerEndsTheCancelOfAnImport()
@@ -229,6 +277,35 @@ void tst_RecorderControl::aRecordsAnswerEndsTheCancelOfAnImport()
     QVERIFY(instance->isCancelingImport());
     ScriptedRecorder(instance).records("[]");
     QVERIFY(!instance->isCancelingImport());
+}
+
+void tst_RecorderControl::aWaitingReplayIsAppliedAfterABadListToo()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    const QString list = "[" + recordJson(RECORD_A, "A") + "]";
+    // After a list without records there is nothing to apply it to, and it is forgotten.
+    for (const char* bad : { "", "[]", "{}", "[{" }) {
+        recorder.reply("context", { RECORD_A, "", 3.0, 1.5, 1.0, false, "[]", "[]", "" });
+        if (qstrcmp(bad, "{}") == 0) {
+            QTest::ignoreMessage(QtWarningMsg, "Invalid JSON: JSON must define an array of records");
+        } else if (qstrcmp(bad, "[{") == 0) {
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^An error occured while parsing the records list"));
+        }
+        recorder.records(bad);
+        recorder.records(list);
+        QCOMPARE(instance->currentRecord(), nullptr);
+        recorder.records("");
+    }
+    // After one that does not have its record, it is warned of.
+    recorder.reply("context", { RECORD_B, "", 3.0, 1.5, 1.0, false, "[]", "[]", "" });
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable("void RecorderInstance::updateContext(const QString &, const QDateTime &, double, double, double, "
+                   "bool, const QString &, const QString &, const QString &) unknown record id \""
+            + RECORD_B + "\""));
+    recorder.records(list);
+    QCOMPARE(instance->currentRecord(), nullptr);
 }
 
 void tst_RecorderControl::recordNamesAreComparedExactly()
@@ -250,6 +327,22 @@ void tst_RecorderControl::filtersAreKeptInTheDocument()
     QCOMPARE(RecorderModuleData::instance().getFilters(key), "-tank");
     instance->setProperty("recordFilters", "");
     QCOMPARE(RecorderModuleData::instance().getFilters(key), "");
+}
+
+void tst_RecorderControl::withoutAClassInstanceNothingIsKeptInTheDocument()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const known = fixture.firstInstanceOf(fixture.addRecorder("Rec"));
+    RecorderInstance instance(known->systemView(), nullptr, known->encounteredAgentsOnHost(),
+        known->encounteredAgentInfo(), ModuleFixture::executablePath(), nullptr);
+    QSignalSpy changed(&instance, &RecorderInstance::recordFiltersChanged);
+    instance.setrecordFilters("-tank");
+    instance.recordCsvFileDropped(QUrl::fromLocalFile("/records/one.csv"));
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(instance.recordFilters(), "-tank");
+    QCOMPARE(instance.currentFilePath(), "/records/one.csv");
+    QCOMPARE(RecorderModuleData::instance().getFilters(known->encounteredAgentInfo()->uuid()), "");
+    QCOMPARE(RecorderModuleData::instance().getFilePath(known->encounteredAgentInfo()->uuid()), "");
 }
 
 void tst_RecorderControl::theCurrentRecordForwardsWhetherItPlays()

@@ -5,6 +5,8 @@
 
 #include <QtTest/QSignalSpy>
 
+#include <cerrno>
+
 class tst_RecorderExport : public QObject
 {
     Q_OBJECT
@@ -15,6 +17,7 @@ public:
 private Q_SLOTS:
     void aDownloadAsksForTheFileAndForTheFirstChunk();
     void aCancelledDialogDownloadsNothing();
+    void anInstanceThatGoesWhileTheDialogIsOpenDownloadsNothing();
     void aFileThatCanNotBeOpenedIsWarnedOf();
     void aRecordOfOneChunkIsWrittenAndEnds();
     void furtherChunksAreAskedForByTheirCursor();
@@ -23,12 +26,14 @@ private Q_SLOTS:
     void aSecondDownloadTakesTheChunksOfTheFirst();
     void progressIsReadFromTheLastRow_data();
     void progressIsReadFromTheLastRow();
+    void aRecordWithoutLengthHasNoProgress();
     void aRecordThatIsDestroyedIsWrittenOnWithoutProgress();
     void aRecordThatGoesWhileTheDialogIsOpenIsNotDownloaded();
     void anEmptyRecordUuidClosesTheFile();
     void aChunkWithoutADownloadIsWarnedOf();
     void aFullDiskEndsTheDownload();
     void aDownloadWhileOffKeepsTheFileOpen();
+    void anAgentThatIsOffInTheMiddleOfADownloadIsNotAskedOn();
     void anAgentThatLeavesEndsTheDownload();
 };
 
@@ -46,10 +51,7 @@ void tst_RecorderExport::aDownloadAsksForTheFileAndForTheFirstChunk()
     QVERIFY(files.instance->isDownloadingRecord());
     QCOMPARE(downloading.count(), 1);
     QCOMPARE(files.instance->exportRecord(), files.record);
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "export" }));
-    QCOMPARE(lastServiceCall().arguments, QVariantList({ RECORD_A, 0, QString(""), -1, true, false }));
-    QCOMPARE(lastServiceCall().agent, files.instance->agentInstanceUuid());
-    QCOMPARE(lastServiceCall().token, files.instance->uuid());
+    compareCall(files.instance, "export", { RECORD_A, 0, QString(""), -1, true, false });
     QCOMPARE(RecorderUtils::instance().downloadFilePath("x"), files.path("x"));
 }
 
@@ -60,6 +62,21 @@ void tst_RecorderExport::aCancelledDialogDownloadsNothing()
     files.instance->downloadRecord(files.record);
     QVERIFY(answer.wasAsked);
     QVERIFY(!files.instance->isDownloadingRecord());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void tst_RecorderExport::anInstanceThatGoesWhileTheDialogIsOpenDownloadsNothing()
+{
+    Files files;
+    const QPointer<RecorderInstance> instance = files.instance;
+    const DialogAnswer answer(files.path("out.csv"), [&files] {
+        files.fixture.destroyModule();
+        ModuleFixture::settle();
+    });
+    instance->downloadRecord(files.record);
+    QVERIFY(answer.wasAsked);
+    QVERIFY(instance.isNull());
+    QVERIFY(!QFile::exists(files.path("out.csv")));
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
 }
 
@@ -80,9 +97,12 @@ void tst_RecorderExport::aFileThatCanNotBeOpenedIsWarnedOf()
 void tst_RecorderExport::aRecordOfOneChunkIsWrittenAndEnds()
 {
     Files files;
+    QSignalSpy downloading(files.instance, &RecorderInstance::isDownloadingRecordChanged);
     files.download("out.csv");
+    QVERIFY(files.instance->isDownloadingRecord());
     files.chunk("é;0;agent;é;;x\né;1500000;output;o;double;1", 9, "");
     QVERIFY(!files.instance->isDownloadingRecord());
+    QCOMPARE(downloading.count(), 2);
     QCOMPARE(files.read("out.csv"), QByteArray("é;0;agent;é;;x\né;1500000;output;o;double;1\n"));
     QCOMPARE(files.instance->exportingProgress(), 50);
     QCOMPARE(files.instance->exportRecord(), files.record);
@@ -95,7 +115,8 @@ void tst_RecorderExport::furtherChunksAreAskedForByTheirCursor()
     files.download("out.csv");
     files.chunk("a;0;output", 3, "cursor");
     QVERIFY(files.instance->isDownloadingRecord());
-    QCOMPARE(lastServiceCall().arguments, QVariantList({ RECORD_A, 3, QString("cursor"), -1, false, false }));
+    compareCall(
+        lastServiceCall(), files.instance, "export", { RECORD_A, 3, QString("cursor"), -1, false, false });
     files.chunk("a;3000000;output", 0, "");
     QCOMPARE(QuenaryDouble::serviceCalls().size(), 2);
     QCOMPARE(files.read("out.csv"), QByteArray("a;0;output\na;3000000;output\n"));
@@ -145,7 +166,10 @@ void tst_RecorderExport::aSecondDownloadTakesTheChunksOfTheFirst()
     files.chunk("a;1;output", 1, "cursor");
     files.download("two.csv");
     QVERIFY(files.instance->isDownloadingRecord());
-    files.chunk("a;2;output", 2, "cursor");
+    // Whatever record it is of.
+    files.chunk("a;2;output", 2, "cursor", RECORD_B);
+    compareCall(
+        lastServiceCall(), files.instance, "export", { RECORD_B, 2, QString("cursor"), -1, false, false });
     QCOMPARE(files.read("one.csv"), QByteArray("a;1;output\n"));
     QCOMPARE(files.read("two.csv"), QByteArray("a;2;output\n"));
 }
@@ -154,14 +178,14 @@ void tst_RecorderExport::progressIsReadFromTheLastRow_data()
 {
     QTest::addColumn<QString>("content");
     QTest::addColumn<int>("progress");
-    QTest::newRow("half") << "x\na;1500000;c" << 50;
-    QTest::newRow("rounded down") << "a;1529999;c" << 50;
-    QTest::newRow("beyond the end") << "a;9999999999;c" << 100;
-    QTest::newRow("negative") << "a;-5;c" << 0;
-    QTest::newRow("no number") << "a;b;c" << 0;
-    QTest::newRow("too few fields") << "a;1500000" << 7;
-    QTest::newRow("an empty last line") << "a;1500000;c\n" << 7;
-    QTest::newRow("nothing") << "" << 7;
+    QTest::newRow("the second field of the last row tells it") << "x\na;1500000;c" << 50;
+    QTest::newRow("it is rounded down") << "a;1529999;c" << 50;
+    QTest::newRow("beyond the end is all of it") << "a;9999999999;c" << 100;
+    QTest::newRow("before the start is nothing of it") << "a;-5;c" << 0;
+    QTest::newRow("what is no number is nothing of it") << "a;b;c" << 0;
+    QTest::newRow("two fields leave it as it was") << "a;1500000" << 7;
+    QTest::newRow("content that ends in a line feed leaves it as it was") << "a;1500000;c\n" << 7;
+    QTest::newRow("no content leaves it as it was") << "" << 7;
 }
 
 void tst_RecorderExport::progressIsReadFromTheLastRow()
@@ -174,6 +198,16 @@ void tst_RecorderExport::progressIsReadFromTheLastRow()
     QCOMPARE(files.instance->exportingProgress(), 7);
     files.chunk(content, 2, "cursor");
     QCOMPARE(files.instance->exportingProgress(), progress);
+}
+
+void tst_RecorderExport::aRecordWithoutLengthHasNoProgress()
+{
+    Files files;
+    files.recorder.records("[" + recordJson(RECORD_A, "Night", 0) + "]");
+    files.download("out.csv");
+    files.chunk("a;1500000;c", 0, "");
+    QCOMPARE(files.instance->exportingProgress(), 0);
+    QCOMPARE(files.read("out.csv"), QByteArray("a;1500000;c\n"));
 }
 
 void tst_RecorderExport::aRecordThatIsDestroyedIsWrittenOnWithoutProgress()
@@ -192,7 +226,10 @@ void tst_RecorderExport::aRecordThatIsDestroyedIsWrittenOnWithoutProgress()
 void tst_RecorderExport::aRecordThatGoesWhileTheDialogIsOpenIsNotDownloaded()
 {
     Files files;
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("downloadRecord.*the record was removed"));
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable("void RecorderInstance::downloadRecord(RecorderRecord *) the record was removed while a file was chosen "
+                   "for it, nothing is written to \""
+            + files.path("out.csv") + "\""));
     const DialogAnswer answer(files.path("out.csv"), [&files] { delete files.record; });
     files.instance->downloadRecord(files.record);
     QVERIFY(!QFile::exists(files.path("out.csv")));
@@ -229,7 +266,8 @@ void tst_RecorderExport::aFullDiskEndsTheDownload()
     }
     Files files;
     QVERIFY(QFile::link("/dev/full", files.path("out.csv")));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Can not write to \".*out.csv\" : \".+\"$"));
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable("Can not write to \"" + files.path("out.csv") + "\" : \"" + qt_error_string(ENOSPC) + "\""));
     QTest::ignoreMessage(QtWarningMsg,
         "void RecorderInstance::receiveExport(const QString &, int, const QString &, const QString &) failed to write "
         "content to record file, closing file");
@@ -249,6 +287,19 @@ void tst_RecorderExport::aDownloadWhileOffKeepsTheFileOpen()
     QVERIFY(answer.wasAsked);
     QVERIFY(files.instance->isDownloadingRecord());
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void tst_RecorderExport::anAgentThatIsOffInTheMiddleOfADownloadIsNotAskedOn()
+{
+    Files files;
+    files.download("out.csv");
+    files.instance->setisOn(false);
+    QuenaryDouble::clearCalls();
+    QTest::ignoreMessage(QtWarningMsg, "Instance is off. Can not call service 'export'");
+    files.chunk("a;1500000;c", 1, "cursor");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QVERIFY(files.instance->isDownloadingRecord());
+    QCOMPARE(files.read("out.csv"), QByteArray("a;1500000;c\n"));
 }
 
 void tst_RecorderExport::anAgentThatLeavesEndsTheDownload()

@@ -18,10 +18,12 @@ private Q_SLOTS:
     void tenThousandRowsAndAnEmptyLineSendTheEmptyLineAsAChunk();
     void theBytesOfRowsAreSentAsTheyAre();
     void stoppingDuringTheFirstChunkEndsTheImport();
+    void stoppingBetweenChunksEndsTheImportToo();
     void anEmptyUuidLeavesTheImportRunning();
     void aMissingFileIsWarnedOf();
     void aFileThatVanishesEndsTheImport();
     void anEmptyPathIsWarnedOf();
+    void anAgentOrAnInstanceThatGoesWhileTheDialogIsOpenImportsNothing();
     void aUrlThatIsNotLocalOpensTheDialog();
     void progressIsToldToTheListOfInstances();
     void twoImportsAtOnceDoNotDisturbOneAnother();
@@ -36,14 +38,14 @@ void tst_RecorderImport::aSmallFileIsOneCall()
     files.import("night.shift.csv");
     QVERIFY(files.instance->isImportingRecord());
     QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
-    QCOMPARE(lastServiceCall().arguments,
-        QVariantList({ QString("night.shift"), true, QString(""), QString("a;0;output\n\nb;1;output\n") }));
-    QCOMPARE(lastServiceCall().token, files.instance->uuid() + "##import");
-    QCOMPARE(lastServiceCall().agent, files.instance->agentInstanceUuid());
+    compareCall(lastServiceCall(), files.instance, "import",
+        { QString("night.shift"), true, QString(""), QString("a;0;output\n\nb;1;output\n") },
+        files.instance->uuid() + "##import");
     QCOMPARE(files.instance->importingProgress(), 0);
     files.acknowledge();
     QVERIFY(!files.instance->isImportingRecord());
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "get_records" }));
+    compareCall(lastServiceCall(), files.instance, "get_records", { QString("") });
 }
 
 void tst_RecorderImport::furtherChunksAreAppendedAsTheyAreAcknowledged()
@@ -55,12 +57,15 @@ void tst_RecorderImport::furtherChunksAreAppendedAsTheyAreAcknowledged()
     files.import("big.csv");
     QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
     QTRY_COMPARE(progress.count(), 1);
-    QCOMPARE_GE(files.instance->importingProgress(), 38);
-    QCOMPARE_LE(files.instance->importingProgress(), 40);
+    QCOMPARE(files.instance->importingProgress(),
+        static_cast<int>(FileFolder::rows(10000).size() * 100 / rows.size()));
     files.acknowledge();
     QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 2);
     QTRY_COMPARE(progress.count(), 2);
     QCOMPARE(lastServiceCall().arguments.at(0).toString(), RECORD_B);
+    // Floor of the share of bytes: each of two chunks ends where 10,000 rows end.
+    QCOMPARE(files.instance->importingProgress(),
+        static_cast<int>(FileFolder::rows(20000).size() * 100 / rows.size()));
     files.acknowledge();
     QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 3);
     QVERIFY(files.instance->isImportingRecord());
@@ -85,8 +90,8 @@ void tst_RecorderImport::tenThousandRowsAndAnEmptyLineSendTheEmptyLineAsAChunk()
     QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
     files.acknowledge();
     QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 2);
-    QCOMPARE(lastServiceCall().service, "append");
-    QCOMPARE(lastServiceCall().arguments, QVariantList({ RECORD_B, QString("\n\n") }));
+    compareCall(lastServiceCall(), files.instance, "append", { RECORD_B, QString("\n\n") },
+        files.instance->uuid() + "##import");
     files.acknowledge();
     QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "append", "get_records" }));
 
@@ -128,6 +133,21 @@ void tst_RecorderImport::stoppingDuringTheFirstChunkEndsTheImport()
     QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 3);
 }
 
+void tst_RecorderImport::stoppingBetweenChunksEndsTheImportToo()
+{
+    Files files;
+    files.write("big.csv", Files::rows(25000));
+    files.import("big.csv");
+    QTRY_COMPARE_GT(files.instance->importingProgress(), 0);
+    files.instance->stopImport();
+    files.acknowledge();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "get_records" }));
+    QVERIFY(!files.instance->isImportingRecord());
+    // A records answer ends the cancel.
+    files.recorder.records("[]");
+    QVERIFY(!files.instance->isCancelingImport());
+}
+
 void tst_RecorderImport::anEmptyUuidLeavesTheImportRunning()
 {
     Files files;
@@ -148,6 +168,14 @@ void tst_RecorderImport::aMissingFileIsWarnedOf()
         QtWarningMsg, qPrintable("File \"" + files.path("missing.csv") + "\" doesn't exists or cannot be opened"));
     files.import("missing.csv");
     QVERIFY(files.instance->isImportingRecord());
+    QTRY_VERIFY(!files.instance->isImportingRecord());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+
+    // Nor is a folder read.
+    QVERIFY(QDir().mkpath(files.path("folder.csv")));
+    QTest::ignoreMessage(
+        QtWarningMsg, qPrintable("File \"" + files.path("folder.csv") + "\" doesn't exists or cannot be opened"));
+    files.import("folder.csv");
     QTRY_VERIFY(!files.instance->isImportingRecord());
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
 }
@@ -176,6 +204,33 @@ void tst_RecorderImport::anEmptyPathIsWarnedOf()
     QVERIFY(!files.instance->isImportingRecord());
 }
 
+void tst_RecorderImport::anAgentOrAnInstanceThatGoesWhileTheDialogIsOpenImportsNothing()
+{
+    Files files;
+    files.write("small.csv", "a;0;output\n");
+    {
+        const DialogAnswer answer(
+            files.path("small.csv"), [&files] { ModuleFixture::leave(files.instance->agentInstanceUuid()); });
+        QTest::ignoreMessage(QtWarningMsg, "Instance is off. Can not call service 'import'");
+        files.instance->importRecord();
+        QVERIFY(answer.wasAsked);
+        QVERIFY(!files.instance->isImportingRecord());
+    }
+    ModuleFixture::run(files.instance);
+    QuenaryDouble::clearCalls();
+    {
+        const QPointer<RecorderInstance> instance = files.instance;
+        const DialogAnswer answer(files.path("small.csv"), [&files] {
+            files.fixture.destroyModule();
+            ModuleFixture::settle();
+        });
+        instance->importRecord();
+        QVERIFY(answer.wasAsked);
+        QVERIFY(instance.isNull());
+    }
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
 void tst_RecorderImport::aUrlThatIsNotLocalOpensTheDialog()
 {
     Files files;
@@ -186,6 +241,9 @@ void tst_RecorderImport::aUrlThatIsNotLocalOpensTheDialog()
     QCOMPARE(answer.title, "Import record");
     QCOMPARE(answer.nameFilters, QStringList({ "CSV (*.csv)" }));
     QCOMPARE(answer.folder, files.folderPath());
+    QCOMPARE(answer.parentWidget, nullptr);
+    // The folder of downloads is for downloads.
+    QCOMPARE(RecorderUtils::instance().downloadDirectory(), QDir(files.folderPath()));
     QVERIFY(files.instance->isImportingRecord());
     QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
 }
@@ -246,16 +304,18 @@ void tst_RecorderImport::bytesThatAreNoTextAreWarnedOf()
 {
     Files files;
     files.write("latin1.csv", "a;0;output;caf\xe9;;\n");
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^An argument of service 'import' can not be sent: "));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^An argument of service 'import' can not be sent: .+$"));
     files.import("latin1.csv");
     QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
     QCOMPARE(lastServiceCall().arguments.size(), 3);
     QuenaryDouble::clearCalls();
 
     files.write("zero.csv", QByteArray("a;0\0;output\n", 12));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^An argument of service 'import' holds a zero byte"));
+    QTest::ignoreMessage(QtWarningMsg,
+        "An argument of service 'import' holds a zero byte and is cut there: the recorder gets only what is before");
     files.import("zero.csv");
     QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
+    QCOMPARE(lastServiceCall().arguments.at(3).toString(), "a;0");
 }
 
 QTEST_MAIN(tst_RecorderImport)

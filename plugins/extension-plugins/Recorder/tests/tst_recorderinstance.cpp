@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "modulefixture.h"
+#include "filesfixture.h"
+#include "privatemember.h"
+#include "signallog.h"
 
 #include "recordermoduledata.h"
 
@@ -9,12 +11,23 @@
 #include <systemdocument.h>
 #include <systemdocumenthandler.h>
 
-#include <QtCore/QTemporaryDir>
 #include <QtTest/QSignalSpy>
+
+static QTimer RecorderInstance::*recordingTimer = nullptr;
+template struct OpenMember<recordingTimer, &RecorderInstance::_recordingTimer>;
+
+static bool (RecorderInstance::*isOnLocalMachine)() = nullptr;
+template struct OpenMember<isOnLocalMachine, &RecorderInstance::_isOnLocalMachine>;
+
+static QFile* RecorderInstance::*recordFile = nullptr;
+template struct OpenMember<recordFile, &RecorderInstance::_recordFile>;
 
 class tst_RecorderInstance : public QObject
 {
     Q_OBJECT
+
+public:
+    static void initMain() { QApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
 
 private Q_SLOTS:
     void aNewInstanceHasAUuidAndInputNamesOfItsOwn();
@@ -25,15 +38,21 @@ private Q_SLOTS:
     void connectAgentOnAnInstanceThatIsOnDoesNothing();
     void aLocalStartRunsTheCommandLine();
     void aLocalStartOfAMissingProgramIsCriticalAndStartsNothing();
+    void aProgramThatMayNotBeExecutedIsCritical();
     void anInstanceOnAHostWithoutLauncherIsNotStarted();
     void anInstanceOnAHostWithALauncherIsRequested();
     void disconnectAgentAsksTheAgentToStop();
     void aGroupAttachedToCorvaneMakesTheInstanceRunnable();
     void elsewhereAnInstanceIsRunnableWhenItCanBeLaunched();
+    void runnabilityFollowsTheGroupToAnotherMachine();
     void theOwnNameIsNeverAlreadyUsed();
     void aNewNameComesBackThroughTheClassInstance();
     void retargetingReadsTheNewLaunchLineAndEmptiesTheFilters();
     void retargetingFollowsTheRunnabilityOfTheNewLaunchLine();
+    void theFirstLaunchLineOnThisMachineIsTakenOver();
+    void whatAnInstancePointsToMayGo();
+    void theHostsObjectsOfAnInstanceMayGo();
+    void anInstanceThatGoesClosesItsFileAndTakesItsRecordsAlong();
 };
 
 void tst_RecorderInstance::aNewInstanceHasAUuidAndInputNamesOfItsOwn()
@@ -69,16 +88,12 @@ void tst_RecorderInstance::anAgentThatComesIsAskedForFiltersRecordsAndContextInT
 {
     ModuleFixture fixture;
     RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec"));
-    const QuenaryDouble::Agent agent = ModuleFixture::run(instance);
+    ModuleFixture::run(instance);
     const QList<QuenaryDouble::ServiceCall> calls = QuenaryDouble::serviceCalls();
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "get_record_filters", "get_records", "get_context" }));
-    for (const QuenaryDouble::ServiceCall& call : calls) {
-        QCOMPARE(call.agent, agent.uuid);
-        QCOMPARE(call.token, instance->uuid());
-    }
-    QVERIFY(!calls.at(0).hasArgumentList);
-    QCOMPARE(calls.at(1).arguments, QVariantList({ QString("") }));
-    QVERIFY(!calls.at(2).hasArgumentList);
+    QCOMPARE(calls.size(), 3);
+    compareCall(calls.at(0), instance, "get_record_filters", {});
+    compareCall(calls.at(1), instance, "get_records", { QString("") });
+    compareCall(calls.at(2), instance, "get_context", {});
 }
 
 void tst_RecorderInstance::anAgentThatLeavesResetsAllRunTimeState()
@@ -99,6 +114,7 @@ void tst_RecorderInstance::anAgentThatLeavesResetsAllRunTimeState()
     instance->stopExport();
     instance->stopImport();
     QVERIFY(instance->isRecording() && instance->isMovingRecord() && instance->isStoppingRecord());
+    QVERIFY((instance->*recordingTimer).isActive());
     QVERIFY(instance->isWaitingToFilterAgents() && instance->isReplaying());
     QCOMPARE(instance->currentRecord(), record);
 
@@ -117,10 +133,7 @@ void tst_RecorderInstance::anAgentThatLeavesResetsAllRunTimeState()
     QCOMPARE(instance->loadingProgress(), 0);
     QCOMPARE(instance->currentRecord(), nullptr);
     QCOMPARE(instance->records()->count(), 0);
-    // Nothing is asked of an agent that is gone, now or by the timer of the recording.
-    QuenaryDouble::clearCalls();
-    QTest::qWait(600);
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QVERIFY(!(instance->*recordingTimer).isActive());
 }
 
 void tst_RecorderInstance::recordingFlagsAreClearedBeforeIsOnChanges()
@@ -143,26 +156,31 @@ void tst_RecorderInstance::recordingFlagsAreClearedBeforeIsOnChanges()
 void tst_RecorderInstance::connectAgentOnAnInstanceThatIsOnDoesNothing()
 {
     ModuleFixture fixture;
-    QTemporaryDir folder;
-    const QString mark = folder.filePath("mark");
+    const FileFolder folder;
     RecorderInstance* const instance
-        = fixture.firstInstanceOf(fixture.addRecorder("Rec", "/usr/bin/env touch " + mark + " --cassandra db:9042"));
+        = fixture.firstInstanceOf(fixture.addRecorder("Rec", "/usr/bin/env touch " + folder.path("mark")));
     ModuleFixture::run(instance);
     QVERIFY(instance->isOn());
+    // A start is announced before it is made.
+    static QStringList messages;
+    const auto previous = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString& text) { messages.append(text); });
     instance->connectAgent();
-    QTest::qWait(300);
-    QVERIFY(!QFile::exists(mark));
+    qInstallMessageHandler(previous);
+    QCOMPARE(messages, QStringList());
+    QVERIFY(!QFile::exists(folder.path("mark")));
 }
 
 void tst_RecorderInstance::aLocalStartRunsTheCommandLine()
 {
     ModuleFixture fixture;
-    QTemporaryDir folder;
-    const QString mark = folder.filePath("a mark");
-    RecorderInstance* const instance
-        = fixture.firstInstanceOf(fixture.addRecorder("Rec", "/usr/bin/env touch \"" + mark + "\""));
+    const FileFolder folder;
+    const QString line = "/usr/bin/env touch \"" + folder.path("a mark") + "\"";
+    RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec", line));
+    QTest::ignoreMessage(QtDebugMsg,
+        qPrintable("Start agent instance locally with command line " + QDebug::toString(line)));
     instance->connectAgent();
-    QTRY_VERIFY(QFile::exists(mark));
+    QTRY_VERIFY(QFile::exists(folder.path("a mark")));
     // Only the network says that it runs.
     QVERIFY(!instance->isOn());
 }
@@ -173,6 +191,18 @@ void tst_RecorderInstance::aLocalStartOfAMissingProgramIsCriticalAndStartsNothin
     RecorderInstance* const instance
         = fixture.firstInstanceOf(fixture.addRecorder("Rec", "/no/such/recorder --name Rec"));
     QTest::ignoreMessage(QtCriticalMsg, "\"/no/such/recorder\" not found.");
+    instance->connectAgent();
+}
+
+void tst_RecorderInstance::aProgramThatMayNotBeExecutedIsCritical()
+{
+    ModuleFixture fixture;
+    const FileFolder folder;
+    folder.write("recorder", "no program");
+    const QString program = folder.path("recorder");
+    RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec", program + " --name Rec"));
+    QTest::ignoreMessage(QtCriticalMsg,
+        qPrintable("\"" + program + "\" could not be started. Check that it may be executed."));
     instance->connectAgent();
 }
 
@@ -254,11 +284,27 @@ void tst_RecorderInstance::elsewhereAnInstanceIsRunnableWhenItCanBeLaunched()
     QCOMPARE(changed.count(), 2);
 }
 
+void tst_RecorderInstance::runnabilityFollowsTheGroupToAnotherMachine()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec"));
+    SystemDocument* const document = SystemDocumentHandler::instance()->currentSystemDocument();
+    QVERIFY((instance->*isOnLocalMachine)());
+    QSignalSpy changed(instance, &RecorderInstance::isRunnableChanged);
+    instance->encounteredAgentsOnHost()->sethost(document->getOrCreateHost("elsewhere"));
+    QVERIFY(!instance->isRunnable());
+    QVERIFY(!(instance->*isOnLocalMachine)());
+    instance->encounteredAgentsOnHost()->sethost(document->localHost());
+    QVERIFY(instance->isRunnable());
+    QCOMPARE(changed.count(), 2);
+}
+
 void tst_RecorderInstance::theOwnNameIsNeverAlreadyUsed()
 {
     ModuleFixture fixture;
     RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec"));
     fixture.addRecorder("Other");
+    QVERIFY(instance->systemView()->getAgentByName("Rec"));
     QVERIFY(!instance->isRecorderNameAlreadyUsed("Rec"));
     QVERIFY(!instance->isRecorderNameAlreadyUsed("  Rec "));
     QVERIFY(instance->isRecorderNameAlreadyUsed("Other"));
@@ -321,6 +367,105 @@ void tst_RecorderInstance::retargetingFollowsTheRunnabilityOfTheNewLaunchLine()
     QVERIFY(!instance->isRunnable());
     host->setlauncherUuid("launcher");
     QVERIFY(instance->isRunnable());
+}
+
+void tst_RecorderInstance::theFirstLaunchLineOnThisMachineIsTakenOver()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    RecorderInstance* const instance = fixture.firstInstanceOf(classInstance);
+    EncounteredAgentsOnHost* const group = instance->encounteredAgentsOnHost();
+    EncounteredAgentInfo info(QString(), ModuleFixture::commandLine({ "-c", "new:1" }), group);
+    Q_EMIT classInstance->encounteredAgentsOnHostAttachedToCorvaneCreated(group, &info);
+    QCOMPARE(instance->encounteredAgentInfo(), &info);
+    QCOMPARE(instance->cassandraEndpoint(), "new:1");
+}
+
+void tst_RecorderInstance::whatAnInstancePointsToMayGo()
+{
+    LoadedRecorder setup;
+    RecorderInstance* const instance = setup.instance;
+    const FileFolder folder;
+    folder.download(instance, setup.other, "out.csv");
+    SignalLog log;
+    log.follow(instance);
+    delete instance->exportRecord();
+    QCOMPARE(instance->exportRecord(), nullptr);
+    QCOMPARE(log.take(), QStringList({ "exportRecordChanged" }));
+
+    delete instance->currentRecord();
+    QCOMPARE(instance->currentRecord(), nullptr);
+    QCOMPARE(log.take(), QStringList({ "isReplayingChanged", "currentRecordChanged" }));
+
+    setup.recorder.loaded("/records/one.csv", 3.0, "[]");
+    instance->setcurrentRecord(nullptr);
+    log.take();
+    delete instance->recordFromFile();
+    QCOMPARE(instance->recordFromFile(), nullptr);
+    QCOMPARE(log.take(), QStringList({ "recordFromFileChanged" }));
+}
+
+void tst_RecorderInstance::theHostsObjectsOfAnInstanceMayGo()
+{
+    ModuleFixture fixture;
+    SystemDocument* const document = SystemDocumentHandler::instance()->currentSystemDocument();
+    auto view = std::make_unique<SystemView>(QString(), "view", document);
+    auto classInstance
+        = std::make_unique<SystemViewClassInstance>(QString(), nullptr, "Rec", QPointF(), view.get());
+    auto group = std::make_unique<EncounteredAgentsOnHost>(document->localHost(), nullptr);
+    auto infoGroup = std::make_unique<EncounteredAgentsOnHost>(document->getOrCreateHost("elsewhere"), nullptr);
+    infoGroup->host()->setlauncherUuid("launcher");
+    auto info = std::make_unique<EncounteredAgentInfo>(
+        QString(), ModuleFixture::commandLine({ "-c", "db" }), infoGroup.get());
+    NetworkAgent agent;
+    agent.uuid = "agent";
+    auto running = std::make_unique<RunningAgentInfo>(agent, nullptr, true);
+    RecorderInstance instance(
+        view.get(), classInstance.get(), group.get(), info.get(), ModuleFixture::executablePath(), nullptr);
+    instance.updateFromRunningAgentInfo(running.get());
+    SignalLog log;
+    log.follow(&instance);
+
+    running.reset();
+    QCOMPARE(instance.runningAgentInfo(), nullptr);
+    QCOMPARE(log.take(), QStringList({ "runningAgentInfoChanged" }));
+    // The line can still be launched by its launcher; without it, nothing can.
+    group.reset();
+    QCOMPARE(instance.encounteredAgentsOnHost(), nullptr);
+    QCOMPARE(log.take(), QStringList({ "encounteredAgentsOnHostChanged" }));
+    QVERIFY(instance.isRunnable());
+    info.reset();
+    QCOMPARE(instance.encounteredAgentInfo(), nullptr);
+    QCOMPARE(log.take(), QStringList({ "encounteredAgentInfoChanged", "isRunnableChanged" }));
+    classInstance.reset();
+    QCOMPARE(instance.instance(), nullptr);
+    QCOMPARE(instance.name(), "");
+    QCOMPARE(log.take(), QStringList({ "instanceChanged", "nameChanged" }));
+    view.reset();
+    QCOMPARE(instance.systemView(), nullptr);
+    QCOMPARE(log.take(), QStringList({ "systemViewChanged" }));
+    infoGroup->host()->setlauncherUuid(QString());
+}
+
+void tst_RecorderInstance::anInstanceThatGoesClosesItsFileAndTakesItsRecordsAlong()
+{
+    LoadedRecorder setup;
+    const FileFolder folder;
+    setup.recorder.loaded("/records/one.csv", 3.0, "[]");
+    folder.download(setup.instance, setup.record, "out.csv");
+    setup.recorder.reply("receive_export", { RECORD_A, 1, "cursor", "a;1;output" });
+    setup.instance->setrecordingProgressInSeconds(1.0);
+    const QPointer<QObject> objects[] = { setup.instance, setup.record, setup.other, setup.instance->recordFromFile(),
+        setup.instance->*recordFile };
+    for (const QPointer<QObject>& object : objects) {
+        QVERIFY(!object.isNull());
+    }
+    setup.fixture.destroyModule();
+    ModuleFixture::settle();
+    for (const QPointer<QObject>& object : objects) {
+        QVERIFY(object.isNull());
+    }
+    QCOMPARE(folder.read("out.csv"), QByteArray("a;1;output\n"));
 }
 
 QTEST_MAIN(tst_RecorderInstance)

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "modulefixture.h"
-
-#include "recorderplugin.h"
+#include "privatemember.h"
 
 #include <library.h>
 #include <reservedagentandtoolfamilies.h>
@@ -11,135 +10,37 @@
 
 #include <QtTest/QSignalSpy>
 
-namespace {
+static QString RecorderInstance::*uuidOf = nullptr;
+template struct OpenMember<uuidOf, &RecorderInstance::_uuid>;
 
-const QString ANY = QStringLiteral(".*");
-
-}
+static QHash<SystemViewClassInstance*, Recorder*> RecorderModule::*recordersByClassInstance = nullptr;
+template struct OpenMember<recordersByClassInstance, &RecorderModule::_recordersByClassInstance>;
 
 class tst_RecorderModule : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theReplyServicesAreDeclaredInOrderWithTheirArguments();
-    void theReplyServicesAreRemovedInOrderButLoadingFailed();
-    void aLateLoadingFailedReplyDoesNotTouchADestroyedModule();
-    void everyRecorderOfTheViewGetsARecorder();
     void instancesThatAreNoRecordersAreIgnored();
     void registeringTheSameClassInstanceTwiceYieldsOneRecorderAndAWarning();
     void unregisteringAnUnknownClassInstanceIsWarnedOfAndChangesNothing();
+    void aClassInstanceWhoseRecorderIsGoneIsWarnedOf();
     void aNewInstanceGetsTwoObservedInputs();
+    void anInstanceWithAnEmptyUuidGetsNoInputsAndIsNeverRoutedTo();
     void anInstanceThatIsAnnouncedTwiceIsCriticalAndKeepsItsInputs();
     void anInstanceThatLeavesTwiceIsCriticalAndTakesItsInputsOnce();
     void anInputThatCanNotBeCreatedIsWarnedOfAndTheOtherIsCreated();
     void aRemovedRecorderTakesItsInputsAndMappingsAlong();
-    void anotherDocumentReplacesTheRecorders();
-    void anInstanceOfAClearedRecorderIsNotReachedByALateReply();
     void destroyingTheCurrentRecorderSetsCurrentRecorderToNull();
+    void aRecorderThatIsNoLongerCurrentMayGo();
     void createRecorderPlacesARecorderInTheView();
     void createRecorderWithoutAViewDoesNothing();
     void deleteRecorderOnARunningInstanceChangesNothing();
+    void deleteRecorderOfAnInstanceThatBelongsNowhereChangesNothing();
     void deletingOneOfTwoInstancesKeepsTheRecorder();
     void deletingTheLastInstanceRemovesTheClassInstanceFromTheDocument();
     void recordersAreSortedAgainWhenOneIsRenamed();
-    void theExecutableIsReportedAsItIs();
-    void thePluginHandsOverTheCanonicalPathOfTheExecutable();
 };
-
-void tst_RecorderModule::theReplyServicesAreDeclaredInOrderWithTheirArguments()
-{
-    ModuleFixture fixture;
-    const QStringList expected {
-        "qny_service_init context",
-        "qny_service_arg_add context replayId string",
-        "qny_service_arg_add context replayStartDateTime string",
-        "qny_service_arg_add context replayDuration double",
-        "qny_service_arg_add context replayProgress double",
-        "qny_service_arg_add context replaySpeed double",
-        "qny_service_arg_add context replayIsRunning bool",
-        "qny_service_arg_add context replayAllAgents string",
-        "qny_service_arg_add context replayAgentsFilter string",
-        "qny_service_arg_add context recordId string",
-        "qny_service_init records",
-        "qny_service_arg_add records records_list string",
-        "qny_service_init record_uuid",
-        "qny_service_arg_add record_uuid uuid string",
-        "qny_service_init recording_stopped",
-        "qny_service_init record_filters",
-        "qny_service_arg_add record_filters loaded_from_file bool",
-        "qny_service_arg_add record_filters filters string",
-        "qny_service_init unloaded",
-        "qny_service_init loading",
-        "qny_service_arg_add loading loading_progress double",
-        "qny_service_init loaded",
-        "qny_service_arg_add loaded record_uuid string",
-        "qny_service_arg_add loaded start_date string",
-        "qny_service_arg_add loaded duration double",
-        "qny_service_arg_add loaded agents_list string",
-        "qny_service_init loading_failed",
-        "qny_service_arg_add loading_failed record_uuid string",
-        "qny_service_arg_add loading_failed error_reason string",
-        "qny_service_init filter_applied",
-        "qny_service_init paused",
-        "qny_service_init moved_to",
-        "qny_service_arg_add moved_to duration double",
-        "qny_service_init receive_export",
-        "qny_service_arg_add receive_export record_uuid string",
-        "qny_service_arg_add receive_export next_bucket_id integer",
-        "qny_service_arg_add receive_export next_uuid string",
-        "qny_service_arg_add receive_export content string",
-        "qny_service_init replay_ended",
-    };
-    QCOMPARE(QuenaryDouble::calls({ "qny_service_init", "qny_service_arg_add" }), expected);
-}
-
-void tst_RecorderModule::theReplyServicesAreRemovedInOrderButLoadingFailed()
-{
-    ModuleFixture fixture;
-    QuenaryDouble::clearCalls();
-    fixture.destroyModule();
-    const QStringList expected {
-        "qny_service_remove context",
-        "qny_service_remove records",
-        "qny_service_remove record_uuid",
-        "qny_service_remove recording_stopped",
-        "qny_service_remove record_filters",
-        "qny_service_remove unloaded",
-        "qny_service_remove loading",
-        "qny_service_remove loaded",
-        "qny_service_remove filter_applied",
-        "qny_service_remove paused",
-        "qny_service_remove moved_to",
-        "qny_service_remove receive_export",
-        "qny_service_remove replay_ended",
-    };
-    QCOMPARE(QuenaryDouble::calls({ "qny_service_remove" }), expected);
-    QCOMPARE(QuenaryDouble::services(), QStringList({ "loading_failed" }));
-}
-
-void tst_RecorderModule::aLateLoadingFailedReplyDoesNotTouchADestroyedModule()
-{
-    ModuleFixture fixture;
-    fixture.destroyModule();
-    QVERIFY(QuenaryDouble::callService("loading_failed", { RECORD_A, "too late" }, "anybody"));
-    // Dropped without a look at it: not even a malformed one is reported.
-    QVERIFY(QuenaryDouble::callService("loading_failed", {}, "anybody"));
-}
-
-void tst_RecorderModule::everyRecorderOfTheViewGetsARecorder()
-{
-    ModuleFixture fixture;
-    fixture.addRecorder("B");
-    fixture.addRecorder("A");
-    QCOMPARE(fixture.module().recorders()->count(), 2);
-    QCOMPARE(fixture.module().sortedRecorders()->count(), 2);
-
-    // A module that comes later finds them too.
-    fixture.destroyModule();
-    RecorderModule later(ModuleFixture::executablePath(), nullptr);
-    QCOMPARE(later.recorders()->count(), 2);
-}
 
 void tst_RecorderModule::instancesThatAreNoRecordersAreIgnored()
 {
@@ -174,6 +75,19 @@ void tst_RecorderModule::unregisteringAnUnknownClassInstanceIsWarnedOfAndChanges
     QCOMPARE(fixture.module().recorders()->count(), 1);
 }
 
+void tst_RecorderModule::aClassInstanceWhoseRecorderIsGoneIsWarnedOf()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    Recorder*& entry = (fixture.module().*recordersByClassInstance)[classInstance];
+    Recorder* const recorder = entry;
+    entry = nullptr;
+    QTest::ignoreMessage(QtWarningMsg, "Recorder object for instance \"Rec\" is nullptr");
+    fixture.module().onSystemViewBaseInstanceUnregistered(classInstance);
+    QCOMPARE(fixture.module().recorders()->count(), 1);
+    entry = recorder;
+}
+
 void tst_RecorderModule::aNewInstanceGetsTwoObservedInputs()
 {
     ModuleFixture fixture;
@@ -184,6 +98,34 @@ void tst_RecorderModule::aNewInstanceGetsTwoObservedInputs()
     QCOMPARE(QuenaryDouble::calls({ "qny_input_create", "qny_observe_input" }),
         QStringList({ "qny_input_create " + record + " double", "qny_observe_input " + record,
             "qny_input_create " + replay + " double", "qny_observe_input " + replay }));
+}
+
+void tst_RecorderModule::anInstanceWithAnEmptyUuidGetsNoInputsAndIsNeverRoutedTo()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    const Recorder* const recorder = fixture.recorderOf(classInstance);
+    const RecorderInstance* const known = recorder->recorderInstances().first();
+    RecorderInstance nameless(known->systemView(), classInstance, known->encounteredAgentsOnHost(),
+        known->encounteredAgentInfo(), ModuleFixture::executablePath(), nullptr);
+    nameless.*uuidOf = QString();
+    const auto expectCritical = [] {
+        QTest::ignoreMessage(QtCriticalMsg,
+            QRegularExpression("^Recorder instance RecorderInstance\\(0x[0-9a-f]+\\) has a empty uuid$"));
+    };
+    QuenaryDouble::clearCalls();
+    expectCritical();
+    Q_EMIT fixture.recorderOf(classInstance)->recorderInstanceCreated(&nameless);
+    QCOMPARE(QuenaryDouble::calls(), QStringList());
+    // Not even by a reply without a token.
+    QTest::ignoreMessage(
+        QtWarningMsg, "void RecorderModule::_onRecordPaused(const QString &) unknown recorder id \"\"");
+    QVERIFY(QuenaryDouble::callService("paused", {}, QString()));
+    ModuleFixture::settle();
+
+    expectCritical();
+    Q_EMIT fixture.recorderOf(classInstance)->recorderInstanceRemoved(&nameless);
+    QCOMPARE(QuenaryDouble::calls(), QStringList());
 }
 
 void tst_RecorderModule::anInstanceThatIsAnnouncedTwiceIsCriticalAndKeepsItsInputs()
@@ -218,16 +160,27 @@ void tst_RecorderModule::anInstanceThatLeavesTwiceIsCriticalAndTakesItsInputsOnc
 void tst_RecorderModule::anInputThatCanNotBeCreatedIsWarnedOfAndTheOtherIsCreated()
 {
     ModuleFixture fixture;
-    QuenaryDouble::script("qny_input_create", QNY_ERROR_NAME);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^failed to create recorder input: \".*#record_progress\"$"));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^failed to create recorder input: \".*#replay_progress\"$"));
-    QVERIFY(fixture.addRecorder("Rec"));
-    QCOMPARE(QuenaryDouble::calls({ "qny_observe_input" }), QStringList());
-    QCOMPARE(QuenaryDouble::calls({ "qny_input_create" }).size(), 2);
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    RecorderInstance* const instance = fixture.firstInstanceOf(classInstance);
+    const QString record = instance->recordProgressInput();
+    const QString replay = instance->replayProgressInput();
+    // Announced anew, now that the names of its inputs are known.
+    Q_EMIT fixture.recorderOf(classInstance)->recorderInstanceRemoved(instance);
+    QCOMPARE(QuenaryDouble::inputs(), QStringList());
+    QuenaryDouble::clearCalls();
+    QuenaryDouble::script("qny_input_create", QNY_ERROR_NAME, record);
+    QTest::ignoreMessage(QtWarningMsg, qPrintable("failed to create recorder input: \"" + record + "\""));
+    Q_EMIT fixture.recorderOf(classInstance)->recorderInstanceCreated(instance);
+    QCOMPARE(QuenaryDouble::calls(),
+        QStringList({ "qny_input_create " + record + " double", "qny_input_create " + replay + " double",
+            "qny_observe_input " + replay }));
+    QCOMPARE(QuenaryDouble::inputs(), QStringList({ replay }));
 
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Failed to remove input \".*#record_progress\"$"));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^Failed to remove input \".*#replay_progress\"$"));
+    // It can not be removed either, and the rest is.
+    QTest::ignoreMessage(QtWarningMsg, qPrintable("Failed to remove input \"" + record + "\""));
     fixture.destroyModule();
+    QCOMPARE(QuenaryDouble::inputs(), QStringList());
+    QCOMPARE(QuenaryDouble::mappings(), QStringList());
 }
 
 void tst_RecorderModule::aRemovedRecorderTakesItsInputsAndMappingsAlong()
@@ -243,38 +196,6 @@ void tst_RecorderModule::aRemovedRecorderTakesItsInputsAndMappingsAlong()
     QCOMPARE(QuenaryDouble::mappings(), QStringList());
 }
 
-void tst_RecorderModule::anotherDocumentReplacesTheRecorders()
-{
-    ModuleFixture fixture;
-    fixture.addRecorder("Rec");
-    const QPointer<RecorderInstance> before = fixture.addRunningRecorder("Running");
-    fixture.module().setcurrentRecorder(before);
-    SystemDocumentHandler::instance()->newDocument();
-    QCOMPARE(fixture.module().recorders()->count(), 0);
-    QCOMPARE(QuenaryDouble::inputs(), QStringList());
-    ModuleFixture::settle();
-    QVERIFY(before.isNull());
-    QCOMPARE(fixture.module().currentRecorder(), nullptr);
-    QVERIFY(fixture.addRecorder("New"));
-    QCOMPARE(fixture.module().recorders()->count(), 1);
-}
-
-void tst_RecorderModule::anInstanceOfAClearedRecorderIsNotReachedByALateReply()
-{
-    ModuleFixture fixture;
-    RecorderInstance* const instance = fixture.addRunningRecorder();
-    const QString uuid = instance->uuid();
-    SystemDocumentHandler::instance()->newDocument();
-    // The instance is about to be deleted, and after that is gone: both times its answer is dropped.
-    const char* const warning = "void RecorderModule::_onRecordingStoppedReceived(const QString &) unknown recorder id";
-    for (int i = 0; i < 2; ++i) {
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^" + QRegularExpression::escape(warning) + ANY));
-        QVERIFY(QuenaryDouble::callService("recording_stopped", {}, uuid));
-        QCoreApplication::processEvents();
-        ModuleFixture::settle();
-    }
-}
-
 void tst_RecorderModule::destroyingTheCurrentRecorderSetsCurrentRecorderToNull()
 {
     ModuleFixture fixture;
@@ -287,6 +208,23 @@ void tst_RecorderModule::destroyingTheCurrentRecorderSetsCurrentRecorderToNull()
     ModuleFixture::settle();
     QCOMPARE(fixture.module().currentRecorder(), nullptr);
     QCOMPARE(changed.count(), 2);
+}
+
+void tst_RecorderModule::aRecorderThatIsNoLongerCurrentMayGo()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const first = fixture.addRecorder("First");
+    RecorderInstance* const second = fixture.firstInstanceOf(fixture.addRecorder("Second"));
+    fixture.module().setcurrentRecorder(fixture.firstInstanceOf(first));
+    fixture.module().setcurrentRecorder(second);
+    QSignalSpy changed(&fixture.module(), &RecorderModule::currentRecorderChanged);
+    SystemDocumentHandler::instance()->deleteInstance(first);
+    ModuleFixture::settle();
+    QCOMPARE(fixture.module().currentRecorder(), second);
+    QCOMPARE(changed.count(), 0);
+    QVERIFY(fixture.module().setProperty("currentRecorder", QVariant::fromValue<RecorderInstance*>(nullptr)));
+    QCOMPARE(fixture.module().currentRecorder(), nullptr);
+    QCOMPARE(changed.count(), 1);
 }
 
 void tst_RecorderModule::createRecorderPlacesARecorderInTheView()
@@ -322,6 +260,32 @@ void tst_RecorderModule::deleteRecorderOnARunningInstanceChangesNothing()
     QCOMPARE(fixture.module().recorders()->count(), 1);
     QCOMPARE(QuenaryDouble::inputs().size(), 2);
     QVERIFY(instance->isOn());
+}
+
+void tst_RecorderModule::deleteRecorderOfAnInstanceThatBelongsNowhereChangesNothing()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    const Recorder stranger(classInstance, ModuleFixture::executablePath(), nullptr);
+    RecorderInstance* const instance = stranger.recorderInstances().first();
+    const auto changesNothing = [&] {
+        fixture.module().deleteRecorder(instance);
+        return stranger.recorderInstances().size() == 1;
+    };
+    // Of a registry that is none of the module's.
+    QTest::ignoreMessage(
+        QtWarningMsg, qPrintable("RecorderInstance \"" + instance->uuid() + "\" is not registered"));
+    QVERIFY(changesNothing());
+    (fixture.module().*recordersByClassInstance).remove(classInstance);
+    QTest::ignoreMessage(QtWarningMsg, "Cannot remove Recorder for instance \"Rec\" . Recorder object not found.");
+    QVERIFY(changesNothing());
+    // Without a view, then without a class instance.
+    SystemDocumentHandler::instance()->closeDocument();
+    QVERIFY(changesNothing());
+    ModuleFixture::settle();
+    QCOMPARE(instance->instance(), nullptr);
+    SystemDocumentHandler::instance()->newDocument();
+    QVERIFY(changesNothing());
 }
 
 void tst_RecorderModule::deletingOneOfTwoInstancesKeepsTheRecorder()
@@ -362,29 +326,6 @@ void tst_RecorderModule::recordersAreSortedAgainWhenOneIsRenamed()
     QCOMPARE(sorted->get(0), fixture.recorderOf(first));
     first->setname("C");
     QCOMPARE(sorted->get(0), fixture.recorderOf(second));
-}
-
-void tst_RecorderModule::theExecutableIsReportedAsItIs()
-{
-    ModuleFixture fixture;
-    QVERIFY(fixture.module().recorderExecutableExists());
-    const RecorderModule without("/no/such/recorder", nullptr);
-    QVERIFY(!without.recorderExecutableExists());
-    QCOMPARE(without.recorderExecutablePath(), "/no/such/recorder");
-}
-
-void tst_RecorderModule::thePluginHandsOverTheCanonicalPathOfTheExecutable()
-{
-    ModuleFixture fixture;
-    const QString path = QCoreApplication::applicationDirPath() + "/../agents/qnyRecorder/qnyRecorder";
-    const auto madeModulePath = [] {
-        RecorderPlugin plugin;
-        const std::unique_ptr<CorvaneModule> module(plugin.createCorvaneModule());
-        return static_cast<RecorderModule*>(module.get())->recorderExecutablePath();
-    };
-    const QString canonicalPath = QFileInfo(path).canonicalFilePath();
-    QCOMPARE(madeModulePath(), canonicalPath);
-    QCOMPARE(canonicalPath.isEmpty(), !QFileInfo::exists(path));
 }
 
 QTEST_MAIN(tst_RecorderModule)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "modulefixture.h"
 
+#include "recorderoptions.h"
+
 #include <corvaneutils.h>
 
 #include <QtCore/QProcess>
@@ -31,6 +33,7 @@ class tst_RecorderSettings : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void theOptionsHaveTheirLongAndShortNames();
     void settingsAreReadFromTheCommandLine();
     void shortOptionsAreReadToo();
     void unknownOptionsAndErrorsAreIgnored();
@@ -42,6 +45,7 @@ private Q_SLOTS:
     void endpointSignalsComeInOrder();
     void keyspacesAreCleaned();
     void theKeyspaceIsWrittenOnlyWhileItIsUsed();
+    void anEmptyKeyspaceIsNeverWritten();
     void authenticationWithoutUserNameChangesNoCommandLine();
     void authenticationIsWrittenAndRemoved();
     void aPasswordKeepsItsBlanks();
@@ -51,6 +55,24 @@ private Q_SLOTS:
     void anEqualValueChangesNothingAndWritesNothing();
     void everySetterSignalsOnceForARealChange();
 };
+
+void tst_RecorderSettings::theOptionsHaveTheirLongAndShortNames()
+{
+    const auto names = [](QLatin1StringView longName, QLatin1StringView shortName) {
+        return longName + QLatin1StringView(" ") + shortName;
+    };
+    QCOMPARE(names(RECORDER_NAME_LONG_OPTION_NAME, RECORDER_NAME_SHORT_OPTION_NAME), "name n");
+    QCOMPARE(names(RECORDER_CASSANDRA_LONG_OPTION_NAME, RECORDER_CASSANDRA_SHORT_OPTION_NAME), "cassandra c");
+    QCOMPARE(names(RECORDER_KEYSPACE_LONG_OPTION_NAME, RECORDER_KEYSPACE_SHORT_OPTION_NAME), "keyspace k");
+    QCOMPARE(names(RECORDER_USERNAME_LONG_OPTION_NAME, RECORDER_USERNAME_SHORT_OPTION_NAME), "cassandra_username u");
+    QCOMPARE(names(RECORDER_PASSWORD_LONG_OPTION_NAME, RECORDER_PASSWORD_SHORT_OPTION_NAME), "cassandra_password a");
+    QCOMPARE(names(RECORDER_VERBOSE_LONG_OPTION_NAME, RECORDER_VERBOSE_SHORT_OPTION_NAME), "verbose v");
+    QCOMPARE(names(RECORDER_PRIVATECERT_LONG_OPTION_NAME, RECORDER_PRIVATECERT_SHORT_OPTION_NAME), "qnyCert 1");
+    QCOMPARE(names(RECORDER_PUBLICCERTS_LONG_OPTION_NAME, RECORDER_PUBLICCERTS_SHORT_OPTION_NAME), "publicCerts 2");
+    QCOMPARE(names(RECORDER_TIMESTAMPED_REPLAY_LONG_OPTION_NAME, RECORDER_TIMESTAMPED_REPLAY_SHORT_OPTION_NAME),
+        "timestamped_replay 5");
+    QCOMPARE(DEFAULT_CASSANDRA_PORT_STRING, "9042");
+}
 
 void tst_RecorderSettings::settingsAreReadFromTheCommandLine()
 {
@@ -101,17 +123,26 @@ void tst_RecorderSettings::anEmptyCommandLineIsWarnedOfAndChangesNothing()
     QTest::ignoreMessage(QtWarningMsg, "Recorder: can not extract data from an empty command line");
     instance->onEncounteredAgentsOnHostCreated(instance->encounteredAgentsOnHost(), &empty);
     QCOMPARE(instance->cassandraEndpoint(), "db:9042");
+    QCOMPARE(instance->defaultCommandLine(), ModuleFixture::commandLine({ "--name", "Rec", "--cassandra", "db:9042" }));
 }
 
 void tst_RecorderSettings::aPasswordInTheCommandLineIsNeverReadBack()
 {
     ModuleFixture fixture;
-    const RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec",
+    RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec",
         ModuleFixture::commandLine(
             { "--cassandra", "db", "--cassandra_username", "me", "--cassandra_password", "secret" })));
     QCOMPARE(instance->username(), "");
     QCOMPARE(instance->password(), "");
     QVERIFY(!instance->useAuthentication());
+    // Nor are those that were typed lost when the line is read again.
+    instance->updateUsername("you");
+    instance->updatePassword("other");
+    instance->updateUseAuthentication(true);
+    instance->onEncounteredAgentsOnHostCreated(instance->encounteredAgentsOnHost(), instance->encounteredAgentInfo());
+    QCOMPARE(instance->username(), "you");
+    QCOMPARE(instance->password(), "other");
+    QVERIFY(instance->useAuthentication());
 }
 
 void tst_RecorderSettings::endpointsAreNormalised_data()
@@ -187,6 +218,24 @@ void tst_RecorderSettings::theKeyspaceIsWrittenOnlyWhileItIsUsed()
     instance->updateUseCustomKeyspace(false);
     QCOMPARE(lineOf(instance), before);
     QCOMPARE(instance->customKeyspace(), "other");
+}
+
+void tst_RecorderSettings::anEmptyKeyspaceIsNeverWritten()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec"));
+    const QString before = lineOf(instance);
+    instance->updateUseCustomKeyspace(true);
+    QVERIFY(instance->useCustomKeyspace());
+    QCOMPARE(lineOf(instance), before);
+    instance->updateCustomKeyspace("plant");
+    QCOMPARE(optionOf(instance, "--keyspace"), "plant");
+    // Emptied, it goes from the line; switched off, nothing is left to take out.
+    instance->updateCustomKeyspace(" ! ");
+    QCOMPARE(instance->customKeyspace(), "");
+    QCOMPARE(lineOf(instance), before);
+    instance->updateUseCustomKeyspace(false);
+    QCOMPARE(lineOf(instance), before);
 }
 
 void tst_RecorderSettings::authenticationWithoutUserNameChangesNoCommandLine()

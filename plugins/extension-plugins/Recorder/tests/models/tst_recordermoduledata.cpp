@@ -71,18 +71,26 @@ private slots:
     void updatingWithAnEmptyTextRemovesTheEntry()
     {
         moduleData.updateFilters(QStringLiteral("u1"), QStringLiteral("f1"));
+        moduleData.updateFilePath(QStringLiteral("u1"), QStringLiteral("/p"));
         moduleData.updateFilters(QStringLiteral("u1"), QString());
-        QCOMPARE(moduleData.getFilters(QStringLiteral("u1")), QString());
+        QVERIFY(moduleData.getFilters(QStringLiteral("u1")).isNull());
+        QCOMPARE(moduleData.exportToJson(), json(R"({"file_path":{"u1":"/p"}})"));
+        moduleData.updateFilePath(QStringLiteral("u1"), QString());
+        QVERIFY(moduleData.getFilePath(QStringLiteral("u1")).isNull());
         QCOMPARE(moduleData.exportToJson(), QJsonObject());
     }
 
     void anEmptyTextForAnAbsentUuidIsLeftOutOfTheBlock()
     {
         moduleData.updateFilters(QStringLiteral("fresh"), QStringLiteral(""));
+        moduleData.updateFilePath(QStringLiteral("fresh"), QStringLiteral(""));
         QVERIFY(!moduleData.getFilters(QStringLiteral("fresh")).isNull());
+        QVERIFY(!moduleData.getFilePath(QStringLiteral("fresh")).isNull());
         QCOMPARE(moduleData.exportToJson(), QJsonObject());
         moduleData.updateFilters(QStringLiteral("fresh"), QStringLiteral(""));
+        moduleData.updateFilePath(QStringLiteral("fresh"), QStringLiteral(""));
         QVERIFY(moduleData.getFilters(QStringLiteral("fresh")).isNull());
+        QVERIFY(moduleData.getFilePath(QStringLiteral("fresh")).isNull());
     }
 
     void aBlockIsLoadedAndAddsToWhatThereIs()

@@ -87,6 +87,24 @@ private slots:
         QVERIFY(!wasAtStart);
     }
 
+    void withoutTheDefaultSpeedThereIsAWarningAndNoSpeed()
+    {
+        // Whoever hears of the offered speeds may take one away.
+        connect(record->speeds(), &QAbstractItemModel::rowsInserted, this, [this] { record->speeds()->remove(1); });
+        QTest::ignoreMessage(QtWarningMsg, "RECORD_DEFAULT_SPEED is not used in RECORD_SPEEDS");
+        record->load({ QStringLiteral("a") });
+        QCOMPARE(record->speed(), nullptr);
+        QCOMPARE(record->speeds()->count(), 4);
+        QVERIFY(record->isLoaded());
+        QCOMPARE(checkedAgents(), QStringList { QStringLiteral("a") });
+    }
+
+    void theSpeedsHaveTheirValuesAndTheDefaultIsOneOfThem()
+    {
+        QCOMPARE(RECORD_SPEEDS, (QList<double> { 0.5, 1.0, 2.0, 3.0, 4.0 }));
+        QCOMPARE(RECORD_DEFAULT_SPEED, 1.0);
+    }
+
     void choosingASpeedTwiceSaysNoTheSecondTime()
     {
         record->load({});
