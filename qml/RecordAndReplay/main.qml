@@ -26,7 +26,7 @@ Rectangle {
     readonly property bool canceling: current !== null && (current.isCancelingImport || current.isCancelingExport)
 
     readonly property bool isBlocked: progressFeedback.visible || busyFeedback.visible
-    readonly property ConfigurationPage configuration: (stack.currentItem as Loader)?.item as ConfigurationPage
+    readonly property bool isAsked: recordDeletion.visible || recorderDeletion.visible
 
     function leave(): void {
         root.corvaneModule.currentRecorder = null;
@@ -45,14 +45,21 @@ Rectangle {
                 "recorder": root.corvaneModule.currentRecorder
             }, StackView.Immediate);
         }
-        stack.forceActiveFocus();
+        root.takeKeyboard();
+    }
+
+    // Whatever covered the page is gone.
+    function takeKeyboard(): void {
+        if (root.visible) {
+            stack.forceActiveFocus();
+        }
     }
 
     objectName: "recordAndReplay"
     color: Theme.background
     onIsBlockedChanged: {
-        if (!isBlocked && root.visible) {
-            stack.forceActiveFocus();
+        if (!isBlocked) {
+            root.takeKeyboard();
         }
     }
     onCancelingChanged: busyFeedback.isDismissed = false
@@ -74,13 +81,8 @@ Rectangle {
         target: root.current
     }
     Shortcut {
-        sequence: "F5"
-        enabled: root.visible && root.configuration !== null && !root.isBlocked && !recordDeletion.visible && !recorderDeletion.visible
-        onActivated: root.configuration.toggleRecording()
-    }
-    Shortcut {
         sequences: [StandardKey.Back]
-        enabled: root.visible && root.current !== null && !root.isBlocked
+        enabled: root.visible && root.current !== null && !root.isBlocked && !root.isAsked
         onActivated: root.leave()
     }
 
@@ -131,6 +133,7 @@ Rectangle {
                 ConfigurationPage {
                     focus: true
                     recorder: holder.recorder
+                    hasShortcuts: !root.isAsked
                     onDeletionRequested: recorderDeletion.ask(holder.recorder)
                 }
             }
@@ -200,11 +203,13 @@ Rectangle {
     ConfirmRecordDeletion {
         id: recordDeletion
         parent: root
+        onHidden: root.takeKeyboard()
         onDeletionAccepted: record => root.current?.deleteRecord(record)
     }
     ConfirmRecorderDeletion {
         id: recorderDeletion
         parent: root
+        onHidden: root.takeKeyboard()
         onDeletionAccepted: recorder => root.corvaneModule.deleteRecorder(recorder)
     }
 }

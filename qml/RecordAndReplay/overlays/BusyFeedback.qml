@@ -18,19 +18,12 @@ FeedbackLayer {
 
     objectName: "busyFeedback"
 
-    Loader {
+    WayOut {
         width: parent.width
-        active: root.visible
-        visible: (item as WayOut)?.visible ?? false
-        focus: true
-        sourceComponent: Component {
-            WayOut {
-                width: parent?.width ?? 0
-                recorder: root.recorder
-                mayContinue: root.isStale
-                onLeaveRequested: root.leaveRequested()
-                onContinueRequested: root.continueRequested()
-            }
-        }
+        recorder: root.recorder
+        isWaitedFor: root.visible
+        mayContinue: root.isStale
+        onLeaveRequested: root.leaveRequested()
+        onContinueRequested: root.continueRequested()
     }
 }

@@ -11,7 +11,8 @@ FocusScope {
 
     Accessible.role: Accessible.Dialog
     Accessible.name: text
-    Keys.onPressed: event => event.accepted = true
+    // But for the way to its buttons.
+    Keys.onPressed: event => event.accepted = event.key !== Qt.Key_Tab && event.key !== Qt.Key_Backtab
     onVisibleChanged: {
         if (visible) {
             fade.restart();
@@ -50,7 +51,7 @@ FocusScope {
     Rectangle {
         id: card
         anchors.centerIn: parent
-        width: Math.min(440, root.width - 2 * Theme.pageMargin)
+        width: Math.min(520, root.width - 2 * Theme.pageMargin)
         height: content.height + 2 * Theme.pageMargin
         radius: Theme.cardRadius
         color: Theme.surface

@@ -42,22 +42,15 @@ FeedbackLayer {
         objectName: "cancelButton"
         anchors.right: parent.right
         visible: root.mayCancel
-        focus: true
         text: qsTr("CANCEL")
         hint: qsTr("End it with the next answer of the recorder")
         onClicked: root.cancelRequested()
     }
-    Loader {
+    WayOut {
         width: parent.width
-        active: root.visible
-        visible: (item as WayOut)?.visible ?? false
-        sourceComponent: Component {
-            WayOut {
-                width: parent?.width ?? 0
-                recorder: root.recorder
-                news: root.progress
-                onLeaveRequested: root.leaveRequested()
-            }
-        }
+        recorder: root.recorder
+        isWaitedFor: root.visible
+        news: root.progress
+        onLeaveRequested: root.leaveRequested()
     }
 }

@@ -10,9 +10,11 @@ Column {
 
     // Null while no recorder is shown.
     required property RecorderInstance recorder
+    // Somebody waits: from here on the time counts.
+    required property bool isWaitedFor
     // Grows by one whenever the recorder was heard of.
     property int news: 0
-    property bool isWaited: false
+    property bool isOffered: false
     // Nothing is under way any more, so that the page can be used at once.
     property bool mayContinue: false
     readonly property int patience: 5000
@@ -20,18 +22,24 @@ Column {
     signal leaveRequested
     signal continueRequested
 
-    visible: isWaited || mayContinue
-    spacing: Theme.spacing
-    onNewsChanged: {
-        root.isWaited = false;
-        timer.restart();
+    function wait(): void {
+        root.isOffered = false;
+        if (root.isWaitedFor) {
+            timer.restart();
+        } else {
+            timer.stop();
+        }
     }
+
+    visible: isOffered || mayContinue
+    spacing: Theme.spacing
+    onNewsChanged: wait()
+    onIsWaitedForChanged: wait()
 
     Timer {
         id: timer
         interval: root.patience
-        running: true
-        onTriggered: root.isWaited = true
+        onTriggered: root.isOffered = true
     }
     Rectangle {
         width: parent.width

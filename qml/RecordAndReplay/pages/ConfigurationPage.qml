@@ -14,20 +14,27 @@ FocusScope {
     id: root
 
     required property RecorderInstance recorder
-    readonly property RecordItem replay: recordsTab.replay ?? fileTab.replay
+    // Nothing is asked that keys must not pass by.
+    property bool hasShortcuts: true
     property alias currentTab: tabs.currentIndex
 
     signal deletionRequested
 
-    function toggleRecording(): void {
-        card.toggleRecording();
-    }
-
     objectName: "configurationPage"
     // What handles Space itself, such as a button or a field, never gets here.
     Keys.onSpacePressed: event => {
-        event.accepted = root.replay !== null;
-        root.replay?.togglePlaying();
+        event.accepted = actions.isLoaded;
+        actions.togglePlaying();
+    }
+
+    RecorderActions {
+        id: actions
+        recorder: root.recorder
+    }
+    Shortcut {
+        sequence: "F5"
+        enabled: root.visible && root.enabled && root.hasShortcuts
+        onActivated: actions.toggleRecording()
     }
 
     ColumnLayout {
@@ -42,7 +49,6 @@ FocusScope {
             onDeletionRequested: root.deletionRequested()
         }
         RecordingCard {
-            id: card
             Layout.fillWidth: true
             recorder: root.recorder
         }
@@ -59,12 +65,19 @@ FocusScope {
             TabBar {
                 id: tabs
 
+                function show(index: int): void {
+                    currentIndex = Math.max(0, Math.min(count - 1, index));
+                    currentItem.forceActiveFocus(Qt.TabFocusReason);
+                }
+
                 objectName: "recorderTabs"
                 anchors.fill: parent
                 focus: true
                 spacing: Theme.pageMargin
                 padding: 0
                 background: null
+                Keys.onLeftPressed: show(currentIndex - 1)
+                Keys.onRightPressed: show(currentIndex + 1)
                 Accessible.role: Accessible.PageTabList
                 Accessible.name: qsTr("Parts of the recorder")
                 // Who opens a running recorder comes for its records.
@@ -91,12 +104,10 @@ FocusScope {
                 recorder: root.recorder
             }
             RecordsTab {
-                id: recordsTab
                 objectName: "recordsTab"
                 recorder: root.recorder
             }
             FileTab {
-                id: fileTab
                 objectName: "fileTab"
                 recorder: root.recorder
             }

@@ -71,7 +71,7 @@ FocusScope {
         Column {
             id: list
             x: Theme.pageMargin
-            width: flickable.width - 2 * x
+            width: flickable.width - 2 * x // the bar is in the margin
             spacing: Theme.spacingLarge
             bottomPadding: Theme.pageMargin
 

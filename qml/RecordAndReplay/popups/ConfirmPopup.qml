@@ -13,6 +13,8 @@ Popup {
     property string text
 
     signal accepted
+    // After the answer, whichever it was.
+    signal hidden
 
     anchors.centerIn: parent
     width: Math.min(600, (parent?.width ?? 0) - 80)
@@ -20,6 +22,7 @@ Popup {
     modal: true
     focus: true
     closePolicy: Popup.CloseOnEscape
+    onClosed: root.hidden()
 
     background: Rectangle {
         radius: Theme.cardRadius

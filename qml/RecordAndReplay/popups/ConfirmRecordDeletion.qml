@@ -17,5 +17,5 @@ ConfirmPopup {
     objectName: "confirmRecordDeletion"
     text: record === null ? qsTr("Do you want to delete record ?") : qsTr("Do you want to delete record '%1' ?").arg(record.name)
     onAccepted: root.deletionAccepted(root.record)
-    onClosed: root.record = null
+    onHidden: root.record = null
 }

@@ -17,5 +17,5 @@ ConfirmPopup {
     objectName: "confirmRecorderDeletion"
     text: recorder === null ? qsTr("Do you want to delete recorder ?") : qsTr("Do you want to delete recorder '%1' ?").arg(recorder.name)
     onAccepted: root.deletionAccepted(root.recorder)
-    onClosed: root.recorder = null
+    onHidden: root.recorder = null
 }

@@ -11,11 +11,11 @@ Item {
     required property RecordAgentFilter agent
     property bool isCurrent: false
 
-    function toggle(): void {
-        root.agent.checked = !root.agent.checked;
-    }
-
     implicitHeight: 36
+    Accessible.role: Accessible.CheckBox
+    Accessible.name: agent?.name ?? ""
+    Accessible.checkable: true
+    Accessible.checked: agent?.checked ?? false
 
     Rectangle {
         anchors.fill: parent

@@ -16,13 +16,19 @@ Hinted {
     readonly property int count: record?.agentsFilters.count ?? 0
     readonly property bool isUsable: record !== null && record.replayIsAtStart && count > 0
 
+    function finish(): void {
+        choice.active = false;
+        summary.forceActiveFocus();
+        root.recorder.beforeUpdateRecordAgentsFilter(root.record);
+    }
+
     implicitHeight: Theme.controlHeight
     hint: qsTr("Choose the agents to replay")
     unavailableHint: count === 0 ? qsTr("There is no agent to choose") : qsTr("Stop the replay to choose its agents: they can only change at its start")
     available: isUsable
     onIsUsableChanged: {
-        if (!isUsable && choice.item !== null) {
-            (choice.item as AgentsFilterPopup).close();
+        if (!isUsable && choice.active) {
+            finish();
         }
     }
 
@@ -37,10 +43,7 @@ Hinted {
         Accessible.role: Accessible.ButtonDropDown
         Accessible.name: qsTr("Agents: %1").arg(recap.text)
         Accessible.description: root.available ? root.hint : root.unavailableHint
-        onClicked: {
-            choice.active = true;
-            (choice.item as AgentsFilterPopup).open();
-        }
+        onClicked: choice.active = true
 
         background: Rectangle {
             radius: Theme.radius
@@ -93,7 +96,8 @@ Hinted {
                 y: root.height + 4
                 width: Math.max(280, root.width)
                 record: root.record
-                onClosed: root.recorder.beforeUpdateRecordAgentsFilter(root.record)
+                visible: true
+                onClosed: root.finish()
             }
         }
     }

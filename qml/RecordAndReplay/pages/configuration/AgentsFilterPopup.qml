@@ -15,9 +15,9 @@ Popup {
     readonly property string wanted: search.text.trim().toLowerCase()
     // Read anew when the record's agents change.
     readonly property int count: record?.agentsFilters.count ?? 0
-    readonly property list<RecordAgentFilter> found: count > 0 ? find(wanted) : []
+    readonly property var found: count > 0 ? find(wanted) : []
 
-    function find(wanted: string): list<RecordAgentFilter> {
+    function find(wanted: string): var {
         return root.record.agentsFilters.toVariantList().filter(agent => agent.name.toLowerCase().includes(wanted));
     }
 
@@ -108,7 +108,12 @@ Popup {
         boundsBehavior: Flickable.StopAtBounds
         model: root.found
         ScrollBar.vertical: PageScrollBar {}
-        Keys.onSpacePressed: (currentItem as AgentFilterListItem)?.toggle()
+        Keys.onSpacePressed: {
+            const agent = root.found[currentIndex] as RecordAgentFilter;
+            if (agent !== null) {
+                agent.checked = !agent.checked;
+            }
+        }
         Keys.onReturnPressed: root.close()
 
         delegate: AgentFilterListItem {

@@ -26,7 +26,7 @@ FocusScope {
 
         Rectangle {
             id: card
-            width: flickable.width
+            width: flickable.innerWidth
             height: sections.height + Theme.spacingLarge
             radius: Theme.cardRadius
             color: Theme.surface
@@ -36,7 +36,7 @@ FocusScope {
         Column {
             id: sections
             x: Theme.spacingLarge
-            width: flickable.width - 2 * Theme.spacingLarge
+            width: flickable.innerWidth - 2 * Theme.spacingLarge
 
             SettingsSection {
                 objectName: "verboseSection"

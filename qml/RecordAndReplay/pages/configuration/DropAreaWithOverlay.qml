@@ -8,7 +8,7 @@ DropArea {
 
     // What a drop does.
     property string text
-    readonly property bool isUsable: containsDrag && drag.source !== root && usable
+    // What is dragged is one file with the right ending.
     property bool usable: false
 
     // One file with the right ending was dropped.

@@ -10,7 +10,6 @@ Rectangle {
 
     required property RecorderInstance recorder
     required property RecorderRecord record
-    readonly property RecordItem replay: item
 
     implicitHeight: Theme.rowHeight + item.implicitHeight + Theme.spacingLarge
     radius: Theme.cardRadius

@@ -13,7 +13,6 @@ FocusScope {
 
     required property RecorderInstance recorder
     readonly property RecorderRecord fileRecord: recorder.recordFromFile
-    readonly property RecordItem replay: (loaded.item as FileRecordItem)?.replay ?? null
     readonly property string path: pathField.text.trim()
 
     function load(): void {

@@ -14,18 +14,8 @@ FocusScope {
     required property RecorderInstance recorder
     // Null for the moment between a record's end and its row's.
     required property RecorderRecord record
-    readonly property bool isReplaying: record?.isReplaying ?? false
     readonly property real duration: record?.durationInSeconds ?? 0
-    readonly property bool hasActiveAgent: (record?.agentsFilterState ?? Qt.Unchecked) !== Qt.Unchecked
     readonly property bool isMoving: recorder.isMovingRecord || recorder.isStoppingRecord
-
-    function togglePlaying(): void {
-        if (root.isReplaying) {
-            root.recorder.pauseRecord(root.record);
-        } else if (root.hasActiveAgent) {
-            root.recorder.playRecord(root.record);
-        }
-    }
 
     function moveTo(position: real): void {
         if (!root.isMoving) {
@@ -35,6 +25,10 @@ FocusScope {
 
     implicitHeight: content.implicitHeight
 
+    RecorderActions {
+        id: actions
+        recorder: root.recorder
+    }
     ColumnLayout {
         id: content
         width: parent.width
@@ -48,12 +42,12 @@ FocusScope {
                 objectName: "playButton"
                 focus: true
                 primary: true
-                iconName: root.isReplaying ? "pause" : "play"
-                hint: root.isReplaying ? qsTr("Pause") : qsTr("Play")
+                iconName: actions.isReplaying ? "pause" : "play"
+                hint: actions.isReplaying ? qsTr("Pause") : qsTr("Play")
                 shortcut: qsTr("Space")
-                available: root.hasActiveAgent
+                available: actions.hasActiveAgent
                 unavailableHint: qsTr("Check at least one agent to play")
-                onClicked: root.togglePlaying()
+                onClicked: actions.togglePlaying()
             }
             // Keeps its place, so that nothing beside it jumps.
             Item {

@@ -64,7 +64,7 @@ Item {
             objectName: "recorderPlace"
             Layout.fillWidth: true
             Layout.preferredWidth: implicitWidth
-            Layout.minimumWidth: 40
+            visible: root.width >= 560
             text: qsTr("%1 · %2").arg(facts.machine).arg(facts.store)
             color: Theme.mutedText
         }

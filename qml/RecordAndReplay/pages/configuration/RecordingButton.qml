@@ -12,15 +12,12 @@ Row {
 
     required property RecorderInstance recorder
 
-    function toggle(): void {
-        if (root.recorder.isRecording) {
-            root.recorder.stopRecording();
-        } else if (root.recorder.isOn) {
-            root.recorder.startRecording();
-        }
-    }
-
     spacing: Theme.spacingSmall
+
+    RecorderActions {
+        id: actions
+        recorder: root.recorder
+    }
 
     DarkOrLightTextButton {
         objectName: "recordButton"
@@ -33,7 +30,7 @@ Row {
         shortcut: "F5"
         available: root.recorder.isOn
         unavailableHint: qsTr("Connect the recorder to record")
-        onClicked: root.toggle()
+        onClicked: actions.toggleRecording()
     }
     DarkOrLightTextButton {
         objectName: "pauseRecordingButton"

@@ -11,10 +11,6 @@ Rectangle {
     required property RecorderInstance recorder
     readonly property color ink: recorder.isRecordingPaused ? Theme.paused : recorder.isRecording ? Theme.recording : Theme.mutedText
 
-    function toggleRecording(): void {
-        recordingButton.toggle();
-    }
-
     implicitHeight: 62
     radius: Theme.cardRadius
     color: Theme.surface
@@ -42,7 +38,7 @@ Rectangle {
         anchors.left: recordingButton.right
         anchors.leftMargin: Theme.spacingLarge
         anchors.verticalCenter: parent.verticalCenter
-        text: RecorderUtils.prettyPrintTime(root.recorder.recordingProgressInSeconds, RecorderTimeFormat.HH_MM_SS_WITH_SPACES)
+        text: RecorderUtils.prettyPrintTime(root.recorder.isRecording ? root.recorder.recordingProgressInSeconds : 0, RecorderTimeFormat.HH_MM_SS_WITH_SPACES)
         color: root.ink
         font.pixelSize: Theme.runningTimeSize
         font.weight: Font.Medium

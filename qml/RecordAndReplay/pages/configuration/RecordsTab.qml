@@ -13,8 +13,6 @@ FocusScope {
 
     required property RecorderInstance recorder
     readonly property RecorderRecord current: recorder.currentRecord
-    readonly property RecordItem replay: (list.itemAtIndex(currentRow) as CassandraRecordItem)?.replay ?? null
-    readonly property int currentRow: current === null ? -1 : records.indexOf(current)
     property alias list: list
 
     function showCurrent(): void {
@@ -23,10 +21,6 @@ FocusScope {
             list.currentIndex = row;
             list.positionViewAtIndex(row, ListView.Contain);
         }
-    }
-
-    function load(record: RecorderRecord): void {
-        root.recorder.loadRecord(record);
     }
 
     onCurrentChanged: Qt.callLater(showCurrent)
@@ -79,23 +73,13 @@ FocusScope {
         boundsBehavior: Flickable.StopAtBounds
         highlightMoveDuration: 0
         model: records
-        ScrollBar.vertical: PageScrollBar {}
+        ScrollBar.vertical: PageScrollBar {
+            id: bar
+        }
         Accessible.role: Accessible.List
         Accessible.name: qsTr("Records")
-        Keys.onReturnPressed: root.load(records.get(currentIndex) as RecorderRecord)
-        Keys.onEnterPressed: root.load(records.get(currentIndex) as RecorderRecord)
         Keys.onPressed: event => {
-            const record = records.get(currentIndex) as RecorderRecord;
-            if (record === null) {
-                return;
-            }
-            if (event.key === Qt.Key_F2) {
-                (currentItem as CassandraRecordItem).rename();
-                event.accepted = true;
-            } else if (event.key === Qt.Key_Delete && root.recorder.isOn) {
-                root.recorder.confirmRecordDeletion(record);
-                event.accepted = true;
-            } else if (event.key === Qt.Key_Home || event.key === Qt.Key_End) {
+            if (event.key === Qt.Key_Home || event.key === Qt.Key_End) {
                 currentIndex = event.key === Qt.Key_Home ? 0 : count - 1;
                 event.accepted = true;
             } else if (event.key === Qt.Key_PageUp || event.key === Qt.Key_PageDown) {
@@ -110,20 +94,26 @@ FocusScope {
 
             required property RecorderRecord qtObject
 
-            width: ListView.view?.width ?? 0
+            // Beside the bar, not under it.
+            width: list.width - (bar.size < 1 ? Theme.spacing : 0)
             count: list.count
             recorder: root.recorder
             record: qtObject
             isCursor: ListView.isCurrentItem
-            hasKeyboard: list.activeFocus
             onPressed: {
                 list.currentIndex = index;
                 list.forceActiveFocus();
                 if (!root.recorder.isRecording) {
-                    root.load(record);
+                    root.recorder.loadRecord(record);
                 }
             }
-            onLoadRequested: root.load(record)
+            // A popup gives the keyboard back to the row that it was asked from, though that may be gone by then.
+            onActiveFocusChanged: {
+                if (activeFocus && index < 0) {
+                    list.currentItem?.forceActiveFocus();
+                }
+            }
+            onLoadRequested: root.recorder.loadRecord(record)
         }
     }
     EmptyHint {

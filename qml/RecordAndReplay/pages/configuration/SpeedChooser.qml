@@ -91,13 +91,26 @@ Hinted {
                 color: choice.highlighted ? Theme.selection : "transparent"
             }
         }
-        popup.background: Rectangle {
-            radius: Theme.radius
-            color: Theme.surface
-            border.width: 1
-            border.color: Theme.line
+        popup: Popup {
+            y: box.height + 4
+            width: Math.max(box.width, 88)
+            implicitHeight: contentItem.implicitHeight + 8
+            padding: 4
+            margins: 8
+
+            contentItem: ListView {
+                implicitHeight: contentHeight
+                clip: true
+                model: box.delegateModel
+                currentIndex: box.highlightedIndex
+                boundsBehavior: Flickable.StopAtBounds
+            }
+            background: Rectangle {
+                radius: Theme.radius
+                color: Theme.surface
+                border.width: 1
+                border.color: Theme.line
+            }
         }
-        popup.padding: 4
-        popup.width: Math.max(box.width, 88)
     }
 }

@@ -95,7 +95,7 @@ Item {
             objectName: "recorderProgress"
             Layout.fillWidth: true
             text: connectButton.problem !== "" ? connectButton.problem : facts.progress
-            color: connectButton.problem !== "" || root.recorder.isRecording ? Theme.recording : Theme.text
+            color: connectButton.problem !== "" ? Theme.recording : root.recorder.isRecording ? chip.ink : Theme.text
             font.features: ({
                     "tnum": 1
                 })
@@ -103,6 +103,7 @@ Item {
         ConnectButton {
             id: connectButton
             recorder: root.recorder
+            isShort: root.isNarrow
         }
         DarkOrLightTextButton {
             objectName: "configureButton"

@@ -15,6 +15,14 @@ DarkOrLightTextButton {
     // "start", "stop" or nothing.
     property string pending: ""
     property string problem: ""
+    // Without its word, where room is scarce.
+    property bool isShort: false
+    readonly property string word: {
+        if (pending !== "") {
+            return pending === "start" ? qsTr("Connecting…") : qsTr("Disconnecting…");
+        }
+        return isOn ? qsTr("Disconnect") : qsTr("Connect");
+    }
 
     function press(): void {
         root.problem = "";
@@ -28,12 +36,8 @@ DarkOrLightTextButton {
 
     objectName: "connectButton"
     iconName: "plug"
-    text: {
-        if (pending !== "") {
-            return pending === "start" ? qsTr("Connecting…") : qsTr("Disconnecting…");
-        }
-        return isOn ? qsTr("Disconnect") : qsTr("Connect");
-    }
+    text: isShort ? "" : word
+    button.Accessible.name: word
     hint: isOn ? qsTr("Ask the recorder's agent to stop") : qsTr("Start the recorder's agent")
     available: pending === "" && (isOn || (recorder.isRunnable && NetworkConfiguration.isConnected))
     unavailableHint: {

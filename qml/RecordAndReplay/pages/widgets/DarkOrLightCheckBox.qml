@@ -27,7 +27,6 @@ Hinted {
         focus: true
         focusPolicy: root.isTabStop ? Qt.StrongFocus : Qt.ClickFocus
         enabled: root.available
-        opacity: root.available ? 1 : Theme.disabledOpacity
         checkState: root.value
         padding: 0
         spacing: Theme.spacingSmall
@@ -45,6 +44,7 @@ Hinted {
             y: (box.height - height) / 2
             width: 18
             height: 18
+            opacity: root.available ? 1 : Theme.disabledOpacity
             radius: 4
             color: box.checkState === Qt.Unchecked ? Theme.surface : Theme.accent
             border.width: box.checkState === Qt.Unchecked ? 1 : 0
@@ -64,7 +64,7 @@ Hinted {
         contentItem: Text {
             leftPadding: box.indicator.width + box.spacing
             text: box.text
-            color: Theme.text
+            color: root.available ? Theme.text : Theme.mutedText
             font: box.font
             verticalAlignment: Text.AlignVCenter
             elide: Text.ElideRight

@@ -33,7 +33,8 @@ Hinted {
 
         anchors.fill: parent
         focus: true
-        focusPolicy: root.isTabStop ? Qt.StrongFocus : Qt.ClickFocus
+        // What has the keyboard keeps it until it is left.
+        focusPolicy: root.isTabStop || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
         enabled: root.available
         opacity: root.available ? 1 : Theme.disabledOpacity
         leftPadding: text === "" ? 8 : Theme.spacing
@@ -52,6 +53,9 @@ Hinted {
         Accessible.name: text !== "" ? text : root.hint
         Accessible.description: root.available ? root.hint : root.unavailableHint
         onClicked: root.clicked()
+        // On every platform, and not only where its theme says so.
+        Keys.onReturnPressed: click()
+        Keys.onEnterPressed: click()
 
         background: Rectangle {
             radius: Theme.radius

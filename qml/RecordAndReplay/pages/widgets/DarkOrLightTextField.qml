@@ -24,7 +24,6 @@ Hinted {
     property bool keepsText: false
     // Looks like a plain text, also while nothing can be typed.
     property bool flat: false
-    property bool isTabStop: true
     // The text is another one than the value.
     property bool isEdited: false
 
@@ -34,6 +33,9 @@ Hinted {
     function reset(): void {
         field.text = root.value;
         root.isEdited = false;
+        if (!field.activeFocus) {
+            field.cursorPosition = 0; // shows the beginning of a long text
+        }
     }
 
     implicitWidth: 240
@@ -53,20 +55,19 @@ Hinted {
 
         anchors.fill: parent
         focus: true
-        focusPolicy: root.isTabStop ? Qt.StrongFocus : Qt.ClickFocus
         enabled: root.available
         leftPadding: root.flat ? 0 : Theme.spacingSmall
         rightPadding: leftPadding
         topPadding: 0
         bottomPadding: 0
         verticalAlignment: TextInput.AlignVCenter
-        color: Theme.text
+        // Not dimmed while nothing can be typed: a value is there to be read.
+        color: root.available || root.flat ? Theme.text : Theme.mutedText
         placeholderTextColor: Theme.mutedText
         selectionColor: Theme.accent
         selectedTextColor: Theme.accentText
         selectByMouse: true
         font.pixelSize: Theme.textSize
-        opacity: root.available || root.flat ? 1 : Theme.disabledOpacity
         Accessible.name: root.accessibleName
         Accessible.description: root.available ? root.hint : root.unavailableHint
         onTextChanged: root.isEdited = text !== root.value
@@ -87,6 +88,7 @@ Hinted {
 
         background: Rectangle {
             visible: !root.flat
+            opacity: root.available ? 1 : Theme.disabledOpacity
             radius: Theme.radius
             color: Theme.surface
             border.width: field.activeFocus ? Theme.focusWidth : 1

@@ -10,6 +10,8 @@ Flickable {
     id: root
 
     readonly property Item focused: root.Window.activeFocusItem
+    // Beside the bar, not under it.
+    readonly property real innerWidth: width - (contentHeight > height ? Theme.spacing : 0)
 
     function follow(): void {
         if (!root.activeFocus || root.focused === null) {

@@ -15,6 +15,7 @@ TabButton {
     font.pixelSize: 13
     font.weight: Font.DemiBold
     font.letterSpacing: 0.3
+    Accessible.name: text
 
     contentItem: Text {
         text: root.text

@@ -34,7 +34,8 @@ QtObject {
         }
         const position = RecorderUtils.prettyPrintTime(record.replayProgressInSecond, RecorderTimeFormat.HH_MM_SS_WITH_SPACES);
         const duration = RecorderUtils.prettyPrintTime(record.durationInSeconds, RecorderTimeFormat.HH_MM_SS_WITH_SPACES);
-        return qsTr("“%1”  %2 / %3").arg(record.name).arg(position).arg(duration) + (record.speed === null ? "" : " · " + record.speed.label);
+        // The name comes last, because it is what can be cut off.
+        return qsTr("%1 / %2").arg(position).arg(duration) + (record.speed === null ? "" : " · " + record.speed.label) + qsTr("  “%1”").arg(record.name);
     }
     readonly property bool mayBeRenamed: !recorder.isOn && !(recorder.instance?.isRunning ?? false)
 }

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import RecordAndReplay
+
+// Renames a record, in its row.
+DarkOrLightTextFieldErrorHandler {
+    id: root
+
+    required property RecorderInstance recorder
+    required property RecorderRecord record
+
+    // Renamed or not: the field has done.
+    signal finished
+
+    objectName: "recordName"
+    value: record?.name ?? ""
+    isUsed: isEdited && !isBlank && recorder.isRecordNameAlreadyUsed(text)
+    errorIsBeside: true
+    placeholderText: qsTr("Record name")
+    onCommitted: text => root.recorder.updateRecordName(root.record, text.trim())
+    field.onEditingFinished: Qt.callLater(finished)
+    Keys.onEscapePressed: root.finished()
+    Component.onCompleted: {
+        root.forceActiveFocus();
+        field.selectAll();
+    }
+}
