@@ -66,7 +66,7 @@ public:
     /// Removes all rows and deletes their items when control returns to the event loop.
     Q_INVOKABLE virtual void deleteAllItems() = 0;
 
-    /// The item at a row, or null when there is no such row.
+    /// The item at a row, or null when there is no such row or the item is just being destroyed.
     Q_INVOKABLE QObject* get(qsizetype index) const;
 
     /// As get(), for C++ alone: says nothing about the item's ownership to the JavaScript engine.

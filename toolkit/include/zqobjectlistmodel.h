@@ -40,7 +40,7 @@ public:
     void clear() override;
     bool deleteNItems(qsizetype index, qsizetype count) override;
     void deleteAllItems() override;
-    QObject* itemAt(qsizetype index) const override { return _at(index); }
+    QObject* itemAt(qsizetype index) const override;
     bool contains(QObject* object) const override;
     qsizetype indexOf(QObject* object) const override;
     QVariantList toVariantList() const override;
@@ -72,6 +72,7 @@ private:
     bool _isRefusedDuplicate(const QObject* item) const;
     void _insertAccepted(qsizetype row, QObject* item);
     bool _removeRows(qsizetype row, qsizetype count, bool deleteItems);
+    QList<QObject*> _takeWhereTheyStand(const QList<QObject*>& items);
     void _subscribe(QObject* item);
     void _unsubscribe(QObject* item);
     void _onListItemChanged(QObject* item, int signalIndex);
@@ -91,6 +92,6 @@ private:
 
     /// One for each item; owned.
     QHash<const QObject*, ZqItemWatcher*> _watchers;
-    /// The item whose row is being removed because it is being destroyed: nothing may be read from it.
-    const QObject* _dyingItem = nullptr;
+    /// The items whose rows are being removed because they are being destroyed: nothing may be read from them.
+    QList<const QObject*> _dying;
 };

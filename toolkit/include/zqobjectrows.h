@@ -31,6 +31,12 @@ public:
 
     /// All of them, in order; a copy.
     QList<QObject*> objects() const;
+
+    /// `count` of them from `row` on, all of which must exist.
+    QList<QObject*> objects(qsizetype row, qsizetype count) const;
+
+    /// Another number after every change of the rows.
+    unsigned edits() const { return _edits; }
     void reserve(qsizetype size);
 
     /// How many rows hold the object.
@@ -79,6 +85,7 @@ private:
     std::vector<std::unique_ptr<Block>> _blocks;
     QHash<const QObject*, Entry> _entries;
     qsizetype _size = 0;
+    unsigned _edits = 0;
     /// Blocks from here on have to be numbered before they are asked.
     mutable size_t _firstStaleBlock = 0;
 };

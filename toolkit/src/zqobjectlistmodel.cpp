@@ -100,8 +100,7 @@ bool ZqObjectListModel::removeObject(QObject* object)
         return object && _take(_rows.firstRow(object));
     }
     if (warns()) {
-        qWarning() << "ZqCustomItemListModel<" << _itemClass.className() << "> warning: can not remove item" << object
-                   << " because it has an invalid type";
+        qWarning() << "ZqCustomItemListModel<" << _itemClass.className() << "> warning: can not remove item";
     }
     return false;
 }
@@ -254,10 +253,13 @@ bool ZqObjectListModel::_removeRows(qsizetype row, qsizetype count, bool deleteI
         return false;
     }
     const qsizetype removed = qMin(_rows.size() - row, count);
+    const QList<QObject*> leaving = _rows.objects(row, removed);
+    const unsigned edits = _rows.edits();
     beginRemoveRows(QModelIndex(), static_cast<int>(row), static_cast<int>(row + removed - 1));
-    const QList<QObject*> taken = _rows.take(row, removed);
+    const bool isDisturbed = edits != _rows.edits();
+    const QList<QObject*> taken = isDisturbed ? _takeWhereTheyStand(leaving) : _rows.take(row, removed);
     for (QObject* item : taken) {
-        if (deleteItems) {
+        if (deleteItems && !_dying.contains(item)) {
             item->deleteLater();
         }
         if (_rows.occurrences(item) == 0) {
@@ -265,8 +267,25 @@ bool ZqObjectListModel::_removeRows(qsizetype row, qsizetype count, bool deleteI
         }
     }
     endRemoveRows();
+    if (isDisturbed) {
+        // The rows that were announced are not those that went.
+        beginResetModel();
+        endResetModel();
+    }
     emit countChanged();
     return true;
+}
+
+/// Takes items out whose rows changed after their removal was announced, because who heard of it changed the list.
+QList<QObject*> ZqObjectListModel::_takeWhereTheyStand(const QList<QObject*>& items)
+{
+    QList<QObject*> taken;
+    for (const QObject* item : items) {
+        if (const qsizetype row = _rows.firstRow(item); row >= 0) {
+            taken.append(_rows.take(row, 1));
+        }
+    }
+    return taken;
 }
 
 void ZqObjectListModel::clear()
@@ -282,8 +301,7 @@ bool ZqObjectListModel::moveRows(const QModelIndex& sourceParent, int sourceRow,
         || destinationChild < 0 || destinationChild > size) {
         if (warns()) {
             qWarning() << "ZqCustomItemListModel<" << _itemClass.className()
-                       << "> warning: unhandle case, can not move " << count << "item(s) from" << sourceRow << "to"
-                       << destinationChild;
+                       << "> warning: unhandle case, can not move ";
         }
         return false;
     }
@@ -307,6 +325,12 @@ bool ZqObjectListModel::move(qsizetype from, qsizetype to, qsizetype count)
         return static_cast<int>(std::clamp<qsizetype>(row, -1, std::numeric_limits<int>::max()));
     };
     return moveRows(QModelIndex(), asRow(from), asRow(count), QModelIndex(), asRow(destination));
+}
+
+QObject* ZqObjectListModel::itemAt(qsizetype index) const
+{
+    QObject* const item = _at(index);
+    return _dying.contains(item) ? nullptr : item;
 }
 
 bool ZqObjectListModel::contains(QObject* object) const
@@ -338,28 +362,25 @@ void ZqObjectListModel::reserve(int size)
 
 void ZqObjectListModel::_onListItemExternalDeletion(QObject* object)
 {
-    const QList<qsizetype> rows = _rows.rows(object);
-    if (rows.isEmpty()) {
+    const qsizetype occurrences = _rows.occurrences(object);
+    if (occurrences == 0) {
         return;
     }
-    const QScopedValueRollback<const QObject*> dying(_dyingItem, object);
-    if (rows.size() == 1) {
-        const int row = static_cast<int>(rows.first());
-        beginRemoveRows(QModelIndex(), row, row);
-        _rows.take(row, 1);
-        delete _watchers.take(object);
-        endRemoveRows();
-    } else {
-        if (warns()) {
-            qWarning() << "ZqCustomItemListModel<" << _itemClass.className() << "> warning: removing" << rows.size()
-                       << "occurrences of a deleted item";
-        }
-        beginResetModel();
-        for (qsizetype i = rows.size() - 1; i >= 0; --i) {
-            _rows.take(rows.at(i), 1);
-        }
-        delete _watchers.take(object);
-        endResetModel();
+    const QScopedValueRollback<QList<const QObject*>> dying(_dying, _dying + QList<const QObject*> { object });
+    if (occurrences == 1) {
+        _removeRows(_rows.firstRow(object), 1, false);
+        return;
     }
+    if (warns()) {
+        qWarning() << "ZqCustomItemListModel<" << _itemClass.className() << "> warning: removing" << occurrences
+                   << "occurrences of a deleted item";
+    }
+    beginResetModel();
+    const QList<qsizetype> rows = _rows.rows(object);
+    for (qsizetype i = rows.size() - 1; i >= 0; --i) {
+        _rows.take(rows.at(i), 1);
+    }
+    delete _watchers.take(object);
+    endResetModel();
     emit countChanged();
 }

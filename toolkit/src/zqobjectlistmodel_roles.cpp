@@ -6,6 +6,7 @@
 
 #include <QtCore/QDebug>
 #include <QtCore/QMetaProperty>
+#include <QtCore/QPointer>
 
 #include <algorithm>
 #include <array>
@@ -78,10 +79,17 @@ QVariant ZqObjectListModel::data(const QModelIndex& index, int role) const
 bool ZqObjectListModel::setData(const QModelIndex& index, const QVariant& value, int role)
 {
     QObject* const item = _checkedItem(index, role, "setData()");
-    if (!item || isAnyItemRole(role) || !item->setProperty(_roleNames.value(role).constData(), value)) {
+    if (!item || isAnyItemRole(role)) {
         return false;
     }
-    emit dataChanged(index, index, { role });
+    const QPointer<ZqObjectListModel> alive(this);
+    item->setProperty(_roleNames.value(role).constData(), value);
+    // The row is reported also when the property refused the value: a delegate that shows what was written reads what
+    // is. Who heard of the change may have moved the item, taken it out, or deleted the list.
+    if (const qsizetype row = alive ? _rows.firstRow(item) : -1; row >= 0) {
+        const QModelIndex written = _at(index.row()) == item ? index : this->index(static_cast<int>(row));
+        emit dataChanged(written, written, { role });
+    }
     return true;
 }
 
@@ -97,7 +105,7 @@ QObject* ZqObjectListModel::_checkedItem(const QModelIndex& index, int role, con
         return nullptr;
     }
     QObject* const item = _rows.at(index.row());
-    if (!item || item == _dyingItem) {
+    if (!item || _dying.contains(item)) {
         if (warns) {
             qWarning() << "ZqCustomItemListModel<" << _itemClass.className()
                        << (prefix + ": item at index ").constData() << index.row() << " is undefined";
@@ -117,9 +125,10 @@ QObject* ZqObjectListModel::_checkedItem(const QModelIndex& index, int role, con
 void ZqObjectListModel::_onListItemChanged(QObject* item, int signalIndex)
 {
     const QList<int> roles = _signalToRoles.value(signalIndex);
-    // A list that notifies may be changed by who listens: a row that no longer holds the item is left out.
+    // A list that notifies may be changed, or deleted, by who listens: a row that no longer holds the item is left out.
+    const QPointer<ZqObjectListModel> alive(this);
     for (const qsizetype row : _rows.rows(item)) {
-        if (_at(row) == item) {
+        if (alive && _at(row) == item) {
             const QModelIndex changed = index(static_cast<int>(row));
             emit dataChanged(changed, changed, roles);
         }

@@ -34,6 +34,18 @@ QList<QObject*> ZqObjectRows::objects() const
     return all;
 }
 
+QList<QObject*> ZqObjectRows::objects(qsizetype row, qsizetype count) const
+{
+    QList<QObject*> found;
+    found.reserve(count);
+    const Block* const first = _blockOf(row);
+    qsizetype offset = row - first->firstRow;
+    for (size_t position = first->position; found.size() < count; ++position, offset = 0) {
+        found.append(_blocks[position]->objects.mid(offset, count - found.size()));
+    }
+    return found;
+}
+
 qsizetype ZqObjectRows::occurrences(const QObject* object) const
 {
     const auto entry = _entries.constFind(object);
@@ -75,6 +87,7 @@ QList<qsizetype> ZqObjectRows::rows(const QObject* object) const
 
 void ZqObjectRows::insert(qsizetype row, QObject* object)
 {
+    ++_edits;
     Block* const block = _roomFor(row);
     block->objects.insert(row - block->firstRow, object);
     _markStale(block->position + 1);
@@ -94,20 +107,20 @@ void ZqObjectRows::append(const QList<QObject*>& objects)
 
 QList<QObject*> ZqObjectRows::take(qsizetype row, qsizetype count)
 {
-    QList<QObject*> taken;
-    taken.reserve(count);
+    const QList<QObject*> taken = objects(row, count);
     if (count == _size) {
-        taken = objects();
         clear();
         return taken;
     }
+    ++_edits;
     const size_t first = _blockOf(row)->position;
     size_t end = first;
-    for (qsizetype offset = row - _blocks[first]->firstRow; taken.size() < count; offset = 0, ++end) {
+    qsizetype left = count;
+    for (qsizetype offset = row - _blocks[first]->firstRow; left > 0; offset = 0, ++end) {
         QList<QObject*>& objects = _blocks[end]->objects;
-        const qsizetype here = qMin(count - taken.size(), objects.size() - offset);
-        taken.append(objects.mid(offset, here));
+        const qsizetype here = qMin(left, objects.size() - offset);
         objects.remove(offset, here);
+        left -= here;
     }
     const auto begin = _blocks.begin();
     const auto isEmpty = [](const std::unique_ptr<Block>& block) { return block->objects.isEmpty(); };
@@ -115,7 +128,7 @@ QList<QObject*> ZqObjectRows::take(qsizetype row, qsizetype count)
         begin + static_cast<ptrdiff_t>(end));
     _markStale(first);
     _size -= count;
-    for (QObject* object : std::as_const(taken)) {
+    for (QObject* object : taken) {
         _forget(object);
     }
     return taken;
@@ -132,6 +145,7 @@ void ZqObjectRows::move(qsizetype row, qsizetype count, qsizetype destination)
 
 void ZqObjectRows::clear()
 {
+    ++_edits;
     _blocks.clear();
     _entries.clear();
     _size = 0;

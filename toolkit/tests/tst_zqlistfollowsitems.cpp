@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <zqcustomitemlistmodel.h>
 
+#include <QtCore/QPointer>
 #include <QtCore/QRandomGenerator>
+#include <QtCore/QRegularExpression>
 #include <QtTest/QAbstractItemModelTester>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
@@ -228,6 +230,7 @@ private slots:
         bool wasWritten = true;
         connect(&list, &List::rowsAboutToBeRemoved, this, [&](const QModelIndex&, int row) {
             wasAsked = true;
+            QCOMPARE(list.get(row), nullptr);
             seen = list.index(row).data(nameRole());
             wasWritten = list.setData(list.index(row), QStringLiteral("x"), nameRole());
         });
@@ -260,6 +263,74 @@ private slots:
         item.setname(QStringLiteral("x"));
         QVERIFY(!list);
         item.setname(QStringLiteral("y"));
+    }
+
+    void whoHearsOfAChangeOfTwoRowsMayDeleteTheList()
+    {
+        TestItem item;
+        QPointer<List> list = new List(nullptr, true);
+        list->appendRows({ &item, &item });
+        int heard = 0;
+        connect(list, &List::dataChanged, this, [&] {
+            ++heard;
+            delete list;
+        });
+        item.setname(QStringLiteral("x"));
+        QCOMPARE(heard, 1);
+        QVERIFY(!list);
+    }
+
+    void whoHearsThatRowsGoMayChangeTheList()
+    {
+        TestItem a;
+        auto* b = new TestItem;
+        TestItem c;
+        TestItem d;
+        List list;
+        list.appendRows({ &a, b, &c, &d });
+        connect(
+            &list, &List::rowsAboutToBeRemoved, this,
+            [&] {
+                delete b;
+                list.removeObject(&d);
+                list.appendRow(&a);
+            },
+            Qt::SingleShotConnection);
+        QSignalSpy resets(&list, &List::modelReset);
+        QTest::ignoreMessage(
+            QtWarningMsg, QRegularExpression(QStringLiteral("can not append item .*does not allow duplicate items$")));
+        // The announced rows 2 and 3 are c's and d's.
+        list.remove(2, 2);
+        QCOMPARE(list.toList(), QList<TestItem*> { &a });
+        QCOMPARE(resets.count(), 1);
+        QSignalSpy changes(&list, &List::dataChanged);
+        c.setname(QStringLiteral("x"));
+        QCOMPARE(changes.count(), 0);
+    }
+
+    void whoHearsThatADyingItemGoesMayDeleteAnother()
+    {
+        auto* a = new TestItem;
+        auto* b = new TestItem;
+        TestItem c;
+        List list;
+        list.appendRows({ a, b, &c });
+        connect(&list, &List::rowsAboutToBeRemoved, this, [&] { delete a; }, Qt::SingleShotConnection);
+        delete b;
+        QCOMPARE(list.toList(), QList<TestItem*> { &c });
+    }
+
+    void whoHearsThatADyingItemGoesMayDeleteAllItems()
+    {
+        QPointer<TestItem> a = new TestItem;
+        auto* b = new TestItem;
+        List list;
+        list.appendRows({ a, b });
+        connect(&list, &List::rowsAboutToBeRemoved, this, [&] { list.deleteAllItems(); }, Qt::SingleShotConnection);
+        delete b;
+        QVERIFY(list.isEmpty());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!a);
     }
 
     void anItemOfTwoListsLeavesBoth()

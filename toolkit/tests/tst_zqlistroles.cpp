@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <zqcustomitemlistmodel.h>
 
+#include <QtCore/QPointer>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
@@ -244,15 +245,58 @@ private slots:
         QCOMPARE(changes.count(), 0);
     }
 
-    void aConstantPropertyCanNotBeWritten()
+    void aPropertyThatRefusesAValueIsReportedSoThatItsValueIsReadAgain()
     {
         TestItem item({}, 3);
         List list;
         list.appendRow(&item);
         QSignalSpy changes(&list, &List::dataChanged);
-        QVERIFY(!list.setData(list.index(0), 9, role(3)));
+        QVERIFY(list.setData(list.index(0), 9, role(3)));
         QCOMPARE(item.birthRank(), 3);
-        QCOMPARE(changes.count(), 0);
+        QCOMPARE(changes.count(), 1);
+        QCOMPARE(changes.first().at(0).toModelIndex(), list.index(0));
+        QCOMPARE(changes.first().at(2).value<QList<int>>(), QList<int> { role(3) });
+    }
+
+    void whoHearsOfAWrittenPropertyMayTakeTheItemOut()
+    {
+        TestItem taken;
+        TestItem next;
+        List list;
+        list.appendRows({ &taken, &next });
+        connect(&taken, &TestItem::nameChanged, &list, [&] { list.removeObject(&taken); });
+        QSignalSpy changes(&list, &List::dataChanged);
+        QVERIFY(list.setData(list.index(0), QStringLiteral("valve"), nameRole()));
+        QCOMPARE(list.count(), 1);
+        // Once by the item, while it still stood there; nothing of the item that moved up.
+        QCOMPARE(changes.count(), 1);
+    }
+
+    void whoHearsOfAWrittenPropertyMayMoveTheItem()
+    {
+        TestItem moved;
+        TestItem next;
+        List list;
+        list.appendRows({ &moved, &next });
+        connect(&moved, &TestItem::nameChanged, &list, [&] { list.move(0, 1); });
+        QSignalSpy changes(&list, &List::dataChanged);
+        QVERIFY(list.setData(list.index(0), QStringLiteral("valve"), nameRole()));
+        QCOMPARE(list.at(1), &moved);
+        QCOMPARE(changes.last().at(0).toModelIndex().row(), 1);
+    }
+
+    void whoHearsOfAWrittenPropertyMayDeleteItemAndList()
+    {
+        QPointer<TestItem> item = new TestItem;
+        QPointer<List> list = new List;
+        list->appendRow(item);
+        connect(list, &List::dataChanged, this, [&] {
+            delete list;
+            delete item;
+        });
+        QVERIFY(list->setData(list->index(0), QStringLiteral("valve"), nameRole()));
+        QVERIFY(!list);
+        QVERIFY(!item);
     }
 
     void writingAnInvalidIndexOrRoleWarns()

@@ -212,7 +212,7 @@ private slots:
                            "the type of our list")
                 .arg(object));
         QVERIFY(!list.replaceObject(0, &stranger));
-        expectWarning(QStringLiteral("> warning: can not remove item %1  because it has an invalid type").arg(object));
+        expectWarning(QStringLiteral("> warning: can not remove item"));
         QVERIFY(!list.removeObject(&stranger));
         QCOMPARE(names(list), QStringLiteral("a"));
     }
@@ -406,13 +406,13 @@ private slots:
     {
         List list;
         list.appendRows({ &a, &b });
-        expectWarning(QStringLiteral("> warning: unhandle case, can not move  1 item\\(s\\) from 2 to 0"));
+        expectWarning(QStringLiteral("> warning: unhandle case, can not move "));
         QVERIFY(!list.moveRows({}, 2, 1, {}, 0));
-        expectWarning(QStringLiteral("> warning: unhandle case, can not move  1 item\\(s\\) from 0 to 3"));
+        expectWarning(QStringLiteral("> warning: unhandle case, can not move "));
         QVERIFY(!list.moveRows({}, 0, 1, {}, 3));
-        expectWarning(QStringLiteral("> warning: unhandle case, can not move  0 item\\(s\\) from 0 to 2"));
+        expectWarning(QStringLiteral("> warning: unhandle case, can not move "));
         QVERIFY(!list.moveRows({}, 0, 0, {}, 2));
-        expectWarning(QStringLiteral("> warning: unhandle case, can not move  1 item\\(s\\) from 0 to 2"));
+        expectWarning(QStringLiteral("> warning: unhandle case, can not move "));
         QVERIFY(!list.moveRows(list.index(0), 0, 1, {}, 2));
         QCOMPARE(names(list), QStringLiteral("ab"));
     }

@@ -5,6 +5,7 @@
 #include <QtTest/QTest>
 
 #include <array>
+#include <utility>
 
 /// More than two blocks full, so that edits cross from one into another.
 using Objects = std::array<QObject, 700>;
@@ -102,6 +103,7 @@ private slots:
                     const qsizetype row = below(expected.size());
                     const qsizetype most = below(20) == 0 ? 400 : 3;
                     const qsizetype count = 1 + below(qMin<qsizetype>(most, expected.size() - row));
+                    QCOMPARE(rows.objects(row, count), expected.mid(row, count));
                     QCOMPARE(rows.take(row, count), expected.mid(row, count));
                     expected.remove(row, count);
                 }
@@ -123,6 +125,27 @@ private slots:
         rows.clear();
         expected.clear();
         compare(rows, expected, objects);
+    }
+
+    void everyEditIsCounted()
+    {
+        ZqObjectRows rows;
+        unsigned before = rows.edits();
+        const auto wasCounted = [&] { return std::exchange(before, rows.edits()) != rows.edits(); };
+        QObject a;
+        QObject b;
+        rows.append({ &a, &b });
+        QVERIFY(wasCounted());
+        rows.move(0, 1, 2);
+        QVERIFY(wasCounted());
+        QCOMPARE(rows.take(0, 1), QList<QObject*> { &b });
+        QVERIFY(wasCounted());
+        rows.insert(0, &b);
+        QVERIFY(wasCounted());
+        QCOMPARE(rows.objects(0, 2), (QList<QObject*> { &b, &a }));
+        QVERIFY(!wasCounted());
+        rows.clear();
+        QVERIFY(wasCounted());
     }
 
     void aRemovedObjectIsNeverReadAgain()
