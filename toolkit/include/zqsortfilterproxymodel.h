@@ -15,6 +15,10 @@ class AbstractZqCustomItemListModel;
 /// change, and after invalidate(). The order is stable: of two items neither of which sorts before the other, the one
 /// with the smaller source row comes first. Whatever isLessThan() answers, also contradictions, every accepted row is
 /// shown once. Main thread only.
+///
+/// Whoever is told of a change, by the source or by the view, may change the source's items and rows and ask again at
+/// once. What the view was about to do is then reckoned anew; `countChanged` of a removal comes when the source has
+/// completed it.
 class ZQTOOLKIT_EXPORT ZqSortFilterProxyModel : public QAbstractProxyModel
 {
     Q_OBJECT
@@ -91,20 +95,45 @@ private:
     int _placeFor(int sourceRow, int begin, int end) const;
     void _reposition(int row);
     QList<int> _sorted(QList<int> sourceRows) const;
+    bool _isGoing(int sourceRow) const;
+    bool _isInStep(int added = 0) const;
     void _rebuild();
-    void _show(const QList<int>& sourceRows);
-    void _showSorted(const QList<int>& sourceRows);
+    void _reset();
+    void _tellCount();
+
+    // Steps. Who is told of one may change more: a step that then had more to do stops and returns false, and all has
+    // to be asked anew.
+    [[nodiscard]] bool _show(const QList<int>& sourceRows);
+    [[nodiscard]] bool _showSorted(const QList<int>& sourceRows);
+    [[nodiscard]] bool _hide(QList<int> rows);
+    [[nodiscard]] bool _sort();
+    [[nodiscard]] bool _arrange(const QList<int>& sourceRows);
+    [[nodiscard]] bool _askAnew();
     void _insertRows(int row, const QList<int>& sourceRows);
     void _moveRow(int from, int to);
-    void _hide(QList<int> rows);
-    void _sort();
-    void _arrange(const QList<int>& sourceRows);
     void _relayout(const QList<int>& sourceRows);
     void _forgetLookup();
+
+    /// A range of the source's rows.
+    struct Range
+    {
+        int first;
+        int last;
+    };
 
     AbstractZqCustomItemListModel* _source = nullptr;
     /// The source row that each row shows.
     QList<int> _sourceRows;
+    /// How many rows the source has by what it told; it has others while it is telling somebody else.
+    int _sourceSize = 0;
+    /// The rows that the source has announced to remove, the innermost removal last: they are not shown again.
+    QList<Range> _going;
+    /// The source changed otherwise between announcing a removal and completing it: its numbers are of before.
+    bool _isAstray = false;
+    /// Rows went while the source was removing its own.
+    bool _mustTellCount = false;
+    /// Counts what the view was told or asked: a step that finds another number than at its begin was disturbed.
+    unsigned _entries = 0;
     /// The items shown without sort key. May name items that are gone until the next sort, so only addresses are used.
     QSet<const QObject*> _unkeyed;
     /// Set when rows that are about to go leave neighbours that stand the wrong way round.

@@ -19,9 +19,9 @@ constexpr int MOST_SINGLE_STEPS = 32;
 ZqSortFilterProxyModel::ZqSortFilterProxyModel(QObject* parent)
     : QAbstractProxyModel(parent)
 {
-    connect(this, &QAbstractItemModel::rowsInserted, this, &ZqSortFilterProxyModel::countChanged);
-    connect(this, &QAbstractItemModel::rowsRemoved, this, &ZqSortFilterProxyModel::countChanged);
-    connect(this, &QAbstractItemModel::modelReset, this, &ZqSortFilterProxyModel::countChanged);
+    connect(this, &QAbstractItemModel::rowsInserted, this, &ZqSortFilterProxyModel::_tellCount);
+    connect(this, &QAbstractItemModel::rowsRemoved, this, &ZqSortFilterProxyModel::_tellCount);
+    connect(this, &QAbstractItemModel::modelReset, this, &ZqSortFilterProxyModel::_tellCount);
 }
 
 ZqSortFilterProxyModel::~ZqSortFilterProxyModel() = default;
@@ -131,8 +131,14 @@ QObject* ZqSortFilterProxyModel::_item(int sourceRow) const
 
 bool ZqSortFilterProxyModel::_accepts(int sourceRow) const
 {
-    QObject* const item = _item(sourceRow);
+    QObject* const item = _isGoing(sourceRow) ? nullptr : _item(sourceRow);
     return item && filterAccepts(item, sourceRow);
+}
+
+bool ZqSortFilterProxyModel::_isGoing(int sourceRow) const
+{
+    return std::any_of(_going.cbegin(), _going.cend(),
+        [sourceRow](const Range& range) { return sourceRow >= range.first && sourceRow <= range.last; });
 }
 
 QList<int> ZqSortFilterProxyModel::_acceptedRows(int first, int last) const
@@ -256,6 +262,7 @@ void ZqSortFilterProxyModel::_rebuild()
 {
     _forgetLookup();
     _unkeyed.clear();
+    _sourceSize = _source ? _source->size() : 0;
     _sourceRows = _source ? _acceptedRows(0, _source->size() - 1) : QList<int>();
     for (const int sourceRow : std::as_const(_sourceRows)) {
         _noteKey(sourceRow);
@@ -264,32 +271,32 @@ void ZqSortFilterProxyModel::_rebuild()
 }
 
 /// Shows rows of the source, given in ascending order, that are not shown yet.
-void ZqSortFilterProxyModel::_show(const QList<int>& sourceRows)
+bool ZqSortFilterProxyModel::_show(const QList<int>& sourceRows)
 {
     if (sourceRows.isEmpty()) {
-        return;
+        return true;
     }
     for (const int sourceRow : sourceRows) {
         _noteKey(sourceRow);
     }
     if (sourceRows.size() == 1 && _isKeyed(sourceRows.first())) {
+        const unsigned entry = _entries;
         const int row = _placeFor(sourceRows.first(), 0, count());
         _insertRows(row, sourceRows);
-        if (!_unkeyed.isEmpty() && !_standsWell(row)) {
-            _sort();
-        }
-    } else if (_unkeyed.isEmpty() || _sourceRows.isEmpty()) {
-        _showSorted(_sorted(sourceRows));
-    } else {
-        // Where the others stand may change too.
-        _insertRows(count(), sourceRows);
-        _sort();
+        return _unkeyed.isEmpty() || (entry == _entries && _standsWell(row)) || _sort();
     }
+    if (_unkeyed.isEmpty() || _sourceRows.isEmpty()) {
+        return _showSorted(_sorted(sourceRows));
+    }
+    // Where the others stand may change too.
+    _insertRows(count(), sourceRows);
+    return _sort();
 }
 
 /// Shows a sorted batch of rows, merging it into those shown.
-void ZqSortFilterProxyModel::_showSorted(const QList<int>& sourceRows)
+bool ZqSortFilterProxyModel::_showSorted(const QList<int>& sourceRows)
 {
+    const unsigned entry = _entries;
     QList<int> merged;
     merged.reserve(_sourceRows.size() + sourceRows.size());
     // Rows and how many of the batch start there, in the order in which they can be inserted one after the other.
@@ -312,12 +319,19 @@ void ZqSortFilterProxyModel::_showSorted(const QList<int>& sourceRows)
     }
     if (blocks.size() > MOST_SINGLE_STEPS) {
         _insertRows(count(), sourceRows);
+        if (entry != _entries) {
+            return false;
+        }
         _relayout(merged);
-        return;
+        return true;
     }
     for (const auto& [row, size] : std::as_const(blocks)) {
+        if (entry != _entries) {
+            return false;
+        }
         _insertRows(row, merged.mid(row, size));
     }
+    return true;
 }
 
 void ZqSortFilterProxyModel::_insertRows(int row, const QList<int>& sourceRows)
@@ -334,11 +348,15 @@ void ZqSortFilterProxyModel::_insertRows(int row, const QList<int>& sourceRows)
 }
 
 /// Takes rows out of the view; asks nothing of their items, which may be half destroyed.
-void ZqSortFilterProxyModel::_hide(QList<int> rows)
+bool ZqSortFilterProxyModel::_hide(QList<int> rows)
 {
+    const unsigned entry = _entries;
     std::sort(rows.begin(), rows.end());
     qsizetype end = rows.size();
     while (end > 0) {
+        if (entry != _entries) {
+            return false;
+        }
         qsizetype begin = end - 1;
         while (begin > 0 && rows.at(begin - 1) == rows.at(begin) - 1) {
             --begin;
@@ -349,9 +367,10 @@ void ZqSortFilterProxyModel::_hide(QList<int> rows)
         endRemoveRows();
         end = begin;
     }
+    return true;
 }
 
-void ZqSortFilterProxyModel::_sort()
+bool ZqSortFilterProxyModel::_sort()
 {
     QList<int> ascending = _sourceRows;
     std::sort(ascending.begin(), ascending.end());
@@ -359,8 +378,7 @@ void ZqSortFilterProxyModel::_sort()
     for (const int sourceRow : std::as_const(ascending)) {
         _noteKey(sourceRow);
     }
-    const QList<int> sorted = _sorted(ascending);
-    _arrange(sorted);
+    return _arrange(_sorted(ascending));
 }
 
 /// Moves the one row that a change put in the wrong place.
@@ -382,10 +400,10 @@ void ZqSortFilterProxyModel::_moveRow(int from, int to)
 }
 
 /// Brings the rows into another order: in single moves, which views can follow, when a few are enough.
-void ZqSortFilterProxyModel::_arrange(const QList<int>& sourceRows)
+bool ZqSortFilterProxyModel::_arrange(const QList<int>& sourceRows)
 {
     if (sourceRows == _sourceRows) {
-        return;
+        return true;
     }
     // What stays is the longest run of rows that are in the right order already, found by patience: piles holds for
     // each length the position, in the new order, at which a run of that length ends with the smallest old row.
@@ -410,20 +428,25 @@ void ZqSortFilterProxyModel::_arrange(const QList<int>& sourceRows)
     }
     if (sourceRows.size() - piles.size() > MOST_SINGLE_STEPS) {
         _relayout(sourceRows);
-        return;
+        return true;
     }
+    const unsigned entry = _entries;
     QList<bool> stays(sourceRows.size(), false);
     for (int position = piles.last(); position >= 0; position = before.at(position)) {
         stays[position] = true;
     }
     for (int position = 0; position < sourceRows.size(); ++position) {
         if (!stays.at(position)) {
+            if (entry != _entries) {
+                return false;
+            }
             const int from = static_cast<int>(_sourceRows.indexOf(sourceRows.at(position)));
             const int predecessor
                 = position == 0 ? -1 : static_cast<int>(_sourceRows.indexOf(sourceRows.at(position - 1)));
             _moveRow(from, predecessor < from ? predecessor + 1 : predecessor);
         }
     }
+    return true;
 }
 
 /// Shows the same items in another order, in one step. Says nothing about the kind of change: views made of QML follow
@@ -448,28 +471,4 @@ void ZqSortFilterProxyModel::_relayout(const QList<int>& sourceRows)
     _forgetLookup();
     changePersistentIndexList(before, after);
     emit layoutChanged();
-}
-
-void ZqSortFilterProxyModel::invalidate()
-{
-    if (!_source) {
-        return;
-    }
-    QList<int> isShown(_source->size(), 0);
-    QList<int> rejected;
-    for (int row = 0; row < count(); ++row) {
-        isShown[_sourceRows.at(row)] = 1;
-        if (!_accepts(_sourceRows.at(row))) {
-            rejected.append(row);
-        }
-    }
-    QList<int> added;
-    for (int row = 0; row < isShown.size(); ++row) {
-        if (!isShown.at(row) && _accepts(row)) {
-            added.append(row);
-        }
-    }
-    _hide(rejected);
-    _show(added);
-    _sort();
 }

@@ -3,6 +3,7 @@
 
 #include <zqproperty.h>
 #include <zqquickgeneral.h>
+#include <zqsortfilterproxymodel.h>
 
 #include <QtCore/QObject>
 #include <QtCore/QString>
@@ -39,6 +40,34 @@ private:
     int _rank;
     int _birthRank;
 };
+
+/// Items of rank 0 and above, by rank.
+class ByRank : public ZqSortFilterProxyModel
+{
+    Q_OBJECT
+
+public:
+    bool filterAccepts(QObject* item, int) const override { return qobject_cast<TestItem*>(item)->rank() >= 0; }
+    bool isLessThan(QObject* left, int, QObject* right, int) const override
+    {
+        ++questions;
+        const int order = qobject_cast<TestItem*>(left)->rank() - qobject_cast<TestItem*>(right)->rank();
+        return descending ? order > 0 : order < 0;
+    }
+
+    mutable int questions = 0;
+    bool descending = false;
+};
+
+/// The names of the items that a view shows, one after the other.
+inline QString shown(const ZqSortFilterProxyModel& view)
+{
+    QString names;
+    for (int row = 0; row < view.count(); ++row) {
+        names += view.get(row)->property("name").toString();
+    }
+    return names;
+}
 
 /// Switches the toolkit's warnings off for a scope: the model tester asks for rows and roles that no list has.
 class SilencedWarnings

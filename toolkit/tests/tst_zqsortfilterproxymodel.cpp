@@ -11,36 +11,9 @@
 
 using List = ZqCustomItemListModel<TestItem>;
 
-/// Items of rank 0 and above, by rank.
-class ByRank : public ZqSortFilterProxyModel
-{
-    Q_OBJECT
-
-public:
-    bool filterAccepts(QObject* item, int) const override { return qobject_cast<TestItem*>(item)->rank() >= 0; }
-    bool isLessThan(QObject* left, int, QObject* right, int) const override
-    {
-        ++questions;
-        const int order = qobject_cast<TestItem*>(left)->rank() - qobject_cast<TestItem*>(right)->rank();
-        return descending ? order > 0 : order < 0;
-    }
-
-    mutable int questions = 0;
-    bool descending = false;
-};
-
 class TestZqSortFilterProxyModel : public QObject
 {
     Q_OBJECT
-
-    QString shown(const ZqSortFilterProxyModel& view) const
-    {
-        QString names;
-        for (int row = 0; row < view.count(); ++row) {
-            names += view.get(row)->property("name").toString();
-        }
-        return names;
-    }
 
 private slots:
     void init() { QTest::failOnWarning(); }
