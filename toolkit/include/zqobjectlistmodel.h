@@ -4,8 +4,6 @@
 #include "abstractzqcustomitemlistmodel.h"
 #include "zqobjectrows.h"
 
-#include <QtCore/QMetaMethod>
-
 class ZqItemWatcher;
 
 /// What ZqCustomItemListModel does that does not depend on the item class at compile time; use the template.
@@ -83,12 +81,12 @@ private:
     const bool _allowDuplicates;
     ZqObjectRows _rows;
 
-    /// Method indices of the notify signals, each once.
+    /// Method indices of the notify signals, each once, the last first.
     QList<int> _notifySignals;
     /// A signal that notifies several properties reports all their roles.
     QHash<int, QList<int>> _signalToRoles;
-    QMetaMethod _destroyedSignal;
-    QMetaMethod _deletionSlot;
+    const int _destroyedSignal;
+    const int _deletionSlot;
 
     /// One for each item; owned.
     QHash<const QObject*, ZqItemWatcher*> _watchers;

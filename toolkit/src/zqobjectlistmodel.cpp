@@ -6,6 +6,7 @@
 #include "zqquickgeneral.h"
 
 #include <QtCore/QDebug>
+#include <QtCore/QMetaMethod>
 #include <QtCore/QScopedValueRollback>
 #include <QtCore/QSet>
 
@@ -25,8 +26,8 @@ ZqObjectListModel::ZqObjectListModel(const QMetaObject& itemClass, bool allowDup
     : AbstractZqCustomItemListModel(parent)
     , _itemClass(itemClass)
     , _allowDuplicates(allowDuplicates)
-    , _destroyedSignal(QMetaMethod::fromSignal(&QObject::destroyed))
-    , _deletionSlot(staticMetaObject.method(staticMetaObject.indexOfSlot("_onListItemExternalDeletion(QObject*)")))
+    , _destroyedSignal(QMetaMethod::fromSignal(&QObject::destroyed).methodIndex())
+    , _deletionSlot(staticMetaObject.indexOfSlot("_onListItemExternalDeletion(QObject*)"))
 {
     _buildRoles();
 }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <string_view>
 
 namespace {
@@ -62,6 +63,8 @@ void ZqObjectListModel::_buildRoles()
             _signalToRoles[signalIndex].append(role);
         }
     }
+    // The last signal first: an object makes its table of connections as long as the signal connected asks for.
+    std::sort(_notifySignals.begin(), _notifySignals.end(), std::greater());
 }
 
 QVariant ZqObjectListModel::data(const QModelIndex& index, int role) const
@@ -145,7 +148,7 @@ void ZqObjectListModel::_subscribe(QObject* item)
     for (const int signalIndex : _notifySignals) {
         QMetaObject::connect(item, signalIndex, watcher, ZqItemWatcher::changeSlotIndex(), Qt::UniqueConnection);
     }
-    connect(item, _destroyedSignal, this, _deletionSlot, Qt::UniqueConnection);
+    QMetaObject::connect(item, _destroyedSignal, this, _deletionSlot, Qt::UniqueConnection);
 }
 
 void ZqObjectListModel::_unsubscribe(QObject* item)

@@ -17,6 +17,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
+#include <QtCore/QSet>
 #include <QtCore/QTimer>
 #include <QtCore/QUrl>
 
@@ -410,6 +411,7 @@ private:
     void _onRecordingTimeout();
     void _clearRecords();
     void _readRecords(const QString& json);
+    void _removeUnseenRecords(const QSet<const RecorderRecord*>& seenRecords);
     void _applyWaitingReplayContext();
 
     // ---- replay

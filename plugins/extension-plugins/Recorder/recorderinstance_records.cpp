@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "recorderinstance.h"
 
+#include "recorddates.h"
 #include "recordermoduledata.h"
 
 #include <zqproperty.h>
@@ -13,18 +14,6 @@
 #include <QtCore/QSet>
 
 #include <algorithm>
-#include <utility>
-
-namespace {
-
-// Local time, or an invalid date for an empty or unreadable text.
-QDateTime parseRecordDate(const QJsonValue& value)
-{
-    const QString text = value.toString().trimmed();
-    return text.isEmpty() ? QDateTime() : QDateTime::fromString(text, QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
-}
-
-} // namespace
 
 // ---- state of the recording -------------------------------------------------------------------------------------
 
@@ -101,7 +90,8 @@ void RecorderInstance::_readRecords(const QString& json)
         return;
     }
 
-    QSet<QString> seenUuids;
+    RecordDates dates;
+    QSet<const RecorderRecord*> seenRecords;
     QList<RecorderRecord*> newRecords;
     const QJsonArray elements = document.array();
     for (const QJsonValue& element : elements) {
@@ -110,27 +100,36 @@ void RecorderInstance::_readRecords(const QString& json)
         if (recordUuid.isEmpty()) {
             continue;
         }
-        seenUuids.insert(recordUuid);
         const QString name = object.value(QLatin1StringView("name")).toString();
         const qint64 durationInMicroseconds = object.value(QLatin1StringView("duration_us")).toInteger();
-        const QDateTime endDateTime = parseRecordDate(object.value(QLatin1StringView("end_date")));
+        const QString endDate = object.value(QLatin1StringView("end_date")).toString();
 
         RecorderRecord* record = _recordsByUuid.value(recordUuid);
         if (record) {
             record->setname(name);
-            record->setendDateTime(endDateTime);
+            record->setendDateTime(dates.read(endDate, record->endDateTime()));
             record->setdurationInSeconds(static_cast<double>(durationInMicroseconds) / 1e6);
-            continue;
+        } else {
+            const QString startDate = object.value(QLatin1StringView("start_date")).toString();
+            record = new RecorderRecord(
+                recordUuid, name, dates.read(startDate), dates.read(endDate), durationInMicroseconds, this);
+            _recordsByUuid.insert(recordUuid, record);
+            newRecords.append(record);
         }
-        const QDateTime startDateTime = parseRecordDate(object.value(QLatin1StringView("start_date")));
-        record = new RecorderRecord(recordUuid, name, startDateTime, endDateTime, durationInMicroseconds, this);
-        _recordsByUuid.insert(recordUuid, record);
-        newRecords.append(record);
+        seenRecords.insert(record);
     }
+    _removeUnseenRecords(seenRecords);
+    _records.appendRows(newRecords);
+}
 
+void RecorderInstance::_removeUnseenRecords(const QSet<const RecorderRecord*>& seenRecords)
+{
+    if (seenRecords.size() == _recordsByUuid.size()) {
+        return;
+    }
     const QList<RecorderRecord*> knownRecords = _records.toList();
     for (RecorderRecord* record : knownRecords) {
-        if (seenUuids.contains(record->uuid())) {
+        if (seenRecords.contains(record)) {
             continue;
         }
         _recordsByUuid.remove(record->uuid());
@@ -141,7 +140,6 @@ void RecorderInstance::_readRecords(const QString& json)
         _records.removeObject(record);
         record->deleteLater();
     }
-    _records.appendRows(newRecords);
 }
 
 void RecorderInstance::_clearRecords()

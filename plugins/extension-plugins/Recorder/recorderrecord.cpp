@@ -42,6 +42,19 @@ RecorderRecord::RecorderRecord(const QString& uuid, const QString& name, const Q
 
 RecorderRecord::~RecorderRecord() = default;
 
+RecorderRecord::Offer& RecorderRecord::_offer()
+{
+    if (!_madeOffer) {
+        _madeOffer = std::make_unique<Offer>();
+    }
+    return *_madeOffer;
+}
+
+QList<RecordAgentFilter*> RecorderRecord::_offeredAgents() const
+{
+    return _madeOffer ? _madeOffer->agentsFilters.toList() : QList<RecordAgentFilter*>();
+}
+
 void RecorderRecord::setname(const QString& name)
 {
     ZqProperty::assign(this, _name, name, &RecorderRecord::nameChanged);
@@ -98,7 +111,7 @@ void RecorderRecord::_load(const QStringList& agents, bool updatesAgentsFilterDa
     setisLoaded(true);
 
     const QStringList sorted = sortedAgents(agents);
-    _agentsFilters.deleteAllItems();
+    _offer().agentsFilters.deleteAllItems();
     QList<RecordAgentFilter*> filters;
     filters.reserve(sorted.size());
     for (const QString& agent : sorted) {
@@ -106,7 +119,7 @@ void RecorderRecord::_load(const QStringList& agents, bool updatesAgentsFilterDa
         connect(filter, &RecordAgentFilter::checkedChanged, this, &RecorderRecord::_updateAgentsFilterData);
         filters.append(filter);
     }
-    _agentsFilters.appendRows(filters);
+    _offer().agentsFilters.appendRows(filters);
 
     // Everything is active after a load.
     _setlastActiveAgentsFilter(sorted);
@@ -115,13 +128,13 @@ void RecorderRecord::_load(const QStringList& agents, bool updatesAgentsFilterDa
     }
 
     updateSpeed(nullptr);
-    _speeds.deleteAllItems();
+    _offer().speeds.deleteAllItems();
     QList<Speed*> speeds;
     speeds.reserve(RECORD_SPEEDS.size());
     for (const double value : RECORD_SPEEDS) {
         speeds.append(_newSpeed(value));
     }
-    _speeds.appendRows(speeds);
+    _offer().speeds.appendRows(speeds);
 
     Speed* const defaultSpeed = _getSpeed(RECORD_DEFAULT_SPEED);
     if (!defaultSpeed) {
@@ -144,10 +157,10 @@ void RecorderRecord::unload()
         emit replayProgressInSecondChanged();
     }
     _setlastActiveAgentsFilter({});
-    _agentsFilters.deleteAllItems();
+    _offer().agentsFilters.deleteAllItems();
     _updateAgentsFilterData();
     updateSpeed(nullptr);
-    _speeds.deleteAllItems();
+    _offer().speeds.deleteAllItems();
 }
 
 void RecorderRecord::updateReplayContext(
@@ -159,7 +172,8 @@ void RecorderRecord::updateReplayContext(
         const QStringList sorted = sortedAgents(activeAgents);
         _setlastActiveAgentsFilter(sorted);
         const QSet<QString> active(sorted.cbegin(), sorted.cend());
-        for (RecordAgentFilter* filter : _agentsFilters.toList()) {
+        const QList<RecordAgentFilter*> filters = _offeredAgents();
+        for (RecordAgentFilter* filter : filters) {
             if (!active.contains(filter->name())) {
                 filter->setchecked(false);
             }
@@ -174,7 +188,7 @@ void RecorderRecord::updateReplayContext(
     if (!item) {
         // Another client of the recorder chose a speed that the module does not offer: it is shown all the same.
         item = _newSpeed(speed);
-        _speeds.appendRow(item);
+        _offer().speeds.appendRow(item);
     }
     updateSpeed(item);
 }
@@ -196,7 +210,8 @@ void RecorderRecord::setreplayProgressInSecond(double progress)
 QStringList RecorderRecord::getActiveAgentsFiltersAsStringList() const
 {
     QStringList agents;
-    for (const RecordAgentFilter* filter : _agentsFilters.toList()) {
+    const QList<RecordAgentFilter*> filters = _offeredAgents();
+    for (const RecordAgentFilter* filter : filters) {
         if (filter->checked()) {
             agents.append(filter->name());
         }
@@ -213,19 +228,20 @@ QStringList RecorderRecord::saveActiveAgentsFilters()
 
 void RecorderRecord::_updateAgentsFilterData()
 {
+    const QList<RecordAgentFilter*> filters = _offeredAgents();
     qsizetype checkedCount = 0;
     const RecordAgentFilter* lastChecked = nullptr;
-    for (int row = 0; row < _agentsFilters.size(); ++row) {
-        if (_agentsFilters.at(row)->checked()) {
+    for (const RecordAgentFilter* filter : filters) {
+        if (filter->checked()) {
             ++checkedCount;
-            lastChecked = _agentsFilters.at(row);
+            lastChecked = filter;
         }
     }
     Qt::CheckState state = Qt::Checked;
     QString recap;
-    if (_agentsFilters.isEmpty()) {
+    if (filters.isEmpty()) {
         recap = tr("No agent on record");
-    } else if (checkedCount == _agentsFilters.size()) {
+    } else if (checkedCount == filters.size()) {
         recap = tr("All agents");
     } else if (checkedCount == 0) {
         state = Qt::Unchecked;
@@ -262,7 +278,8 @@ void RecorderRecord::_onspeedDestroyed(QObject*)
 
 Speed* RecorderRecord::_getSpeed(double value) const
 {
-    for (Speed* speed : _speeds.toList()) {
+    const QList<Speed*> speeds = _madeOffer ? _madeOffer->speeds.toList() : QList<Speed*>();
+    for (Speed* speed : speeds) {
         if (qFuzzyCompare(speed->value(), value)) {
             return speed;
         }

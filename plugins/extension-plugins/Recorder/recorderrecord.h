@@ -12,6 +12,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <memory>
+
 /// The replay speeds that a loaded record offers, as factors of real time, and the one it starts with.
 inline const QList<double> RECORD_SPEEDS { 0.5, 1.0, 2.0, 3.0, 4.0 };
 inline constexpr double RECORD_DEFAULT_SPEED = 1.0;
@@ -111,7 +113,7 @@ public:
 
     // ---- its agents ------------------------------------------------------------------------------------------------
 
-    AbstractZqCustomItemListModel* agentsFilters() { return &_agentsFilters; }
+    AbstractZqCustomItemListModel* agentsFilters() { return &_offer().agentsFilters; }
     Qt::CheckState agentsFilterState() const { return _agentsFilterState; }
     const QString& agentsFilterRecap() const { return _agentsFilterRecap; }
     void setagentsFilterState(Qt::CheckState agentsFilterState);
@@ -127,7 +129,7 @@ public:
 
     // ---- its speed -------------------------------------------------------------------------------------------------
 
-    AbstractZqCustomItemListModel* speeds() { return &_speeds; }
+    AbstractZqCustomItemListModel* speeds() { return &_offer().speeds; }
     Speed* speed() const { return _speed; }
 
     /// Chooses a speed; null chooses none. Returns false, and does nothing, when it is the current one.
@@ -153,6 +155,17 @@ private slots:
     void _updateAgentsFilterData();
 
 private:
+    /// What a loaded record offers to choose from.
+    struct Offer
+    {
+        ZqCustomItemListModel<RecordAgentFilter> agentsFilters;
+        ZqCustomItemListModel<Speed> speeds;
+    };
+
+    /// Makes it when it is first asked for: the two lists weigh more than all the rest of a record, and of a hundred
+    /// thousand records few are ever loaded.
+    Offer& _offer();
+    QList<RecordAgentFilter*> _offeredAgents() const;
     void _load(const QStringList& agents, bool updatesAgentsFilterData);
     void _setreplayIsAtStarted(bool replayIsAtStart);
     void _setlastActiveAgentsFilter(const QStringList& lastActiveAgentsFilter);
@@ -171,11 +184,9 @@ private:
     bool _replayIsAtStart = true;
     bool _isReplaying = false;
 
-    ZqCustomItemListModel<RecordAgentFilter> _agentsFilters;
+    std::unique_ptr<Offer> _madeOffer;
     Qt::CheckState _agentsFilterState = Qt::Unchecked;
     QString _agentsFilterRecap;
     QStringList _lastActiveAgentsFilter;
-
-    ZqCustomItemListModel<Speed> _speeds;
     Speed* _speed = nullptr;
 };
