@@ -164,6 +164,7 @@ void RecorderInstance::resetOnDisconnect()
     _setisLoadingRecord(false);
     setloadingProgress(0);
     _setisImportingRecord(false);
+    _earlyAcknowledgements.clear();
     _setimportingProgress(0);
     _setisCancelingImport(false);
     _setisWaitingToFilterAgents(false);

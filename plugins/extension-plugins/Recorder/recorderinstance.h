@@ -450,7 +450,9 @@ private:
     ImportTask _newImportTask() const;
     bool _sendFirstChunk(const ImportTask& task, const QString& filePath);
     bool _sendNextChunk(const ImportTask& task, const QString& recordUuid);
+    bool _readChunk(QFile& file, qint64 position, QByteArray& chunk);
     void _updateImportingProgress(const QFile& file);
+    void _onImportTaskEnded(const ImportTask& task);
     void _waitForImportTasks();
 
     // ---- settings of the command line
@@ -522,6 +524,10 @@ private:
     QMutex _importFilePathMutex;
     QString _importFilePath;
     QList<QFuture<bool>> _importTasks;
+    /// By tasks that have begun, or are about to, and have not sent yet.
+    std::atomic<int> _importChunksBeingRead = 0;
+    /// Came while a chunk was being read.
+    QStringList _earlyAcknowledgements;
 
     // ---- settings of the command line
     bool _isVerbose = false;

@@ -17,6 +17,14 @@
 // A download is a loop with one request under way at a time: each answer is written, and asks for the next chunk with
 // the cursor that it brought.
 
+namespace {
+
+// How much of a chunk is converted and written at a time: little enough to stay in the processor's cache, so that a
+// chunk of megabytes does not hold up the pages for longer than the disk takes.
+constexpr qsizetype SLICE_LENGTH = 64 * 1024;
+
+} // namespace
+
 void RecorderInstance::downloadRecord(RecorderRecord* record)
 {
     Q_ASSERT(record);
@@ -113,7 +121,11 @@ bool RecorderInstance::_writeToRecordFile(const QString& content)
         return false;
     }
     QTextStream stream(_recordFile);
-    stream << content << Qt::endl;
+    const QStringView text(content);
+    for (qsizetype at = 0; at < text.size(); at += SLICE_LENGTH) {
+        stream << text.sliced(at, std::min(SLICE_LENGTH, text.size() - at));
+    }
+    stream << Qt::endl;
     stream.flush();
     if (stream.status() != QTextStream::Ok || _recordFile->error() != QFileDevice::NoError) {
         qWarning() << "Can not write to" << _recordFile->fileName() << ":" << _recordFile->errorString();

@@ -12,6 +12,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QFutureWatcher>
 #include <QtCore/QPointer>
+#include <QtCore/QScopeGuard>
 #include <QtCore/QThreadPool>
 #include <QtWidgets/QFileDialog>
 
@@ -82,17 +83,20 @@ void RecorderInstance::importRecord(const QUrl& filePath)
     _setisImportingRecord(true);
     _importIsStopped = false;
 
+    const ImportTask task = _newImportTask();
     auto* const watcher = new QFutureWatcher<bool>(this);
-    connect(watcher, &QFutureWatcher<bool>::finished, this, [this, watcher, path] {
+    connect(watcher, &QFutureWatcher<bool>::finished, this, [this, watcher, task, path] {
         const bool isSent = watcher->result();
         watcher->deleteLater();
         if (!isSent) {
             _setisImportingRecord(false);
             qWarning() << "File" << path << "doesn't exists or cannot be opened";
         }
+        _onImportTaskEnded(task);
     });
-    const QFuture<bool> future = QtConcurrent::run(
-        QThreadPool::globalInstance(), [this, task = _newImportTask(), path] { return _sendFirstChunk(task, path); });
+    ++_importChunksBeingRead;
+    const QFuture<bool> future
+        = QtConcurrent::run(QThreadPool::globalInstance(), [this, task, path] { return _sendFirstChunk(task, path); });
     _importTasks.append(future);
     watcher->setFuture(future);
 }
@@ -103,28 +107,38 @@ void RecorderInstance::continueImport(const QString& record_uuid)
         qWarning("Something went wrong in the recorder when importing, check his logs");
         return;
     }
-    // The recorder may have been quicker than the end of the task that sent the chunk, which decides what comes next.
+    if (_importChunksBeingRead > 0) {
+        // It is not for the chunk that is being read. The pages do not wait for a disk: its turn comes with that chunk.
+        _earlyAcknowledgements.append(record_uuid);
+        return;
+    }
+    // The recorder may have been quicker than the last steps of the task that sent the chunk, which decide what comes
+    // next.
     _waitForImportTasks();
     if (!_importMustContinue) {
         getRecords(QString());
         _setisImportingRecord(false);
         return;
     }
-    // The acknowledgement may be late: without an agent there is nobody to send the next chunk to.
-    if (_refuseWhenOff("append")) {
+    // The acknowledgement may be late: without an agent there is nobody to send the next chunk to, and one that was lost in
+    // the middle of an import, and met again, has none that goes on.
+    if (_refuseWhenOff("append") || !_isImportingRecord) {
         return;
     }
 
+    const ImportTask task = _newImportTask();
     auto* const watcher = new QFutureWatcher<bool>(this);
-    connect(watcher, &QFutureWatcher<bool>::finished, this, [this, watcher] {
+    connect(watcher, &QFutureWatcher<bool>::finished, this, [this, watcher, task] {
         const bool isSent = watcher->result();
         watcher->deleteLater();
         if (!isSent) {
             _setisImportingRecord(false);
         }
+        _onImportTaskEnded(task);
     });
-    const QFuture<bool> future = QtConcurrent::run(QThreadPool::globalInstance(),
-        [this, task = _newImportTask(), record_uuid] { return _sendNextChunk(task, record_uuid); });
+    ++_importChunksBeingRead;
+    const QFuture<bool> future = QtConcurrent::run(
+        QThreadPool::globalInstance(), [this, task, record_uuid] { return _sendNextChunk(task, record_uuid); });
     _importTasks.append(future);
     watcher->setFuture(future);
 }
@@ -135,6 +149,17 @@ void RecorderInstance::stopImport()
     _importIsStopped = true;
     _importMustContinue = false;
     _setisCancelingImport(true);
+}
+
+void RecorderInstance::_onImportTaskEnded(const ImportTask& task)
+{
+    if (task.agentInstanceUuid != _agentInstanceUuid) {
+        // The agent was lost meanwhile, and the task told its progress all the same.
+        _setimportingProgress(0);
+    }
+    while (!_earlyAcknowledgements.isEmpty() && _importChunksBeingRead == 0) {
+        continueImport(_earlyAcknowledgements.takeFirst());
+    }
 }
 
 void RecorderInstance::_waitForImportTasks()
@@ -150,15 +175,14 @@ void RecorderInstance::_waitForImportTasks()
 bool RecorderInstance::_sendFirstChunk(const ImportTask& task, const QString& filePath)
 {
     QFile file(filePath);
-    if (!openForReading(file)) {
+    QByteArray chunk;
+    if (!_readChunk(file, 0, chunk)) {
         return false;
     }
     {
         const QMutexLocker locker(&_importFilePathMutex);
         _importFilePath = filePath;
     }
-    const QByteArray chunk = _readCsvLines(file, ROWS_PER_CHUNK);
-    _importFilePosition = file.pos();
     RecorderServiceCall("import")
         .addString(QFileInfo(filePath).completeBaseName())
         .addBool(true)
@@ -185,13 +209,11 @@ bool RecorderInstance::_sendNextChunk(const ImportTask& task, const QString& rec
         filePath = _importFilePath;
     }
     QFile file(filePath);
-    if (!openForReading(file)) {
+    QByteArray chunk;
+    if (!_readChunk(file, _importFilePosition, chunk)) {
         qWarning() << "File" << filePath << "doesn't exists or cannot be opened";
         return false;
     }
-    file.seek(_importFilePosition);
-    const QByteArray chunk = _readCsvLines(file, ROWS_PER_CHUNK);
-    _importFilePosition = file.pos();
     RecorderServiceCall("append").addString(recordUuid).addString(chunk).send(task.agentInstanceUuid, task.token);
 
     if (file.atEnd()) {
@@ -199,6 +221,19 @@ bool RecorderInstance::_sendNextChunk(const ImportTask& task, const QString& rec
     } else {
         _updateImportingProgress(file);
     }
+    return true;
+}
+
+// Opens the file, too. Every task reads once; until it has, _importChunksBeingRead counts it.
+bool RecorderInstance::_readChunk(QFile& file, qint64 position, QByteArray& chunk)
+{
+    const auto isRead = qScopeGuard([this] { --_importChunksBeingRead; });
+    if (!openForReading(file)) {
+        return false;
+    }
+    file.seek(position);
+    chunk = _readCsvLines(file, ROWS_PER_CHUNK);
+    _importFilePosition = file.pos();
     return true;
 }
 

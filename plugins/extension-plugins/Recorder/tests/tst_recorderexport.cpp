@@ -27,6 +27,7 @@ private Q_SLOTS:
     void progressIsReadFromTheLastRow_data();
     void progressIsReadFromTheLastRow();
     void aRecordWithoutLengthHasNoProgress();
+    void aLongChunkIsWrittenUnchanged();
     void aRecordThatIsDestroyedIsWrittenOnWithoutProgress();
     void aRecordThatGoesWhileTheDialogIsOpenIsNotDownloaded();
     void anEmptyRecordUuidClosesTheFile();
@@ -186,6 +187,9 @@ void tst_RecorderExport::progressIsReadFromTheLastRow_data()
     QTest::newRow("two fields leave it as it was") << "a;1500000" << 7;
     QTest::newRow("content that ends in a line feed leaves it as it was") << "a;1500000;c\n" << 7;
     QTest::newRow("no content leaves it as it was") << "" << 7;
+    QTest::newRow("one long field leaves it as it was") << QString(1'000'000, u'a') << 7;
+    // Fields are what stands between semicolons, whatever quotes say.
+    QTest::newRow("a semicolon in quotes ends a field") << "\"a;b\";1500000;c" << 0;
 }
 
 void tst_RecorderExport::progressIsReadFromTheLastRow()
@@ -208,6 +212,20 @@ void tst_RecorderExport::aRecordWithoutLengthHasNoProgress()
     files.chunk("a;1500000;c", 0, "");
     QCOMPARE(files.instance->exportingProgress(), 0);
     QCOMPARE(files.read("out.csv"), QByteArray("a;1500000;c\n"));
+}
+
+void tst_RecorderExport::aLongChunkIsWrittenUnchanged()
+{
+    // Letters that take one to four bytes, at every place where a chunk may be cut for writing.
+    Files files;
+    files.download("out.csv");
+    QString content;
+    for (int i = 0; content.size() < 1'000'000; ++i) {
+        content += QString::number(i) + QStringLiteral(";aé漢😀😀") + QString(i % 7, u'x') + u'\n';
+    }
+    files.chunk(content, 1, "cursor");
+    files.chunk("last", 0, "");
+    QCOMPARE(files.read("out.csv"), content.toUtf8() + "\nlast\n");
 }
 
 void tst_RecorderExport::aRecordThatIsDestroyedIsWrittenOnWithoutProgress()

@@ -3,6 +3,7 @@
 
 #include "recorderutils.h"
 
+#include <QtCore/QThreadPool>
 #include <QtTest/QSignalSpy>
 
 class tst_RecorderImport : public QObject
@@ -27,6 +28,7 @@ private Q_SLOTS:
     void aUrlThatIsNotLocalOpensTheDialog();
     void progressIsToldToTheListOfInstances();
     void twoImportsAtOnceDoNotDisturbOneAnother();
+    void anAgentThatLeavesEndsTheImport();
     void anInstanceThatGoesWaitsForItsTask();
     void bytesThatAreNoTextAreWarnedOf();
 };
@@ -283,6 +285,32 @@ void tst_RecorderImport::twoImportsAtOnceDoNotDisturbOneAnother()
         names.sort();
         QCOMPARE(names, QStringList({ "one", "two" }));
     }
+}
+
+void tst_RecorderImport::anAgentThatLeavesEndsTheImport()
+{
+    Files files;
+    files.write("big.csv", Files::rows(35000));
+    files.import("big.csv");
+    QTRY_COMPARE_GE(files.instance->importingProgress(), 20);
+    files.acknowledge();
+    // Perhaps before, perhaps after the next task has told its progress.
+    ModuleFixture::leave(files.instance->agentInstanceUuid());
+    QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "append" }));
+    QTRY_COMPARE(files.instance->importingProgress(), 0);
+    QVERIFY(!files.instance->isImportingRecord());
+
+    // An acknowledgement that comes late, before or after the agent came back, begins nothing.
+    QTest::ignoreMessage(QtWarningMsg, "Instance is off. Can not call service 'append'");
+    files.acknowledge();
+    ModuleFixture::run(files.instance);
+    QuenaryDouble::clearCalls();
+    files.acknowledge();
+    QThreadPool::globalInstance()->waitForDone();
+    ModuleFixture::settle();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QCOMPARE(files.instance->importingProgress(), 0);
+    QVERIFY(!files.instance->isImportingRecord());
 }
 
 void tst_RecorderImport::anInstanceThatGoesWaitsForItsTask()
