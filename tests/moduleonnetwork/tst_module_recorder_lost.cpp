@@ -254,6 +254,7 @@ void TestModuleRecorderLost::answersOfAnotherThatCarryTheTokenOfALostRecorderCha
     QTRY_VERIFY_WITH_TIMEOUT(qny_agent_is_present("Other recorder"), BOUND_MS);
     QSignalSpy progressChanges(recorder.instance, &RecorderInstance::importingProgressChanged);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression("receiveExport.*failed to write content to record file"));
+    QTest::ignoreMessage(QtWarningMsg, "Instance is off. Can not call service 'append'");
     other.say(QStringLiteral("token %1##import; record_uuid bbbb; token %1; moved_to 12.0; paused; filter_applied; "
                              "receive_export %2 1 next \"pump;0;output\"; loading 40.0")
             .arg(recorder.instance->uuid(), ScriptedRecorderProcess::RECORD_A));

@@ -120,8 +120,8 @@ void RecorderInstance::continueImport(const QString& record_uuid)
         _setisImportingRecord(false);
         return;
     }
-    // The acknowledgement may be late: without an agent there is nobody to send the next chunk to, and one that was lost in
-    // the middle of an import, and met again, has none that goes on.
+    // The acknowledgement may be late: without an agent there is nobody to send the next chunk to, and one that was
+    // lost in the middle of an import, and met again, has none that goes on.
     if (_refuseWhenOff("append") || !_isImportingRecord) {
         return;
     }

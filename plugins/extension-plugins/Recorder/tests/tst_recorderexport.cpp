@@ -116,8 +116,7 @@ void tst_RecorderExport::furtherChunksAreAskedForByTheirCursor()
     files.download("out.csv");
     files.chunk("a;0;output", 3, "cursor");
     QVERIFY(files.instance->isDownloadingRecord());
-    compareCall(
-        lastServiceCall(), files.instance, "export", { RECORD_A, 3, QString("cursor"), -1, false, false });
+    compareCall(lastServiceCall(), files.instance, "export", { RECORD_A, 3, QString("cursor"), -1, false, false });
     files.chunk("a;3000000;output", 0, "");
     QCOMPARE(QuenaryDouble::serviceCalls().size(), 2);
     QCOMPARE(files.read("out.csv"), QByteArray("a;0;output\na;3000000;output\n"));
@@ -169,8 +168,7 @@ void tst_RecorderExport::aSecondDownloadTakesTheChunksOfTheFirst()
     QVERIFY(files.instance->isDownloadingRecord());
     // Whatever record it is of.
     files.chunk("a;2;output", 2, "cursor", RECORD_B);
-    compareCall(
-        lastServiceCall(), files.instance, "export", { RECORD_B, 2, QString("cursor"), -1, false, false });
+    compareCall(lastServiceCall(), files.instance, "export", { RECORD_B, 2, QString("cursor"), -1, false, false });
     QCOMPARE(files.read("one.csv"), QByteArray("a;1;output\n"));
     QCOMPARE(files.read("two.csv"), QByteArray("a;2;output\n"));
 }
@@ -245,8 +243,9 @@ void tst_RecorderExport::aRecordThatGoesWhileTheDialogIsOpenIsNotDownloaded()
 {
     Files files;
     QTest::ignoreMessage(QtWarningMsg,
-        qPrintable("void RecorderInstance::downloadRecord(RecorderRecord *) the record was removed while a file was chosen "
-                   "for it, nothing is written to \""
+        qPrintable(
+            "void RecorderInstance::downloadRecord(RecorderRecord *) the record was removed while a file was chosen "
+            "for it, nothing is written to \""
             + files.path("out.csv") + "\""));
     const DialogAnswer answer(files.path("out.csv"), [&files] { delete files.record; });
     files.instance->downloadRecord(files.record);

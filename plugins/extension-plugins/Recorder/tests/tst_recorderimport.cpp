@@ -59,15 +59,13 @@ void tst_RecorderImport::furtherChunksAreAppendedAsTheyAreAcknowledged()
     files.import("big.csv");
     QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
     QTRY_COMPARE(progress.count(), 1);
-    QCOMPARE(files.instance->importingProgress(),
-        static_cast<int>(FileFolder::rows(10000).size() * 100 / rows.size()));
+    QCOMPARE(files.instance->importingProgress(), static_cast<int>(FileFolder::rows(10000).size() * 100 / rows.size()));
     files.acknowledge();
     QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 2);
     QTRY_COMPARE(progress.count(), 2);
     QCOMPARE(lastServiceCall().arguments.at(0).toString(), RECORD_B);
     // Floor of the share of bytes: each of two chunks ends where 10,000 rows end.
-    QCOMPARE(files.instance->importingProgress(),
-        static_cast<int>(FileFolder::rows(20000).size() * 100 / rows.size()));
+    QCOMPARE(files.instance->importingProgress(), static_cast<int>(FileFolder::rows(20000).size() * 100 / rows.size()));
     files.acknowledge();
     QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 3);
     QVERIFY(files.instance->isImportingRecord());
