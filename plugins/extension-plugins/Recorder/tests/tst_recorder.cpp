@@ -34,6 +34,7 @@ class tst_Recorder : public QObject
 private Q_SLOTS:
     void eachLaunchLineGetsOneInstance();
     void anEncounteredAgentWithTheCommandLineOfAnInstanceCreatesNothing();
+    void emptyLaunchLinesAreNotTheSame();
     void aRunningAgentThatMatchesOneOfflineInstanceReusesIt();
     void aRunningAgentThatMatchesNoneCreatesOne();
     void aRunningAgentIsTreatedBeforeTheLaunchLines();
@@ -52,6 +53,7 @@ private Q_SLOTS:
     void deletingAnInstanceAnnouncesItAndDeletesItLater();
     void anUnregisteredInstanceIsNotDeletedTwice();
     void anAgentWhoseInstanceWasDeletedMayLeave();
+    void aRegistryThatGoesDeletesItsInstancesAndHearsNoMore();
     void theClassInstanceBecomesNullWhenItIsDestroyed();
     void instancesAreSortedByTheirDatabase();
 };
@@ -92,6 +94,20 @@ void tst_Recorder::anEncounteredAgentWithTheCommandLineOfAnInstanceCreatesNothin
         QVERIFY(classInstance->getOrCreateEncounteredAgentInfo(
             group, "\"" + ModuleFixture::executablePath() + "\" --name Rec --cassandra " + database));
         QCOMPARE(recorder->recorderInstances().size(), 2);
+    }
+}
+
+void tst_Recorder::emptyLaunchLinesAreNotTheSame()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    Recorder* const recorder = fixture.recorderOf(classInstance);
+    EncounteredAgentsOnHost* const group = classInstance->encounteredAgentsOnHostAttachedToCorvane();
+    EncounteredAgentInfo empty(QString(), QString(), group);
+    for (qsizetype count = 2; count <= 3; ++count) {
+        QTest::ignoreMessage(QtWarningMsg, "Recorder: can not extract data from an empty command line");
+        Q_EMIT classInstance->encounteredAgentInfoCreated(group, &empty);
+        QCOMPARE(recorder->recorderInstances().size(), count);
     }
 }
 
@@ -421,11 +437,28 @@ void tst_Recorder::anAgentWhoseInstanceWasDeletedMayLeave()
     ModuleFixture fixture;
     Recorder* const recorder = fixture.recorderOf(fixture.addRecorder("Rec"));
     const QuenaryDouble::Agent agent = ModuleFixture::run(recorder->recorderInstances().first());
-    recorder->deleteRecorderInstance(recorder->recorderInstances().first());
+    RecorderInstance* const instance = recorder->recorderInstances().first();
+    recorder->deleteRecorderInstance(instance);
+    // Only unlinking takes it out of the table of agents.
+    QCOMPARE(recorder->getRecorderInstanceWithAgentUuid(agent.uuid), instance);
     ModuleFixture::settle();
     QCOMPARE(recorder->getRecorderInstanceWithAgentUuid(agent.uuid), nullptr);
     ModuleFixture::leave(agent.uuid);
     QVERIFY(recorder->recorderInstances().isEmpty());
+}
+
+void tst_Recorder::aRegistryThatGoesDeletesItsInstancesAndHearsNoMore()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    auto recorder = std::make_unique<Recorder>(classInstance, ModuleFixture::executablePath(), nullptr);
+    const QPointer<RecorderInstance> instance = recorder->recorderInstances().first();
+    recorder.reset();
+    QVERIFY(!instance.isNull());
+    ModuleFixture::settle();
+    QVERIFY(instance.isNull());
+    addLine(classInstance, "other:9042");
+    QCOMPARE(QuenaryDouble::mappings().size(), 6); // two of the module's two, two that the registry left behind
 }
 
 void tst_Recorder::theClassInstanceBecomesNullWhenItIsDestroyed()

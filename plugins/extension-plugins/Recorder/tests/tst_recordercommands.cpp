@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "messagelog.h"
 #include "modulefixture.h"
 #include "privatemember.h"
 #include "signallog.h"
@@ -76,22 +77,15 @@ void tst_RecorderCommands::whileOffEachCommandIsRefusedByTheNameOfItsService()
         { "filter_replaying_agents", [&] { instance->updateRecordAgentsFilter(&record); } },
         { "speed", [&] { instance->updateRecordSpeed(&record, speed); } },
     };
-    static QStringList messages;
     SignalLog log;
     log.follow(instance);
     log.follow(&record);
     for (const auto& [service, command] : commands) {
-        messages.clear();
-        const auto previous = qInstallMessageHandler(
-            [](QtMsgType type, const QMessageLogContext&, const QString& text) {
-                messages.append(QString("%1 %2").arg(type).arg(text));
-            });
+        const MessageLog messages;
         command();
-        qInstallMessageHandler(previous);
-        // One message, its level with it, and neither call nor change.
-        QCOMPARE(messages,
-            QStringList(
-                QString("%1 Instance is off. Can not call service '%2'").arg(QtWarningMsg).arg(service)));
+        // One message, and neither call nor change.
+        QCOMPARE(messages.problems(),
+            QStringList(QString("warning: Instance is off. Can not call service '%1'").arg(service)));
         QCOMPARE(log.take(), QStringList());
     }
 }

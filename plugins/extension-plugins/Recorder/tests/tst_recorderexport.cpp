@@ -24,6 +24,7 @@ private Q_SLOTS:
     void aCancelIsHonouredAtTheNextChunk();
     void aCancelDuringTheLastChunkStopsTheNextDownload();
     void aSecondDownloadTakesTheChunksOfTheFirst();
+    void aSecondDownloadThatCanNotBeOpenedEndsTheFirst();
     void progressIsReadFromTheLastRow_data();
     void progressIsReadFromTheLastRow();
     void aRecordWithoutLengthHasNoProgress();
@@ -92,6 +93,7 @@ void tst_RecorderExport::aFileThatCanNotBeOpenedIsWarnedOf()
     const DialogAnswer answer(path, [&files] { QDir().rmdir(files.path("folder")); });
     files.instance->downloadRecord(files.record);
     QVERIFY(!files.instance->isDownloadingRecord());
+    QCOMPARE(files.instance->exportRecord(), nullptr);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
 }
 
@@ -113,7 +115,9 @@ void tst_RecorderExport::aRecordOfOneChunkIsWrittenAndEnds()
 void tst_RecorderExport::furtherChunksAreAskedForByTheirCursor()
 {
     Files files;
+    files.write("out.csv", "what stood in the file before");
     files.download("out.csv");
+    QCOMPARE(files.read("out.csv"), QByteArray());
     files.chunk("a;0;output", 3, "cursor");
     QVERIFY(files.instance->isDownloadingRecord());
     compareCall(lastServiceCall(), files.instance, "export", { RECORD_A, 3, QString("cursor"), -1, false, false });
@@ -171,6 +175,24 @@ void tst_RecorderExport::aSecondDownloadTakesTheChunksOfTheFirst()
     compareCall(lastServiceCall(), files.instance, "export", { RECORD_B, 2, QString("cursor"), -1, false, false });
     QCOMPARE(files.read("one.csv"), QByteArray("a;1;output\n"));
     QCOMPARE(files.read("two.csv"), QByteArray("a;2;output\n"));
+}
+
+void tst_RecorderExport::aSecondDownloadThatCanNotBeOpenedEndsTheFirst()
+{
+    Files files;
+    files.download("one.csv");
+    QVERIFY(QDir().mkpath(files.path("folder")));
+    const QString path = files.path("folder/two.csv");
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable("void RecorderInstance::downloadRecord(RecorderRecord *) failed to open file \"" + path + "\""));
+    const DialogAnswer answer(path, [&files] { QDir().rmdir(files.path("folder")); });
+    files.instance->downloadRecord(files.record);
+    QVERIFY(!files.instance->isDownloadingRecord());
+    QTest::ignoreMessage(QtWarningMsg,
+        "void RecorderInstance::receiveExport(const QString &, int, const QString &, const QString &) failed to write "
+        "content to record file, closing file");
+    files.chunk("a;1;output", 1, "cursor");
+    QCOMPARE(files.read("one.csv"), QByteArray());
 }
 
 void tst_RecorderExport::progressIsReadFromTheLastRow_data()

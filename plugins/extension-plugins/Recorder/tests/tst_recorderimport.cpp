@@ -202,6 +202,11 @@ void tst_RecorderImport::anEmptyPathIsWarnedOf()
     files.instance->importRecord();
     QVERIFY(answer.wasAsked);
     QVERIFY(!files.instance->isImportingRecord());
+    // A local url of nothing asks nobody.
+    QTest::ignoreMessage(QtWarningMsg, "Path is empty");
+    files.instance->importRecord(QUrl("file:"));
+    QVERIFY(!files.instance->isImportingRecord());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
 }
 
 void tst_RecorderImport::anAgentOrAnInstanceThatGoesWhileTheDialogIsOpenImportsNothing()

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "filesfixture.h"
+#include "messagelog.h"
 #include "privatemember.h"
 #include "signallog.h"
 
@@ -31,6 +32,7 @@ public:
 
 private Q_SLOTS:
     void aNewInstanceHasAUuidAndInputNamesOfItsOwn();
+    void aNewInstanceIsAtRest();
     void aNewInstanceReadsWhatTheDocumentKeepsOfIt();
     void anAgentThatComesIsAskedForFiltersRecordsAndContextInThatOrder();
     void anAgentThatLeavesResetsAllRunTimeState();
@@ -68,6 +70,27 @@ void tst_RecorderInstance::aNewInstanceHasAUuidAndInputNamesOfItsOwn()
     QCOMPARE(first->name(), "First");
     QCOMPARE(first->systemView(), SystemDocumentHandler::instance()->currentSystemView());
     QVERIFY(!first->isOn());
+}
+
+void tst_RecorderInstance::aNewInstanceIsAtRest()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance
+        = fixture.firstInstanceOf(fixture.addRecorder("Rec", ModuleFixture::commandLine({ "--name", "Rec" })));
+    const QStringList given { "systemView", "instance", "encounteredAgentsOnHost", "encounteredAgentInfo", "name",
+        "isRunnable", "records", "offlineMode" };
+    const QMetaObject& metaObject = RecorderInstance::staticMetaObject;
+    for (int i = metaObject.propertyOffset(); i < metaObject.propertyCount(); ++i) {
+        const QMetaProperty property = metaObject.property(i);
+        const QVariant value = property.read(instance);
+        // Anything that is not given is false, 0, empty or null.
+        QVERIFY2(given.contains(property.name()) != (value == QVariant(property.metaType())), property.name());
+    }
+    QCOMPARE(instance->records()->count(), 0);
+    QCOMPARE(instance->agentInstanceUuid(), "");
+    QCOMPARE(instance->filePathHint(), "");
+    QVERIFY(!(instance->*recordingTimer).isActive());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
 }
 
 void tst_RecorderInstance::aNewInstanceReadsWhatTheDocumentKeepsOfIt()
@@ -156,19 +179,15 @@ void tst_RecorderInstance::recordingFlagsAreClearedBeforeIsOnChanges()
 void tst_RecorderInstance::connectAgentOnAnInstanceThatIsOnDoesNothing()
 {
     ModuleFixture fixture;
-    const FileFolder folder;
     RecorderInstance* const instance
-        = fixture.firstInstanceOf(fixture.addRecorder("Rec", "/usr/bin/env touch " + folder.path("mark")));
-    ModuleFixture::run(instance);
+        = fixture.firstInstanceOf(fixture.addRecorder("Rec", "/no/such/recorder --name Rec"));
+    QuenaryDouble::Agent agent = ModuleFixture::agentOf(instance, "agent-1");
+    ModuleFixture::enter(agent);
     QVERIFY(instance->isOn());
-    // A start is announced before it is made.
-    static QStringList messages;
-    const auto previous = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext&, const QString& text) { messages.append(text); });
+    // A start would say that there is no such program.
+    const MessageLog messages;
     instance->connectAgent();
-    qInstallMessageHandler(previous);
-    QCOMPARE(messages, QStringList());
-    QVERIFY(!QFile::exists(folder.path("mark")));
+    QCOMPARE(messages.problems(), QStringList());
 }
 
 void tst_RecorderInstance::aLocalStartRunsTheCommandLine()

@@ -47,9 +47,19 @@ void tst_RecorderModule::instancesThatAreNoRecordersAreIgnored()
     ModuleFixture fixture;
     SystemDocumentHandler* const handler = SystemDocumentHandler::instance();
     handler->library()->getOrCreateClass("11111111-0000-4000-8000-000000000000", "Pump");
-    QVERIFY(handler->createInstance("11111111-0000-4000-8000-000000000000"));
+    SystemViewBaseInstance* const pump = handler->createInstance("11111111-0000-4000-8000-000000000000");
+    QVERIFY(pump);
+    // One without a class, one of another kind, and none at all.
+    SystemView* const view = handler->currentSystemView();
+    SystemViewClassInstance classless(QString(), nullptr, "Classless", QPointF(), view);
+    SystemViewBaseInstance drawing(QString(), "Drawing", QPointF(), view);
+    for (SystemViewBaseInstance* instance :
+        { pump, static_cast<SystemViewBaseInstance*>(&classless), &drawing, static_cast<SystemViewBaseInstance*>(nullptr) }) {
+        fixture.module().onSystemViewBaseInstanceRegistered(instance);
+        fixture.module().onSystemViewBaseInstanceUnregistered(instance);
+    }
     QCOMPARE(fixture.module().recorders()->count(), 0);
-    fixture.module().onSystemViewBaseInstanceUnregistered(nullptr);
+    QCOMPARE(QuenaryDouble::inputs(), QStringList());
 }
 
 void tst_RecorderModule::registeringTheSameClassInstanceTwiceYieldsOneRecorderAndAWarning()
@@ -230,13 +240,16 @@ void tst_RecorderModule::aRecorderThatIsNoLongerCurrentMayGo()
 void tst_RecorderModule::createRecorderPlacesARecorderInTheView()
 {
     ModuleFixture fixture;
+    SystemView* const view = SystemDocumentHandler::instance()->currentSystemView();
+    view->setviewport(QRectF(1000, 2000, 50, 60));
     fixture.module().createRecorder();
     QCOMPARE(fixture.module().recorders()->count(), 1);
-    SystemView* const view = SystemDocumentHandler::instance()->currentSystemView();
     QCOMPARE(view->getAllClassInstances().size(), 1);
     SystemViewClassInstance* const classInstance = view->getAllClassInstances().first();
     RecorderInstance* const instance = fixture.firstInstanceOf(classInstance);
     QVERIFY(instance);
+    QCOMPARE(classInstance->familyUuid(), ReservedAgentAndToolFamilies::RECORDER_CLASS_UUID);
+    QVERIFY(view->viewport().contains(classInstance->position()));
     // Ready to be started without typing: the built-in store, on this machine.
     QCOMPARE(instance->cassandraEndpoint(), "embedded:9042");
     QVERIFY(instance->isRunnable());

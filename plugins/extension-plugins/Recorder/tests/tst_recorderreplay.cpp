@@ -453,6 +453,9 @@ void tst_RecorderReplay::aCancelledBrowseChangesNothing()
     const DialogAnswer answer { QString() };
     instance->browseFileToLoad(folder.path());
     QVERIFY(answer.wasAsked);
+    // But where to begin the next time.
+    QCOMPARE(answer.folder, folder.path());
+    QCOMPARE(instance->filePathHint(), folder.path());
     QCOMPARE(instance->currentFilePath(), "");
     QCOMPARE(selected.count(), 0);
 }

@@ -331,6 +331,14 @@ void tst_RecorderSettings::flagsAreWrittenAndRemoved()
     instance->updateIsVerbose(false);
     instance->updateTimestampedReplayMode(false);
     QCOMPARE(lineOf(instance), before);
+
+    RecorderInstance* const inShort = fixture.firstInstanceOf(
+        fixture.addRecorder("Short", ModuleFixture::commandLine({ "-v", "-5", "-c", "db:1" })));
+    inShort->updateIsVerbose(false);
+    inShort->updateTimestampedReplayMode(false);
+    QCOMPARE(lineOf(inShort), ModuleFixture::commandLine({ "-c", "db:1" }));
+    inShort->updateCassandraEndpoint("");
+    QCOMPARE(lineOf(inShort), ModuleFixture::executablePath());
 }
 
 void tst_RecorderSettings::anEqualValueChangesNothingAndWritesNothing()

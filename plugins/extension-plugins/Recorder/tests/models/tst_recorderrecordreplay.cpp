@@ -186,6 +186,13 @@ private slots:
         QCOMPARE(record->speed(), speedAt(5));
     }
 
+    void aSpeedThatIsNearlyAnOfferedOneIsThatOne()
+    {
+        record->updateReplayContext(0.0, 2.0 + 1e-13, false, {}, {});
+        QCOMPARE(record->speeds()->count(), 5);
+        QCOMPARE(record->speed(), speedAt(2));
+    }
+
     void theDefaultSpeedTakenOverIsSelectedOnce()
     {
         QSignalSpy speeds(record.get(), &RecorderRecord::speedChanged);
