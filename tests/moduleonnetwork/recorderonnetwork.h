@@ -9,6 +9,15 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
 
+#include <functional>
+
+/// Whether it does within the time. Looks more often than QTRY_VERIFY, which tests of many small waits are grateful
+/// for.
+inline bool comesTrue(const std::function<bool()>& condition, int timeoutMs = 15'000)
+{
+    return QTest::qWaitFor(condition, timeoutMs);
+}
+
 /// A module and one scripted recorder that are linked: what most tests here begin with. Every warning that a test does
 /// not announce fails it.
 class RecorderOnNetwork
@@ -32,8 +41,8 @@ public:
     void run()
     {
         QVERIFY(process.start(_script));
-        QTRY_VERIFY_WITH_TIMEOUT(instance->isOn(), BOUND_MS);
-        QTRY_VERIFY_WITH_TIMEOUT(process.count("get_context") > 0 && instance->records()->count() == 1, BOUND_MS);
+        QVERIFY(comesTrue([&] { return instance->isOn(); }));
+        QVERIFY(comesTrue([&] { return process.count("get_context") > 0 && instance->records()->count() == 1; }));
         process.clearCalls();
     }
 
@@ -59,7 +68,7 @@ public:
     ReceivedRows receivedRows()
     {
         process.askForRows();
-        const bool isTold = QTest::qWaitFor([this] { return process.receivedRows().rows >= 0; }, BOUND_MS);
+        const bool isTold = comesTrue([this] { return process.receivedRows().rows >= 0; });
         return isTold ? process.receivedRows() : ReceivedRows();
     }
 

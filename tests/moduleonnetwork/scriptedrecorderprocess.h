@@ -45,7 +45,7 @@ public:
     static QString friendlyScript();
     static const QString RECORD_A;
 
-    /// Returns when it is on the network, with the script in force.
+    /// Returns when it has met this process on the network, with the script in force.
     bool start(const QString& script);
     /// Adds lines to the script. They come into force a little later.
     void say(const QString& lines);

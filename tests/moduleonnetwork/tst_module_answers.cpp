@@ -78,7 +78,7 @@ void TestModuleAnswers::answersToTheFirstQuestionsMayComeInAnyOrder()
     QVERIFY(process.start(script));
     // Then the context is kept until its record is known
     QTRY_COMPARE_WITH_TIMEOUT(instance->recordFilters(), "pump*", BOUND_MS);
-    QTRY_VERIFY_WITH_TIMEOUT(instance->currentRecord(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return instance->currentRecord(); }));
     QCOMPARE(instance->records()->count(), 1);
     QCOMPARE(instance->currentRecord()->uuid(), ScriptedRecorderProcess::RECORD_A);
     QCOMPARE(instance->currentRecord()->replayProgressInSecond(), 12.5);
@@ -103,14 +103,14 @@ void TestModuleAnswers::silenceEndsARecordingOnce()
 
     // While values come the recording lasts, for longer than any one silence would
     recorder.instance->startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->recordingProgressInSeconds() > 0.8, BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.instance->recordingProgressInSeconds() > 0.8; }));
     QVERIFY(recorder.instance->isRecording());
     QCOMPARE(recordingChanges.count(), 1);
     QCOMPARE(recorder.process.calledServices(), QStringList({ "record" }));
 
     // When they end, so does the recording
     recorder.process.say("stop record_progress");
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isRecording(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isRecording(); }));
     QVERIFY2(silence >= SILENCE_MS - TOLERANCE_MS, qPrintable(QString::number(silence)));
     QTRY_COMPARE_WITH_TIMEOUT(recorder.process.calledServices(), QStringList({ "record", "get_records" }), BOUND_MS);
 
@@ -126,14 +126,14 @@ void TestModuleAnswers::aRepeatedLengthIsAPauseAndNoSilence()
                                "on resume_record: stream record_progress 2.05 0.05 50");
     QSignalSpy recordingChanges(recorder.instance, &RecorderInstance::isRecordingChanged);
     recorder.instance->startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->recordingProgressInSeconds() > 0.1, BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.instance->recordingProgressInSeconds() > 0.1; }));
     recorder.instance->pauseRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->isRecordingPaused(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.instance->isRecordingPaused(); }));
     // Longer than a silence
     QVERIFY(!QTest::qWaitFor([&] { return !recorder.instance->isRecordingPaused(); }, SILENCE_MS + 200));
     QVERIFY(recorder.instance->isRecording());
     recorder.instance->resumeRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isRecordingPaused(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isRecordingPaused(); }));
     QVERIFY(recorder.instance->isRecording());
     QCOMPARE(recordingChanges.count(), 1);
     QCOMPARE(recorder.process.count("get_records"), 0);
@@ -144,7 +144,7 @@ void TestModuleAnswers::theEndOfARecordingAsksForTheListTwice()
     RecorderOnNetwork recorder("on record: record_uuid cccc; stream record_progress 0.05 0.05 50\n"
                                "on stop_recording: stop record_progress; wait 100; recording_stopped");
     recorder.instance->startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->recordingProgressInSeconds() > 0.1, BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.instance->recordingProgressInSeconds() > 0.1; }));
     recorder.instance->stopRecording();
     QTRY_COMPARE_WITH_TIMEOUT(recorder.process.count("get_records"), 2, BOUND_MS);
     QCOMPARE(
@@ -163,12 +163,12 @@ void TestModuleAnswers::progressThatComesAfterTheEndOfARecordingIsForgotten()
                                "on stop_recording: stop record_progress; wait 100; recording_stopped; wait 50; "
                                "publish record_progress 7.5");
     recorder.instance->startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->recordingProgressInSeconds() > 0.1, BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.instance->recordingProgressInSeconds() > 0.1; }));
     recorder.instance->stopRecording();
     QTRY_COMPARE_WITH_TIMEOUT(recorder.instance->recordingProgressInSeconds(), 7.5, BOUND_MS);
     // Then it is taken for a recording, until it is silent
     QVERIFY(recorder.instance->isRecording());
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isRecording(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isRecording(); }));
     QTRY_COMPARE_WITH_TIMEOUT(recorder.process.count("get_records"), 2, BOUND_MS);
 }
 
@@ -185,7 +185,7 @@ const char* const REPLAY_SCRIPT
 void load(RecorderOnNetwork& recorder)
 {
     recorder.instance->loadRecord(recorder.record());
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.record()->isLoaded(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.record()->isLoaded(); }));
     QVERIFY(!recorder.instance->isLoadingRecord());
 }
 
@@ -199,7 +199,7 @@ void TestModuleAnswers::positionsAreDroppedWhileAMoveIsPending()
           "on move_to: wait 250; moved_to 30.5; wait 100; stream replay_progress 31.0 0.01 10\n");
     load(recorder);
     recorder.instance->playRecord(recorder.record());
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.record()->replayProgressInSecond() > 5.1, BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.record()->replayProgressInSecond() > 5.1; }));
 
     // When a move is pending
     QList<double> positions;
@@ -210,13 +210,13 @@ void TestModuleAnswers::positionsAreDroppedWhileAMoveIsPending()
     });
     recorder.instance->moveCurrentRecordTime(30.0);
     QVERIFY(recorder.instance->isMovingRecord());
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isMovingRecord(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isMovingRecord(); }));
 
     // Then only the place asked for and the place reached are shown
     QCOMPARE(positions, QList<double>({ 30.0, 30.5 }));
     QCOMPARE(recorder.process.calledServices(), QStringList({ "load", "play", "pause", "move_to" }));
     // And positions are followed again
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.record()->replayProgressInSecond() > 31.0, BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.record()->replayProgressInSecond() > 31.0; }));
 }
 
 void TestModuleAnswers::answersThatComeTwiceChangeNothingMore()
@@ -257,8 +257,8 @@ void TestModuleAnswers::answersThatComeInAnotherOrderLeaveNothingPending()
     recorder.instance->playRecord(recorder.record());
     recorder.instance->stopRecord(recorder.record());
     QVERIFY(recorder.instance->isStoppingRecord());
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isStoppingRecord(), BOUND_MS);
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isReplaying(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isStoppingRecord(); }));
+    QVERIFY(comesTrue([&] { return !recorder.instance->isReplaying(); }));
     QVERIFY(!recorder.instance->isMovingRecord());
     QVERIFY(recorder.record()->replayIsAtStart());
 }
@@ -276,14 +276,14 @@ void TestModuleAnswers::aFilterWaitsForTheMoveToTheStart()
     qobject_cast<RecordAgentFilter*>(recorder.record()->agentsFilters()->get(0))->setchecked(false);
     recorder.instance->beforeUpdateRecordAgentsFilter(recorder.record());
     QVERIFY(recorder.instance->isWaitingToFilterAgents());
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isMovingRecord(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isMovingRecord(); }));
     QVERIFY(recorder.instance->isWaitingToFilterAgents());
     QVERIFY(!recorder.instance->isFilteringRecord());
 
     recorder.instance->moveCurrentRecordTime(0.0);
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->isFilteringRecord(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.instance->isFilteringRecord(); }));
     QVERIFY(!recorder.instance->isWaitingToFilterAgents());
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isFilteringRecord(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isFilteringRecord(); }));
     QCOMPARE(recorder.process.calls().last().service, "filter_replaying_agents");
     QCOMPARE(recorder.process.calls().last().arguments, QJsonArray({ "[\"valve\"]" }));
     QCOMPARE(recorder.process.count("filter_replaying_agents"), 1);
@@ -315,7 +315,7 @@ void TestModuleAnswers::anAcknowledgementMayOvertakeTheTaskThatSentTheFirstChunk
         Qt::DirectConnection);
     recorder.import("big.csv");
     // Then the import goes on to its end all the same
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isImportingRecord(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isImportingRecord(); }));
     QVERIFY(isOvertaken);
     QVERIFY(taskThread != QThread::currentThread());
     QTRY_COMPARE_WITH_TIMEOUT(
@@ -330,7 +330,7 @@ void TestModuleAnswers::acknowledgementsThatComeTwiceNeitherLoseNorRepeatRows()
     recorder.writeRows("big.csv", 95'000);
     recorder.import("big.csv");
     QTRY_COMPARE_WITH_TIMEOUT(recorder.process.count("append"), 9, BOUND_MS);
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.process.count("get_records") > 1, BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.process.count("get_records") > 1; }));
     QVERIFY(!recorder.instance->isImportingRecord());
     QCOMPARE(recorder.process.count("append"), 9);
     QCOMPARE(recorder.receivedRows().rows, 95'000);
@@ -347,7 +347,7 @@ void TestModuleAnswers::acknowledgementsThatComeLateAreWaitedFor()
     QVERIFY(recorder.instance->isImportingRecord());
     QTRY_COMPARE_WITH_TIMEOUT(recorder.process.calledServices(), QStringList({ "import", "append" }), BOUND_MS);
     QVERIFY(recorder.instance->isImportingRecord());
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isImportingRecord(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isImportingRecord(); }));
     const QList<RecorderCall> calls = recorder.process.calls();
     QVERIFY(calls.at(1).atMs - calls.at(0).atMs >= 190);
     QCOMPARE(recorder.receivedRows().digest, RowDigest::ofGenerated(15'000).hex());
@@ -360,7 +360,7 @@ void TestModuleAnswers::anImportThatIsRefusedGoesOnWhenItsUuidComes()
     recorder.writeRows("big.csv", 15'000);
     QTest::ignoreMessage(QtWarningMsg, "Something went wrong in the recorder when importing, check his logs");
     recorder.import("big.csv");
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isImportingRecord(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isImportingRecord(); }));
     QTRY_COMPARE_WITH_TIMEOUT(
         recorder.process.calledServices(), QStringList({ "import", "append", "get_records" }), BOUND_MS);
     QCOMPARE(recorder.receivedRows().rows, 15'000);

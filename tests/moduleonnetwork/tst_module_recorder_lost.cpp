@@ -52,14 +52,14 @@ const char* const LOADED = "loaded $1 \"2026-11-21T10:00:00.000\" 60.0 [\"pump\"
 void load(RecorderOnNetwork& recorder)
 {
     recorder.instance->loadRecord(recorder.record());
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.record()->isLoaded(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.record()->isLoaded(); }));
 }
 
 const Phase PHASES[] = {
     { "recording", "on record: record_uuid cccc; stream record_progress 0.05 0.05 50",
         [](RecorderOnNetwork& recorder) {
             recorder.instance->startRecording();
-            QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->recordingProgressInSeconds() > 0.1, BOUND_MS);
+            QVERIFY(comesTrue([&] { return recorder.instance->recordingProgressInSeconds() > 0.1; }));
             recorder.instance->stopRecording();
         },
         "stop_recording", "recording_stopped" },
@@ -76,7 +76,7 @@ const Phase PHASES[] = {
         [](RecorderOnNetwork& recorder) {
             load(recorder);
             recorder.instance->playRecord(recorder.record());
-            QTRY_VERIFY_WITH_TIMEOUT(recorder.record()->replayProgressInSecond() > 1.0, BOUND_MS);
+            QVERIFY(comesTrue([&] { return recorder.record()->replayProgressInSecond() > 1.0; }));
             recorder.instance->moveCurrentRecordTime(30.0);
             QVERIFY(recorder.instance->isMovingRecord() && recorder.instance->isReplaying());
         },
@@ -88,20 +88,20 @@ const Phase PHASES[] = {
             QTRY_COMPARE_WITH_TIMEOUT(recorder.record()->replayProgressInSecond(), 20.0, BOUND_MS);
             qobject_cast<RecordAgentFilter*>(recorder.record()->agentsFilters()->get(0))->setchecked(false);
             recorder.instance->beforeUpdateRecordAgentsFilter(recorder.record());
-            QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->isFilteringRecord(), BOUND_MS);
+            QVERIFY(comesTrue([&] { return recorder.instance->isFilteringRecord(); }));
         },
         "filter_replaying_agents", "filter_applied" },
     { "exporting", "on export #1: chunk 10000 60000\non export #2: chunk 10000 60000",
         [](RecorderOnNetwork& recorder) {
             recorder.download("out.csv");
-            QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->exportingProgress() > 30, BOUND_MS);
+            QVERIFY(comesTrue([&] { return recorder.instance->exportingProgress() > 30; }));
         },
         "export", "chunk 10000 60000" },
     { "importing", "on import: record_uuid bbbb\non append #1: record_uuid bbbb",
         [](RecorderOnNetwork& recorder) {
             recorder.writeRows("big.csv", FILE_ROWS);
             recorder.import("big.csv");
-            QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->importingProgress() > 60, BOUND_MS);
+            QVERIFY(comesTrue([&] { return recorder.instance->importingProgress() > 60; }));
         },
         "append", "record_uuid $1" },
 };
@@ -132,13 +132,14 @@ private:
 void TestModuleRecorderLost::_begin(RecorderOnNetwork& recorder, const Phase& phase)
 {
     phase.begin(recorder);
-    QTRY_VERIFY_WITH_TIMEOUT(
-        !recorder.process.calls().isEmpty() && recorder.process.calls().last().service == phase.lastCall, BOUND_MS);
+    QVERIFY(comesTrue([&] {
+        return !recorder.process.calls().isEmpty() && recorder.process.calls().last().service == phase.lastCall;
+    }));
 }
 
 void TestModuleRecorderLost::_verifyIsLost(RecorderOnNetwork& recorder)
 {
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isOn(), 2 * QNY_PRESENCE_BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isOn(); }, 2 * QNY_PRESENCE_BOUND_MS));
     QCOMPARE(recorder.instance->records()->count(), 0);
     verifyIsAtRest(*recorder.instance);
 }
@@ -176,15 +177,15 @@ void TestModuleRecorderLost::aRecordingThatStandsStillEndsAndGoesOn()
 {
     RecorderOnNetwork recorder("on record: record_uuid cccc; stream record_progress 0.05 0.05 50");
     recorder.instance->startRecording();
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->recordingProgressInSeconds() > 0.1, BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.instance->recordingProgressInSeconds() > 0.1; }));
     // When the recorder is frozen for less than what makes it lost
     recorder.process.freeze();
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isRecording(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isRecording(); }));
     QVERIFY(recorder.instance->isOn());
     QCOMPARE(recorder.process.count("get_records"), 0);
     // Then the question for its list waits for it, and its next value is a recording again
     recorder.process.resume();
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->isRecording(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.instance->isRecording(); }));
     QTRY_COMPARE_WITH_TIMEOUT(recorder.process.count("get_records"), 1, BOUND_MS);
     QVERIFY(recorder.instance->isOn());
 }
@@ -204,14 +205,15 @@ void TestModuleRecorderLost::lateAnswersOfARecorderThatStoodStillChangeNothing()
     recorder.writeRows("big.csv", FILE_ROWS);
     recorder.import("big.csv");
     recorder.instance->moveCurrentRecordTime(30.0);
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.process.count("append") == 1 && recorder.process.count("move_to") == 1
-            && recorder.process.count("export") == 1,
-        BOUND_MS);
+    QVERIFY(comesTrue([&] {
+        return recorder.process.count("append") == 1 && recorder.process.count("move_to") == 1
+            && recorder.process.count("export") == 1;
+    }));
     QVERIFY(recorder.instance->importingProgress() > 0);
 
     // When it stands still for so long that it is taken for lost
     recorder.process.freeze();
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isOn(), 2 * QNY_PRESENCE_BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isOn(); }, 2 * QNY_PRESENCE_BOUND_MS));
     verifyIsAtRest(*recorder.instance);
     recorder.process.clearCalls();
     QSignalSpy importChanges(recorder.instance, &RecorderInstance::isImportingRecordChanged);
@@ -224,7 +226,7 @@ void TestModuleRecorderLost::lateAnswersOfARecorderThatStoodStillChangeNothing()
     recorder.process.resume();
 
     // Then it is met again, and what it had still to say is heard and has no effect
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.instance->isOn(), BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.instance->isOn(); }));
     QTRY_COMPARE_WITH_TIMEOUT(acknowledgements.count(), 1, BOUND_MS);
     QTRY_COMPARE_WITH_TIMEOUT(moves.count(), 1, BOUND_MS);
     QTRY_COMPARE_WITH_TIMEOUT(recorder.instance->records()->count(), 1, BOUND_MS);
@@ -244,14 +246,13 @@ void TestModuleRecorderLost::answersOfAnotherThatCarryTheTokenOfALostRecorderCha
     recorder.writeRows("big.csv", FILE_ROWS);
     recorder.import("big.csv");
     recorder.download("out.csv");
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.process.count("append") == 1 && recorder.process.count("export") > 1, BOUND_MS);
+    QVERIFY(comesTrue([&] { return recorder.process.count("append") == 1 && recorder.process.count("export") > 1; }));
     recorder.process.kill();
-    QTRY_VERIFY_WITH_TIMEOUT(!recorder.instance->isOn(), 2 * QNY_PRESENCE_BOUND_MS);
+    QVERIFY(comesTrue([&] { return !recorder.instance->isOn(); }, 2 * QNY_PRESENCE_BOUND_MS));
 
     // Given another recorder, which no instance of the document stands for
     ScriptedRecorderProcess other("Other recorder");
     QVERIFY(other.start(QString()));
-    QTRY_VERIFY_WITH_TIMEOUT(qny_agent_is_present("Other recorder"), BOUND_MS);
     QSignalSpy progressChanges(recorder.instance, &RecorderInstance::importingProgressChanged);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression("receiveExport.*failed to write content to record file"));
     QTest::ignoreMessage(QtWarningMsg, "Instance is off. Can not call service 'append'");

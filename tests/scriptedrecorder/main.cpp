@@ -11,11 +11,10 @@
 #include "player.h"
 #include "report.h"
 
-#include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTextStream>
+#include <QtCore/QTimer>
 
-#include <cstdio>
 #include <thread>
 
 using namespace scripted;
@@ -72,7 +71,14 @@ int main(int argc, char* argv[])
         reportProblem(problem);
         return 1;
     }
-    reportReady();
+    QTimer meeting;
+    QObject::connect(&meeting, &QTimer::timeout, &meeting, [&meeting, &host] {
+        if (qny_agent_is_present(host.toUtf8().constData())) {
+            meeting.stop();
+            reportReady();
+        }
+    });
+    meeting.start(5);
 
     // Reads on while the main thread runs the script's timers.
     std::thread reader([&input, &player] {

@@ -7,7 +7,7 @@
 /// What the recorder saw, a JSON object a line on standard output. Any thread.
 namespace scripted {
 
-/// {"event":"ready"}: it is on the network.
+/// {"event":"ready"}: it is on the network, and has met the host there.
 void reportReady();
 /// {"event":"call","service":…,"arguments":[…],"token":…,"at_ms":…}. Rows of an import are told by their bytes.
 /// at_ms: milliseconds on this machine's monotonic clock.
