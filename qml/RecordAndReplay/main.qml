@@ -48,20 +48,16 @@ Rectangle {
         root.takeKeyboard();
     }
 
-    // Whatever covered the page is gone.
+    // To what is in front now; a question keeps the keyboard until it is answered.
     function takeKeyboard(): void {
-        if (root.visible) {
-            stack.forceActiveFocus();
+        if (root.visible && !root.isAsked) {
+            (progressFeedback.visible ? progressFeedback : busyFeedback.visible ? busyFeedback : stack).forceActiveFocus();
         }
     }
 
     objectName: "recordAndReplay"
     color: Theme.background
-    onIsBlockedChanged: {
-        if (!isBlocked) {
-            root.takeKeyboard();
-        }
-    }
+    onIsBlockedChanged: takeKeyboard()
     onCancelingChanged: busyFeedback.isDismissed = false
     Component.onCompleted: showCurrent()
 
@@ -158,11 +154,6 @@ Rectangle {
             return root.loading ? root.current.loadingProgress : root.exporting ? root.current.exportingProgress : root.current.importingProgress;
         }
         mayCancel: root.exporting || root.importing
-        onVisibleChanged: {
-            if (visible && root.visible) {
-                forceActiveFocus();
-            }
-        }
         onCancelRequested: {
             if (root.exporting) {
                 root.current.stopExport();
@@ -191,11 +182,6 @@ Rectangle {
             return root.moving ? qsTr("Moving replay to desired time, please wait...") : qsTr("Canceling...");
         }
         isStale: root.canceling && !root.filtering && !root.stopping && !root.moving && !root.current.isDownloadingRecord && !root.current.isImportingRecord
-        onVisibleChanged: {
-            if (visible && root.visible) {
-                forceActiveFocus();
-            }
-        }
         onContinueRequested: isDismissed = true
         onLeaveRequested: root.leave()
     }

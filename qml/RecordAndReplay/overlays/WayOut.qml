@@ -12,34 +12,46 @@ Column {
     required property RecorderInstance recorder
     // Somebody waits: from here on the time counts.
     required property bool isWaitedFor
-    // Grows by one whenever the recorder was heard of.
+    // Changes whenever the recorder was heard of.
     property int news: 0
-    property bool isOffered: false
+    // Nothing was heard for a while; or it goes on, but for long.
+    property bool isSilent: false
+    property bool isLong: false
     // Nothing is under way any more, so that the page can be used at once.
     property bool mayContinue: false
-    readonly property int patience: 5000
+    readonly property int patience: mayContinue ? 1000 : 5000
+    readonly property bool cancelStays: mayContinue && (recorder?.isCancelingExport ?? false)
 
     signal leaveRequested
     signal continueRequested
 
-    function wait(): void {
-        root.isOffered = false;
+    function listen(): void {
+        root.isSilent = false;
         if (root.isWaitedFor) {
-            timer.restart();
+            silence.restart();
         } else {
-            timer.stop();
+            silence.stop();
         }
     }
 
-    visible: isOffered || mayContinue
+    visible: isSilent || isLong
     spacing: Theme.spacing
-    onNewsChanged: wait()
-    onIsWaitedForChanged: wait()
+    onNewsChanged: listen()
+    onMayContinueChanged: listen()
+    onIsWaitedForChanged: {
+        root.isLong = false;
+        listen();
+    }
 
     Timer {
-        id: timer
+        id: silence
         interval: root.patience
-        onTriggered: root.isOffered = true
+        onTriggered: root.isSilent = true
+    }
+    Timer {
+        interval: 15000
+        running: root.isWaitedFor
+        onTriggered: root.isLong = true
     }
     Rectangle {
         width: parent.width
@@ -49,7 +61,15 @@ Column {
     Text {
         objectName: "wayOutText"
         width: parent.width
-        text: root.mayContinue ? qsTr("It had ended already: nothing is under way any more.") : qsTr("The recorder has not answered for a while. You can leave this page while it goes on, or disconnect it.")
+        text: {
+            if (root.cancelStays) {
+                return qsTr("The download had ended already: its file is whole. The cancel still counts for the next download, which will end early.");
+            }
+            if (root.mayContinue) {
+                return qsTr("Nothing is under way any more.");
+            }
+            return root.isSilent ? qsTr("The recorder has not answered for a while. You can leave this page while it goes on, or disconnect it.") : qsTr("This takes long. You can leave this page while it goes on, or disconnect the recorder.");
+        }
         color: Theme.mutedText
         font.pixelSize: Theme.textSize
         wrapMode: Text.Wrap

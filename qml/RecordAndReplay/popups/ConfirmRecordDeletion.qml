@@ -17,5 +17,11 @@ ConfirmPopup {
     objectName: "confirmRecordDeletion"
     text: record === null ? qsTr("Do you want to delete record ?") : qsTr("Do you want to delete record '%1' ?").arg(record.name)
     onAccepted: root.deletionAccepted(root.record)
+    // Deleted by somebody else, or its recorder is off: there is nothing to ask any more.
+    onRecordChanged: {
+        if (record === null) {
+            close();
+        }
+    }
     onHidden: root.record = null
 }

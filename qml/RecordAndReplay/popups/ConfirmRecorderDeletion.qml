@@ -6,6 +6,7 @@ ConfirmPopup {
     id: root
 
     property RecorderInstance recorder: null
+    readonly property bool isDeletable: recorder !== null && !recorder.isOn
 
     signal deletionAccepted(RecorderInstance recorder)
 
@@ -17,5 +18,11 @@ ConfirmPopup {
     objectName: "confirmRecorderDeletion"
     text: recorder === null ? qsTr("Do you want to delete recorder ?") : qsTr("Do you want to delete recorder '%1' ?").arg(recorder.name)
     onAccepted: root.deletionAccepted(root.recorder)
+    // Gone, or running by now: there is nothing to ask any more.
+    onIsDeletableChanged: {
+        if (!isDeletable) {
+            close();
+        }
+    }
     onHidden: root.recorder = null
 }

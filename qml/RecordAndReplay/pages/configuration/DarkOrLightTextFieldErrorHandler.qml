@@ -7,16 +7,20 @@ import "../widgets"
 DarkOrLightTextField {
     id: root
 
-    // Another thing has the name that was typed. To be asked only of a changed text that is not blank.
+    // Another thing has the name that was typed.
     property bool isUsed: false
     property bool errorIsBeside: false
-    // Blanks and control characters alone would leave nothing of the name.
-    readonly property bool isBlank: !/[^\s\u0000-\u001f\u007f-\u009f]/.test(text)
     readonly property string errorText: {
         if (!isEdited) {
             return "";
         }
-        return isBlank ? qsTr("Cannot be empty") : isUsed ? qsTr("This name is already used") : "";
+        return isBlank(text) ? qsTr("Cannot be empty") : isUsed ? qsTr("This name is already used") : "";
+    }
+
+    // Blanks and control characters alone would leave nothing of a name. A function, so that who asks whether a name is
+    // used gets the answer for the text that it asks for, and not for the one before.
+    function isBlank(text: string): bool {
+        return !/[^\s\u0000-\u001f\u007f-\u009f]/.test(text);
     }
 
     isWrong: errorText !== ""

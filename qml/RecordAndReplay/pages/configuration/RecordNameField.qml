@@ -14,7 +14,7 @@ DarkOrLightTextFieldErrorHandler {
 
     objectName: "recordName"
     value: record?.name ?? ""
-    isUsed: isEdited && !isBlank && recorder.isRecordNameAlreadyUsed(text)
+    isUsed: isEdited && !isBlank(text) && recorder.isRecordNameAlreadyUsed(text)
     errorIsBeside: true
     placeholderText: qsTr("Record name")
     onCommitted: text => root.recorder.updateRecordName(root.record, text.trim())

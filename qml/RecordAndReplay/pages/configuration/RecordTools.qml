@@ -35,7 +35,7 @@ Row {
         quiet: true
         isTabStop: root.isTabStop
         iconName: "download"
-        hint: qsTr("Download as a CSV file")
+        hint: root.recorder.isCancelingExport ? qsTr("Download as a CSV file: the cancel of the last download still counts, so that this one ends early") : qsTr("Download as a CSV file")
         available: root.recorder.isOn
         unavailableHint: qsTr("Connect the recorder to download its records")
         onClicked: root.recorder.downloadRecord(root.record)

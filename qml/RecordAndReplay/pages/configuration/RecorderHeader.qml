@@ -47,7 +47,7 @@ Item {
             Layout.maximumWidth: 300
             Layout.minimumWidth: 120
             value: root.recorder.name
-            isUsed: isEdited && !isBlank && root.recorder.isRecorderNameAlreadyUsed(text)
+            isUsed: isEdited && !isBlank(text) && root.recorder.isRecorderNameAlreadyUsed(text)
             placeholderText: qsTr("Recorder name")
             font.weight: Font.DemiBold
             flat: !available

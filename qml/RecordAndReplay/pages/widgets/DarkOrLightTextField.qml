@@ -76,6 +76,8 @@ Hinted {
                 return;
             }
             if (root.isEdited && root.mayCommit) {
+                // What is done with the text may take the keyboard away, which ends typing once more.
+                root.isEdited = false;
                 root.committed(text);
             }
             // The value may have come back changed, or not at all.
