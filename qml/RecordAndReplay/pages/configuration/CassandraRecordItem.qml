@@ -33,7 +33,7 @@ Item {
     implicitHeight: Theme.rowHeight + (isOpen ? transport.height + Theme.spacingLarge : 0)
     onRecordChanged: isRenaming = false
     Accessible.role: Accessible.ListItem
-    Accessible.name: qsTr("Record %1, %2, %3").arg(record?.name ?? "").arg(date).arg(duration)
+    Accessible.name: [record?.name ?? "", date, duration].join(", ")
     Accessible.selected: isCurrent
     Accessible.onPressAction: loadRequested()
     Keys.onReturnPressed: loadRequested()

@@ -65,7 +65,7 @@ Item {
             Layout.fillWidth: true
             Layout.preferredWidth: implicitWidth
             visible: root.width >= 560
-            text: qsTr("%1 · %2").arg(facts.machine).arg(facts.store)
+            text: [facts.machine, facts.store].join(" · ")
             color: Theme.mutedText
         }
         ConnectButton {

@@ -23,7 +23,7 @@ Item {
     implicitHeight: Theme.tallRowHeight
     activeFocusOnTab: true
     Accessible.role: Accessible.ListItem
-    Accessible.name: qsTr("%1, %2, %3").arg(recorder.name).arg(facts.machine).arg(chip.word)
+    Accessible.name: [recorder.name, facts.machine, chip.word].join(", ")
     Accessible.onPressAction: root.chosen()
     Keys.onReturnPressed: root.chosen()
     Keys.onEnterPressed: root.chosen()

@@ -23,6 +23,7 @@ Column {
         spacing: Theme.spacingSmall
 
         ForeignText {
+            id: title
             objectName: "recorderTitle"
             width: Math.min(implicitWidth, parent.width - number.width - parent.spacing)
             text: root.recorder.classInstance?.name ?? ""
@@ -30,7 +31,7 @@ Column {
         }
         Text {
             id: number
-            anchors.baseline: parent.children[0].baseline
+            anchors.baseline: title.baseline
             visible: root.count !== 1
             text: qsTr("%n instances", "", root.count)
             color: Theme.mutedText
