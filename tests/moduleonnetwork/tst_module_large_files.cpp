@@ -15,6 +15,12 @@ constexpr qint64 MANY_ROWS = 1'000'000;
 constexpr qint64 FEW_ROWS = 100'000;
 // What the process may need more for many rows than for few. The rows themselves are 50 MB.
 constexpr qint64 GROWTH_BYTES = 20 * 1024 * 1024;
+// The address sanitizer keeps what was freed, to know it again: then memory says nothing.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool IS_MEMORY_KNOWN = false;
+#else
+constexpr bool IS_MEMORY_KNOWN = true;
+#endif
 
 // The most that this process needed since the last time.
 qint64 takePeak()
@@ -68,7 +74,7 @@ void TestModuleLargeFiles::aMillionRowsAreDownloaded()
     QCOMPARE(written.hex(), RowDigest::ofGenerated(MANY_ROWS).hex());
     QCOMPARE(QFileInfo(recorder.path("out.csv")).size(), written.bytes());
     QCOMPARE(recorder.process.count("export"), (2 * FEW_ROWS + MANY_ROWS) / 10'000);
-    if (peakForFew > 0) {
+    if (IS_MEMORY_KNOWN && peakForFew > 0) {
         QVERIFY2(peakForMany - peakForFew < GROWTH_BYTES, qPrintable(QString::number(peakForMany - peakForFew)));
     }
 }
@@ -91,7 +97,7 @@ void TestModuleLargeFiles::aMillionRowsAreImported()
     QCOMPARE(recorder.process.receivedRows().digest, RowDigest::ofGenerated(MANY_ROWS).hex());
     // What was read before the last chunk.
     QCOMPARE_GE(recorder.instance->importingProgress(), 98);
-    if (peakForFew > 0) {
+    if (IS_MEMORY_KNOWN && peakForFew > 0) {
         QVERIFY2(peakForMany - peakForFew < GROWTH_BYTES, qPrintable(QString::number(peakForMany - peakForFew)));
     }
 }

@@ -3,6 +3,8 @@
 
 #include "recorderutils.h"
 
+#include <QtCore/QScopeGuard>
+#include <QtCore/QSemaphore>
 #include <QtCore/QThreadPool>
 #include <QtTest/QSignalSpy>
 
@@ -28,6 +30,7 @@ private Q_SLOTS:
     void aUrlThatIsNotLocalOpensTheDialog();
     void progressIsToldToTheListOfInstances();
     void twoImportsAtOnceDoNotDisturbOneAnother();
+    void anAcknowledgementNeverWaitsForTheDisk();
     void anAgentThatLeavesEndsTheImport();
     void anInstanceThatGoesWaitsForItsTask();
     void bytesThatAreNoTextAreWarnedOf();
@@ -288,6 +291,32 @@ void tst_RecorderImport::twoImportsAtOnceDoNotDisturbOneAnother()
         names.sort();
         QCOMPARE(names, QStringList({ "one", "two" }));
     }
+}
+
+void tst_RecorderImport::anAcknowledgementNeverWaitsForTheDisk()
+{
+    // Given a chunk that is not read yet, because its task has no thread
+    Files files;
+    files.write("big.csv", Files::rows(25000));
+    QThreadPool* const threads = QThreadPool::globalInstance();
+    const int threadCount = threads->maxThreadCount();
+    threads->setMaxThreadCount(1);
+    QSemaphore isFree;
+    const auto cleanUp = qScopeGuard([&] {
+        isFree.release();
+        threads->waitForDone();
+        threads->setMaxThreadCount(threadCount);
+    });
+    threads->start([&isFree] { isFree.acquire(); });
+    files.import("big.csv");
+    // When the recorder acknowledges all the same, for another import or once too often
+    files.acknowledge();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QVERIFY(files.instance->isImportingRecord());
+    // Then that counts when the chunk is sent
+    isFree.release();
+    QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "append" }));
+    QCOMPARE(lastServiceCall().arguments.at(1).toString().count("\n\n"), 10000);
 }
 
 void tst_RecorderImport::anAgentThatLeavesEndsTheImport()
