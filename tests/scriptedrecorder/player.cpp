@@ -110,7 +110,8 @@ void Player::_play(const std::shared_ptr<Run>& run)
             _waitingForCalls.emplace_back(step.words.first().value.toString(), run);
             return;
         }
-        if (!_do(step, *run)) {
+        // Who leaves the network has nobody left to answer.
+        if (!_do(step, *run) && qny_is_started()) {
             reportProblem(QStringLiteral("%1: %2").arg(step.service, QString::fromUtf8(qny_last_error())));
         }
     }
