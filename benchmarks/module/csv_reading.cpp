@@ -152,7 +152,8 @@ int main(int argc, char** argv)
               << QString::number(size / median(reader) * 1e3, 'f', 0).rightJustified(12)
               << QString::number(size / median(least) * 1e3, 'f', 0).rightJustified(12)
               << QString::number(ratio, 'f', 2).rightJustified(16)
-              << QStringLiteral("   goal %1: %2").arg(GOAL, 0, 'f', 2).arg(ratio <= GOAL ? "met" : "MISSED") << Qt::endl;
+              << QStringLiteral("   goal %1: %2").arg(GOAL, 0, 'f', 2).arg(ratio <= GOAL ? "met" : "MISSED")
+              << Qt::endl;
     }
     return 0;
 }

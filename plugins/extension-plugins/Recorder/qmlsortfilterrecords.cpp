@@ -22,14 +22,14 @@ bool QmlSortFilterRecords::isLessThan(QObject* left, int leftSourceRow, QObject*
 {
     const auto* record1 = qobject_cast<RecorderRecord*>(left);
     const auto* record2 = qobject_cast<RecorderRecord*>(right);
-    if (!record1 || !record2 || !record1->startDateTime().isValid() || !record2->startDateTime().isValid()) {
+    if (!record1 || !record2 || !record1->start().isValid() || !record2->start().isValid()) {
         return leftSourceRow < rightSourceRow;
     }
-    return record1->startDateTime() > record2->startDateTime();
+    return record1->start().instant() > record2->start().instant();
 }
 
 bool QmlSortFilterRecords::hasSortKey(QObject* item, int) const
 {
     const auto* record = qobject_cast<RecorderRecord*>(item);
-    return record && record->startDateTime().isValid();
+    return record && record->start().isValid();
 }

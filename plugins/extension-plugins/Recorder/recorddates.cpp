@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "recorddates.h"
 
-#include <QtCore/QTimeZone>
-
 #include <algorithm>
 
 namespace {
 
 const QString FORMAT = QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz");
 constexpr int DIGITS_OF_A_DATE = 17;
+
+constexpr qint64 MILLISECONDS_PER_DAY = 24 * 60 * 60 * 1000;
 
 /// Clocks are looked at in these steps: shorter than a week, the least time after which any zone went back on a change
 /// since 1970, so that no change hides between two looks that agree.
@@ -52,55 +52,71 @@ std::optional<DateAndTime> fieldsOf(QStringView text)
         QTime(number(11, 13), number(14, 16), number(17, 19), number(20, 23)) };
 }
 
+/// Milliseconds since the epoch if the clocks showed UTC.
 qint64 asIfUtc(const QDate& date, const QTime& time)
 {
-    return QDateTime(date, time, QTimeZone::UTC).toMSecsSinceEpoch();
+    static const qint64 EPOCH = QDate(1970, 1, 1).toJulianDay();
+    return (date.toJulianDay() - EPOCH) * MILLISECONDS_PER_DAY + time.msecsSinceStartOfDay();
 }
 
 } // namespace
 
-QDateTime RecordDates::read(const QString& text, const QDateTime& known)
+RecordDate::RecordDate(const QDateTime& dateTime)
+    : _isValid(dateTime.isValid())
+    , _instant(_isValid ? dateTime.toMSecsSinceEpoch() : 0)
+    , _given(dateTime)
+{
+}
+
+RecordDate RecordDate::fromInstant(qint64 milliseconds)
+{
+    RecordDate date;
+    date._isValid = true;
+    date._instant = milliseconds;
+    return date;
+}
+
+QDateTime RecordDate::toDateTime() const
+{
+    return _given.isNull() && _isValid ? QDateTime::fromMSecsSinceEpoch(_instant) : _given;
+}
+
+RecordDate RecordDates::read(const QString& text)
 {
     const QStringView trimmed = QStringView(text).trimmed();
     if (const auto fields = fieldsOf(trimmed)) {
         const auto& [date, time] = *fields;
         if (!date.isValid() || !time.isValid()) {
-            return QDateTime();
+            return RecordDate();
         }
-        return known.isValid() && known.date() == date && known.time() == time ? known : _toLocal(date, time);
+        const std::optional<qint64> offset = date.year() < FIRST_YEAR ? std::nullopt : _offsetAround(date);
+        return offset ? RecordDate::fromInstant(asIfUtc(date, time) - *offset) : QDateTime(date, time);
     }
     // Qt reads other blanks and years before our era too, but never a field without all its digits.
     if (std::count_if(trimmed.cbegin(), trimmed.cend(), isDigit) != DIGITS_OF_A_DATE) {
-        return QDateTime();
+        return RecordDate();
     }
     return QDateTime::fromString(trimmed.toString(), FORMAT);
-}
-
-QDateTime RecordDates::_toLocal(const QDate& date, const QTime& time)
-{
-    if (date.year() >= FIRST_YEAR) {
-        if (const std::optional<qint64> offset = _offsetAround(date)) {
-            const QDateTime local = QDateTime::fromMSecsSinceEpoch(asIfUtc(date, time) - *offset);
-            if (local.date() == date && local.time() == time) {
-                return local;
-            }
-        }
-    }
-    return QDateTime(date, time);
 }
 
 /// How far, in milliseconds, local time is ahead of UTC on a date and the days around it. Nothing when that changes
 /// there: then a local time can exist twice or never.
 std::optional<qint64> RecordDates::_offsetAround(const QDate& date)
 {
-    // A day of a zone can begin and end a day before or after that of UTC, and clocks change by a day at most.
     const qint64 step = date.toJulianDay() / DAYS_PER_STEP;
-    const qint64 offset = _offsetAt(step - 1);
+    const auto known = _offsetsAround.constFind(step);
+    if (known != _offsetsAround.cend()) {
+        return *known;
+    }
+    // A day of a zone can begin and end a day before or after that of UTC, and clocks change by a day at most.
+    std::optional<qint64> offset = _offsetAt(step - 1);
     for (const qint64 later : { step, step + 1, step + 2 }) {
         if (_offsetAt(later) != offset) {
-            return std::nullopt;
+            offset.reset();
+            break;
         }
     }
+    _offsetsAround.insert(step, offset);
     return offset;
 }
 
@@ -112,5 +128,7 @@ qint64 RecordDates::_offsetAt(qint64 step)
     }
     const qint64 utc = asIfUtc(QDate::fromJulianDay(step * DAYS_PER_STEP), QTime(0, 0));
     const QDateTime local = QDateTime::fromMSecsSinceEpoch(utc);
-    return *_offsets.insert(step, asIfUtc(local.date(), local.time()) - utc);
+    const qint64 offset = asIfUtc(local.date(), local.time()) - utc;
+    _offsets.insert(step, offset);
+    return offset;
 }

@@ -17,7 +17,6 @@
 #include <QtCore/QHash>
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
-#include <QtCore/QSet>
 #include <QtCore/QTimer>
 #include <QtCore/QUrl>
 
@@ -411,7 +410,7 @@ private:
     void _onRecordingTimeout();
     void _clearRecords();
     void _readRecords(const QString& json);
-    void _removeUnseenRecords(const QSet<const RecorderRecord*>& seenRecords);
+    void _removeRecords(const QList<RecorderRecord*>& records);
     void _applyWaitingReplayContext();
 
     // ---- replay

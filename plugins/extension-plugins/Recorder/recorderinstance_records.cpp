@@ -6,14 +6,101 @@
 
 #include <zqproperty.h>
 
-#include <QtCore/QDateTime>
+#include <QtCore/QBitArray>
 #include <QtCore/QDebug>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
-#include <QtCore/QSet>
 
 #include <algorithm>
+
+namespace {
+
+// What a list says of a record, except for its start, which is only asked for once.
+struct ListedRecord
+{
+    // One walk over the members costs less than looking up each of them.
+    explicit ListedRecord(const QJsonObject& object)
+    {
+        for (auto member = object.constBegin(); member != object.constEnd(); ++member) {
+            const QString key = member.key();
+            if (key == QLatin1StringView("uuid")) {
+                uuid = member->toString();
+            } else if (key == QLatin1StringView("name")) {
+                name = member->toString();
+            } else if (key == QLatin1StringView("end_date")) {
+                endDate = member->toString();
+            } else if (key == QLatin1StringView("duration_us")) {
+                durationInMicroseconds = member->toInteger();
+            }
+        }
+    }
+
+    QString uuid;
+    QString name;
+    QString endDate;
+    qint64 durationInMicroseconds = 0;
+};
+
+// The records that were there before a list came. Lists mostly tell of them in the same order as the list before did:
+// then each is found where it is expected.
+class KnownRecords
+{
+public:
+    KnownRecords(const QList<RecorderRecord*>& records, const QHash<QString, RecorderRecord*>& byUuid)
+        : _records(records)
+        , _byUuid(byUuid)
+        , _isListed(records.size())
+    {
+    }
+
+    // Notes that the list has a record; returns it, or null when it is new.
+    RecorderRecord* note(const QString& uuid)
+    {
+        if (_expected < _records.size() && _records.at(_expected)->uuid() == uuid) {
+            _isListed.setBit(_expected);
+            return _records.at(_expected++);
+        }
+        RecorderRecord* const record = _byUuid.value(uuid);
+        if (const qsizetype position = record ? _positionOf(record) : -1; position >= 0) {
+            _isListed.setBit(position);
+            _expected = position + 1;
+        }
+        return record;
+    }
+
+    QList<RecorderRecord*> unlisted() const
+    {
+        QList<RecorderRecord*> records;
+        for (qsizetype position = 0; position < _records.size(); ++position) {
+            if (!_isListed.testBit(position)) {
+                records.append(_records.at(position));
+            }
+        }
+        return records;
+    }
+
+private:
+    qsizetype _positionOf(const RecorderRecord* record)
+    {
+        if (_positions.isEmpty()) {
+            _positions.reserve(_records.size());
+            for (qsizetype position = 0; position < _records.size(); ++position) {
+                _positions.insert(_records.at(position), position);
+            }
+        }
+        // A record that this list named before, as a new one, has none.
+        return _positions.value(record, -1);
+    }
+
+    const QList<RecorderRecord*> _records;
+    const QHash<QString, RecorderRecord*>& _byUuid;
+    QBitArray _isListed;
+    qsizetype _expected = 0;
+    QHash<const RecorderRecord*, qsizetype> _positions;
+};
+
+} // namespace
 
 // ---- state of the recording -------------------------------------------------------------------------------------
 
@@ -91,47 +178,34 @@ void RecorderInstance::_readRecords(const QString& json)
     }
 
     RecordDates dates;
-    QSet<const RecorderRecord*> seenRecords;
+    KnownRecords knownRecords(_records.toList(), _recordsByUuid);
     QList<RecorderRecord*> newRecords;
     const QJsonArray elements = document.array();
     for (const QJsonValue& element : elements) {
         const QJsonObject object = element.toObject();
-        const QString recordUuid = object.value(QLatin1StringView("uuid")).toString();
-        if (recordUuid.isEmpty()) {
+        const ListedRecord listed(object);
+        if (listed.uuid.isEmpty()) {
             continue;
         }
-        const QString name = object.value(QLatin1StringView("name")).toString();
-        const qint64 durationInMicroseconds = object.value(QLatin1StringView("duration_us")).toInteger();
-        const QString endDate = object.value(QLatin1StringView("end_date")).toString();
-
-        RecorderRecord* record = _recordsByUuid.value(recordUuid);
-        if (record) {
-            record->setname(name);
-            record->setendDateTime(dates.read(endDate, record->endDateTime()));
-            record->setdurationInSeconds(static_cast<double>(durationInMicroseconds) / 1e6);
-        } else {
-            const QString startDate = object.value(QLatin1StringView("start_date")).toString();
-            record = new RecorderRecord(
-                recordUuid, name, dates.read(startDate), dates.read(endDate), durationInMicroseconds, this);
-            _recordsByUuid.insert(recordUuid, record);
-            newRecords.append(record);
+        if (RecorderRecord* const record = knownRecords.note(listed.uuid)) {
+            record->setname(listed.name);
+            record->setend(dates.read(listed.endDate));
+            record->setdurationInSeconds(static_cast<double>(listed.durationInMicroseconds) / 1e6);
+            continue;
         }
-        seenRecords.insert(record);
+        const QString startDate = object.value(QLatin1StringView("start_date")).toString();
+        auto* const record = new RecorderRecord(listed.uuid, listed.name, dates.read(startDate),
+            dates.read(listed.endDate), listed.durationInMicroseconds, this);
+        _recordsByUuid.insert(listed.uuid, record);
+        newRecords.append(record);
     }
-    _removeUnseenRecords(seenRecords);
+    _removeRecords(knownRecords.unlisted());
     _records.appendRows(newRecords);
 }
 
-void RecorderInstance::_removeUnseenRecords(const QSet<const RecorderRecord*>& seenRecords)
+void RecorderInstance::_removeRecords(const QList<RecorderRecord*>& records)
 {
-    if (seenRecords.size() == _recordsByUuid.size()) {
-        return;
-    }
-    const QList<RecorderRecord*> knownRecords = _records.toList();
-    for (RecorderRecord* record : knownRecords) {
-        if (seenRecords.contains(record)) {
-            continue;
-        }
+    for (RecorderRecord* record : records) {
         _recordsByUuid.remove(record->uuid());
         record->unload();
         if (record == _currentRecord) {

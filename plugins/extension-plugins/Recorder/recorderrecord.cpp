@@ -29,11 +29,17 @@ bool record_compareAgents(const QString& left, const QString& right)
 
 RecorderRecord::RecorderRecord(const QString& uuid, const QString& name, const QDateTime& startDateTime,
     const QDateTime& endDateTime, long long durationInMicroseconds, QObject* parent)
+    : RecorderRecord(uuid, name, RecordDate(startDateTime), RecordDate(endDateTime), durationInMicroseconds, parent)
+{
+}
+
+RecorderRecord::RecorderRecord(const QString& uuid, const QString& name, const RecordDate& start, const RecordDate& end,
+    long long durationInMicroseconds, QObject* parent)
     : QObject(parent)
     , _uuid(uuid)
     , _name(name)
-    , _startDateTime(startDateTime)
-    , _endDateTime(endDateTime)
+    , _start(start)
+    , _end(end)
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     setdurationInSeconds(static_cast<double>(durationInMicroseconds) / 1e6);
@@ -60,9 +66,9 @@ void RecorderRecord::setname(const QString& name)
     ZqProperty::assign(this, _name, name, &RecorderRecord::nameChanged);
 }
 
-void RecorderRecord::setendDateTime(const QDateTime& endDateTime)
+void RecorderRecord::setend(const RecordDate& end)
 {
-    ZqProperty::assign(this, _endDateTime, endDateTime, &RecorderRecord::endDateTimeChanged);
+    ZqProperty::assign(this, _end, end, &RecorderRecord::endDateTimeChanged);
 }
 
 void RecorderRecord::setdurationInSeconds(double durationInSeconds)

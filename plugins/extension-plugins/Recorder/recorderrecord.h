@@ -2,6 +2,7 @@
 #pragma once
 
 #include "recordagentfilter.h"
+#include "recorddates.h"
 
 #include <speed.h>
 #include <zqcustomitemlistmodel.h>
@@ -70,6 +71,8 @@ public:
     /// The duration is in microseconds.
     RecorderRecord(const QString& uuid, const QString& name, const QDateTime& startDateTime,
         const QDateTime& endDateTime, long long durationInMicroseconds, QObject* parent);
+    RecorderRecord(const QString& uuid, const QString& name, const RecordDate& start, const RecordDate& end,
+        long long durationInMicroseconds, QObject* parent);
     ~RecorderRecord() override;
 
     // ---- what was recorded -----------------------------------------------------------------------------------------
@@ -77,13 +80,16 @@ public:
     /// The record's identity on the recorder; for a file, the id of its replay.
     const QString& uuid() const { return _uuid; }
     const QString& name() const { return _name; }
-    const QDateTime& startDateTime() const { return _startDateTime; }
-    const QDateTime& endDateTime() const { return _endDateTime; }
+    QDateTime startDateTime() const { return _start.toDateTime(); }
+    QDateTime endDateTime() const { return _end.toDateTime(); }
+    /// As startDateTime(), without the cost of local time.
+    const RecordDate& start() const { return _start; }
     double durationInSeconds() const { return _durationInSeconds; }
     bool isRecording() const { return _isRecording; }
 
     void setname(const QString& name);
-    void setendDateTime(const QDateTime& endDateTime);
+    void setendDateTime(const QDateTime& endDateTime) { setend(endDateTime); }
+    void setend(const RecordDate& end);
     void setdurationInSeconds(double durationInSeconds);
     void setisRecording(bool isRecording);
 
@@ -174,8 +180,8 @@ private:
 
     const QString _uuid;
     QString _name;
-    const QDateTime _startDateTime;
-    QDateTime _endDateTime;
+    const RecordDate _start;
+    RecordDate _end;
     double _durationInSeconds = 0.0;
     bool _isRecording = false;
 
