@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "contexttranslator.h"
 #include "filesfixture.h"
 
 #include "recorderutils.h"
@@ -17,6 +18,7 @@ public:
 private Q_SLOTS:
     void aDownloadAsksForTheFileAndForTheFirstChunk();
     void aCancelledDialogDownloadsNothing();
+    void theSaveDialogIsTranslated();
     void anInstanceThatGoesWhileTheDialogIsOpenDownloadsNothing();
     void aFileThatCanNotBeOpenedIsWarnedOf();
     void aRecordOfOneChunkIsWrittenAndEnds();
@@ -65,6 +67,16 @@ void tst_RecorderExport::aCancelledDialogDownloadsNothing()
     QVERIFY(answer.wasAsked);
     QVERIFY(!files.instance->isDownloadingRecord());
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void tst_RecorderExport::theSaveDialogIsTranslated()
+{
+    Files files;
+    const ContextTranslator translator("RecorderInstance");
+    const DialogAnswer answer { QString() };
+    files.instance->downloadRecord(files.record);
+    QCOMPARE(answer.title, "translated Save record");
+    QCOMPARE(answer.nameFilters, QStringList({ "translated CSV (*.csv)" }));
 }
 
 void tst_RecorderExport::anInstanceThatGoesWhileTheDialogIsOpenDownloadsNothing()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "contexttranslator.h"
 #include "filesfixture.h"
 
 #include "recorderutils.h"
@@ -28,6 +29,7 @@ private Q_SLOTS:
     void anEmptyPathIsWarnedOf();
     void anAgentOrAnInstanceThatGoesWhileTheDialogIsOpenImportsNothing();
     void aUrlThatIsNotLocalOpensTheDialog();
+    void theOpenDialogIsTranslated();
     void progressIsToldToTheListOfInstances();
     void twoImportsAtOnceDoNotDisturbOneAnother();
     void anAcknowledgementNeverWaitsForTheDisk();
@@ -254,6 +256,17 @@ void tst_RecorderImport::aUrlThatIsNotLocalOpensTheDialog()
     QCOMPARE(RecorderUtils::instance().downloadDirectory(), QDir(files.folderPath()));
     QVERIFY(files.instance->isImportingRecord());
     QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
+}
+
+void tst_RecorderImport::theOpenDialogIsTranslated()
+{
+    Files files;
+    const ContextTranslator translator("RecorderInstance");
+    const DialogAnswer answer { QString() };
+    QTest::ignoreMessage(QtWarningMsg, "Path is empty");
+    files.instance->importRecord();
+    QCOMPARE(answer.title, "translated Import record");
+    QCOMPARE(answer.nameFilters, QStringList({ "translated CSV (*.csv)" }));
 }
 
 void tst_RecorderImport::progressIsToldToTheListOfInstances()

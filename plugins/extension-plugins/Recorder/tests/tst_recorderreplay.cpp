@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "contexttranslator.h"
 #include "dialoganswer.h"
 #include "modulefixture.h"
 #include "signallog.h"
@@ -450,9 +451,12 @@ void tst_RecorderReplay::aCancelledBrowseChangesNothing()
     ModuleFixture fixture;
     RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec"));
     QSignalSpy selected(instance, &RecorderInstance::filePathSelectedForLoad);
+    const ContextTranslator translator("RecorderInstance");
     const DialogAnswer answer { QString() };
     instance->browseFileToLoad(folder.path());
     QVERIFY(answer.wasAsked);
+    QCOMPARE(answer.title, "translated Load CSV record file");
+    QCOMPARE(answer.nameFilters, QStringList({ "translated CSV Record (*.csv)" }));
     // But where to begin the next time.
     QCOMPARE(answer.folder, folder.path());
     QCOMPARE(instance->filePathHint(), folder.path());

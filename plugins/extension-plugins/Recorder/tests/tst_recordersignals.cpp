@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "contexttranslator.h"
 #include "filesfixture.h"
 #include "signallog.h"
 
@@ -84,19 +85,8 @@ void tst_RecorderSignals::aNewRecordTellsItsDurationThenItsAgents()
 
 void tst_RecorderSignals::theLabelOfANewPluginIsTranslatedAndItsNameIsNot()
 {
-    class Translator : public QTranslator
-    {
-    public:
-        QString translate(const char* context, const char* text, const char*, int) const override
-        {
-            return qstrcmp(context, "RecorderPlugin") == 0 ? QStringLiteral("translated ") + text : QString();
-        }
-        bool isEmpty() const override { return false; }
-    };
-    Translator translator;
-    QCoreApplication::installTranslator(&translator);
+    const ContextTranslator translator("RecorderPlugin");
     const RecorderPlugin plugin;
-    QCoreApplication::removeTranslator(&translator);
     QCOMPARE(plugin.modulesMenuLabel(), "translated Record & Replay");
     QCOMPARE(plugin.name(), "Record & Replay");
 }

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../contexttranslator.h"
+
 #include <recorderrecord.h>
 
 #include <QtQml/QJSEngine>
@@ -179,6 +181,21 @@ private slots:
         }
         QCOMPARE(record.agentsFilterState(), Qt::Unchecked);
         QCOMPARE(record.agentsFilterRecap(), QStringLiteral("No agent selected"));
+    }
+
+    void theSummariesAreTranslated()
+    {
+        const ContextTranslator translator("RecorderRecord");
+        RecorderRecord record({}, {}, start, end, 0, nullptr);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("translated No agent on record"));
+        record.load({ QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c") });
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("translated All agents"));
+        filters(record).at(0)->setchecked(false);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("translated 2 agents"));
+        filters(record).at(1)->setchecked(false);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("c"));
+        filters(record).at(2)->setchecked(false);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("translated No agent selected"));
     }
 
     void checkingEveryAgentAgainGivesAllAgents()
