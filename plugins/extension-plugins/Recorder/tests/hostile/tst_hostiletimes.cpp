@@ -82,6 +82,7 @@ private Q_SLOTS:
     void aReplyOnItsWayToAModuleThatGoesIsForgotten();
     void aModuleMayGoWhileAnotherThreadAnswers();
     void aLateAcknowledgementSendsNothingToAnAgentThatLeft();
+    void acknowledgementsThatComeAllAtOnceAreTakenOneAfterAnother();
     void anythingMayHappenWhileAFileIsChosen_data();
     void anythingMayHappenWhileAFileIsChosen();
 };
@@ -306,6 +307,24 @@ void tst_HostileTimes::aLateAcknowledgementSendsNothingToAnAgentThatLeft()
     QCOMPARE(messages.problems(), QStringList { "warning: Instance is off. Can not call service 'append'" });
     QCOMPARE(before.changesTo(stage.snapshot()), QStringList());
     QCOMPARE(Stage::calls(), QStringList());
+}
+
+void tst_HostileTimes::acknowledgementsThatComeAllAtOnceAreTakenOneAfterAnother()
+{
+    Stage stage;
+    stage.enter("importing");
+    const MessageLog messages;
+    // Two chunks are left, so the rest of them end an import that has ended.
+    const QString uuid(10 * 1024 * 1024, u'x');
+    for (int i = 0; i < 5; ++i) {
+        QVERIFY(QuenaryDouble::callService("record_uuid", { uuid }, stage.instance->uuid() + "##import"));
+    }
+    const QString chunk = QString("a;1;b\n\n").repeated(1000).left(100);
+    const QString append = "append(" + uuid.left(100) + ',' + chunk + ')';
+    QTRY_COMPARE(Stage::calls(), QStringList({ append, append, "get_records()", "get_records()", "get_records()" }));
+    QVERIFY(!stage.instance->isImportingRecord());
+    QCOMPARE(stage.instance->importingProgress(), 80);
+    QCOMPARE(messages.problems(), QStringList());
 }
 
 void tst_HostileTimes::anythingMayHappenWhileAFileIsChosen_data()

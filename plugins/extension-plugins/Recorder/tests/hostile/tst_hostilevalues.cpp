@@ -435,6 +435,10 @@ void tst_HostileValues::tenMegabytesOfTextAreJustALongText_data()
         { change("Rec[0].exportingProgress", "0", "50") }, {}, { "export(" + RECORD_A + ",1,next,-1,false,false)" });
     row("receive_export, line feeds", {}, { RECORD_A, 1, "next", QString(text).fill(u'\n') }, {}, {},
         { "export(" + RECORD_A + ",1,next,-1,false,false)" });
+    // Wherever a long text is cut to be written, no character is.
+    row("receive_export, characters of four bytes", {},
+        { RECORD_A, 1, "next", u'x' + QString::fromUtf8("\U0001f4c8").repeated(1024 * 1024) }, {}, {},
+        { "export(" + RECORD_A + ",1,next,-1,false,false)" });
     row("records", { "" }, { text }, {}, { records });
     row("records, a name", { u'[' + recordJson(RECORD_A, "A") + u']' },
         { u'[' + recordJson(RECORD_A, text) + u']' }, { change("Rec[0].records[0].name", "A", text) });
