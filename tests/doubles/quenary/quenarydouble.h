@@ -56,8 +56,9 @@ void script(const QString& function, qny_result_t result, const QString& firstAr
 
 // ---- what others do ---------------------------------------------------------------------------------------------
 
-/// A value that is handed over as these bytes, whatever they are: for what a sender of good will does not send, and what
-/// the library itself would not let through. Goes into a list of arguments, or to an input, as QVariant::fromValue().
+/// A value that is handed over as these bytes, whatever they are: for what a sender of good will does not send, and
+/// what the library itself would not let through. Goes into a list of arguments, or to an input, as
+/// QVariant::fromValue().
 struct RawValue
 {
     qny_value_type_t type = QNY_UNKNOWN_T;

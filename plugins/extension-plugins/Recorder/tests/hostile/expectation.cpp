@@ -25,7 +25,7 @@ QStringList difference(const char* what, const QStringList& expected, const QStr
         return QStringList();
     }
     return { QStringLiteral("%1: %2 expected, found %3")
-                 .arg(QLatin1StringView(what), expected.join(QStringLiteral(" | ")), found.join(QStringLiteral(" | "))) };
+            .arg(QLatin1StringView(what), expected.join(QStringLiteral(" | ")), found.join(QStringLiteral(" | "))) };
 }
 
 QString rows(qsizetype count)
@@ -87,8 +87,7 @@ void Expectation::newRecord(const QString& record, const QString& uuid, const QS
     unload(record);
 }
 
-void Expectation::load(
-    const QString& record, const QStringList& agents, const QStringList& activeAgents, int speedRow)
+void Expectation::load(const QString& record, const QStringList& agents, const QStringList& activeAgents, int speedRow)
 {
     const bool isPartial = !activeAgents.isEmpty() && activeAgents != agents;
     _after.removeUnder(record + ".agentsFilters[");

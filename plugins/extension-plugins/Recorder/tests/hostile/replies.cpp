@@ -13,8 +13,8 @@ const QList<Reply>& replies()
             { "'context' reply: first argument is not a string", "'context' reply: second argument is not a string",
                 "'context' reply: third argument is not a double", "'context' reply: fourth argument is not a double",
                 "'context' reply: fifth argument is not a double", "'context' reply: sixth argument is not a boolean",
-                "'context' reply: seventh argument is not a string",
-                "'context' reply: eighth argument is not a string", "'context' reply: nineth argument is not a string" },
+                "'context' reply: seventh argument is not a string", "'context' reply: eighth argument is not a string",
+                "'context' reply: nineth argument is not a string" },
             "void RecorderModule::_onContextReceived(const QString &, const QString &, const QDateTime &, double, "
             "double, double, bool, const QString &, const QString &, const QString &) Unknown recorder id",
             {} },
@@ -106,4 +106,26 @@ QString typeOf(const QVariant& argument)
     default:
         return QStringLiteral("string");
     }
+}
+
+namespace {
+
+QVariantList with(QVariantList arguments, const QVariantList& changed, qsizetype position)
+{
+    for (const QVariant& value : changed) {
+        arguments[position++] = value;
+    }
+    return arguments;
+}
+
+} // namespace
+
+QVariantList contextOfFile(const QVariantList& changed, qsizetype position)
+{
+    return with({ "/r/f.csv", REPLIED_START, 3.0, 1.0, 1.0, false, R"(["a","b"])", R"(["a"])", "" }, changed, position);
+}
+
+QVariantList loadedFile(const QVariantList& changed, qsizetype position)
+{
+    return with({ "/r/f.csv", REPLIED_START, 3.0, R"(["a","b"])" }, changed, position);
 }

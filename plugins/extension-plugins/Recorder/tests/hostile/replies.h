@@ -26,8 +26,8 @@ struct Reply
 const QList<Reply>& replies();
 const Reply& replyOf(const QString& service);
 
-/// One value of each type that the network has, and more than it has: true, 1, 1.5, a text, bytes, no bytes, an impulse,
-/// a type that does not exist.
+/// One value of each type that the network has, and more than it has: true, 1, 1.5, a text, bytes, no bytes, an
+/// impulse, a type that does not exist.
 struct TypedValue
 {
     const char* type;
@@ -36,3 +36,12 @@ struct TypedValue
 QList<TypedValue> valuesOfEveryType();
 /// The name of a good argument's type among these.
 QString typeOf(const QVariant& argument);
+
+/// The start in the replies below.
+inline const QString REPLIED_START = QStringLiteral("2026-11-21T10:00:00.000");
+/// Where a snapshot has the record of the file that they name.
+inline const QString FILE_RECORD = QStringLiteral("Rec[0].recordFromFile.");
+/// Arguments of "context" and of "loaded" for a file of three seconds with agents a and b; some of them, from a
+/// position on, as they are given here.
+QVariantList contextOfFile(const QVariantList& changed = {}, qsizetype position = 0);
+QVariantList loadedFile(const QVariantList& changed = {}, qsizetype position = 0);

@@ -14,8 +14,8 @@
 
 namespace {
 
-QMultiHash<QString, RecorderInstance*> RecorderModule::*instancesByUuid = nullptr;
-RecorderReplayContext RecorderInstance::*replayContext = nullptr;
+QMultiHash<QString, RecorderInstance*> RecorderModule::* instancesByUuid = nullptr;
+RecorderReplayContext RecorderInstance::* replayContext = nullptr;
 
 } // namespace
 
@@ -36,10 +36,9 @@ QObject* objectIn(const QVariant& value)
 // Objects of the module and what it shows of the host; everything else is an address.
 bool isLookedInto(const QObject* object)
 {
-    for (const QMetaObject* metaObject :
-        { &Recorder::staticMetaObject, &RecorderInstance::staticMetaObject, &RecorderRecord::staticMetaObject,
-            &RecordAgentFilter::staticMetaObject, &Speed::staticMetaObject, &EncounteredAgentInfo::staticMetaObject,
-            &RunningAgentInfo::staticMetaObject }) {
+    for (const QMetaObject* metaObject : { &Recorder::staticMetaObject, &RecorderInstance::staticMetaObject,
+             &RecorderRecord::staticMetaObject, &RecordAgentFilter::staticMetaObject, &Speed::staticMetaObject,
+             &EncounteredAgentInfo::staticMetaObject, &RunningAgentInfo::staticMetaObject }) {
         if (metaObject->cast(object)) {
             return true;
         }
@@ -61,7 +60,8 @@ QString pathOf(const QString& listPath, int row, const QObject* item)
 void collect(const QString& path, QObject* object, Objects& objects)
 {
     const auto isKnown = [&objects](const QObject* other) {
-        return std::any_of(objects.cbegin(), objects.cend(), [other](const auto& known) { return known.second == other; });
+        return std::any_of(
+            objects.cbegin(), objects.cend(), [other](const auto& known) { return known.second == other; });
     };
     if (isKnown(object)) {
         return;
@@ -128,7 +128,7 @@ QString textOf(const QVariant& value, const QHash<const QObject*, QString>& path
         return value.toStringList().join(u',');
     default:
         return value.metaType().flags().testFlag(QMetaType::IsEnumeration) ? QString::number(value.toInt())
-                                                                          : value.toString();
+                                                                           : value.toString();
     }
 }
 
@@ -223,10 +223,7 @@ void Snapshot::copyUnder(const QString& prefix, const QString& newPrefix)
 
 QStringList Snapshot::changesTo(const Snapshot& later) const
 {
-    const auto shown = [](const QMap<QString, QString>& values, const QString& path) {
-        // Some texts are of megabytes.
-        return values.contains(path) ? values.value(path).left(200) : QStringLiteral("(none)");
-    };
+    const QString none = QStringLiteral("(none)");
     QMap<QString, QString> all = _values;
     all.insert(later._values);
     QStringList changes;
@@ -234,9 +231,21 @@ QStringList Snapshot::changesTo(const Snapshot& later) const
         const QString& path = entry.key();
         if (!_values.contains(path) || !later._values.contains(path)
             || _values.value(path) != later._values.value(path)) {
-            changes.append(
-                QStringLiteral("%1: %2 -> %3").arg(path, shown(_values, path), shown(later._values, path)));
+            changes.append(change(path, _values.value(path, none), later._values.value(path, none)));
         }
     }
+    return changes;
+}
+
+QString change(const QString& path, const QString& before, const QString& after)
+{
+    // Some texts are of megabytes.
+    constexpr int SHOWN = 200;
+    return QStringLiteral("%1: %2 -> %3").arg(path, before.left(SHOWN), after.left(SHOWN));
+}
+
+QStringList sorted(QStringList changes)
+{
+    changes.sort();
     return changes;
 }

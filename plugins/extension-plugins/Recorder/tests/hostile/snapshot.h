@@ -10,9 +10,9 @@
 class RecorderModule;
 
 /// Everything that can be seen of a module at one moment, as texts under a path each: every property of the module, its
-/// recorders, their instances, records, agents and speeds, read through their meta-objects, together with what they show
-/// without a property, the tables by which answers are routed, the texts kept in the document, and what is declared on the
-/// network.
+/// recorders, their instances, records, agents and speeds, read through their meta-objects, together with what they
+/// show without a property, the tables by which answers are routed, the texts kept in the document, and what is
+/// declared on the network.
 ///
 /// A recorder's path is its name, its instances' "Name[0]" and on; "Rec[0].records[1].agentsFilters[0].checked".
 class Snapshot
@@ -31,7 +31,7 @@ public:
     /// The other way: copies what is under a path to another.
     void copyUnder(const QString& prefix, const QString& newPrefix);
 
-    /// "path: before -> after", one for each that is not the same.
+    /// What is not the same, see change(). Of long texts only the beginning is shown.
     QStringList changesTo(const Snapshot& later) const;
 
     /// What a snapshot looks at, with the paths.
@@ -40,3 +40,8 @@ public:
 private:
     QMap<QString, QString> _values;
 };
+
+/// One line of changesTo().
+QString change(const QString& path, const QString& before, const QString& after);
+/// Lines in the order of changesTo().
+QStringList sorted(QStringList changes);

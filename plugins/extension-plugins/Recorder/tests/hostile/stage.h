@@ -10,8 +10,9 @@
 
 #include <functional>
 
-/// One running recorder, "Rec", with two records of three seconds, A and B, and filters of its own; a second one, "Other",
-/// that is off and must not notice anything. Records are brought to a state as a user and an honest recorder would do it.
+/// One running recorder, "Rec", with two records of three seconds, A and B, and filters of its own; a second one,
+/// "Other", that is off and must not notice anything. Records are brought to a state as a user and an honest recorder
+/// would do it.
 class Stage
 {
 public:
@@ -29,8 +30,8 @@ public:
     /// From now on the recorder's silence counts: half a second of it is the end of a recording.
     void startSilence() { _silence.start(); }
 
-    /// Runs something on a stage of its own that gives back what surprised it. When the machine was so slow that silence
-    /// may have ended a recording meanwhile, that does not count, and it is run again.
+    /// Runs something on a stage of its own that gives back what surprised it. When the machine was so slow that
+    /// silence may have ended a recording meanwhile, that does not count, and it is run again.
     static void tellInTime(const std::function<QStringList(Stage& stage)>& run);
 
     QTemporaryDir folder;

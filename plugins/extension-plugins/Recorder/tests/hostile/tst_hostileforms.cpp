@@ -66,8 +66,7 @@ void tst_HostileForms::cleanupTestCase()
     _stage.reset();
 }
 
-void tst_HostileForms::_verifyNothingHappened(
-    const QStringList& expectedProblems, const QStringList& expectedSignals)
+void tst_HostileForms::_verifyNothingHappened(const QStringList& expectedProblems, const QStringList& expectedSignals)
 {
     ModuleFixture::settle();
     QCOMPARE(_messages->problems(), expectedProblems);
@@ -269,12 +268,12 @@ void tst_HostileForms::theEndOfAReplayGoesByItsSenderAlone_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("uuid");
     QTest::addColumn<QString>("warning");
-    const auto row = [](const char* label, const QString& name, const QString& uuid, const QString& words,
-                         const QString& value) {
-        QTest::addRow("%s", label) << name << uuid
-                                   << "void RecorderModule::_onReplayEnded(const QString &, const QString &) " + words
-                + ' ' + logged(value);
-    };
+    const auto row
+        = [](const char* label, const QString& name, const QString& uuid, const QString& words, const QString& value) {
+              QTest::addRow("%s", label) << name << uuid
+                                         << "void RecorderModule::_onReplayEnded(const QString &, const QString &) "
+                      + words + ' ' + logged(value);
+          };
     const QString huge(1024 * 1024, u'x');
     row("no name", "", "", "unknown recorder", "");
     row("another case", "rec", "", "unknown recorder", "rec");

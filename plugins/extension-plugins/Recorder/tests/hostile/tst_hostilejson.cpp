@@ -121,7 +121,7 @@ void tst_HostileJson::aBrokenListOfRecordsEmptiesTheList_data()
     for (const auto& [name, text] : brokenJson()) {
         QTest::addRow("%s", name) << text
                                   << QStringList { "warning: An error occured while parsing the records list json : "
-                                             + parseError(text) };
+                                         + parseError(text) };
     }
     QTest::newRow("an object") << "{}" << QStringList { noArray };
     QTest::newRow("the list in an object") << "{\"records\":" + recordsAandB() + "}" << QStringList { noArray };
@@ -180,13 +180,13 @@ void tst_HostileJson::recordsAreReadForWhatTheyAre_data()
 
     row("other things between them", "1," + known + ",null,\"x\",[],{},true", { A, B });
     beside("a good one", record({}), c("C", start, end, "3"));
-    beside("more keys than are known", record({ { "__proto__", "{}" }, { "isLoaded", "true" } }),
-        c("C", start, end, "3"));
+    beside(
+        "more keys than are known", record({ { "__proto__", "{}" }, { "isLoaded", "true" } }), c("C", start, end, "3"));
 
     // Each key missing, and of each wrong type.
-    const std::pair<const char*, QString> wrongs[] = { { "missing", QString() }, { "null", "null" },
-        { "a bool", "true" }, { "an array", "[\"x\"]" }, { "an object", "{\"x\":1}" }, { "a number", "5" },
-        { "a text", "\"5\"" }, { "an empty text", "\"\"" } };
+    const std::pair<const char*, QString> wrongs[]
+        = { { "missing", QString() }, { "null", "null" }, { "a bool", "true" }, { "an array", "[\"x\"]" },
+              { "an object", "{\"x\":1}" }, { "a number", "5" }, { "a text", "\"5\"" }, { "an empty text", "\"\"" } };
     for (const auto& [name, wrong] : wrongs) {
         const bool isText = wrong.startsWith(u'"');
         if (!isText || wrong == "\"\"") {
@@ -207,18 +207,16 @@ void tst_HostileJson::recordsAreReadForWhatTheyAre_data()
 
     const std::pair<const char*, const char*> durations[] = { { "9223372036854775807", "9223372036854.775" },
         { "-9223372036854775808", "-9223372036854.775" }, { "9223372036854775808", "0" }, { "1e300", "0" },
-        { "-1e300", "0" }, { "1.5", "0" }, { "3e6", "3" }, { "-1", "-1e-06" }, { "-0", "0" },
-        { "0", "0" } };
+        { "-1e300", "0" }, { "1.5", "0" }, { "3e6", "3" }, { "-1", "-1e-06" }, { "-0", "0" }, { "0", "0" } };
     for (const auto& [json, seconds] : durations) {
         beside(QStringLiteral("duration_us is %1").arg(json), record({ { "duration_us", json } }),
             c("C", start, end, seconds));
     }
 
     for (const char* wrong : { "yesterday", "2026-11-21", "2026-11-21T10:00:00.000", "2026-11-21 10:00:00",
-             "2026-11-21 25:00:00.000", "2026-11-21 10:60:00.000", "2026-02-30 10:00:00.000",
-             "2026-13-01 10:00:00.000", "0000-01-01 10:00:00.000", "10000-01-01 10:00:00.000",
-             "2026-11-21 10:00:00.000Z", "2026-11-21 10:00:00.000 or so", "21.11.2026 10:00:00.000",
-             "2026-11-21\\u000010:00:00.000" }) {
+             "2026-11-21 25:00:00.000", "2026-11-21 10:60:00.000", "2026-02-30 10:00:00.000", "2026-13-01 10:00:00.000",
+             "0000-01-01 10:00:00.000", "10000-01-01 10:00:00.000", "2026-11-21 10:00:00.000Z",
+             "2026-11-21 10:00:00.000 or so", "21.11.2026 10:00:00.000", "2026-11-21\\u000010:00:00.000" }) {
         const QString json = u'"' + QLatin1StringView(wrong) + u'"';
         beside(QStringLiteral("both dates are %1").arg(wrong), record({ { "start_date", json }, { "end_date", json } }),
             c("C", "invalid", "invalid", "3"));
@@ -235,20 +233,20 @@ void tst_HostileJson::recordsAreReadForWhatTheyAre_data()
     row("A once more, as another", known + u',' + record({ { "name", "\"D\"" } }, RECORD_A),
         { QString(A).replace("|A|", "|D|"), B });
     beside("a key twice", record({ { "name", "\"first\",\"name\":\"second\"" } }), c("second", start, end, "3"));
-    const std::pair<const char*, QString> identities[] = { { "no uuid", "no uuid" }, { " ", " " },
-        { "/r/file.csv", "/r/file.csv" }, { "\\n", "\n" }, { "<b>", "<b>" }, { "\\ud800", QString(QChar(0xd800)) },
-        { "\\u0000", QString(QChar(0)) }, { "null", "null" } };
+    const std::pair<const char*, QString> identities[]
+        = { { "no uuid", "no uuid" }, { " ", " " }, { "/r/file.csv", "/r/file.csv" }, { "\\n", "\n" }, { "<b>", "<b>" },
+              { "\\ud800", QString(QChar(0xd800)) }, { "\\u0000", QString(QChar(0)) }, { "null", "null" } };
     for (const auto& [json, uuid] : identities) {
         beside(QStringLiteral("uuid is \"%1\"").arg(json), record({}, json),
             uuid + c("C", start, end, "3").sliced(RECORD_C.size()));
     }
 
     // What is known already keeps its start, and loses what is wrong now.
-    row("A with nothing but its uuid", record({ { "name", {} }, { "start_date", {} }, { "end_date", {} },
-                                                  { "duration_us", {} } }, RECORD_A),
+    row("A with nothing but its uuid",
+        record({ { "name", {} }, { "start_date", {} }, { "end_date", {} }, { "duration_us", {} } }, RECORD_A),
         { QStringList { RECORD_A, "", start, "invalid", "0" }.join(u'|') });
-    row("A with another start", record({ { "name", "\"A\"" }, { "start_date", "\"1999-12-31 23:59:59.999\"" } }, RECORD_A),
-        { A });
+    row("A with another start",
+        record({ { "name", "\"A\"" }, { "start_date", "\"1999-12-31 23:59:59.999\"" } }, RECORD_A), { A });
 }
 
 void tst_HostileJson::recordsAreReadForWhatTheyAre()
@@ -286,10 +284,9 @@ void tst_HostileJson::aBrokenListOfAgentsIsNone_data()
     for (const auto& [name, text] : brokenJson()) {
         QTest::addRow("%s", name) << text
                                   << QStringList { "warning: An error occured while parsing the agents list json : "
-                                             + parseError(text) };
+                                         + parseError(text) };
     }
-    QTest::newRow("an object") << "{}"
-                               << QStringList { "warning: Invalid JSON: JSON must define an array of agents" };
+    QTest::newRow("an object") << "{}" << QStringList { "warning: Invalid JSON: JSON must define an array of agents" };
     QTest::newRow("empty") << "" << QStringList();
     QTest::newRow("an empty list") << "[]" << QStringList();
 }

@@ -260,10 +260,12 @@ const QList<Event>& events()
             { UNKNOWN_RECORD, DATE, 3.0, 0.5, 1.0, true, R"(["x"])", "[]", "" }, expectUnknownRecordOfContext),
         reply("the same records", "records", { recordsAandB() }, expectTheSameRecords),
         reply("no records", "records", { "" }, expectNoRecords),
-        reply("record_uuid of a recording", "record_uuid", { RECORD_B },
+        reply(
+            "record_uuid of a recording", "record_uuid", { RECORD_B },
             [](Expectation& expectation, Stage&) { expectation.raise("isRecording"); }, "##record"),
         { "record_uuid of an import", "record_uuid", acknowledgeChunk, expectAcknowledgedChunk },
-        reply("record_uuid of a refused import", "record_uuid", { "" },
+        reply(
+            "record_uuid of a refused import", "record_uuid", { "" },
             [](Expectation& expectation, Stage&) {
                 expectation.problem("Something went wrong in the recorder when importing, check his logs");
             },

@@ -96,8 +96,8 @@ void tst_HostileTimes::aReplyToAnInstanceThatGoesReachesNobody_data()
     for (int departure = 0; departure < departures().size(); ++departure) {
         for (int reply = 0; reply < repliesOfEveryKind().size(); ++reply) {
             const Reply& sent = repliesOfEveryKind().at(reply);
-            QTest::addRow("%s: %s%s", departures().at(departure).name, qPrintable(sent.service),
-                qPrintable(sent.tokenSuffix))
+            QTest::addRow(
+                "%s: %s%s", departures().at(departure).name, qPrintable(sent.service), qPrintable(sent.tokenSuffix))
                 << departure << reply;
         }
     }
@@ -199,7 +199,7 @@ void tst_HostileTimes::aReplyToAnInstanceThatWasADuplicateReachesNobody()
         sent.service == "replay_ended"
             ? QStringList { "warning: void RecorderModule::_onReplayEnded(const QString &, const QString &) unknown "
                             "recorder uuid "
-                + logged(agent.uuid) }
+                  + logged(agent.uuid) }
             : problemsOfNobody(sent, uuid));
     QCOMPARE(before.changesTo(stage.snapshot()), QStringList());
     QCOMPARE(Stage::calls(), QStringList());
@@ -288,8 +288,8 @@ void tst_HostileTimes::aModuleMayGoWhileAnotherThreadAnswers()
         "failed to write content to record file", "because it is not playing" };
     for (const QString& problem : messages.problems()) {
         QVERIFY2(problem.startsWith("warning: ")
-                && std::any_of(known.cbegin(), known.cend(),
-                    [&problem](const QString& words) { return problem.contains(words); }),
+                && std::any_of(
+                    known.cbegin(), known.cend(), [&problem](const QString& words) { return problem.contains(words); }),
             qPrintable(problem));
     }
 }
@@ -337,8 +337,9 @@ void tst_HostileTimes::anythingMayHappenWhileAFileIsChosen_data()
                          const QStringList& calls = {}) {
         QTest::addRow("%s, %s", question, happening) << QString(question) << QString(happening) << problem << calls;
     };
-    const QString recordWent = "warning: void RecorderInstance::downloadRecord(RecorderRecord *) the record was removed "
-                               "while a file was chosen for it, nothing is written to %1";
+    const QString recordWent
+        = "warning: void RecorderInstance::downloadRecord(RecorderRecord *) the record was removed "
+          "while a file was chosen for it, nothing is written to %1";
     row("download", "the list is empty", recordWent);
     row("download", "the agent leaves", recordWent);
     row("import", "the list is empty", {}, { "import(in,true,,a;1;b\n\n)" });
