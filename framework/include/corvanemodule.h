@@ -16,6 +16,6 @@ public:
     ~CorvaneModule() override;
 
 public Q_SLOTS:
-    /// The current system document is another one now, or none. Called after its views became current.
+    /// The current system document is another one now, or none.
     virtual void onSystemDocumentChanged();
 };

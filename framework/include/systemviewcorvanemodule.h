@@ -16,7 +16,8 @@ class CORVANE_EXPORT SystemViewCorvaneModule : public CorvaneModule
 {
     Q_OBJECT
     Q_MOC_INCLUDE("systemview.h")
-    /// The current view of the current document, or null. Already set when a derived constructor runs.
+    /// The current view of the current document, or null; also null for the moment in which one document gives way to
+    /// another. Already set when a derived constructor runs.
     Q_PROPERTY(SystemView* currentSystemView READ currentSystemView NOTIFY currentSystemViewChanged)
 
 public:
@@ -26,7 +27,8 @@ public:
     SystemView* currentSystemView() const;
 
 public Q_SLOTS:
-    /// Takes the new document's current view; overriders call this first.
+    /// Leaves the view of the former document; overriders call this first. The view of the new one is not there yet: it
+    /// comes right after, with currentSystemViewChanged().
     void onSystemDocumentChanged() override;
     /// An instance was added to the current view. It is complete: its name, class and launch lines are there.
     virtual void onSystemViewBaseInstanceRegistered(SystemViewBaseInstance* newInstance);
@@ -38,6 +40,7 @@ Q_SIGNALS:
 
 private:
     void _followCurrentSystemView();
+    void _setcurrentSystemView(SystemView* systemView);
 
     QPointer<SystemView> _currentSystemView;
 };

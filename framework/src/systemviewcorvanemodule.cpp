@@ -30,7 +30,12 @@ SystemView* SystemViewCorvaneModule::currentSystemView() const
 void SystemViewCorvaneModule::onSystemDocumentChanged()
 {
     CorvaneModule::onSystemDocumentChanged();
-    _followCurrentSystemView();
+    // The new document's view is told of by the handler, right after this. Were it taken here, whoever starts anew for
+    // a document and for a view would do so twice.
+    if (_currentSystemView != nullptr
+        && _currentSystemView->systemDocument() != SystemDocumentHandler::instance()->currentSystemDocument()) {
+        _setcurrentSystemView(nullptr);
+    }
 }
 
 void SystemViewCorvaneModule::onSystemViewBaseInstanceRegistered(SystemViewBaseInstance* newInstance)
@@ -45,10 +50,13 @@ void SystemViewCorvaneModule::onSystemViewBaseInstanceUnregistered(SystemViewBas
 
 void SystemViewCorvaneModule::_followCurrentSystemView()
 {
-    SystemView* systemView = SystemDocumentHandler::instance()->currentSystemView();
-    if (_currentSystemView == systemView) {
-        return;
+    _setcurrentSystemView(SystemDocumentHandler::instance()->currentSystemView());
+}
+
+void SystemViewCorvaneModule::_setcurrentSystemView(SystemView* systemView)
+{
+    if (_currentSystemView != systemView) {
+        _currentSystemView = systemView;
+        Q_EMIT currentSystemViewChanged();
     }
-    _currentSystemView = systemView;
-    Q_EMIT currentSystemViewChanged();
 }

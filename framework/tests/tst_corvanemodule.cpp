@@ -72,6 +72,8 @@ private Q_SLOTS:
     }
 
     void aModuleFollowsTheDocumentAndItsView();
+    void aModuleThatStartsAnewForADocumentAndAViewDoesItOnce();
+    void theViewOfTheFormerDocumentIsLeftBeforeTheNewOneComes();
     void aModuleHearsOfInstancesOfTheCurrentViewOnly();
     void aModuleKnowsTheViewFromItsConstruction();
     void aPluginTellsItsProperties();
@@ -97,6 +99,56 @@ void TestCorvaneModule::aModuleFollowsTheDocumentAndItsView()
     QVERIFY(!module.currentSystemView());
     QCOMPARE(viewChanged.count(), 3);
     QCOMPARE(module.events, QStringList({ "document", "no document" }));
+}
+
+void TestCorvaneModule::aModuleThatStartsAnewForADocumentAndAViewDoesItOnce()
+{
+    class StartingModule : public SystemViewCorvaneModule
+    {
+    public:
+        StartingModule()
+        {
+            connect(this, &SystemViewCorvaneModule::currentSystemViewChanged, this, [this] { start(); });
+        }
+        void onSystemDocumentChanged() override
+        {
+            SystemViewCorvaneModule::onSystemDocumentChanged();
+            start();
+        }
+        void start()
+        {
+            if (currentSystemView() != nullptr) {
+                starts.append(currentSystemView()->name());
+            }
+        }
+        QStringList starts;
+    };
+    handler()->newDocument();
+    currentView()->setname("First");
+    StartingModule module;
+    handler()->newDocument();
+    QCOMPARE(module.starts, QStringList({ currentView()->name() }));
+    QCOMPARE(module.currentSystemView(), currentView());
+    // Told once more of the same document, it keeps the view
+    module.onSystemDocumentChanged();
+    QCOMPARE(module.starts.size(), 2);
+    QCOMPARE(module.currentSystemView(), currentView());
+    handler()->closeDocument();
+    QCOMPARE(module.starts.size(), 2);
+}
+
+void TestCorvaneModule::theViewOfTheFormerDocumentIsLeftBeforeTheNewOneComes()
+{
+    handler()->newDocument();
+    NotingModule module;
+    QList<SystemView*> notified;
+    connect(&module, &SystemViewCorvaneModule::currentSystemViewChanged, &module,
+        [&] { notified.append(module.currentSystemView()); });
+    handler()->newDocument();
+    QCOMPARE(notified, QList<SystemView*>({ nullptr, currentView() }));
+    handler()->closeDocument();
+    QCOMPARE(notified.size(), 3);
+    QCOMPARE(notified.last(), nullptr);
 }
 
 void TestCorvaneModule::aModuleHearsOfInstancesOfTheCurrentViewOnly()
