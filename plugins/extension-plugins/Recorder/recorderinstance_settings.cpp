@@ -17,6 +17,23 @@ namespace {
 
 const QString ENDPOINT_SCHEME = QStringLiteral("tcp://");
 
+// Without brackets, with or without the name of a device behind "%".
+bool isAddressOfIpv6(const QString& text)
+{
+    static const QRegularExpression FORM(QStringLiteral("\\A[0-9a-fA-F:.]*:[0-9a-fA-F:.]*(?:%[^\\s%]+)?\\z"));
+    if (!FORM.match(text).hasMatch()) {
+        return false;
+    }
+    QString encoded = text;
+    encoded.replace(u'%', QLatin1StringView("%25"));
+    return QUrl(ENDPOINT_SCHEME + u'[' + encoded + u']', QUrl::StrictMode).isValid();
+}
+
+QString withPort(const QString& host, const QString& port)
+{
+    return QStringLiteral("%1:%2").arg(host, port);
+}
+
 QString longOption(const QString& longName)
 {
     return QStringLiteral("--%1").arg(longName);
@@ -94,15 +111,20 @@ QString RecorderInstance::_parseCassandraEndpoint(const QString& endpoint) const
     if (!text.startsWith(ENDPOINT_SCHEME)) {
         text.prepend(ENDPOINT_SCHEME);
     }
-    const QUrl url(text);
-    // An address of IPv6 stands in the launch line without brackets, as the recorder takes it: no URL, but right as it
-    // is.
+    // An address of IPv6 stands in the launch line without brackets, its port behind the last colon, as the recorder
+    // takes it. That is no URL; it is what this function made of one.
+    static const QRegularExpression HOST_AND_PORT(QStringLiteral("\\A(.+):([0-9]{1,5})\\z"));
     const QString address = text.sliced(ENDPOINT_SCHEME.size());
-    if (url.host().isEmpty() && address.count(u':') > 1) {
+    const QRegularExpressionMatch match = HOST_AND_PORT.match(address);
+    if (match.hasMatch() && isAddressOfIpv6(match.captured(1))) {
         return address;
     }
-    const QString port = url.port() < 0 ? QString(DEFAULT_CASSANDRA_PORT_STRING) : QString::number(url.port());
-    return QStringLiteral("%1:%2").arg(url.host(QUrl::FullyDecoded), port);
+    if (isAddressOfIpv6(address)) {
+        return withPort(address, DEFAULT_CASSANDRA_PORT_STRING);
+    }
+    const QUrl url(text);
+    return withPort(url.host(QUrl::FullyDecoded),
+        url.port() < 0 ? QString(DEFAULT_CASSANDRA_PORT_STRING) : QString::number(url.port()));
 }
 
 void RecorderInstance::setcassandraEndpoint(const QString& endpoint)

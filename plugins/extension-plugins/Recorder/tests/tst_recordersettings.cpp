@@ -156,6 +156,17 @@ void tst_RecorderSettings::endpointsAreNormalised_data()
     QTest::newRow("address") << "127.0.0.1" << "127.0.0.1:9042";
     QTest::newRow("address of IPv6") << "[::1]:7000" << "::1:7000";
     QTest::newRow("address of IPv6 as it is written back") << "::1:7000" << "::1:7000";
+    QTest::newRow("address of IPv6, without port") << "[::1]" << "::1:9042";
+    QTest::newRow("address of IPv6, without port or brackets") << "::1" << "::1:9042";
+    QTest::newRow("address of IPv6 in eight groups") << "[1:2:3:4:5:6:7:8]" << "1:2:3:4:5:6:7:8:9042";
+    QTest::newRow("eight groups as they are written back") << "1:2:3:4:5:6:7:8:9042" << "1:2:3:4:5:6:7:8:9042";
+    QTest::newRow("address of IPv6 with a device") << "fe80::1%eth0" << "fe80::1%eth0:9042";
+    QTest::newRow("address of IPv6 with a device and a port") << "[fe80::1%25eth0]:7000" << "fe80::1%eth0:7000";
+    QTest::newRow("the same as it is written back") << "fe80::1%eth0:7000" << "fe80::1%eth0:7000";
+    QTest::newRow("address of IPv6 with one of IPv4 in it") << "::ffff:127.0.0.1" << "::ffff:127.0.0.1:9042";
+    QTest::newRow("two colons that are no address") << "db:9000:1" << ":1";
+    QTest::newRow("nine groups and no port") << "1:2:3:4:5:6:7:8:9:a" << ":9042";
+    QTest::newRow("port out of range") << "db:99999" << "db:9042";
     QTest::newRow("blanks") << "   " << "";
 }
 
