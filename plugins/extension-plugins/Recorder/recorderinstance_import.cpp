@@ -82,6 +82,7 @@ void RecorderInstance::importRecord(const QUrl& filePath)
     _setimportingProgress(0);
     _setisImportingRecord(true);
     _importIsStopped = false;
+    _importMustContinue = false; // still set when the agent left during the import before
 
     const ImportTask task = _newImportTask();
     auto* const watcher = new QFutureWatcher<bool>(this);

@@ -24,6 +24,7 @@ private Q_SLOTS:
     void stoppingDuringTheFirstChunkEndsTheImport();
     void stoppingBetweenChunksEndsTheImportToo();
     void anEmptyUuidLeavesTheImportRunning();
+    void anImportThatTheAgentLeftDoesNotGoOnInTheNext();
     void aMissingFileIsWarnedOf();
     void aFileThatVanishesEndsTheImport();
     void anEmptyPathIsWarnedOf();
@@ -163,6 +164,24 @@ void tst_RecorderImport::anEmptyUuidLeavesTheImportRunning()
     files.acknowledge("");
     QVERIFY(files.instance->isImportingRecord());
     files.acknowledge();
+    QVERIFY(!files.instance->isImportingRecord());
+}
+
+void tst_RecorderImport::anImportThatTheAgentLeftDoesNotGoOnInTheNext()
+{
+    Files files;
+    files.write("big.csv", Files::rows(25000));
+    files.import("big.csv");
+    QTRY_COMPARE(files.instance->importingProgress(), 39); // there is more to send
+    ModuleFixture::leave(files.instance->agentInstanceUuid());
+    QVERIFY(!files.instance->isImportingRecord());
+    ModuleFixture::run(files.instance);
+    QuenaryDouble::clearCalls();
+    files.write("small.csv", "a;0;output\n");
+    files.import("small.csv");
+    QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
+    files.acknowledge();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "get_records" }));
     QVERIFY(!files.instance->isImportingRecord());
 }
 
