@@ -6,18 +6,17 @@
 #include <QString>
 #include <QStringList>
 
+class SplitCommandLine;
+
 /// Helpers on command lines, names and times. Any thread.
 class CORVANE_EXPORT CorvaneUtils
 {
 public:
-    /// What the network shows in place of a password.
-    static const QString MASKED_VALUE;
-
     /// Whether two command lines launch the same agent: the same canonical program and the same arguments, as
     /// QProcess::splitCommand() gives them; a masked value equals any.
     static bool commandLinesEqual(const QString& left, const QString& right);
-    /// Whether a value of the line is masked, so that it cannot be launched as it stands.
-    static bool hasMaskedValue(const QString& commandLine);
+    /// For a line that is compared with many.
+    static bool commandLinesEqual(const SplitCommandLine& left, const SplitCommandLine& right);
     /// A command line that QProcess::splitCommand() takes apart into these again. An empty argument cannot be written
     /// and is left out.
     static QString joinCommand(const QString& program, const QStringList& arguments);
@@ -35,16 +34,27 @@ public:
     /// The first number may be of any size, the others stay below 60. Negative for any other text.
     static qint64 durationStringToMs(const QString& text);
 
-    /// The line with or without an option that takes no value. `longOption` as "--verbose", `shortOption` as "-v" or
-    /// empty. A line that is right already is returned as it is.
-    static QString updateCommandLineWithNoArgumentOptionFor(
-        const QString& commandLine, const QString& longOption, const QString& shortOption, bool present);
+    // ---- options of a command line, in corvaneutils_options.cpp
+    //
+    // `longOption` as "--verbose", `shortOption` as "-v" or empty. "--opt value", "--opt=value", "-o value",
+    // "-o=value",
+    // "-ovalue" and groups of short ones, as "-v5" or "-vovalue", are recognised; what comes after a lone "--" is not
+    // looked at.
+    //
+    // What stands after an option with a value is no option, whatever it looks like. Which options have one is known of
+    // recorders, the default; for other programs hand over what is known.
+
+    /// The options of a recorder that take a value, long and short.
+    static const QStringList& recorderOptionsWithValue();
+    /// The line with or without an option that takes no value. A line that is right already is returned as it is.
+    static QString updateCommandLineWithNoArgumentOptionFor(const QString& commandLine, const QString& longOption,
+        const QString& shortOption, bool present, const QStringList& optionsWithValue = recorderOptionsWithValue());
     /// The line with this value for the option, at the place where the option stood or else at the end; an empty value
-    /// takes the option out. "--opt value", "--opt=value", "-o value", "-o=value" and "-ovalue" are recognised; what
-    /// comes after a lone
-    /// "--" is not looked at.
-    static QString updateCommandLineWithArgumentOptionFor(
-        const QString& commandLine, const QString& longOption, const QString& shortOption, const QString& value);
+    /// takes the option out.
+    static QString updateCommandLineWithArgumentOptionFor(const QString& commandLine, const QString& longOption,
+        const QString& shortOption, const QString& value,
+        const QStringList& optionsWithValue = recorderOptionsWithValue());
     /// The option's value in the line, the last one when it is given several times; null without.
-    static QString optionValue(const QString& commandLine, const QString& longOption, const QString& shortOption);
+    static QString optionValue(const QString& commandLine, const QString& longOption, const QString& shortOption,
+        const QStringList& optionsWithValue = recorderOptionsWithValue());
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "corvaneframework_global.h"
+#include "splitcommandline.h"
 
 #include <QJsonObject>
 #include <QObject>
@@ -28,6 +29,8 @@ public:
 
     QString uuid() const;
     QString commandLine() const;
+    /// The same, taken apart for comparing it with others.
+    const SplitCommandLine& splitCommandLine() const;
     bool canBeLaunched() const;
     EncounteredAgentsOnHost* group() const;
 
@@ -48,6 +51,7 @@ private:
     friend class SystemViewClassInstance;
     const QString _uuid;
     QString _commandLine;
+    SplitCommandLine _splitCommandLine;
     EncounteredAgentsOnHost* const _group; // the parent, which outlives this
     bool _canBeLaunched = false;
     QJsonObject _otherKeys; // written back as they were read

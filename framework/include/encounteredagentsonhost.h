@@ -32,7 +32,7 @@ public:
     AbstractZqCustomItemListModel* encounteredAgentInfosModel() const;
     /// In order of creation.
     QList<EncounteredAgentInfo*> encounteredAgentInfos() const;
-    /// The first whose line equals this one (CorvaneUtils::commandLinesEqual), or null.
+    /// The first whose line is the same, else the first that equals it but for masked values, else null.
     EncounteredAgentInfo* findWithCommandLine(const QString& commandLine) const;
 
     void sethost(Host* host);

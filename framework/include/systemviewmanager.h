@@ -44,9 +44,12 @@ public:
     /// runs is seen on the network.
     Q_INVOKABLE bool startAgent(EncounteredAgentInfo* info);
 
+    /// Tells the user, in a sentence, of a problem that is none of the operations above.
+    void raiseProblem(const QString& message);
+
 Q_SIGNALS:
     void problemChanged();
-    /// Each time something is refused, also when the text is the same as before.
+    /// Each time something is refused or raised, also when the text is the same as before.
     void problemRaised(const QString& message);
 
 private:

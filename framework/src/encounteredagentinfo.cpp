@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "encounteredagentinfo.h"
 
-#include "corvaneutils.h"
 #include "documentkeys.h"
 #include "encounteredagentsonhost.h"
 #include "host.h"
@@ -9,7 +8,6 @@
 #include <zqproperty.h>
 
 #include <QFileInfo>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QUuid>
 
@@ -29,6 +27,7 @@ EncounteredAgentInfo::EncounteredAgentInfo(
     : QObject(group)
     , _uuid(uuid.isEmpty() ? QUuid::createUuid().toString(QUuid::WithoutBraces) : uuid)
     , _commandLine(commandLine)
+    , _splitCommandLine(commandLine)
     , _group(group)
 {
     Q_ASSERT(group);
@@ -50,6 +49,11 @@ QString EncounteredAgentInfo::commandLine() const
     return _commandLine;
 }
 
+const SplitCommandLine& EncounteredAgentInfo::splitCommandLine() const
+{
+    return _splitCommandLine;
+}
+
 bool EncounteredAgentInfo::canBeLaunched() const
 {
     return _canBeLaunched;
@@ -62,9 +66,12 @@ EncounteredAgentsOnHost* EncounteredAgentInfo::group() const
 
 void EncounteredAgentInfo::setcommandLine(const QString& commandLine)
 {
-    if (ZqProperty::assign(this, _commandLine, commandLine, &EncounteredAgentInfo::commandLineChanged)) {
-        updateCanBeLaunched();
+    if (!ZqProperty::assign(_commandLine, commandLine)) {
+        return;
     }
+    _splitCommandLine = SplitCommandLine(commandLine);
+    Q_EMIT commandLineChanged();
+    updateCanBeLaunched();
 }
 
 QJsonObject EncounteredAgentInfo::exportToJson() const
@@ -77,11 +84,10 @@ QJsonObject EncounteredAgentInfo::exportToJson() const
 
 void EncounteredAgentInfo::updateCanBeLaunched()
 {
-    const QStringList parts = QProcess::splitCommand(_commandLine);
     bool canBeLaunched = false;
-    if (!parts.isEmpty() && !CorvaneUtils::hasMaskedValue(_commandLine)) {
+    if (!_splitCommandLine.isEmpty() && !_splitCommandLine.hasMaskedValue()) {
         const Host* host = _group->host();
-        canBeLaunched = _group->isAttachedToCorvane() ? isProgramHere(parts.constFirst())
+        canBeLaunched = _group->isAttachedToCorvane() ? isProgramHere(_splitCommandLine.parts().constFirst())
                                                       : host != nullptr && host->hasLauncher();
     }
     ZqProperty::assign(this, _canBeLaunched, canBeLaunched, &EncounteredAgentInfo::canBeLaunchedChanged);

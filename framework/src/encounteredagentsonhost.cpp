@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "encounteredagentsonhost.h"
 
-#include "corvaneutils.h"
 #include "documentkeys.h"
 #include "encounteredagentinfo.h"
 #include "host.h"
@@ -43,12 +42,17 @@ QList<EncounteredAgentInfo*> EncounteredAgentsOnHost::encounteredAgentInfos() co
 
 EncounteredAgentInfo* EncounteredAgentsOnHost::findWithCommandLine(const QString& commandLine) const
 {
+    const SplitCommandLine line(commandLine);
+    EncounteredAgentInfo* found = nullptr;
     for (EncounteredAgentInfo* info : _encounteredAgentInfos->toList()) {
-        if (CorvaneUtils::commandLinesEqual(info->commandLine(), commandLine)) {
+        if (info->splitCommandLine().isSameAs(line)) {
             return info;
         }
+        if (found == nullptr && info->splitCommandLine().launchesSameAs(line)) {
+            found = info;
+        }
     }
-    return nullptr;
+    return found;
 }
 
 void EncounteredAgentsOnHost::sethost(Host* host)

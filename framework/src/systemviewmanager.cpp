@@ -23,12 +23,30 @@
 namespace {
 
 const QString NAME_LONG_OPTION = QStringLiteral("--name");
+const QString NAME_SHORT_OPTION = QStringLiteral("-n");
 
-// Only of recorders it is known that "-n" names them too.
-QString nameShortOption(const SystemViewClassInstance* instance)
+// Only of recorders it is known which options they have: that "-n" names them too, and what takes a value.
+bool isRecorder(const SystemViewClassInstance* instance)
 {
-    return instance->familyUuid() == ReservedAgentAndToolFamilies::RECORDER_CLASS_UUID ? QStringLiteral("-n")
-                                                                                       : QString();
+    return instance->familyUuid() == ReservedAgentAndToolFamilies::RECORDER_CLASS_UUID;
+}
+
+QString nameInLine(const SystemViewClassInstance* instance, const QString& commandLine)
+{
+    return isRecorder(instance) ? CorvaneUtils::optionValue(commandLine, NAME_LONG_OPTION, NAME_SHORT_OPTION)
+                                : CorvaneUtils::optionValue(commandLine, NAME_LONG_OPTION, QString(), {});
+}
+
+QString withName(const SystemViewClassInstance* instance, const QString& commandLine, const QString& name)
+{
+    if (isRecorder(instance)) {
+        return CorvaneUtils::updateCommandLineWithArgumentOptionFor(
+            commandLine, NAME_LONG_OPTION, NAME_SHORT_OPTION, name);
+    }
+    // Of other agents it is not known whether they take a name at all.
+    return nameInLine(instance, commandLine).isNull()
+        ? commandLine
+        : CorvaneUtils::updateCommandLineWithArgumentOptionFor(commandLine, NAME_LONG_OPTION, QString(), name, {});
 }
 
 } // namespace
@@ -82,16 +100,9 @@ bool SystemViewManager::updateInstanceName(SystemViewBaseInstance* instance, con
                 .arg(instance->name(), cleanName));
     }
     if (classInstance != nullptr) {
-        const bool isRecorder = classInstance->familyUuid() == ReservedAgentAndToolFamilies::RECORDER_CLASS_UUID;
-        const QString shortOption = nameShortOption(classInstance);
         for (const EncounteredAgentsOnHost* group : classInstance->encounteredAgentsOnHosts()) {
             for (EncounteredAgentInfo* info : group->encounteredAgentInfos()) {
-                // Of other agents it is not known whether they take a name at all.
-                if (isRecorder
-                    || !CorvaneUtils::optionValue(info->commandLine(), NAME_LONG_OPTION, shortOption).isNull()) {
-                    info->setcommandLine(CorvaneUtils::updateCommandLineWithArgumentOptionFor(
-                        info->commandLine(), NAME_LONG_OPTION, shortOption, cleanName));
-                }
+                info->setcommandLine(withName(classInstance, info->commandLine(), cleanName));
             }
         }
     }
@@ -116,8 +127,7 @@ void SystemViewManager::udapteEncounteredAgentInfoCommandLineNoUndoRedo(SystemVi
     }
     if (updateName) {
         const auto* classInstance = qobject_cast<SystemViewClassInstance*>(instance);
-        const QString name = CorvaneUtils::optionValue(
-            commandLine, NAME_LONG_OPTION, classInstance == nullptr ? QString() : nameShortOption(classInstance));
+        const QString name = classInstance == nullptr ? QString() : nameInLine(classInstance, commandLine);
         if (!name.isEmpty() && !updateInstanceName(instance, name)) {
             return;
         }
@@ -131,14 +141,14 @@ bool SystemViewManager::startAgent(EncounteredAgentInfo* info)
     if (info == nullptr) {
         return _refuse(tr("There is no launch line to start: enter one first."));
     }
-    const QStringList parts = QProcess::splitCommand(info->commandLine());
+    const QStringList& parts = info->splitCommandLine().parts();
     if (parts.isEmpty()) {
         return _refuse(tr("The launch line is empty: enter the program and its options first."));
     }
-    if (CorvaneUtils::hasMaskedValue(info->commandLine())) {
+    if (info->splitCommandLine().hasMaskedValue()) {
         return _refuse(
             tr("The launch line holds a hidden password (%1), as the network shows it: enter the real one first.")
-                .arg(CorvaneUtils::MASKED_VALUE));
+                .arg(SplitCommandLine::MASKED_VALUE));
     }
     if (!info->group()->isAttachedToCorvane()) {
         const Host* host = info->group()->host();
@@ -188,11 +198,16 @@ void SystemViewManager::_askLauncher(EncounteredAgentInfo* info)
     }
 }
 
+void SystemViewManager::raiseProblem(const QString& message)
+{
+    Q_EMIT problemRaised(message);
+}
+
 bool SystemViewManager::_refuse(const QString& message)
 {
     qWarning("%s", qUtf8Printable(message));
     ZqProperty::assign(this, _problem, message, &SystemViewManager::problemChanged);
-    Q_EMIT problemRaised(message);
+    raiseProblem(message);
     return false;
 }
 

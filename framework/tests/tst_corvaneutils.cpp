@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "corvaneutils.h"
+#include "splitcommandline.h"
 
 #include <QFile>
 #include <QProcess>
@@ -23,6 +24,7 @@ private Q_SLOTS:
     void commandLinesAreCompared();
     void aLinkToTheProgramIsTheSameProgram();
     void maskedValuesAreSeen();
+    void aMaskedLineIsTheSameOnlyAsAMaskedOne();
     void agentNamesAreCleaned_data();
     void agentNamesAreCleaned();
     void flagsAreEdited_data();
@@ -31,6 +33,9 @@ private Q_SLOTS:
     void optionsWithValuesAreEdited();
     void anEditedValueIsReadBack_data();
     void anEditedValueIsReadBack();
+    void anOptionSwitchedOffLeavesTheValuesOfOthers_data();
+    void anOptionSwitchedOffLeavesTheValuesOfOthers();
+    void ofOtherProgramsOnlyWhatIsToldIsKnown();
 };
 
 void TestCorvaneUtils::durationsAreRead_data()
@@ -169,10 +174,25 @@ void TestCorvaneUtils::aLinkToTheProgramIsTheSameProgram()
 
 void TestCorvaneUtils::maskedValuesAreSeen()
 {
-    QVERIFY(CorvaneUtils::hasMaskedValue("/x/rec -a ********"));
-    QVERIFY(CorvaneUtils::hasMaskedValue("/x/rec --password=********"));
-    QVERIFY(!CorvaneUtils::hasMaskedValue("/x/rec -a secret"));
-    QVERIFY(!CorvaneUtils::hasMaskedValue(""));
+    QVERIFY(SplitCommandLine("/x/rec -a ********").hasMaskedValue());
+    QVERIFY(SplitCommandLine("/x/rec --password=********").hasMaskedValue());
+    QVERIFY(!SplitCommandLine("/x/rec -a secret").hasMaskedValue());
+    QVERIFY(!SplitCommandLine("").hasMaskedValue());
+}
+
+void TestCorvaneUtils::aMaskedLineIsTheSameOnlyAsAMaskedOne()
+{
+    const SplitCommandLine one("/x/rec -a one");
+    const SplitCommandLine two("/x/rec -a two");
+    const SplitCommandLine masked("/x/rec -a ********");
+    QVERIFY(CorvaneUtils::commandLinesEqual(one, masked));
+    QVERIFY(CorvaneUtils::commandLinesEqual(masked, two));
+    QVERIFY(!CorvaneUtils::commandLinesEqual(one, two));
+    QVERIFY(!one.isSameAs(masked));
+    QVERIFY(!masked.isSameAs(two));
+    QVERIFY(one.isSameAs(SplitCommandLine("\"/x/rec\"  -a one")));
+    QVERIFY(masked.isSameAs(SplitCommandLine("/x/y/../rec -a ********")));
+    QVERIFY(!one.isSameAs(two));
 }
 
 void TestCorvaneUtils::agentNamesAreCleaned_data()
@@ -221,6 +241,18 @@ void TestCorvaneUtils::flagsAreEdited_data()
     QTest::newRow("removed, short") << "/x/rec -v --name A" << false << "/x/rec --name A";
     QTest::newRow("removed, every one") << "/x/rec -v --name A --verbose" << false << "/x/rec --name A";
     QTest::newRow("removed from a group of flags") << "/x/rec -v5" << false << "/x/rec -5";
+    QTest::newRow("removed from the end of a group") << "/x/rec -5v" << false << "/x/rec -5";
+    QTest::newRow("removed from the middle of a group") << "/x/rec -5v6" << false << "/x/rec -56";
+    QTest::newRow("removed from a group twice") << "/x/rec -v5v" << false << "/x/rec -5";
+    QTest::newRow("removed from a group with a value") << "/x/rec -5vadb" << false << "/x/rec -5adb";
+    QTest::newRow("there already, in a group") << "/x/rec -5v" << true << "/x/rec -5v";
+    QTest::newRow("removed with a value that it does not take")
+        << "/x/rec --verbose=yes -v=yes -5" << false << "/x/rec -5";
+    QTest::newRow("the letter of a joined value is none") << "/x/rec -asecretv" << false << "/x/rec -asecretv";
+    QTest::newRow("added though a joined value has the letter")
+        << "/x/rec -asecretv" << true << "/x/rec -asecretv --verbose";
+    QTest::newRow("added before a lone -- behind a value of that text")
+        << "/x/rec -a -- -5 -- file" << true << "/x/rec -a -- -5 --verbose -- file";
     QTest::newRow("not there") << "/x/rec  --name A" << false << "/x/rec  --name A";
     QTest::newRow("longer option is another") << "/x/rec --verbose-log" << false << "/x/rec --verbose-log";
     QTest::newRow("added before a lone --") << "/x/rec -- file" << true << "/x/rec --verbose -- file";
@@ -260,6 +292,11 @@ void TestCorvaneUtils::optionsWithValuesAreEdited_data()
     QTest::newRow("option without its value") << "/x/rec -v --cassandra" << "a:1" << "/x/rec -v --cassandra a:1";
     QTest::newRow("before a lone --") << "/x/rec -- --cassandra z" << "a:1"
                                       << "/x/rec --cassandra a:1 -- --cassandra z";
+    QTest::newRow("replaced behind other flags of its part") << "/x/rec -5vca:1 -x" << "b:2"
+                                                             << "/x/rec -5v --cassandra b:2 -x";
+    QTest::newRow("taken out from behind other flags") << "/x/rec -vc a:1 -x" << "" << "/x/rec -v -x";
+    QTest::newRow("the value of another option is none") << "/x/rec -u -c --name --cassandra" << "a:1"
+                                                         << "/x/rec -u -c --name --cassandra --cassandra a:1";
     QTest::newRow("no program") << "" << "a:1" << "";
 }
 
@@ -302,6 +339,52 @@ void TestCorvaneUtils::anEditedValueIsReadBack()
         QVERIFY(CorvaneUtils::optionValue(without, "--cassandra_password", "-a").isNull());
         QCOMPARE(QProcess::splitCommand(without).contains("-v"), line.contains("-v"));
     }
+}
+
+void TestCorvaneUtils::anOptionSwitchedOffLeavesTheValuesOfOthers_data()
+{
+    QTest::addColumn<QString>("option");
+    for (const QString& option : CorvaneUtils::recorderOptionsWithValue()) {
+        QTest::newRow(qPrintable(option)) << option;
+    }
+}
+
+void TestCorvaneUtils::anOptionSwitchedOffLeavesTheValuesOfOthers()
+{
+    QFETCH(QString, option);
+    const bool isLong = option.startsWith("--");
+    for (const QString& value : { QString("-v"), QString("--verbose"), QString("-vsecret"), QString("5v") }) {
+        // Given the value apart, behind "=", and joined
+        QStringList forms { option + ' ' + value, option + '=' + value };
+        if (!isLong && !value.startsWith("-")) {
+            forms.append(option + value);
+        }
+        for (const QString& form : forms) {
+            const QString without = "/x/rec " + form;
+            for (const QString& line : { without + " -v", without + " --verbose", "/x/rec -v " + form }) {
+                // When the flag is switched off
+                const QString edited
+                    = CorvaneUtils::updateCommandLineWithNoArgumentOptionFor(line, "--verbose", "-v", false);
+                // Then it goes, and the value stays
+                QCOMPARE(edited, without);
+                QCOMPARE(
+                    CorvaneUtils::optionValue(edited, isLong ? option : QString(), isLong ? QString() : option), value);
+            }
+        }
+    }
+}
+
+void TestCorvaneUtils::ofOtherProgramsOnlyWhatIsToldIsKnown()
+{
+    // "-a" is a password of recorders, and a flag of this program
+    const QString line = "/opt/sensor -a --name Probe";
+    QVERIFY(CorvaneUtils::optionValue(line, "--name", {}).isNull());
+    QCOMPARE(CorvaneUtils::optionValue(line, "--name", {}, {}), QString("Probe"));
+    QCOMPARE(CorvaneUtils::updateCommandLineWithArgumentOptionFor(line, "--name", {}, "Other", {}),
+        QString("/opt/sensor -a --name Other"));
+    QCOMPARE(CorvaneUtils::updateCommandLineWithNoArgumentOptionFor(
+                 "/opt/sensor --level --verbose", "--verbose", "-v", false, { "--level" }),
+        QString("/opt/sensor --level --verbose"));
 }
 
 QTEST_GUILESS_MAIN(TestCorvaneUtils)

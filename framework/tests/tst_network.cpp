@@ -198,7 +198,7 @@ void TestNetwork::anAgentThatComesAndGoesIsSeenByItsInstance()
         QVERIFY(!info->isStandIn());
         QCOMPARE(QProcess::splitCommand(info->commandLine()),
             QStringList({ QFileInfo(PEER).canonicalFilePath(), "--name", "Sensor", "--family", SENSOR_FAMILY,
-                "--password", CorvaneUtils::MASKED_VALUE }));
+                "--password", SplitCommandLine::MASKED_VALUE }));
         // The launch line with the real password is its own: none was added
         QCOMPARE(group->encounteredAgentInfos(), QList<EncounteredAgentInfo*> { known });
         QVERIFY(known->canBeLaunched());

@@ -98,8 +98,11 @@ void TestSystemViewManager::anotherAgentIsRenamedOnlyWhereItsLineNamesIt()
     EncounteredAgentsOnHost* group = sensor->getOrCreateEncounteredAgentsOnHostAttachedToCorvane();
     const EncounteredAgentInfo* named = sensor->getOrCreateEncounteredAgentInfo(group, "/opt/s --name=Sensor -n 5");
     const EncounteredAgentInfo* nameless = sensor->getOrCreateEncounteredAgentInfo(group, "/opt/s -n 5");
+    // Of recorders "-a" takes a value.
+    const EncounteredAgentInfo* flagFirst = sensor->getOrCreateEncounteredAgentInfo(group, "/opt/s -a --name Sensor");
     QVERIFY(manager()->updateInstanceName(sensor, "Probe"));
     QCOMPARE(named->commandLine(), QString("/opt/s --name Probe -n 5"));
+    QCOMPARE(flagFirst->commandLine(), QString("/opt/s -a --name Probe"));
     QCOMPARE(nameless->commandLine(), QString("/opt/s -n 5"));
 }
 
