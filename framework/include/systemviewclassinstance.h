@@ -55,8 +55,11 @@ public:
     /// Gives the attached group the host that stands for this machine in the document, should it have none.
     void updateEncounteredAgentsOnHostAttachedToCorvaneBackrefs(SystemDocument* systemDocument);
     /// The launch line of the group that equals this one (CorvaneUtils::commandLinesEqual), else a new one. Null for an
-    /// empty command line, a null group or a group of another instance.
+    /// empty command line, a null group or a group of another instance; null too, with a problem for the user, for a
+    /// line of blanks.
     EncounteredAgentInfo* getOrCreateEncounteredAgentInfo(EncounteredAgentsOnHost* group, const QString& commandLine);
+    /// On any machine.
+    bool hasLaunchLine() const;
 
     /// Asks the agent to stop: its own stop callback decides how. A refusal is told by turnOffFailed().
     Q_INVOKABLE void turnOff(RunningAgentInfo* runningAgentInfo);
@@ -71,8 +74,9 @@ public:
 
 Q_SIGNALS:
     void encounteredAgentInfoCreated(EncounteredAgentsOnHost* group, EncounteredAgentInfo* encounteredAgentInfo);
-    /// Once, with the first launch line of the group of this machine, when that group is first made (not when it is
-    /// read from a document). Comes before encounteredAgentInfoCreated() for the same line.
+    /// Once, with the first launch line of this instance, when that is one of this machine (and not read from a
+    /// document). Whoever waited for one takes it; whoever has a line of another machine keeps that, so that this never
+    /// comes then. Comes before encounteredAgentInfoCreated() for the same line.
     void encounteredAgentsOnHostAttachedToCorvaneCreated(
         EncounteredAgentsOnHost* group, EncounteredAgentInfo* encounteredAgentInfo);
     /// Its launch line is in its machine's group already, unless it has none.
@@ -84,11 +88,12 @@ Q_SIGNALS:
 
 private:
     EncounteredAgentsOnHost* _createGroup(Host* host);
+    EncounteredAgentInfo* _appendLaunchLine(
+        EncounteredAgentsOnHost* group, const QString& uuid, const QString& commandLine);
     void _updateIsRunning();
 
     QPointer<SystemViewClass> _systemViewClass;
     ZqCustomItemListModel<RunningAgentInfo>* _runningAgentInfos;
     ZqCustomItemListModel<EncounteredAgentsOnHost>* _encounteredAgentsOnHosts;
     bool _isRunning = false;
-    bool _attachedGroupWasAnnounced = false;
 };

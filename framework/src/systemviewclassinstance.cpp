@@ -16,6 +16,8 @@
 
 #include <quenary.h>
 
+#include <algorithm>
+
 SystemViewClassInstance::SystemViewClassInstance(const QString& uuid, SystemViewClass* systemViewClass,
     const QString& name, const QPointF& position, SystemView* systemView)
     : SystemViewBaseInstance(uuid, name, position, systemView)
@@ -110,19 +112,38 @@ EncounteredAgentInfo* SystemViewClassInstance::getOrCreateEncounteredAgentInfo(
     if (group == nullptr || commandLine.isEmpty() || !_encounteredAgentsOnHosts->contains(group)) {
         return nullptr;
     }
+    if (SplitCommandLine(commandLine).isEmpty()) {
+        SystemViewManager::instance()->_refuse(
+            tr("A launch line of '%1' was not added: it must name a program.").arg(name()));
+        return nullptr;
+    }
     if (EncounteredAgentInfo* info = group->findWithCommandLine(commandLine)) {
         return info;
     }
-    auto* info = new EncounteredAgentInfo(QString(), commandLine, group);
-    systemView()->systemDocument()->claimUuid(info->uuid());
-    connect(info, &EncounteredAgentInfo::commandLineChanged, this, &SystemViewBaseInstance::modified);
-    group->_append(info);
+    const bool isFirst = !hasLaunchLine();
+    EncounteredAgentInfo* info = _appendLaunchLine(group, QString(), commandLine);
     Q_EMIT modified();
-    if (group->isAttachedToCorvane() && !_attachedGroupWasAnnounced) {
-        _attachedGroupWasAnnounced = true;
+    if (group->isAttachedToCorvane() && isFirst) {
         Q_EMIT encounteredAgentsOnHostAttachedToCorvaneCreated(group, info);
     }
     Q_EMIT encounteredAgentInfoCreated(group, info);
+    return info;
+}
+
+bool SystemViewClassInstance::hasLaunchLine() const
+{
+    const QList<EncounteredAgentsOnHost*> groups = encounteredAgentsOnHosts();
+    return std::any_of(groups.cbegin(), groups.cend(),
+        [](const EncounteredAgentsOnHost* group) { return !group->encounteredAgentInfos().isEmpty(); });
+}
+
+EncounteredAgentInfo* SystemViewClassInstance::_appendLaunchLine(
+    EncounteredAgentsOnHost* group, const QString& uuid, const QString& commandLine)
+{
+    auto* info = new EncounteredAgentInfo(uuid, commandLine, group);
+    systemView()->systemDocument()->claimUuid(info->uuid());
+    connect(info, &EncounteredAgentInfo::commandLineChanged, this, &SystemViewBaseInstance::modified);
+    group->_append(info);
     return info;
 }
 
@@ -228,9 +249,9 @@ void SystemViewClassInstance::loadFromJson(const QJsonObject& json, QList<JsonDo
         for (const QJsonValue& agentValue : groupJson[AGENTS].toArray()) {
             const QJsonObject agentJson = agentValue.toObject();
             const QString commandLine = agentJson[COMMAND_LINE].toString();
-            if (commandLine.isEmpty()) {
+            if (SplitCommandLine(commandLine).isEmpty()) {
                 errors.append(JsonDocumentError(
-                    tr("A launch line of '%1' on %2 was not read: \"%3\" must be a text that is not empty.")
+                    tr("A launch line of '%1' on %2 was not read: \"%3\" must be a text that names a program.")
                         .arg(name(), hostName, COMMAND_LINE)));
                 continue;
             }
@@ -241,12 +262,7 @@ void SystemViewClassInstance::loadFromJson(const QJsonObject& json, QList<JsonDo
                             .arg(agentUuid, name(), hostName)));
                 agentUuid.clear();
             }
-            auto* info = new EncounteredAgentInfo(agentUuid, commandLine, group);
-            document->claimUuid(info->uuid());
-            info->_otherKeys = without(agentJson, { UUID, COMMAND_LINE });
-            connect(info, &EncounteredAgentInfo::commandLineChanged, this, &SystemViewBaseInstance::modified);
-            group->_append(info);
+            _appendLaunchLine(group, agentUuid, commandLine)->_otherKeys = without(agentJson, { UUID, COMMAND_LINE });
         }
     }
-    _attachedGroupWasAnnounced = encounteredAgentsOnHostAttachedToCorvane() != nullptr;
 }

@@ -2,7 +2,6 @@
 #include "systemviewclassplugin.h"
 
 #include "documentkeys.h"
-#include "encounteredagentsonhost.h"
 #include "systemdocument.h"
 #include "systemview.h"
 #include "systemviewclassinstance.h"
@@ -35,11 +34,7 @@ SystemViewClassInstance* SystemViewClassPlugin::createInstance(SystemView* syste
     if (!data.isEmpty()) {
         instance->loadFromJson(data, errors);
     }
-    bool hasLaunchLine = false;
-    for (const EncounteredAgentsOnHost* group : instance->encounteredAgentsOnHosts()) {
-        hasLaunchLine = hasLaunchLine || !group->encounteredAgentInfos().isEmpty();
-    }
-    if (!hasLaunchLine) {
+    if (!instance->hasLaunchLine()) {
         initialise(instance);
     }
     return instance;

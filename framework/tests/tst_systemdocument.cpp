@@ -311,21 +311,24 @@ void TestSystemDocument::brokenPartsAreSaidAndTheRestIsRead()
     const QString path = _write(R"({"version": 1, "note": "text", "classes": [{"name": 3}], "hosts": [{}],
         "views": [{"name": "V", "instances": [
             7,
-            {"name": "A", "family": "f", "encountered_agents": [{"host": 1}, {"host": "h", "agents": [{}, {"command_line": "/a"}]}]},
+            {"name": "A", "family": "f", "encountered_agents": [{"host": 1}, {"host": "h", "agents": [{}, {"command_line": "/a"}, {"command_line": " \"\" "}]}]},
             {"name": "A", "family": "f"}]}]})");
     QVERIFY(handler()->openDocument(path));
     const QStringList warnings = handler()->warnings();
-    QCOMPARE(warnings.size(), 7);
+    QCOMPARE(warnings.size(), 8);
     QVERIFY(warnings.at(0).contains("\"note\""));
     QVERIFY(warnings.at(1).contains("\"classes\""));
     QVERIFY(warnings.at(2).contains("\"hosts\""));
     QVERIFY(warnings.at(3).contains("instance of view 'V'"));
     QVERIFY(warnings.at(4).contains("launch lines of 'A'"));
     QVERIFY(warnings.at(5).contains("\"command_line\""));
-    QVERIFY(warnings.at(6).contains("'A 2'"));
+    QCOMPARE(warnings.at(6), warnings.at(5)); // a line of blanks and quotes names no program either
+    QVERIFY(warnings.at(6).contains("names a program"));
+    QVERIFY(warnings.at(7).contains("'A 2'"));
     QCOMPARE(currentView()->getAllClassInstances().size(), 2);
     QVERIFY(currentView()->getAgentByName("A 2"));
     QCOMPARE(currentView()->getAgentByName("A")->encounteredAgentsOnHosts().size(), 1);
+    QCOMPARE(currentView()->getAgentByName("A")->encounteredAgentsOnHosts().at(0)->encounteredAgentInfos().size(), 1);
     // What could not be understood is still in the file after a save
     QVERIFY(handler()->saveDocument());
     QVERIFY(jsonOf(path)["views"].toArray().at(0)["instances"].toArray().contains(7));

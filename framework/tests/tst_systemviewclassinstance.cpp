@@ -5,6 +5,7 @@
 #include "recorderclassplugin.h"
 #include "runningagentinfo.h"
 #include "systemviewclass.h"
+#include "systemviewmanager.h"
 
 #include <abstractzqcustomitemlistmodel.h>
 
@@ -35,9 +36,12 @@ private Q_SLOTS:
     void aNewRecorderHasItsLaunchLineForThisMachine();
     void namesAreUniqueInAView();
     void theAttachedGroupIsMadeOnceAndHasItsHost();
-    void theAttachedGroupIsAnnouncedOnceWithItsFirstLaunchLine();
+    void theAttachedGroupIsAnnouncedOnceWithTheFirstLaunchLine();
+    void theAttachedGroupIsNotAnnouncedToWhoHasALaunchLineElsewhere();
     void launchLinesAreMadeOncePerMachineAndMeaning();
     void whatCannotBeALaunchLineGivesNone();
+    void aLineThatNamesNoProgramIsRefusedWithAProblem();
+    void theLineItselfIsFoundBeforeOneThatEqualsItButForAMaskedValue();
     void aLocalLaunchLineCanBeLaunchedWhenItsProgramIsThere();
     void aRemoteLaunchLineCanBeLaunchedThroughALauncher();
     void aMaskedLaunchLineCannotBeLaunched();
@@ -109,29 +113,59 @@ void TestSystemViewClassInstance::theAttachedGroupIsMadeOnceAndHasItsHost()
     QVERIFY(!sensor->getOrCreateEncounteredAgentsOnHost(nullptr));
 }
 
-void TestSystemViewClassInstance::theAttachedGroupIsAnnouncedOnceWithItsFirstLaunchLine()
+namespace {
+
+/// What an instance announces of its launch lines.
+QStringList announced(SystemViewClassInstance* instance, const std::function<void()>& act)
+{
+    QStringList order;
+    const auto note = [&order](const char* what) {
+        return [&order, what](EncounteredAgentsOnHost* group, EncounteredAgentInfo* info) {
+            order.append(QString("%1 %2 %3").arg(what, group->host()->networkName(), info->commandLine()));
+        };
+    };
+    const QObject context;
+    QObject::connect(instance, &SystemViewClassInstance::encounteredAgentsOnHostAttachedToCorvaneCreated, &context,
+        note("attached"));
+    QObject::connect(instance, &SystemViewClassInstance::encounteredAgentInfoCreated, &context, note("line"));
+    act();
+    return order;
+}
+
+EncounteredAgentInfo* addLine(SystemViewClassInstance* instance, const QString& hostName, const QString& commandLine)
+{
+    return instance->getOrCreateEncounteredAgentInfo(
+        instance->getOrCreateEncounteredAgentsOnHost(handler()->currentSystemDocument()->getOrCreateHost(hostName)),
+        commandLine);
+}
+
+} // namespace
+
+void TestSystemViewClassInstance::theAttachedGroupIsAnnouncedOnceWithTheFirstLaunchLine()
 {
     SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
-    QStringList order;
-    connect(sensor, &SystemViewClassInstance::encounteredAgentsOnHostAttachedToCorvaneCreated, this,
-        [&order](EncounteredAgentsOnHost* group, EncounteredAgentInfo* info) {
-            order.append("attached " + group->host()->networkName() + ' ' + info->commandLine());
-        });
-    connect(sensor, &SystemViewClassInstance::encounteredAgentInfoCreated, this,
-        [&order](EncounteredAgentsOnHost* group, EncounteredAgentInfo* info) {
-            order.append("line " + group->host()->networkName() + ' ' + info->commandLine());
-        });
+    QCOMPARE(announced(sensor,
+                 [sensor] {
+                     addLine(sensor, localName(), "/a");
+                     addLine(sensor, localName(), "/b");
+                     addLine(sensor, "plant-3", "/r");
+                     addLine(sensor, localName(), "/a");
+                     addLine(sensor, localName(), "/c");
+                 }),
+        QStringList({ "attached " + localName() + " /a", "line " + localName() + " /a", "line " + localName() + " /b",
+            "line plant-3 /r", "line " + localName() + " /c" }));
+}
 
-    Host* remote = handler()->currentSystemDocument()->getOrCreateHost("plant-3");
-    sensor->getOrCreateEncounteredAgentInfo(sensor->getOrCreateEncounteredAgentsOnHost(remote), "/r");
-    EncounteredAgentsOnHost* local = sensor->getOrCreateEncounteredAgentsOnHostAttachedToCorvane();
-    sensor->getOrCreateEncounteredAgentInfo(local, "/a");
-    sensor->getOrCreateEncounteredAgentInfo(local, "/b");
-    sensor->getOrCreateEncounteredAgentInfo(sensor->getOrCreateEncounteredAgentsOnHostAttachedToCorvane(), "/a");
-
-    QCOMPARE(order,
-        QStringList({ "line plant-3 /r", "attached " + localName() + " /a", "line " + localName() + " /a",
-            "line " + localName() + " /b" }));
+void TestSystemViewClassInstance::theAttachedGroupIsNotAnnouncedToWhoHasALaunchLineElsewhere()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    QCOMPARE(announced(sensor,
+                 [sensor] {
+                     addLine(sensor, "plant-3", "/r");
+                     addLine(sensor, localName(), "/a");
+                     addLine(sensor, localName(), "/b");
+                 }),
+        QStringList({ "line plant-3 /r", "line " + localName() + " /a", "line " + localName() + " /b" }));
 }
 
 void TestSystemViewClassInstance::launchLinesAreMadeOncePerMachineAndMeaning()
@@ -164,6 +198,37 @@ void TestSystemViewClassInstance::whatCannotBeALaunchLineGivesNone()
     QVERIFY(!sensor->getOrCreateEncounteredAgentInfo(nullptr, "/a"));
     QVERIFY(!sensor->getOrCreateEncounteredAgentInfo(recorder->encounteredAgentsOnHostAttachedToCorvane(), "/a"));
     QVERIFY(group->encounteredAgentInfos().isEmpty());
+    QVERIFY(!sensor->hasLaunchLine());
+    QVERIFY(recorder->hasLaunchLine());
+}
+
+void TestSystemViewClassInstance::aLineThatNamesNoProgramIsRefusedWithAProblem()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    EncounteredAgentsOnHost* group = sensor->getOrCreateEncounteredAgentsOnHostAttachedToCorvane();
+    QSignalSpy raised(SystemViewManager::instance(), &SystemViewManager::problemRaised);
+    for (const char* line : { "  ", "\"\"", " \t\"\" " }) {
+        QTest::ignoreMessage(QtWarningMsg, "A launch line of 'Sensor' was not added: it must name a program.");
+        QVERIFY(!sensor->getOrCreateEncounteredAgentInfo(group, line));
+    }
+    QCOMPARE(raised.count(), 3);
+    QVERIFY(group->encounteredAgentInfos().isEmpty());
+}
+
+void TestSystemViewClassInstance::theLineItselfIsFoundBeforeOneThatEqualsItButForAMaskedValue()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    const EncounteredAgentInfo* one = addLine(sensor, localName(), "/x -a one");
+    const EncounteredAgentInfo* two = addLine(sensor, localName(), "/x -a two");
+    QVERIFY(one != two);
+    QCOMPARE(addLine(sensor, localName(), "/x -a two"), two);
+    QCOMPARE(addLine(sensor, localName(), "/x -a ********"), one);
+    // A masked line that was there first is kept for itself
+    const EncounteredAgentInfo* masked = addLine(sensor, "plant-3", "/x -a ********");
+    EncounteredAgentInfo* edited = addLine(sensor, "plant-3", "/x -b");
+    edited->setcommandLine("/x -a one");
+    QCOMPARE(addLine(sensor, "plant-3", "/x -a ********"), masked);
+    QCOMPARE(addLine(sensor, "plant-3", "/x -a one"), edited);
 }
 
 void TestSystemViewClassInstance::aLocalLaunchLineCanBeLaunchedWhenItsProgramIsThere()
