@@ -5,14 +5,33 @@
 #include <quenary.h>
 #include <systemdocument.h>
 #include <systemdocumenthandler.h>
+#include <systemviewmanager.h>
 
 #include <QtCore/QDebug>
 #include <QtQml/QJSEngine>
+
+#include <algorithm>
+#include <iterator>
 
 namespace {
 
 constexpr char RECORD_PROGRESS_OUTPUT[] = "record_progress";
 constexpr char REPLAY_PROGRESS_OUTPUT[] = "replay_progress";
+
+bool haveSameLine(const EncounteredAgentInfo* left, const EncounteredAgentInfo* right)
+{
+    return left && right && left->splitCommandLine().isSameAs(right->splitCommandLine());
+}
+
+// The network shows no passwords: a line that it shows may equal several that differ in theirs. Then those go before
+// that have the line for which the host took it.
+QList<RecorderInstance*> preferLine(const QList<RecorderInstance*>& recorderInstances, const EncounteredAgentInfo* info)
+{
+    QList<RecorderInstance*> preferred;
+    std::copy_if(recorderInstances.cbegin(), recorderInstances.cend(), std::back_inserter(preferred),
+        [info](const RecorderInstance* instance) { return haveSameLine(instance->encounteredAgentInfo(), info); });
+    return preferred.isEmpty() ? recorderInstances : preferred;
+}
 
 } // namespace
 
@@ -40,11 +59,18 @@ Recorder::Recorder(SystemViewClassInstance* classInstance, const QString& execut
 
 Recorder::~Recorder()
 {
-    if (_classInstance) {
-        disconnect(_classInstance, nullptr, this, nullptr);
-    }
+    stopFollowing();
     _recorderInstancesByUuid.clear();
     _instances.deleteAllItems();
+}
+
+void Recorder::stopFollowing()
+{
+    _isFollowing = false;
+    if (_classInstance) {
+        disconnect(_classInstance, nullptr, this, nullptr);
+        connect(_classInstance, &QObject::destroyed, this, &Recorder::_onclassInstanceDestroyed);
+    }
 }
 
 RecorderInstance* Recorder::getRecorderInstanceWithUuid(const QString& uuid) const
@@ -132,12 +158,17 @@ void Recorder::_onRunningAgentInfoCreated(RunningAgentInfo* runningAgentInfo)
         return;
     }
 
-    const QList<RecorderInstance*> offlineInstances
-        = _getOfflineRecorderInstancesWithCommandLine(runningAgentInfo->commandLine());
+    const QList<RecorderInstance*> offlineInstances = preferLine(
+        _getOfflineRecorderInstancesWithCommandLine(runningAgentInfo->commandLine()), encounteredAgentInfo);
     if (offlineInstances.size() > 1) {
         qCritical("Multiple recorder instance detected with same command line. It is not supposed to be the case. A "
                   "cleanup phase should have removed duplicates command lines after a disconnection of a recorder "
                   "instance");
+        // Nothing else tells that a recorder runs that cannot be used.
+        SystemViewManager::instance()->raiseProblem(
+            tr("The recorder '%1' runs but is shown as off: two of its launch lines are the same. Disconnect it in the "
+               "system view, then connect it again: one of the two lines is enough, and the other goes.")
+                .arg(_agentName()));
         return;
     }
     RecorderInstance* recorderInstance = nullptr;
@@ -157,13 +188,31 @@ void Recorder::_onRunningAgentInfoCreated(RunningAgentInfo* runningAgentInfo)
 void Recorder::_onRunningAgentInfoRemoved(RunningAgentInfo* runningAgentInfo)
 {
     Q_ASSERT(runningAgentInfo);
+    const QPointer<RecorderInstance> recorderInstance = getRecorderInstanceWithAgentUuid(runningAgentInfo->agentUuid());
     _unlinkRunningAgentInfo(runningAgentInfo->agentUuid());
 
-    // Settings may have been edited into the line of another instance while the agent ran: one of them is enough.
-    const QList<RecorderInstance*> duplicates
-        = _getOfflineRecorderInstancesWithCommandLine(runningAgentInfo->commandLine());
-    for (qsizetype i = 1; i < duplicates.size(); ++i) {
-        deleteRecorderInstance(duplicates.at(i));
+    _removeDuplicates(_getOfflineRecorderInstancesWithCommandLine(runningAgentInfo->commandLine()));
+    // The line may have been edited while the agent ran.
+    if (recorderInstance && recorderInstance->encounteredAgentInfo()) {
+        _removeDuplicates(
+            _getOfflineRecorderInstancesWithCommandLine(recorderInstance->encounteredAgentInfo()->commandLine()));
+    }
+}
+
+// Settings may have been edited into the line of another instance: the first is enough. Lines that only equal what the
+// network shows, which hides their passwords, are no duplicates.
+void Recorder::_removeDuplicates(const QList<RecorderInstance*>& recorderInstances)
+{
+    QList<RecorderInstance*> kept;
+    for (RecorderInstance* recorderInstance : recorderInstances) {
+        const EncounteredAgentInfo* const info = recorderInstance->encounteredAgentInfo();
+        const bool isDuplicate = std::any_of(kept.cbegin(), kept.cend(),
+            [info](const RecorderInstance* other) { return haveSameLine(other->encounteredAgentInfo(), info); });
+        if (isDuplicate) {
+            deleteRecorderInstance(recorderInstance);
+        } else {
+            kept.append(recorderInstance);
+        }
     }
 }
 
@@ -174,10 +223,11 @@ bool Recorder::_commandLineExists(const QString& commandLine) const
     if (commandLine.isEmpty()) {
         return false;
     }
+    const SplitCommandLine line(commandLine);
     const QList<RecorderInstance*> recorderInstances = _instances.toList();
     for (const RecorderInstance* recorderInstance : recorderInstances) {
         const EncounteredAgentInfo* const info = recorderInstance->encounteredAgentInfo();
-        if (info && CorvaneUtils::commandLinesEqual(info->commandLine(), commandLine)) {
+        if (info && CorvaneUtils::commandLinesEqual(info->splitCommandLine(), line)) {
             return true;
         }
     }
@@ -186,11 +236,12 @@ bool Recorder::_commandLineExists(const QString& commandLine) const
 
 QList<RecorderInstance*> Recorder::_getOfflineRecorderInstancesWithCommandLine(const QString& commandLine)
 {
+    const SplitCommandLine line(commandLine);
     QList<RecorderInstance*> offlineInstances;
     const QList<RecorderInstance*> recorderInstances = _instances.toList();
     for (RecorderInstance* recorderInstance : recorderInstances) {
         const EncounteredAgentInfo* const info = recorderInstance->encounteredAgentInfo();
-        if (!recorderInstance->isOn() && info && CorvaneUtils::commandLinesEqual(info->commandLine(), commandLine)) {
+        if (!recorderInstance->isOn() && info && CorvaneUtils::commandLinesEqual(info->splitCommandLine(), line)) {
             offlineInstances.append(recorderInstance);
         }
     }
@@ -287,6 +338,10 @@ void Recorder::_unlinkRunningAgentInfo(const QString& agentUuid)
 void Recorder::_addMappingRecorderInputs(RecorderInstance* recorderInstance)
 {
     if (_mappedInstances.contains(recorderInstance)) {
+        return;
+    }
+    // A receiver of one of our signals may have taken out the instance, or the whole registry, a moment ago.
+    if (!_isFollowing || !_recorderInstancesByUuid.contains(recorderInstance->uuid())) {
         return;
     }
     const QString agentName = _agentName();

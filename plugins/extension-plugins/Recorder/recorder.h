@@ -36,6 +36,9 @@ public:
     RecorderInstance* getRecorderInstanceWithUuid(const QString& uuid) const;
     RecorderInstance* getRecorderInstanceWithAgentUuid(const QString& agentUuid) const;
 
+    /// Hears no more of the class instance, and maps nothing any more: for a registry that is about to be deleted.
+    void stopFollowing();
+
     /// Announces that the instance goes, and deletes it later. A warning when it is none of this registry's.
     void deleteRecorderInstance(RecorderInstance* recorderInstance);
 
@@ -61,6 +64,7 @@ private:
     void _linkRunningAgentInfoWithRecorderInstance(
         RunningAgentInfo* runningAgentInfo, RecorderInstance* recorderInstance);
     void _unlinkRunningAgentInfo(const QString& agentUuid);
+    void _removeDuplicates(const QList<RecorderInstance*>& recorderInstances);
     bool _commandLineExists(const QString& commandLine) const;
     QList<RecorderInstance*> _getOfflineRecorderInstancesWithCommandLine(const QString& commandLine);
     void _addMappingRecorderInputs(RecorderInstance* recorderInstance);
@@ -77,4 +81,5 @@ private:
     QHash<QString, QPointer<RecorderInstance>> _recorderInstancesByAgentUuid;
     /// Instances whose two progress mappings are in place, with the agent name that they go by.
     QHash<RecorderInstance*, QString> _mappedInstances;
+    bool _isFollowing = true;
 };

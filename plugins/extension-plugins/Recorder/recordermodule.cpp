@@ -13,9 +13,11 @@
 #include <systemviewclass.h>
 #include <systemviewmanager.h>
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDebug>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonObject>
+#include <QtCore/QThread>
 #include <QtQml/QJSEngine>
 
 namespace {
@@ -56,6 +58,11 @@ RecorderModule::~RecorderModule()
     disconnect(SystemDocumentHandler::instance(), nullptr, this, nullptr);
     _removeServices();
     _clearRecorders();
+    // When the program ends, no event loop deletes what was left for later: recorders, then their instances, then the
+    // records of those.
+    for (int i = 0; i < 3 && QThread::currentThread()->loopLevel() == 0; ++i) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
 }
 
 // Automatic connections: emitted on the library's thread, handled on this object's.
@@ -201,6 +208,7 @@ void RecorderModule::_clearRecorders()
 void RecorderModule::_clearRecorder(Recorder* recorder)
 {
     disconnect(recorder, nullptr, this, nullptr);
+    recorder->stopFollowing();
     if (recorder->classInstance()) {
         disconnect(recorder->classInstance(), nullptr, &_sortedRecorders, nullptr);
     }

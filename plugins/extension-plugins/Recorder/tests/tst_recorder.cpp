@@ -49,6 +49,7 @@ private Q_SLOTS:
     void mappingsAreAddedOncePerInstance();
     void mappingsFollowTheNameOfTheClassInstance();
     void withoutAClassInstanceAMappingNamesNobody();
+    void anInstanceThatIsDeletedAsSoonAsItIsAnnouncedGetsNoMappings();
     void lookupsYieldNullForEmptyAndUnknownKeys();
     void deletingAnInstanceAnnouncesItAndDeletesItLater();
     void anUnregisteredInstanceIsNotDeletedTwice();
@@ -392,6 +393,24 @@ void tst_Recorder::withoutAClassInstanceAMappingNamesNobody()
     QCOMPARE(QuenaryDouble::calls(),
         QStringList({ "qny_mapping_add " + instance->recordProgressInput() + "  record_progress",
             "qny_mapping_add " + instance->replayProgressInput() + "  replay_progress" }));
+}
+
+void tst_Recorder::anInstanceThatIsDeletedAsSoonAsItIsAnnouncedGetsNoMappings()
+{
+    ModuleFixture fixture;
+    SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
+    Recorder* const recorder = fixture.recorderOf(classInstance);
+    RecorderInstance* const first = recorder->recorderInstances().first();
+    connect(recorder, &Recorder::recorderInstanceCreated, recorder, &Recorder::deleteRecorderInstance);
+    QuenaryDouble::Agent agent = ModuleFixture::agentOf(first, "agent-1");
+    agent.arguments.append("--verbose");
+    ModuleFixture::enter(agent);
+    QCOMPARE(recorder->recorderInstances(), QList<RecorderInstance*>({ first }));
+    const QStringList ofFirst { first->recordProgressInput() + " Rec record_progress",
+        first->replayProgressInput() + " Rec replay_progress" };
+    QCOMPARE(QuenaryDouble::mappings(), ofFirst);
+    ModuleFixture::leave("agent-1");
+    QCOMPARE(QuenaryDouble::mappings(), ofFirst);
 }
 
 void tst_Recorder::lookupsYieldNullForEmptyAndUnknownKeys()

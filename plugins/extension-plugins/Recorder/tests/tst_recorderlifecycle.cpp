@@ -8,6 +8,7 @@
 #include <systemview.h>
 
 #include <QtCore/QDir>
+#include <QtCore/QTemporaryDir>
 #include <QtTest/QSignalSpy>
 
 namespace {
@@ -49,6 +50,10 @@ private Q_SLOTS:
     void anotherDocumentReplacesTheRecorders();
     void anotherViewReplacesTheRecorders();
     void theSameDocumentAgainMakesTheRecordersAnew();
+    void anOpenedDocumentAsksARunningRecorderOnce();
+    void anAgentThatComesWhileTheViewChangesLeavesNothingBehind();
+    void aDocumentReplacedWhileAnAgentIsLinkedLeavesNoMappings();
+    void aModuleDestroyedWithoutAnEventLoopLeavesNoObject();
     void anInstanceOfAClearedRecorderIsNotReachedByALateReply();
     void theExecutableIsReportedAsItIs();
     void thePluginHandsOverTheCanonicalPathOfTheExecutable();
@@ -276,6 +281,68 @@ void tst_RecorderLifecycle::theSameDocumentAgainMakesTheRecordersAnew()
     // Its agent runs on, and is linked again.
     QVERIFY(after->isOn());
     QCOMPARE(QuenaryDouble::inputs(), QStringList({ after->recordProgressInput(), after->replayProgressInput() }));
+}
+
+void tst_RecorderLifecycle::anOpenedDocumentAsksARunningRecorderOnce()
+{
+    ModuleFixture fixture;
+    fixture.addRunningRecorder();
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("system.json");
+    QVERIFY(SystemDocumentHandler::instance()->saveDocumentAs(path));
+    QuenaryDouble::clearCalls();
+    QVERIFY(SystemDocumentHandler::instance()->openDocument(path));
+    ModuleFixture::settle();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "get_record_filters", "get_records", "get_context" }));
+    QCOMPARE(QuenaryDouble::calls({ "qny_input_create" }).size(), 2);
+    QCOMPARE(QuenaryDouble::calls({ "qny_mapping_add" }).size(), 2);
+    auto* const recorder = qobject_cast<Recorder*>(fixture.module().recorders()->get(0));
+    QVERIFY(recorder->recorderInstances().first()->isOn());
+}
+
+void tst_RecorderLifecycle::anAgentThatComesWhileTheViewChangesLeavesNothingBehind()
+{
+    ModuleFixture fixture;
+    QuenaryDouble::Agent agent = ModuleFixture::agentOf(fixture.firstInstanceOf(fixture.addRecorder("Rec")), "agent-1");
+    agent.arguments.append("--verbose");
+    SystemDocument* const document = SystemDocumentHandler::instance()->currentSystemDocument();
+    SystemView* const other = document->createSystemView("Other");
+    QuenaryDouble::clearCalls();
+    QuenaryDouble::enter(agent); // its event waits in the queue
+    document->setcurrentSystemView(other);
+    ModuleFixture::settle();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QCOMPARE(QuenaryDouble::inputs(), QStringList());
+    QCOMPARE(QuenaryDouble::mappings(), QStringList());
+}
+
+void tst_RecorderLifecycle::aDocumentReplacedWhileAnAgentIsLinkedLeavesNoMappings()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.firstInstanceOf(fixture.addRecorder("Rec"));
+    const QuenaryDouble::Agent agent = ModuleFixture::run(instance);
+    ModuleFixture::leave(agent.uuid);
+    QCOMPARE(QuenaryDouble::mappings(), QStringList());
+    connect(instance, &RecorderInstance::isOnChanged, &fixture.module(),
+        [] { SystemDocumentHandler::instance()->newDocument(); });
+    ModuleFixture::run(instance);
+    QCOMPARE(fixture.module().recorders()->count(), 0);
+    QCOMPARE(QuenaryDouble::inputs(), QStringList());
+    QCOMPARE(QuenaryDouble::mappings(), QStringList());
+}
+
+void tst_RecorderLifecycle::aModuleDestroyedWithoutAnEventLoopLeavesNoObject()
+{
+    ModuleFixture fixture;
+    const QPointer<RecorderInstance> instance = fixture.addRunningRecorder();
+    const QPointer<Recorder> recorder = fixture.recorderOf(instance->instance());
+    ScriptedRecorder(instance).records("[" + recordJson(RECORD_A, "one") + "]");
+    const QPointer<QObject> record = instance->records()->get(0);
+    QVERIFY(record);
+    fixture.destroyModule();
+    QVERIFY(recorder.isNull());
+    QVERIFY(instance.isNull());
+    QVERIFY(record.isNull());
 }
 
 void tst_RecorderLifecycle::anInstanceOfAClearedRecorderIsNotReachedByALateReply()

@@ -10,10 +10,10 @@
 
 #include <QtTest/QSignalSpy>
 
-static QString RecorderInstance::*uuidOf = nullptr;
+static QString RecorderInstance::* uuidOf = nullptr;
 template struct OpenMember<uuidOf, &RecorderInstance::_uuid>;
 
-static QHash<SystemViewClassInstance*, Recorder*> RecorderModule::*recordersByClassInstance = nullptr;
+static QHash<SystemViewClassInstance*, Recorder*> RecorderModule::* recordersByClassInstance = nullptr;
 template struct OpenMember<recordersByClassInstance, &RecorderModule::_recordersByClassInstance>;
 
 class tst_RecorderModule : public QObject
@@ -286,8 +286,7 @@ void tst_RecorderModule::deleteRecorderOfAnInstanceThatBelongsNowhereChangesNoth
         return stranger.recorderInstances().size() == 1;
     };
     // Of a registry that is none of the module's.
-    QTest::ignoreMessage(
-        QtWarningMsg, qPrintable("RecorderInstance \"" + instance->uuid() + "\" is not registered"));
+    QTest::ignoreMessage(QtWarningMsg, qPrintable("RecorderInstance \"" + instance->uuid() + "\" is not registered"));
     QVERIFY(changesNothing());
     (fixture.module().*recordersByClassInstance).remove(classInstance);
     QTest::ignoreMessage(QtWarningMsg, "Cannot remove Recorder for instance \"Rec\" . Recorder object not found.");
