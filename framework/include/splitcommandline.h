@@ -22,10 +22,10 @@ public:
     /// Whether an argument is masked, or ends so: the line cannot be launched as it stands.
     bool hasMaskedValue() const { return _hasMaskedValue; }
 
-    /// The same canonical program and the same arguments. A masked value equals any, so that two lines may equal a
-    /// third and not each other.
+    /// The same canonical program and the same arguments. Between a line with masked values and one without, those
+    /// equal any, so that two lines may equal a third and not each other.
     bool launchesSameAs(const SplitCommandLine& other) const;
-    /// Likewise, but a line with a masked value is the same only as another with one.
+    /// Likewise, but masked values equal masked ones only.
     bool isSameAs(const SplitCommandLine& other) const;
 
 private:

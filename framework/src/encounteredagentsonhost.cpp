@@ -45,12 +45,13 @@ EncounteredAgentInfo* EncounteredAgentsOnHost::findWithCommandLine(const QString
     const SplitCommandLine line(commandLine);
     EncounteredAgentInfo* found = nullptr;
     for (EncounteredAgentInfo* info : _encounteredAgentInfos->toList()) {
+        if (!info->splitCommandLine().launchesSameAs(line)) {
+            continue;
+        }
         if (info->splitCommandLine().isSameAs(line)) {
             return info;
         }
-        if (found == nullptr && info->splitCommandLine().launchesSameAs(line)) {
-            found = info;
-        }
+        found = found == nullptr ? info : found;
     }
     return found;
 }

@@ -5,6 +5,8 @@
 #include <QFileInfo>
 #include <QProcess>
 
+#include <algorithm>
+
 namespace {
 
 // The same file for two spellings of its path, also for programs of other machines, which do not exist here.
@@ -48,13 +50,13 @@ bool SplitCommandLine::launchesSameAs(const SplitCommandLine& other) const
     if (_parts.isEmpty()) {
         return true;
     }
-    if (!_hasMaskedValue && !other._hasMaskedValue && _argumentsHash != other._argumentsHash) {
-        return false;
-    }
-    for (qsizetype i = 1; i < _parts.size(); ++i) {
-        if (!argumentsEqual(_parts.at(i), other._parts.at(i))) {
+    if (_hasMaskedValue == other._hasMaskedValue) {
+        if (_argumentsHash != other._argumentsHash
+            || !std::equal(_parts.cbegin() + 1, _parts.cend(), other._parts.cbegin() + 1)) {
             return false;
         }
+    } else if (!std::equal(_parts.cbegin() + 1, _parts.cend(), other._parts.cbegin() + 1, argumentsEqual)) {
+        return false;
     }
     // Last, because it asks the file system.
     return _parts.constFirst() == other._parts.constFirst()

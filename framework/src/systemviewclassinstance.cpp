@@ -134,7 +134,7 @@ bool SystemViewClassInstance::hasLaunchLine() const
 {
     const QList<EncounteredAgentsOnHost*> groups = encounteredAgentsOnHosts();
     return std::any_of(groups.cbegin(), groups.cend(),
-        [](const EncounteredAgentsOnHost* group) { return !group->encounteredAgentInfos().isEmpty(); });
+        [](const EncounteredAgentsOnHost* group) { return !group->encounteredAgentInfosModel()->isEmpty(); });
 }
 
 EncounteredAgentInfo* SystemViewClassInstance::_appendLaunchLine(

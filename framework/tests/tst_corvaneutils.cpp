@@ -141,6 +141,8 @@ void TestCorvaneUtils::commandLinesAreCompared_data()
                                      << true;
     QTest::newRow("masked behind short") << "/x/rec -asecret" << "/x/rec -a********" << true;
     QTest::newRow("masked, other user") << "/x/rec -u me -a ********" << "/x/rec -u you -a secret" << false;
+    QTest::newRow("both masked") << "/x/rec -u me -a ********" << "/x/rec  -u me  -a ********" << true;
+    QTest::newRow("both masked, other user") << "/x/rec -u me -a ********" << "/x/rec -u you -a ********" << false;
     QTest::newRow("masked, other option") << "/x/rec --password=********" << "/x/rec --user=me" << false;
     QTest::newRow("both empty") << "" << "  " << true;
     QTest::newRow("one empty") << "" << "/x/rec" << false;
