@@ -24,7 +24,7 @@ if(RR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${RR_CCACHE}")
 endif()
 
-find_package(Qt6 6.8 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 Widgets Concurrent Svg Test Network)
+find_package(Qt6 6.8 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 Widgets Concurrent Svg Test Network LinguistTools)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ZMQ REQUIRED IMPORTED_TARGET libzmq>=4.3)
 pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)

@@ -4,7 +4,7 @@ find_package(GTest REQUIRED)
 
 # rr_add_test(NAME name SOURCES a.cpp ... LIBS lib ... [GTEST] [TIMEOUT seconds] [LABELS l ...] [ARGS a ...])
 # One executable, Qt Test unless GTEST is given.
-# Tests draw offscreen, speak only on the loopback device, and keep settings, data and caches in the build tree, not in the
+# Tests draw offscreen, speak English, use only the loopback device, and keep settings, data and caches in the build tree, not in the
 # person's home; RUN_SERIAL is for those that need the machine to themselves.
 function(rr_add_test)
     cmake_parse_arguments(T "GTEST;RUN_SERIAL" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
@@ -27,7 +27,7 @@ function(rr_add_test)
     endif()
     set(T_HOME "${CMAKE_BINARY_DIR}/Testing/home/${T_NAME}")
     set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT}
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=;LC_ALL=C.UTF-8;XDG_CONFIG_HOME=${T_HOME}/config;XDG_DATA_HOME=${T_HOME}/data;XDG_CACHE_HOME=${T_HOME}/cache")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=;LC_ALL=C.UTF-8;LANGUAGE=;XDG_CONFIG_HOME=${T_HOME}/config;XDG_DATA_HOME=${T_HOME}/data;XDG_CACHE_HOME=${T_HOME}/cache")
     if(T_RUN_SERIAL)
         set_tests_properties(${T_NAME} PROPERTIES RUN_SERIAL ON)
     endif()

@@ -1,58 +1,73 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commandline.h"
 
+#include "language.h"
+
 #include <QtCore/QCommandLineOption>
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 
 namespace {
 
-QString translated(const char* text)
+QCommandLineOption languageOption()
 {
-    return QCoreApplication::translate("CommandLine", text);
+    return QCommandLineOption(QStringLiteral("language"), CommandLine::tr("\"en\" or \"fr\"; else the desktop's."),
+        QStringLiteral("LANGUAGE"));
 }
 
 CommandLineEnd wrong(const QString& what)
 {
-    return { true, 2, translated("corvane: %1 (see corvane --help)\n").arg(what) };
+    return { true, 2,
+        QLatin1String("corvane: ") + CommandLine::tr("%1 (see corvane --help)").arg(what) + QLatin1Char('\n') };
 }
 
 } // namespace
 
+QString languageAsked(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption language = languageOption();
+    parser.addOption(language);
+    // What it does not know is parseCommandLine()'s to refuse.
+    parser.parse(arguments);
+    return parser.value(language);
+}
+
 CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* commandLine)
 {
     const QCommandLineOption device(
-        QStringLiteral("device"), translated("Network device, by name or address."), QStringLiteral("D"));
+        QStringLiteral("device"), CommandLine::tr("Network device, by name or address."), QStringLiteral("D"));
     const QCommandLineOption port(QStringLiteral("port"),
-        translated("UDP port of discovery, the same for all on a network."), QStringLiteral("N"));
+        CommandLine::tr("UDP port of discovery, the same for all on a network."), QStringLiteral("N"));
     const QCommandLineOption peers(QStringLiteral("peers"),
-        translated("Peers to try besides discovery: host:port,host:port."), QStringLiteral("LIST"));
+        CommandLine::tr("Peers to try besides discovery: host:port,host:port."), QStringLiteral("LIST"));
     const QCommandLineOption plugins(
-        QStringLiteral("plugins"), translated("Folder of the module plugins."), QStringLiteral("DIR"));
+        QStringLiteral("plugins"), CommandLine::tr("Folder of the module plugins."), QStringLiteral("DIR"));
     const QCommandLineOption withPlant(
-        QStringLiteral("with-plant"), translated("Start the sample plant, and end it with the program."));
+        QStringLiteral("with-plant"), CommandLine::tr("Start the sample plant, and end it with the program."));
     const QCommandLineOption journals(QStringLiteral("plant-journals"),
-        translated("Folder in which each agent of the plant notes what it publishes."), QStringLiteral("DIR"));
+        CommandLine::tr("Folder in which each agent of the plant notes what it publishes."), QStringLiteral("DIR"));
     const QCommandLineOption tour(
-        QStringLiteral("tour"), translated("Show what the parts do together, step by step, and end."));
+        QStringLiteral("tour"), CommandLine::tr("Show what the parts do together, step by step, and end."));
     const QCommandLineOption output(
-        QStringLiteral("output"), translated("Folder for what the tour leaves."), QStringLiteral("DIR"));
-    const QCommandLineOption screenshot(
-        QStringLiteral("screenshot"), translated("Draw the window into a PNG file, and end."), QStringLiteral("FILE"));
+        QStringLiteral("output"), CommandLine::tr("Folder for what the tour leaves."), QStringLiteral("DIR"));
+    const QCommandLineOption screenshot(QStringLiteral("screenshot"),
+        CommandLine::tr("Draw the window into a PNG file, and end."), QStringLiteral("FILE"));
     const QCommandLineOption page(QStringLiteral("page"),
-        translated("Page shown first: \"system\", or the tag of a module."), QStringLiteral("TAG"));
-    const QCommandLineOption theme(
-        QStringLiteral("theme"), translated("\"light\" or \"dark\"; else the desktop's."), QStringLiteral("THEME"));
-    const QCommandLineOption help(QStringLiteral("help"), translated("Show this and end."));
-    const QCommandLineOption version(QStringLiteral("version"), translated("Show the version and end."));
+        CommandLine::tr("Page shown first: \"system\", or the tag of a module."), QStringLiteral("TAG"));
+    const QCommandLineOption theme(QStringLiteral("theme"),
+        CommandLine::tr("\"light\" or \"dark\"; else the desktop's."), QStringLiteral("THEME"));
+    const QCommandLineOption language = languageOption();
+    const QCommandLineOption help(QStringLiteral("help"), CommandLine::tr("Show this and end."));
+    const QCommandLineOption version(QStringLiteral("version"), CommandLine::tr("Show the version and end."));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        translated("Opens a system document, supervises its agents, and shows the modules' pages."));
+        CommandLine::tr("Opens a system document, supervises its agents, and shows the modules' pages."));
     parser.addPositionalArgument(QStringLiteral("document"),
-        translated("The system document; else the sample document."), QStringLiteral("[DOCUMENT]"));
-    parser.addOptions(
-        { device, port, peers, plugins, withPlant, journals, page, theme, screenshot, tour, output, help, version });
+        CommandLine::tr("The system document; else the sample document."), QStringLiteral("[DOCUMENT]"));
+    parser.addOptions({ device, port, peers, plugins, withPlant, journals, page, theme, language, screenshot, tour,
+        output, help, version });
 
     if (!parser.parse(arguments)) {
         QString text = parser.errorText();
@@ -62,9 +77,10 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         return wrong(text);
     }
     if (parser.isSet(help)) {
-        // The parser asks the application object for the name, which need not be there yet.
+        // In its first line the parser shows the whole path of the program.
         const QString text = parser.helpText();
-        return { true, 0, QStringLiteral("Usage: corvane") + text.mid(text.indexOf(QLatin1String(" [options]"))) };
+        const QString usage = CommandLine::tr("Usage: %1").arg(QLatin1String("corvane [options] [DOCUMENT]"));
+        return { true, 0, usage + text.mid(text.indexOf(QLatin1Char('\n'))) };
     }
     if (parser.isSet(version)) {
         return { true, 0, QStringLiteral("corvane %1\n").arg(QStringLiteral(CORVANE_VERSION)) };
@@ -72,18 +88,18 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
 
     const QStringList documents = parser.positionalArguments();
     if (documents.size() > 1) {
-        return wrong(translated("Only one document can be opened, but %1 were given").arg(documents.size()));
+        return wrong(CommandLine::tr("Only one document can be opened, but %1 were given").arg(documents.size()));
     }
     for (const QCommandLineOption* option : { &device, &peers, &plugins, &journals, &page, &screenshot, &output }) {
         if (parser.isSet(*option) && parser.value(*option).trimmed().isEmpty()) {
-            return wrong(translated("Option '%1' needs a value").arg(option->names().first()));
+            return wrong(CommandLine::tr("Option '%1' needs a value").arg(option->names().first()));
         }
     }
     if (parser.isSet(output) && !parser.isSet(tour)) {
-        return wrong(translated("Option 'output' belongs to '--tour'"));
+        return wrong(CommandLine::tr("Option 'output' belongs to '--tour'"));
     }
     if (parser.isSet(tour) && parser.isSet(screenshot)) {
-        return wrong(translated("'--tour' and '--screenshot' exclude one another"));
+        return wrong(CommandLine::tr("'--tour' and '--screenshot' exclude one another"));
     }
 
     HostOptions& host = commandLine->host;
@@ -98,12 +114,16 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         bool isNumber = false;
         host.port = parser.value(port).toUShort(&isNumber);
         if (!isNumber || host.port == 0) {
-            return wrong(translated("'%1' is no port (1 to 65535)").arg(parser.value(port)));
+            return wrong(CommandLine::tr("'%1' is no port (1 to 65535)").arg(parser.value(port)));
         }
     }
     host.theme = parser.value(theme);
     if (parser.isSet(theme) && host.theme != QLatin1String("light") && host.theme != QLatin1String("dark")) {
-        return wrong(translated("'%1' is no theme (light or dark)").arg(host.theme));
+        return wrong(CommandLine::tr("'%1' is no theme (light or dark)").arg(host.theme));
+    }
+    commandLine->language = parser.value(language);
+    if (parser.isSet(language) && !Language::available().contains(commandLine->language)) {
+        return wrong(CommandLine::tr("'%1' is no language (en or fr)").arg(commandLine->language));
     }
     commandLine->isTour = parser.isSet(tour);
     commandLine->tourDirectory = parser.value(output);

@@ -4,15 +4,20 @@
 
 #include "hostapplication.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 struct CommandLine
 {
+    Q_DECLARE_TR_FUNCTIONS(CommandLine)
+
+public:
     HostOptions host;
     bool isTour = false;
     QString tourDirectory; // empty: the tour's own choice
     QString screenshotPath; // empty: none
+    QString language; // of Language::available(); empty: the desktop's
 };
 
 // What the program says instead of running: status 0 and text for standard output (help, version), or status 2 and one
@@ -24,7 +29,11 @@ struct CommandLineEnd
     QString text;
 };
 
-// `arguments` begin with the program's name. Needs no application object.
+// The language in which to answer the command line, before it is known whether it is right: what stands for --language,
+// or an empty text.
+QString languageAsked(const QStringList& arguments);
+
+// `arguments` begin with the program's name. Without an application object the answers are English.
 CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* commandLine);
 
 #endif

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commandline.h"
 #include "hostapplication.h"
+#include "language.h"
 #include "startlog.h"
 
 #if CORVANE_HAS_TOUR
@@ -23,6 +24,15 @@ int say(const CommandLineEnd& end)
 {
     std::fputs(qUtf8Printable(end.text), end.status == 0 ? stdout : stderr);
     return end.status;
+}
+
+CommandLineEnd readCommandLine(int argc, char** argv, CommandLine* commandLine)
+{
+    // Not the application that draws: a wrong command line is answered also where nothing can be drawn.
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const Language language(languageAsked(arguments));
+    return parseCommandLine(arguments, commandLine);
 }
 
 int fail(const QString& error)
@@ -68,13 +78,8 @@ bool startHost(HostApplication& host, const HostOptions& options, QString* error
 
 int main(int argc, char** argv)
 {
-    // Before the application object: a wrong command line is answered also where nothing can be drawn.
-    QStringList arguments;
-    for (int index = 0; index < argc; ++index) {
-        arguments.append(QString::fromLocal8Bit(argv[index]));
-    }
     CommandLine commandLine;
-    const CommandLineEnd end = parseCommandLine(arguments, &commandLine);
+    const CommandLineEnd end = readCommandLine(argc, argv, &commandLine);
     if (end.ends) {
         return say(end);
     }
@@ -98,6 +103,9 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(CORVANE_VERSION));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/corvane/icons/corvane.svg")));
     quitOnSignals(application);
+    // The tour tells in English what it does, and so do the pages that it shows.
+    const bool isEnglish = commandLine.isTour && commandLine.language.isEmpty();
+    const Language language(isEnglish ? QStringLiteral("en") : commandLine.language);
 
     HostApplication host;
     commandLine.host.rememberNetwork = !isUnseen;

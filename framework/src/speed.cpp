@@ -18,5 +18,5 @@ double Speed::value() const
 
 QString Speed::label() const
 {
-    return QLocale::c().toString(_value, 'g', QLocale::FloatingPointShortest) + QChar(0x00D7);
+    return QLocale().toString(_value, 'g', QLocale::FloatingPointShortest) + QChar(0x00D7);
 }

@@ -35,7 +35,7 @@ Item {
         Text {
             Layout.fillWidth: true
             Layout.alignment: Qt.AlignBaseline
-            text: root.view === null ? "" : root.view.instances.count === 1 ? qsTr("1 instance") : qsTr("%1 instances").arg(root.view.instances.count)
+            text: root.view === null ? "" : qsTr("%n instance(s)", "", root.view.instances.count)
             color: Theme.mutedText
             font.pixelSize: Theme.smallTextSize
         }

@@ -12,6 +12,7 @@ private Q_SLOTS:
     void everyOptionIsTaken();
     void whatIsWrongIsSaidInOneLineWithStatus2_data();
     void whatIsWrongIsSaidInOneLineWithStatus2();
+    void theLanguageOfTheAnswersIsKnownThoughTheLineIsWrong();
     void helpNamesEveryOptionAndVersionTheVersion();
 };
 
@@ -27,6 +28,7 @@ void tst_host_commandline::withoutArgumentsNothingIsAsked()
     QVERIFY(line.host.connectToNetwork);
     QVERIFY(!line.isTour);
     QVERIFY(line.screenshotPath.isEmpty());
+    QVERIFY(line.language.isEmpty());
 }
 
 void tst_host_commandline::everyOptionIsTaken()
@@ -36,7 +38,8 @@ void tst_host_commandline::everyOptionIsTaken()
         QStringLiteral("--device"), QStringLiteral("eth0"), QStringLiteral("--port=6000"), QStringLiteral("--peers"),
         QStringLiteral("h:1,h:2"), QStringLiteral("--plugins"), QStringLiteral("/p"), QStringLiteral("--with-plant"),
         QStringLiteral("--plant-journals"), QStringLiteral("/j"), QStringLiteral("--theme"), QStringLiteral("dark"),
-        QStringLiteral("--page"), QStringLiteral("system"), QStringLiteral("--screenshot"), QStringLiteral("x.png") };
+        QStringLiteral("--page"), QStringLiteral("system"), QStringLiteral("--screenshot"), QStringLiteral("x.png"),
+        QStringLiteral("--language"), QStringLiteral("fr") };
     const CommandLineEnd end = parseCommandLine(arguments, &line);
     QVERIFY2(!end.ends, qPrintable(end.text));
     QCOMPARE(line.host.documentPath, QStringLiteral("a system.json"));
@@ -49,6 +52,7 @@ void tst_host_commandline::everyOptionIsTaken()
     QCOMPARE(line.host.theme, QStringLiteral("dark"));
     QCOMPARE(line.host.page, QStringLiteral("system"));
     QCOMPARE(line.screenshotPath, QStringLiteral("x.png"));
+    QCOMPARE(line.language, QStringLiteral("fr"));
 
     CommandLine tour;
     QVERIFY(!parseCommandLine(
@@ -69,6 +73,7 @@ void tst_host_commandline::whatIsWrongIsSaidInOneLineWithStatus2_data()
     QTest::newRow("port word") << "--port lots" << "'lots' is no port (1 to 65535)";
     QTest::newRow("port high") << "--port 65536" << "'65536' is no port (1 to 65535)";
     QTest::newRow("theme") << "--theme pink" << "'pink' is no theme (light or dark)";
+    QTest::newRow("language") << "--language xx" << "'xx' is no language (en or fr)";
     QTest::newRow("two documents") << "one.json two.json" << "Only one document can be opened, but 2 were given";
     QTest::newRow("output alone") << "--output somewhere" << "Option 'output' belongs to '--tour'";
     QTest::newRow("tour and picture") << "--tour --screenshot a.png"
@@ -93,6 +98,15 @@ void tst_host_commandline::whatIsWrongIsSaidInOneLineWithStatus2()
         qPrintable(end.text));
 }
 
+void tst_host_commandline::theLanguageOfTheAnswersIsKnownThoughTheLineIsWrong()
+{
+    const auto asked = [](const QString& line) { return languageAsked(line.split(QLatin1Char(' '))); };
+    QCOMPARE(asked(QStringLiteral("corvane --colour --language fr --port x")), QStringLiteral("fr"));
+    QCOMPARE(asked(QStringLiteral("corvane --language=en --help")), QStringLiteral("en"));
+    QCOMPARE(asked(QStringLiteral("corvane --port 5 fr")), QString());
+    QCOMPARE(asked(QStringLiteral("corvane --language")), QString());
+}
+
 void tst_host_commandline::helpNamesEveryOptionAndVersionTheVersion()
 {
     CommandLine line;
@@ -101,7 +115,7 @@ void tst_host_commandline::helpNamesEveryOptionAndVersionTheVersion()
     QCOMPARE(help.status, 0);
     QVERIFY2(help.text.startsWith(QLatin1String("Usage: corvane [options] [DOCUMENT]\n")), qPrintable(help.text));
     for (const char* option : { "--device", "--port", "--peers", "--plugins", "--with-plant", "--plant-journals",
-             "--page", "--theme", "--screenshot", "--tour", "--output", "--help", "--version", "[DOCUMENT]" }) {
+             "--page", "--theme", "--language", "--screenshot", "--tour", "--output", "--help", "--version", "[DOCUMENT]" }) {
         QVERIFY2(help.text.contains(QLatin1String(option)), option);
     }
     const CommandLineEnd version = parseCommandLine({ QStringLiteral("corvane"), QStringLiteral("--version") }, &line);

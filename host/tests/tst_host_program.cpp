@@ -29,6 +29,9 @@ class tst_host_program : public QObject
 private Q_SLOTS:
     void init();
     void tellsItsVersionAndItsOptions();
+    void speaksTheLanguageThatIsAskedFor_data();
+    void speaksTheLanguageThatIsAskedFor();
+    void speaksTheLanguageOfTheDesktop();
     void refusesWhatItCannotDo_data();
     void refusesWhatItCannotDo();
     void refusesAPortThatAnotherProgramHolds();
@@ -104,6 +107,49 @@ void tst_host_program::tellsItsVersionAndItsOptions()
     const Result version = run({ QStringLiteral("--version") });
     QCOMPARE(version.status, 0);
     QVERIFY2(version.output.startsWith(QLatin1String("corvane ")), qPrintable(version.output));
+}
+
+void tst_host_program::speaksTheLanguageThatIsAskedFor_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("said");
+    const auto row = [](const char* name, const QStringList& arguments, const QString& said) {
+        QTest::newRow(name) << arguments << said;
+    };
+    row("help", { QStringLiteral("--help") }, QStringLiteral("Ouvre un document système"));
+    row("wrong port", { QStringLiteral("--port"), QStringLiteral("x") }, QStringLiteral("n’est pas un port"));
+    row("page, a text of the host", { QStringLiteral("--page"), QStringLiteral("x") },
+        QStringLiteral("Il n’y a pas de page"));
+    row("document, a text of the framework", { QStringLiteral("/nowhere/at/all.json") },
+        QStringLiteral("Impossible d’ouvrir /nowhere/at/all.json"));
+}
+
+void tst_host_program::speaksTheLanguageThatIsAskedFor()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, said);
+    const Result french = run(QStringList { QStringLiteral("--language"), QStringLiteral("fr") } + arguments);
+    QVERIFY2((french.output + french.errors).contains(said), qPrintable(french.output + french.errors));
+    const Result english = run(QStringList { QStringLiteral("--language"), QStringLiteral("en") } + arguments);
+    QVERIFY2(!(english.output + english.errors).contains(said), qPrintable(english.output + english.errors));
+    QCOMPARE(french.status, english.status);
+}
+
+void tst_host_program::speaksTheLanguageOfTheDesktop()
+{
+    const QString french = QStringLiteral("Ouvre un document système");
+    const QString english = QStringLiteral("Opens a system document");
+    const QStringList help { QStringLiteral("--help") };
+    const auto restore = qScopeGuard([before = qgetenv("LANGUAGE")] { qputenv("LANGUAGE", before); });
+    qputenv("LANGUAGE", "fr");
+    QVERIFY(run(help).output.contains(french));
+    // The first that is there.
+    qputenv("LANGUAGE", "de:fr:en");
+    QVERIFY(run(help).output.contains(french));
+    qputenv("LANGUAGE", "en_US:fr");
+    QVERIFY(run(help).output.contains(english));
+    qputenv("LANGUAGE", "de");
+    QVERIFY(run(help).output.contains(english));
 }
 
 void tst_host_program::refusesWhatItCannotDo_data()

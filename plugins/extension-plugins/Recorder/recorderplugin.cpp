@@ -12,11 +12,13 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
+#include <QtCore/QLocale>
 #include <QtQml/qqml.h>
 
 RecorderPlugin::RecorderPlugin(QObject* parent)
     : CorvaneModulePlugin(parent)
 {
+    _installTranslation();
     setname(QStringLiteral("Record & Replay"));
     setmodulesMenuLabel(tr("Record & Replay"));
     setmodulesMenuIcon(QUrl(QStringLiteral("qrc:/resources/RecordAndReplay/logo.svg")));
@@ -52,6 +54,16 @@ CorvaneModule* RecorderPlugin::createCorvaneModule()
 QString RecorderPlugin::uuid() const
 {
     return ReservedExtensions::RECORD_AND_REPLAY;
+}
+
+void RecorderPlugin::_installTranslation()
+{
+    const QString folder = QStringLiteral(":/translations");
+    // English has a file too, for its plurals.
+    if (_translator.load(QLocale(), QStringLiteral("Recorder"), QStringLiteral("_"), folder)
+        || _translator.load(QStringLiteral("Recorder_en"), folder)) {
+        QCoreApplication::installTranslator(&_translator);
+    }
 }
 
 void RecorderPlugin::_registerQmlTypes()

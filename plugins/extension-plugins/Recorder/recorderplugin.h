@@ -3,6 +3,8 @@
 
 #include <corvanemoduleplugin.h>
 
+#include <QtCore/QTranslator>
+
 /// The module's entry: says what the host shows of the module, registers the types of its pages, and makes the module.
 /// Qt's plugin loader owns the one object.
 class RecorderPlugin : public CorvaneModulePlugin
@@ -22,7 +24,11 @@ public:
     QString uuid() const override;
 
 private:
+    /// In the language of QLocale(): the desktop's, unless the host chose one. Else in English.
+    void _installTranslation();
     static void _registerQmlTypes();
+
+    QTranslator _translator;
 
     /// Canonical; empty when the executable is missing.
     QString _recorderExecutablePath;

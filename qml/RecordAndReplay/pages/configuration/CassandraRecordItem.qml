@@ -23,7 +23,7 @@ Item {
     readonly property bool isOpen: isCurrent && record.isLoaded
     readonly property bool isNarrow: width < 640
     readonly property real nameWidth: Math.max(140, Math.min(420, width * 0.32))
-    readonly property string date: Qt.formatDateTime(record?.startDateTime ?? new Date(NaN), "d MMM yyyy, hh:mm")
+    readonly property string date: (record?.startDateTime ?? new Date(NaN)).toLocaleString(Qt.locale(), qsTr("d MMM yyyy, hh:mm"))
     readonly property string duration: RecorderUtils.prettyPrintTime(record?.durationInSeconds ?? 0, RecorderTimeFormat.HH_MM_SS_ZZZ)
 
     // Pressed once: the list decides whether that loads the record.

@@ -36,7 +36,7 @@ Rectangle {
         anchors.right: parent.right
         anchors.rightMargin: Theme.spacingLarge
         anchors.verticalCenter: name.verticalCenter
-        text: Qt.formatDateTime(root.record?.startDateTime ?? new Date(NaN), "d MMM yyyy, hh:mm")
+        text: (root.record?.startDateTime ?? new Date(NaN)).toLocaleString(Qt.locale(), qsTr("d MMM yyyy, hh:mm"))
         color: Theme.mutedText
         font.pixelSize: Theme.textSize
     }

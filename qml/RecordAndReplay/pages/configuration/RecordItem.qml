@@ -99,6 +99,7 @@ FocusScope {
             }
             AgentsFilterItem {
                 Layout.fillWidth: true
+                Layout.preferredWidth: 360
                 Layout.maximumWidth: 360
                 recorder: root.recorder
                 record: root.record

@@ -1,0 +1,14 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en_US" sourcelanguage="en">
+<context>
+    <name>SystemPage</name>
+    <message numerus="yes">
+        <source>%n instance(s)</source>
+        <translation>
+            <numerusform>%Ln instance</numerusform>
+            <numerusform>%Ln instances</numerusform>
+        </translation>
+    </message>
+</context>
+</TS>

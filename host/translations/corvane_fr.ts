@@ -1,0 +1,490 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="fr_FR" sourcelanguage="en">
+<context>
+    <name>CommandLine</name>
+    <message>
+        <source>&quot;en&quot; or &quot;fr&quot;; else the desktop&apos;s.</source>
+        <translation>«&#xa0;en&#xa0;» ou «&#xa0;fr&#xa0;»&#x202f;; sinon celle du bureau.</translation>
+    </message>
+    <message>
+        <source>Network device, by name or address.</source>
+        <translation>Interface réseau, par son nom ou son adresse.</translation>
+    </message>
+    <message>
+        <source>UDP port of discovery, the same for all on a network.</source>
+        <translation>Port UDP de découverte, le même pour tous sur un réseau.</translation>
+    </message>
+    <message>
+        <source>Peers to try besides discovery: host:port,host:port.</source>
+        <translation>Pairs à essayer en plus de la découverte&#xa0;: hôte:port,hôte:port.</translation>
+    </message>
+    <message>
+        <source>Folder of the module plugins.</source>
+        <translation>Dossier des greffons de modules.</translation>
+    </message>
+    <message>
+        <source>Start the sample plant, and end it with the program.</source>
+        <translation>Démarrer l’installation d’exemple, et l’arrêter avec le programme.</translation>
+    </message>
+    <message>
+        <source>Folder in which each agent of the plant notes what it publishes.</source>
+        <translation>Dossier où chaque agent de l’installation note ce qu’il publie.</translation>
+    </message>
+    <message>
+        <source>Show what the parts do together, step by step, and end.</source>
+        <translation>Montrer pas à pas ce que les parties font ensemble, puis quitter.</translation>
+    </message>
+    <message>
+        <source>Folder for what the tour leaves.</source>
+        <translation>Dossier de ce que laisse la visite.</translation>
+    </message>
+    <message>
+        <source>Draw the window into a PNG file, and end.</source>
+        <translation>Dessiner la fenêtre dans un fichier PNG, puis quitter.</translation>
+    </message>
+    <message>
+        <source>Page shown first: &quot;system&quot;, or the tag of a module.</source>
+        <translation>Première page affichée&#xa0;: «&#xa0;system&#xa0;», ou l’étiquette d’un module.</translation>
+    </message>
+    <message>
+        <source>&quot;light&quot; or &quot;dark&quot;; else the desktop&apos;s.</source>
+        <translation>«&#xa0;light&#xa0;» (clair) ou «&#xa0;dark&#xa0;» (sombre)&#x202f;; sinon celui du bureau.</translation>
+    </message>
+    <message>
+        <source>Show this and end.</source>
+        <translation>Afficher cette aide et quitter.</translation>
+    </message>
+    <message>
+        <source>Show the version and end.</source>
+        <translation>Afficher la version et quitter.</translation>
+    </message>
+    <message>
+        <source>Opens a system document, supervises its agents, and shows the modules&apos; pages.</source>
+        <translation>Ouvre un document système, supervise ses agents et montre les pages des modules.</translation>
+    </message>
+    <message>
+        <source>The system document; else the sample document.</source>
+        <translation>Le document système&#x202f;; sinon le document d’exemple.</translation>
+    </message>
+    <message>
+        <source>Usage: %1</source>
+        <translation>Utilisation&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>Only one document can be opened, but %1 were given</source>
+        <translation>Un seul document peut être ouvert, mais %1 ont été donnés</translation>
+    </message>
+    <message>
+        <source>Option &apos;%1&apos; needs a value</source>
+        <translation>L’option «&#xa0;%1&#xa0;» demande une valeur</translation>
+    </message>
+    <message>
+        <source>Option &apos;output&apos; belongs to &apos;--tour&apos;</source>
+        <translation>L’option «&#xa0;output&#xa0;» va avec «&#xa0;--tour&#xa0;»</translation>
+    </message>
+    <message>
+        <source>&apos;--tour&apos; and &apos;--screenshot&apos; exclude one another</source>
+        <translation>«&#xa0;--tour&#xa0;» et «&#xa0;--screenshot&#xa0;» s’excluent</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is no port (1 to 65535)</source>
+        <translation>«&#xa0;%1&#xa0;» n’est pas un port (1 à 65535)</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is no theme (light or dark)</source>
+        <translation>«&#xa0;%1&#xa0;» n’est pas un thème (light ou dark)</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is no language (en or fr)</source>
+        <translation>«&#xa0;%1&#xa0;» n’est pas une langue (en ou fr)</translation>
+    </message>
+    <message>
+        <source>%1 (see corvane --help)</source>
+        <translation>%1 (voir corvane --help)</translation>
+    </message>
+</context>
+<context>
+    <name>ConfirmDeletion</name>
+    <message>
+        <source>Delete &quot;%1&quot; from the system?</source>
+        <translation>Supprimer «&#xa0;%1&#xa0;» du système&#x202f;?</translation>
+    </message>
+    <message>
+        <source>Its launch lines go with it. An agent that runs goes on running, and is listed as not placed.</source>
+        <translation>Ses lignes de lancement disparaissent avec lui. Un agent en marche continue de tourner et figure parmi les agents non placés.</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Supprimer</translation>
+    </message>
+</context>
+<context>
+    <name>EmptySystem</name>
+    <message>
+        <source>Nothing in this system yet</source>
+        <translation>Ce système est encore vide</translation>
+    </message>
+    <message>
+        <source>Add a recorder, or place an agent that is on the network.</source>
+        <translation>Ajoutez un enregistreur, ou placez un agent présent sur le réseau.</translation>
+    </message>
+    <message>
+        <source>Add</source>
+        <translation>Ajouter</translation>
+    </message>
+</context>
+<context>
+    <name>HostApplication</name>
+    <message>
+        <source>The sample agent &quot;%1&quot; failed: %2.</source>
+        <translation>L’agent d’exemple «&#xa0;%1&#xa0;» a échoué&#xa0;: %2.</translation>
+    </message>
+    <message>
+        <source>The folder %1 holds none.</source>
+        <translation>Le dossier %1 n’en contient aucun.</translation>
+    </message>
+    <message>
+        <source>No module plugin was loaded. %1 Another folder can be named with --plugins.</source>
+        <translation>Aucun greffon de module n’a été chargé. %1 Un autre dossier peut être indiqué avec --plugins.</translation>
+    </message>
+    <message>
+        <source>The module of %1 could not be created.</source>
+        <translation>Le module de %1 n’a pas pu être créé.</translation>
+    </message>
+    <message>
+        <source>The network cannot be joined: %1</source>
+        <translation>Impossible de rejoindre le réseau&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>System documents (*.json)</source>
+        <translation>Documents système (*.json)</translation>
+    </message>
+    <message>
+        <source>There is no page &quot;%1&quot;: no plugin of that tag was loaded.</source>
+        <translation>Il n’y a pas de page «&#xa0;%1&#xa0;»&#xa0;: aucun greffon de cette étiquette n’a été chargé.</translation>
+    </message>
+    <message>
+        <source>The window cannot be made: %1</source>
+        <translation>La fenêtre ne peut pas être créée&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>There is no window to draw.</source>
+        <translation>Il n’y a pas de fenêtre à dessiner.</translation>
+    </message>
+    <message>
+        <source>The window could not be drawn.</source>
+        <translation>La fenêtre n’a pas pu être dessinée.</translation>
+    </message>
+    <message>
+        <source>The picture could not be written to %1; is the folder there and writable?</source>
+        <translation>L’image n’a pas pu être écrite dans %1&#x202f;; le dossier existe-t-il, et peut-on y écrire&#x202f;?</translation>
+    </message>
+    <message>
+        <source>Save the changes of &quot;%1&quot; before it is closed?</source>
+        <translation>Enregistrer les modifications de «&#xa0;%1&#xa0;» avant de le fermer&#x202f;?</translation>
+    </message>
+    <message>
+        <source>Open a system document</source>
+        <translation>Ouvrir un document système</translation>
+    </message>
+    <message>
+        <source>Save the system document</source>
+        <translation>Enregistrer le document système</translation>
+    </message>
+</context>
+<context>
+    <name>InstanceRow</name>
+    <message>
+        <source>this machine</source>
+        <translation>cette machine</translation>
+    </message>
+    <message>
+        <source>Starting</source>
+        <translation>Démarrage</translation>
+    </message>
+    <message>
+        <source>Stopping</source>
+        <translation>Arrêt</translation>
+    </message>
+    <message>
+        <source>Replayed</source>
+        <translation>Rejoué</translation>
+    </message>
+    <message>
+        <source>Running</source>
+        <translation>En marche</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Arrêté</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; was started but did not appear on the network.</source>
+        <translation>«&#xa0;%1&#xa0;» a été démarré mais n’est pas apparu sur le réseau.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; was asked to stop but goes on running.</source>
+        <translation>L’arrêt de «&#xa0;%1&#xa0;» a été demandé mais il continue de tourner.</translation>
+    </message>
+    <message>
+        <source>Connect</source>
+        <translation>Démarrer</translation>
+    </message>
+    <message>
+        <source>The host is not on the network</source>
+        <translation>L’hôte n’est pas sur le réseau</translation>
+    </message>
+    <message>
+        <source>A replay plays this agent&apos;s part</source>
+        <translation>Un rejeu joue le rôle de cet agent</translation>
+    </message>
+    <message>
+        <source>No launch line of it can be started from here</source>
+        <translation>Aucune de ses lignes de lancement ne peut être démarrée d’ici</translation>
+    </message>
+    <message>
+        <source>Disconnect</source>
+        <translation>Arrêter</translation>
+    </message>
+    <message>
+        <source>This agent does not take requests to stop</source>
+        <translation>Cet agent n’accepte pas les demandes d’arrêt</translation>
+    </message>
+    <message>
+        <source>Delete from the system</source>
+        <translation>Supprimer du système</translation>
+    </message>
+</context>
+<context>
+    <name>Main</name>
+    <message>
+        <source>System</source>
+        <translation>Système</translation>
+    </message>
+</context>
+<context>
+    <name>ModulePage</name>
+    <message>
+        <source>%1 was not started: a part that it needs is missing.</source>
+        <translation>%1 n’a pas été démarré&#xa0;: un élément dont il a besoin manque.</translation>
+    </message>
+</context>
+<context>
+    <name>NetworkPopup</name>
+    <message>
+        <source>Network</source>
+        <translation>Réseau</translation>
+    </message>
+    <message>
+        <source>Device</source>
+        <translation>Interface</translation>
+    </message>
+    <message>
+        <source>Network device</source>
+        <translation>Interface réseau</translation>
+    </message>
+    <message>
+        <source>Port</source>
+        <translation>Port</translation>
+    </message>
+    <message>
+        <source>Discovery port</source>
+        <translation>Port de découverte</translation>
+    </message>
+    <message>
+        <source>Peers</source>
+        <translation>Pairs</translation>
+    </message>
+    <message>
+        <source>host:port,host:port</source>
+        <translation>hôte:port,hôte:port</translation>
+    </message>
+    <message>
+        <source>Peers to try besides discovery</source>
+        <translation>Pairs à essayer en plus de la découverte</translation>
+    </message>
+    <message>
+        <source>The port is a number from 1 to 65535.</source>
+        <translation>Le port est un nombre de 1 à 65535.</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Fermer</translation>
+    </message>
+    <message>
+        <source>Disconnect</source>
+        <translation>Déconnecter</translation>
+    </message>
+    <message>
+        <source>Connect</source>
+        <translation>Connecter</translation>
+    </message>
+</context>
+<context>
+    <name>NetworkStatus</name>
+    <message>
+        <source>Connected</source>
+        <translation>Connecté</translation>
+    </message>
+    <message>
+        <source>Not connected</source>
+        <translation>Non connecté</translation>
+    </message>
+    <message>
+        <source>Network settings</source>
+        <translation>Réglages du réseau</translation>
+    </message>
+    <message>
+        <source>%1, port %2</source>
+        <translation>%1, port %2</translation>
+    </message>
+    <message>
+        <source>Security on</source>
+        <translation>Sécurité activée</translation>
+    </message>
+    <message>
+        <source>Security off</source>
+        <translation>Sécurité désactivée</translation>
+    </message>
+</context>
+<context>
+    <name>NoticeBar</name>
+    <message>
+        <source>Dismiss</source>
+        <translation>Ignorer</translation>
+    </message>
+</context>
+<context>
+    <name>SampleDocument</name>
+    <message>
+        <source>The sample document could not be written to %1 (%2). Name a document of your own on the command line.</source>
+        <translation>Le document d’exemple n’a pas pu être écrit dans %1 (%2). Indiquez un document à vous sur la ligne de commande.</translation>
+    </message>
+</context>
+<context>
+    <name>SamplePlant</name>
+    <message>
+        <source>The sample plant cannot start: %1 is missing. Build or install the sample agents.</source>
+        <translation>L’installation d’exemple ne peut pas démarrer&#xa0;: il manque %1. Compilez ou installez les agents d’exemple.</translation>
+    </message>
+    <message>
+        <source>The journals&apos; folder %1 cannot be made.</source>
+        <translation>Le dossier des journaux %1 ne peut pas être créé.</translation>
+    </message>
+    <message>
+        <source>%1 does not start: %2.</source>
+        <translation>%1 ne démarre pas&#xa0;: %2.</translation>
+    </message>
+    <message>
+        <source>it ended with status %1</source>
+        <translation>il s’est terminé avec le code %1</translation>
+    </message>
+    <message>
+        <source>it crashed</source>
+        <translation>il s’est arrêté brutalement</translation>
+    </message>
+</context>
+<context>
+    <name>Sidebar</name>
+    <message>
+        <source>System</source>
+        <translation>Système</translation>
+    </message>
+</context>
+<context>
+    <name>SystemPage</name>
+    <message numerus="yes">
+        <source>%n instance(s)</source>
+        <translation>
+            <numerusform>%Ln instance</numerusform>
+            <numerusform>%Ln instances</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Stop sample plant</source>
+        <translation>Arrêter l’exemple</translation>
+    </message>
+    <message>
+        <source>Start sample plant</source>
+        <translation>Démarrer l’exemple</translation>
+    </message>
+    <message>
+        <source>The host is not on the network</source>
+        <translation>L’hôte n’est pas sur le réseau</translation>
+    </message>
+    <message>
+        <source>Add</source>
+        <translation>Ajouter</translation>
+    </message>
+    <message>
+        <source>On the network, in no view</source>
+        <translation>Sur le réseau, dans aucune vue</translation>
+    </message>
+</context>
+<context>
+    <name>ThemeChooser</name>
+    <message>
+        <source>Theme of the desktop</source>
+        <translation>Thème du bureau</translation>
+    </message>
+    <message>
+        <source>Light theme</source>
+        <translation>Thème clair</translation>
+    </message>
+    <message>
+        <source>Dark theme</source>
+        <translation>Thème sombre</translation>
+    </message>
+</context>
+<context>
+    <name>TopBar</name>
+    <message>
+        <source>edited</source>
+        <translation>modifié</translation>
+    </message>
+    <message>
+        <source>New</source>
+        <translation>Nouveau</translation>
+    </message>
+    <message>
+        <source>Open…</source>
+        <translation>Ouvrir…</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Enregistrer</translation>
+    </message>
+    <message>
+        <source>Save as…</source>
+        <translation>Enregistrer sous…</translation>
+    </message>
+</context>
+<context>
+    <name>UnplacedRow</name>
+    <message>
+        <source>this machine</source>
+        <translation>cette machine</translation>
+    </message>
+    <message>
+        <source>Replayed</source>
+        <translation>Rejoué</translation>
+    </message>
+    <message>
+        <source>Running</source>
+        <translation>En marche</translation>
+    </message>
+    <message>
+        <source>Place</source>
+        <translation>Placer</translation>
+    </message>
+    <message>
+        <source>Add it to the system under this name</source>
+        <translation>L’ajouter au système sous ce nom</translation>
+    </message>
+</context>
+</TS>
