@@ -43,6 +43,9 @@ public:
     qsizetype indexOf(QObject* object) const override;
     QVariantList toVariantList() const override;
 
+    /// Another number after every change of the rows.
+    unsigned edits() const { return _rows.edits(); }
+
     /// A hint of how many items will be added.
     void reserve(int size);
 

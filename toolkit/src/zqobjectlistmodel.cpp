@@ -7,6 +7,7 @@
 
 #include <QtCore/QDebug>
 #include <QtCore/QMetaMethod>
+#include <QtCore/QPointer>
 #include <QtCore/QScopedValueRollback>
 #include <QtCore/QSet>
 
@@ -212,8 +213,11 @@ QObject* ZqObjectListModel::_replace(qsizetype row, QObject* item)
         }
         return nullptr;
     }
-    QObject* const replaced = _take(row);
-    _insert(row, item);
+    // Who hears that the old item goes may change the list, and delete either.
+    const QPointer<QObject> replacement(item);
+    const QPointer<QObject> replaced(_at(row));
+    _take(row);
+    _insert(qMin(row, _rows.size()), replacement);
     return replaced;
 }
 

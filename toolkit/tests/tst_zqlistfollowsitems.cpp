@@ -308,6 +308,31 @@ private slots:
         QCOMPARE(changes.count(), 0);
     }
 
+    void whoHearsThatAnItemIsReplacedMayChangeTheList()
+    {
+        TestItem a;
+        TestItem b;
+        auto* c = new TestItem;
+        List list;
+        list.appendRows({ &a, &b, c });
+        TestItem first;
+        connect(&list, &List::rowsRemoved, this, [&] { list.clear(); }, Qt::SingleShotConnection);
+        QCOMPARE(list.replace(2, &first), c);
+        QCOMPARE(list.toList(), QList<TestItem*> { &first });
+
+        auto* second = new TestItem;
+        list.appendRow(c);
+        connect(
+            &list, &List::rowsRemoved, this,
+            [&] {
+                delete c;
+                delete second;
+            },
+            Qt::SingleShotConnection);
+        QCOMPARE(list.replace(1, second), nullptr);
+        QCOMPARE(list.toList(), QList<TestItem*> { &first });
+    }
+
     void whoHearsThatADyingItemGoesMayDeleteAnother()
     {
         auto* a = new TestItem;

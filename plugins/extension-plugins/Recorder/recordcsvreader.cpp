@@ -40,7 +40,7 @@ private:
 
 } // namespace
 
-QByteArray readRecordCsvLines(QIODevice& device, int maxLines)
+QByteArray readRecordCsvLines(QIODevice& device, int maxLines, qsizetype maxBytes, RecordCsvFault* fault)
 {
     QByteArray rows;
     QByteArray block;
@@ -49,6 +49,9 @@ QByteArray readRecordCsvLines(QIODevice& device, int maxLines)
     int count = 0;
     bool inQuotes = false;
     bool rowIsOpen = false; // bytes of a row that has not ended are at the end of `rows`
+    qsizetype wholeRows = 0; // size of the rows that have ended
+    qint64 wholeRowsEnd = blockStart; // in the device
+    bool hasFailed = false;
     NextByte nextQuote('"');
     NextByte nextCr('\r');
     NextByte nextLf('\n');
@@ -58,16 +61,36 @@ QByteArray readRecordCsvLines(QIODevice& device, int maxLines)
         block.remove(0, consumed);
         blockStart += consumed;
         consumed = 0;
-        const QByteArray more = device.read(BLOCK_SIZE);
-        block.append(more);
+        const qsizetype rest = block.size();
+        block.resize(rest + BLOCK_SIZE);
+        const qint64 more = device.read(block.data() + rest, BLOCK_SIZE);
+        hasFailed = more < 0;
+        block.resize(rest + std::max<qint64>(more, 0));
         nextQuote.startBlock();
         nextCr.startBlock();
         nextLf.startBlock();
-        return !more.isEmpty();
+        return more > 0;
     };
 
-    while (count < maxLines) {
-        if (consumed == block.size() && !readMore()) {
+    const auto giveUp = [&](RecordCsvFault why) {
+        if (fault) {
+            *fault = why;
+        }
+        return QByteArray();
+    };
+    if (fault) {
+        *fault = RecordCsvFault::None;
+    }
+
+    while (count < maxLines && rows.size() <= maxBytes) {
+        // Asked twice: a file that is still being written may have grown after it had no more bytes.
+        if (consumed == block.size() && !readMore() && (hasFailed || device.atEnd() || !readMore())) {
+            if (hasFailed || !device.atEnd()) {
+                return giveUp(RecordCsvFault::Unreadable);
+            }
+            if (rowIsOpen) {
+                rows.append('\n');
+            }
             break;
         }
         const char* const begin = block.constData();
@@ -109,11 +132,20 @@ QByteArray readRecordCsvLines(QIODevice& device, int maxLines)
         }
         rows.append('\n');
         rowIsOpen = false;
-        ++count;
+        if (rows.size() <= maxBytes) {
+            ++count;
+            wholeRows = rows.size();
+            wholeRowsEnd = blockStart + consumed;
+        }
     }
 
-    if (rowIsOpen) {
-        rows.append('\n');
+    if (rows.size() > maxBytes) {
+        if (wholeRows == 0) {
+            return giveUp(RecordCsvFault::RowTooLong);
+        }
+        rows.truncate(wholeRows);
+        device.seek(wholeRowsEnd);
+        return rows;
     }
     device.seek(blockStart + consumed);
     return rows;

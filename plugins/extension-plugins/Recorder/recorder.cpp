@@ -75,7 +75,7 @@ void Recorder::stopFollowing()
 
 RecorderInstance* Recorder::getRecorderInstanceWithUuid(const QString& uuid) const
 {
-    return uuid.isEmpty() ? nullptr : _recorderInstancesByUuid.value(uuid);
+    return uuid.isEmpty() ? nullptr : _recorderInstancesByUuid.value(uuid).data();
 }
 
 RecorderInstance* Recorder::getRecorderInstanceWithAgentUuid(const QString& agentUuid) const
@@ -337,7 +337,7 @@ void Recorder::_unlinkRunningAgentInfo(const QString& agentUuid)
 
 void Recorder::_addMappingRecorderInputs(RecorderInstance* recorderInstance)
 {
-    if (_mappedInstances.contains(recorderInstance)) {
+    if (_mappedInstances.contains(recorderInstance->uuid())) {
         return;
     }
     // A receiver of one of our signals may have taken out the instance, or the whole registry, a moment ago.
@@ -345,7 +345,7 @@ void Recorder::_addMappingRecorderInputs(RecorderInstance* recorderInstance)
         return;
     }
     const QString agentName = _agentName();
-    _mappedInstances.insert(recorderInstance, agentName);
+    _mappedInstances.insert(recorderInstance->uuid(), agentName);
     const QByteArray agent = agentName.toUtf8();
     qny_mapping_add(
         recorderInstance->recordProgressInput().toUtf8().constData(), agent.constData(), RECORD_PROGRESS_OUTPUT);
@@ -355,10 +355,10 @@ void Recorder::_addMappingRecorderInputs(RecorderInstance* recorderInstance)
 
 void Recorder::_removeMappingRecorderInputs(RecorderInstance* recorderInstance)
 {
-    if (!_mappedInstances.contains(recorderInstance)) {
+    if (!_mappedInstances.contains(recorderInstance->uuid())) {
         return;
     }
-    const QByteArray agent = _mappedInstances.take(recorderInstance).toUtf8();
+    const QByteArray agent = _mappedInstances.take(recorderInstance->uuid()).toUtf8();
     qny_mapping_remove_with_name(
         recorderInstance->recordProgressInput().toUtf8().constData(), agent.constData(), RECORD_PROGRESS_OUTPUT);
     qny_mapping_remove_with_name(
@@ -370,7 +370,7 @@ void Recorder::_followClassInstanceName()
 {
     const QList<RecorderInstance*> recorderInstances = _instances.toList();
     for (RecorderInstance* recorderInstance : recorderInstances) {
-        const auto mapped = _mappedInstances.constFind(recorderInstance);
+        const auto mapped = _mappedInstances.constFind(recorderInstance->uuid());
         if (mapped != _mappedInstances.constEnd() && mapped.value() != _agentName()) {
             _removeMappingRecorderInputs(recorderInstance);
             _addMappingRecorderInputs(recorderInstance);

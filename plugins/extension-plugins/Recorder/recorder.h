@@ -76,10 +76,11 @@ private:
     ZqCustomItemListModel<RecorderInstance> _instances;
     SortFilterRecorderInstance _sortedInstances;
     const QString _executablePath;
-    QHash<QString, RecorderInstance*> _recorderInstancesByUuid;
+    /// Guarded: whoever has the list of instances may delete one.
+    QHash<QString, QPointer<RecorderInstance>> _recorderInstancesByUuid;
     /// Guarded: an entry stays until its agent is unlinked, also when the instance was deleted before.
     QHash<QString, QPointer<RecorderInstance>> _recorderInstancesByAgentUuid;
-    /// Instances whose two progress mappings are in place, with the agent name that they go by.
-    QHash<RecorderInstance*, QString> _mappedInstances;
+    /// The uuids of instances whose two progress mappings are in place, with the agent name that they go by.
+    QHash<QString, QString> _mappedInstances;
     bool _isFollowing = true;
 };

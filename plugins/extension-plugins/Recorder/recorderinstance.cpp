@@ -57,6 +57,7 @@ RecorderInstance::RecorderInstance(SystemView* systemView, SystemViewClassInstan
     connect(this, &RecorderInstance::currentRecordChanged, this, &RecorderInstance::isReplayingChanged);
     connect(this, &RecorderInstance::cassandraEndpointChanged, this, &RecorderInstance::_updateIsRunnable);
 
+    _recordingTimer.setTimerType(Qt::PreciseTimer);
     _recordingTimer.setInterval(RECORDING_TIMEOUT_MS);
     _recordingTimer.setSingleShot(true);
     connect(&_recordingTimer, &QTimer::timeout, this, &RecorderInstance::_onRecordingTimeout);
@@ -77,10 +78,7 @@ RecorderInstance::~RecorderInstance()
 {
     _waitForImportTasks();
     _recordingTimer.stop();
-    if (_recordFile) {
-        _recordFile->deleteLater();
-        _recordFile = nullptr;
-    }
+    _releaseRecordFile();
 
     disconnect(this, &RecorderInstance::currentRecordChanged, this, &RecorderInstance::isReplayingChanged);
     for (QObject* followed : { static_cast<QObject*>(_instance), static_cast<QObject*>(_encounteredAgentsOnHost),
@@ -95,8 +93,7 @@ RecorderInstance::~RecorderInstance()
         _recordFromFile->deleteLater();
         _recordFromFile = nullptr;
     }
-    _recordsByUuid.clear();
-    _records.deleteAllItems();
+    _forgetRecords();
 }
 
 QString RecorderInstance::name() const
@@ -123,7 +120,8 @@ void RecorderInstance::updateFromRunningAgentInfo(RunningAgentInfo* runningAgent
     if (_setGuarded(_runningAgentInfo, runningAgentInfo, &RecorderInstance::_onrunningAgentInfoDestroyed)) {
         Q_EMIT runningAgentInfoChanged();
     }
-    ZqProperty::assign(this, _agentInstanceUuid, runningAgentInfo ? runningAgentInfo->agentUuid() : QString(),
+    // The member: who hears of the change may have unlinked the agent again.
+    ZqProperty::assign(this, _agentInstanceUuid, _runningAgentInfo ? _runningAgentInfo->agentUuid() : QString(),
         &RecorderInstance::agentInstanceUuidChanged);
     setisOn(!_agentInstanceUuid.isEmpty());
 
@@ -151,8 +149,7 @@ void RecorderInstance::setisOn(bool isOn)
 
 void RecorderInstance::resetOnDisconnect()
 {
-    _recordsByUuid.clear();
-    _records.deleteAllItems();
+    _forgetRecords();
     _replayContext.reset();
     setisOn(false);
     _setisRecording(false);

@@ -21,6 +21,9 @@
 #include <QtCore/QUrl>
 
 #include <atomic>
+#include <functional>
+
+enum class RecordCsvFault;
 
 /// One launch of the recorder executable with one command line, running or not.
 //
@@ -409,8 +412,12 @@ private:
     void _setisRecordingPaused(bool isRecordingPaused);
     void _onRecordingTimeout();
     void _clearRecords();
+    void _forgetRecords();
     void _readRecords(const QString& json);
+    bool _takeRecords(const QJsonArray& elements);
     void _removeRecords(const QList<RecorderRecord*>& records);
+    /// Null for a record that is not in the list, or no longer.
+    RecorderRecord* _knownRecord(const QString& recordUuid) const;
     void _applyWaitingReplayContext();
 
     // ---- replay
@@ -435,6 +442,8 @@ private:
     bool _writeToRecordFile(const QString& content);
     void _updateExportingProgress(const QString& content);
     void _closeRecordFile();
+    void _releaseRecordFile();
+    void _cancelExport();
     void _setisDownloadingRecord(bool isDownloadingRecord);
     void _setexportingProgress(int percent);
     void _setexportRecord(RecorderRecord* record);
@@ -445,13 +454,15 @@ private:
     void _setisImportingRecord(bool isImportingRecord);
     void _setimportingProgress(int percent);
     void _setisCancelingImport(bool isCancelingImport);
-    QByteArray _readCsvLines(QFile& file, int maxLines);
-    ImportTask _newImportTask() const;
+    void _startImportTask(
+        const std::function<bool(const ImportTask&)>& send, const std::function<void()>& whenNotOpened);
+    QByteArray _readCsvLines(QFile& file, int maxLines, RecordCsvFault& fault);
     bool _sendFirstChunk(const ImportTask& task, const QString& filePath);
     bool _sendNextChunk(const ImportTask& task, const QString& recordUuid);
-    bool _readChunk(QFile& file, qint64 position, QByteArray& chunk);
+    bool _readChunk(const ImportTask& task, QFile& file, qint64 position, QByteArray& chunk);
     void _updateImportingProgress(const QFile& file);
     void _onImportTaskEnded(const ImportTask& task);
+    void _endReading(const ImportTask& task);
     void _waitForImportTasks();
 
     // ---- settings of the command line
@@ -481,7 +492,10 @@ private:
 
     // ---- recording and the list of records
     ZqCustomItemListModel<RecorderRecord> _records;
+    /// May name records that are gone, because whoever has the list may delete them: see _knownRecord().
     QHash<QString, RecorderRecord*> _recordsByUuid;
+    /// Counts the lists that were taken and forgotten: one that others overtake is taken no further.
+    unsigned _recordsTurn = 0;
     QString _recordFilters;
     bool _isRecording = false;
     bool _isRecordingPaused = false;

@@ -280,12 +280,18 @@ void RecorderInstance::moveCurrentRecordTime(double timeInSeconds)
     Q_ASSERT(!_uuid.isEmpty());
     Q_ASSERT(!_agentInstanceUuid.isEmpty());
     Q_ASSERT(_currentRecord);
+    RecorderRecord* const record = _currentRecord;
     _setisMovingRecord(true);
-    if (_currentRecord->isReplaying()) {
-        pauseRecord(_currentRecord);
+    if (record != _currentRecord) {
+        // Who heard of the move let the record go.
+        _setisMovingRecord(false);
+        return;
+    }
+    if (record->isReplaying()) {
+        pauseRecord(record);
     }
     // The timeline jumps now and is corrected by the answer.
-    _currentRecord->setreplayProgressInSecond(timeInSeconds);
+    record->setreplayProgressInSecond(timeInSeconds);
     RecorderServiceCall("move_to").addDouble(timeInSeconds).send(_agentInstanceUuid, _uuid);
 }
 

@@ -83,6 +83,7 @@ void RecorderInstance::receiveExport(
 {
     const char* const signature
         = "void RecorderInstance::receiveExport(const QString &, int, const QString &, const QString &)";
+    const QFile* const file = _recordFile;
     if (recordUuid.isEmpty()) {
         qWarning() << signature << "recordUuid is empty, closing file";
     } else if (!_writeToRecordFile(content)) {
@@ -92,12 +93,36 @@ void RecorderInstance::receiveExport(
             _callExport(recordUuid, nextBucketId, nextUuid, false, false);
             return;
         }
-        _setisDownloadingRecord(false);
-        _setisCancelingExport(false);
-        _setexportingProgress(0);
-        _setexportRecord(nullptr);
+        _cancelExport();
+        return;
     }
-    _closeRecordFile();
+    // Who heard of the progress may have begun the next download: that one's file stays open.
+    if (file == _recordFile) {
+        _closeRecordFile();
+    }
+}
+
+// Everything changes before anything is told: who hears that the download ended may begin the next one.
+void RecorderInstance::_cancelExport()
+{
+    _releaseRecordFile();
+    const bool endsDownload = ZqProperty::assign(_isDownloadingRecord, false);
+    const bool endsCanceling = ZqProperty::assign(_isCancelingExport, false);
+    const bool dropsProgress = ZqProperty::assign(_exportingProgress, 0);
+    RecorderRecord* const none = nullptr;
+    const bool dropsRecord = _setGuarded(_exportRecord, none, &RecorderInstance::_onexportRecordDestroyed);
+    if (endsDownload) {
+        Q_EMIT isDownloadingRecordChanged();
+    }
+    if (endsCanceling) {
+        Q_EMIT isCancelingExportChanged();
+    }
+    if (dropsProgress) {
+        Q_EMIT exportingProgressChanged();
+    }
+    if (dropsRecord) {
+        Q_EMIT exportRecordChanged();
+    }
 }
 
 // ---- the file ---------------------------------------------------------------------------------------------------
@@ -111,6 +136,8 @@ bool RecorderInstance::_openRecordFile(const QString& filePath)
         delete file;
         return false;
     }
+    // Another one, if who heard that the last download ended began the next.
+    _releaseRecordFile();
     _recordFile = file;
     return true;
 }
@@ -153,12 +180,17 @@ void RecorderInstance::_updateExportingProgress(const QString& content)
 
 void RecorderInstance::_closeRecordFile()
 {
+    _releaseRecordFile();
+    _setisDownloadingRecord(false);
+}
+
+void RecorderInstance::_releaseRecordFile()
+{
     if (_recordFile) {
         _recordFile->close();
         _recordFile->deleteLater();
         _recordFile = nullptr;
     }
-    _setisDownloadingRecord(false);
 }
 
 // ---- properties -------------------------------------------------------------------------------------------------

@@ -18,6 +18,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
+#include <memory>
+#include <utility>
 
 // An import sends a file chunk by chunk. Each chunk is read and sent by a task on a worker thread; the recorder's
 // acknowledgement, on the main thread, starts the next. Memory holds one chunk, and the pages never wait for a disk.
@@ -26,10 +29,65 @@ namespace {
 
 constexpr int ROWS_PER_CHUNK = 10000;
 
+// Rows may be long. The network carries 64 MiB in a call, names and token included.
+constexpr qsizetype MIB_PER_CHUNK = 60;
+
 bool openForReading(QFile& file)
 {
     // Not a pipe or a device: reading one could last for ever, and the instance waits for its tasks when it goes.
     return QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly);
+}
+
+// Where the first line begins that no text can hold. `begin` and `end` are positions in the file.
+qint64 firstStrangeLine(QFile& file, qint64 begin, qint64 end)
+{
+    file.seek(begin);
+    const QByteArray bytes = file.read(end - begin);
+    for (qsizetype lineBegin = 0; lineBegin < bytes.size();) {
+        const qsizetype lineEnd = bytes.indexOf('\n', lineBegin);
+        const QByteArrayView line
+            = QByteArrayView(bytes).sliced(lineBegin, (lineEnd < 0 ? bytes.size() : lineEnd) - lineBegin);
+        if (line.contains('\0') || !line.isValidUtf8()) {
+            return begin + lineBegin;
+        }
+        lineBegin += line.size() + 1;
+    }
+    return begin;
+}
+
+// What a person can do about a chunk that was not sent. `position` is where it begins in the file.
+QString refusal(const QFile& file, qint64 position, const QString& what)
+{
+    return QStringLiteral("File \"%1\" %2. %3")
+        .arg(file.fileName(), what,
+            position > 0 ? QStringLiteral("What comes before is imported.") : QStringLiteral("Nothing is imported."));
+}
+
+QString unreadable(const QFile& file, qint64 position)
+{
+    const QString reason
+        = file.error() == QFileDevice::NoError ? QStringLiteral("it ends too early") : file.errorString();
+    return refusal(file, position,
+        QStringLiteral("can not be read from byte %1 on (%2): copy it to a disk of this machine and import the copy")
+            .arg(position)
+            .arg(reason));
+}
+
+QString rowTooLong(const QFile& file, qint64 position)
+{
+    return refusal(file, position,
+        QStringLiteral(
+            "has a row of more than %1 MiB at byte %2, which can not be sent: see whether a field there lacks "
+            "the quote that ends it")
+            .arg(MIB_PER_CHUNK)
+            .arg(position));
+}
+
+QString noText(QFile& file, qint64 position)
+{
+    return refusal(file, position,
+        QStringLiteral("has a line at byte %1 that is no text in UTF-8: save it as such and import it again")
+            .arg(firstStrangeLine(file, position, file.pos())));
 }
 
 } // namespace
@@ -39,11 +97,51 @@ struct RecorderInstance::ImportTask
 {
     QString agentInstanceUuid;
     QString token;
+
+    /// Written by the task.
+    struct State
+    {
+        /// It has not read its chunk yet.
+        bool isReading = true;
+        /// Why the chunk of a file that could be opened was not sent, for a person; read after the task.
+        QString refusal;
+    };
+    std::shared_ptr<State> state = std::make_shared<State>();
 };
 
-RecorderInstance::ImportTask RecorderInstance::_newImportTask() const
+// `send` runs on a worker thread and tells whether it sent a chunk; `whenNotOpened` on this one.
+void RecorderInstance::_startImportTask(
+    const std::function<bool(const ImportTask&)>& send, const std::function<void()>& whenNotOpened)
 {
-    return { _agentInstanceUuid, _actionToken("import") };
+    const ImportTask task { _agentInstanceUuid, _actionToken("import") };
+    auto* const watcher = new QFutureWatcher<bool>(this);
+    connect(watcher, &QFutureWatcher<bool>::finished, this, [this, watcher, task, whenNotOpened] {
+        const bool isSent = watcher->result();
+        watcher->deleteLater();
+        if (!isSent && task.state->refusal.isEmpty()) {
+            _setisImportingRecord(false);
+            whenNotOpened();
+        } else if (!isSent) {
+            qWarning("%s", qUtf8Printable(task.state->refusal));
+            if (_isOn) {
+                getRecords(QString());
+            }
+            _setisImportingRecord(false);
+        }
+        _onImportTaskEnded(task);
+    });
+    ++_importChunksBeingRead;
+    const QFuture<bool> future = QtConcurrent::run(QThreadPool::globalInstance(), [this, task, send] {
+        const auto isRead = qScopeGuard([this, &task] { _endReading(task); });
+        try {
+            return send(task);
+        } catch (const std::exception& exception) {
+            task.state->refusal = QStringLiteral("The import ended: %1").arg(QLatin1StringView(exception.what()));
+            return false;
+        }
+    });
+    _importTasks.append(future);
+    watcher->setFuture(future);
 }
 
 // ---- starting and stopping --------------------------------------------------------------------------------------
@@ -68,13 +166,13 @@ void RecorderInstance::importRecord(const QUrl& filePath)
         if (!self) {
             return;
         }
-        if (_agentInstanceUuid.isEmpty()) {
-            qWarning("Instance is off. Can not call service 'import'");
-            return;
-        }
     }
     if (path.isEmpty()) {
         qWarning("Path is empty");
+        return;
+    }
+    if (_agentInstanceUuid.isEmpty()) {
+        qWarning("Instance is off. Can not call service 'import'");
         return;
     }
 
@@ -84,22 +182,8 @@ void RecorderInstance::importRecord(const QUrl& filePath)
     _importIsStopped = false;
     _importMustContinue = false; // still set when the agent left during the import before
 
-    const ImportTask task = _newImportTask();
-    auto* const watcher = new QFutureWatcher<bool>(this);
-    connect(watcher, &QFutureWatcher<bool>::finished, this, [this, watcher, task, path] {
-        const bool isSent = watcher->result();
-        watcher->deleteLater();
-        if (!isSent) {
-            _setisImportingRecord(false);
-            qWarning() << "File" << path << "doesn't exists or cannot be opened";
-        }
-        _onImportTaskEnded(task);
-    });
-    ++_importChunksBeingRead;
-    const QFuture<bool> future
-        = QtConcurrent::run(QThreadPool::globalInstance(), [this, task, path] { return _sendFirstChunk(task, path); });
-    _importTasks.append(future);
-    watcher->setFuture(future);
+    _startImportTask([this, path](const ImportTask& task) { return _sendFirstChunk(task, path); },
+        [path] { qWarning() << "File" << path << "doesn't exists or cannot be opened"; });
 }
 
 void RecorderInstance::continueImport(const QString& record_uuid)
@@ -127,21 +211,7 @@ void RecorderInstance::continueImport(const QString& record_uuid)
         return;
     }
 
-    const ImportTask task = _newImportTask();
-    auto* const watcher = new QFutureWatcher<bool>(this);
-    connect(watcher, &QFutureWatcher<bool>::finished, this, [this, watcher, task] {
-        const bool isSent = watcher->result();
-        watcher->deleteLater();
-        if (!isSent) {
-            _setisImportingRecord(false);
-        }
-        _onImportTaskEnded(task);
-    });
-    ++_importChunksBeingRead;
-    const QFuture<bool> future = QtConcurrent::run(
-        QThreadPool::globalInstance(), [this, task, record_uuid] { return _sendNextChunk(task, record_uuid); });
-    _importTasks.append(future);
-    watcher->setFuture(future);
+    _startImportTask([this, record_uuid](const ImportTask& task) { return _sendNextChunk(task, record_uuid); }, [] {});
 }
 
 void RecorderInstance::stopImport()
@@ -154,6 +224,7 @@ void RecorderInstance::stopImport()
 
 void RecorderInstance::_onImportTaskEnded(const ImportTask& task)
 {
+    _importTasks.removeIf([](const QFuture<bool>& other) { return other.isFinished(); });
     if (task.agentInstanceUuid != _agentInstanceUuid) {
         // The agent was lost meanwhile, and the task told its progress all the same.
         _setimportingProgress(0);
@@ -177,19 +248,19 @@ bool RecorderInstance::_sendFirstChunk(const ImportTask& task, const QString& fi
 {
     QFile file(filePath);
     QByteArray chunk;
-    if (!_readChunk(file, 0, chunk)) {
+    if (!_readChunk(task, file, 0, chunk)) {
         return false;
     }
     {
         const QMutexLocker locker(&_importFilePathMutex);
         _importFilePath = filePath;
     }
-    RecorderServiceCall("import")
-        .addString(QFileInfo(filePath).completeBaseName())
-        .addBool(true)
-        .addString(QString())
-        .addString(chunk)
-        .send(task.agentInstanceUuid, task.token);
+    RecorderServiceCall call("import");
+    call.addString(QFileInfo(filePath).completeBaseName()).addBool(true).addString(QString()).addString(chunk);
+    if (!call.send(task.agentInstanceUuid, task.token)) {
+        task.state->refusal = noText(file, 0);
+        return false;
+    }
 
     if (!file.atEnd()) {
         _importMustContinue = true;
@@ -211,11 +282,19 @@ bool RecorderInstance::_sendNextChunk(const ImportTask& task, const QString& rec
     }
     QFile file(filePath);
     QByteArray chunk;
-    if (!_readChunk(file, _importFilePosition, chunk)) {
-        qWarning() << "File" << filePath << "doesn't exists or cannot be opened";
+    const qint64 position = _importFilePosition;
+    if (!_readChunk(task, file, position, chunk)) {
+        if (task.state->refusal.isEmpty()) {
+            qWarning() << "File" << filePath << "doesn't exists or cannot be opened";
+        }
         return false;
     }
-    RecorderServiceCall("append").addString(recordUuid).addString(chunk).send(task.agentInstanceUuid, task.token);
+    RecorderServiceCall call("append");
+    call.addString(recordUuid).addString(chunk);
+    if (!call.send(task.agentInstanceUuid, task.token)) {
+        task.state->refusal = noText(file, position);
+        return false;
+    }
 
     if (file.atEnd()) {
         _importMustContinue = false;
@@ -225,22 +304,38 @@ bool RecorderInstance::_sendNextChunk(const ImportTask& task, const QString& rec
     return true;
 }
 
-// Opens the file, too. Every task reads once; until it has, _importChunksBeingRead counts it.
-bool RecorderInstance::_readChunk(QFile& file, qint64 position, QByteArray& chunk)
+// Opens the file, too, and refuses what can not be sent whole.
+bool RecorderInstance::_readChunk(const ImportTask& task, QFile& file, qint64 position, QByteArray& chunk)
 {
-    const auto isRead = qScopeGuard([this] { --_importChunksBeingRead; });
+    const auto isRead = qScopeGuard([this, &task] { _endReading(task); });
     if (!openForReading(file)) {
         return false;
     }
     file.seek(position);
-    chunk = _readCsvLines(file, ROWS_PER_CHUNK);
+    RecordCsvFault fault = RecordCsvFault::None;
+    chunk = _readCsvLines(file, ROWS_PER_CHUNK, fault);
+    if (fault == RecordCsvFault::Unreadable) {
+        task.state->refusal = unreadable(file, position);
+    } else if (fault == RecordCsvFault::RowTooLong) {
+        task.state->refusal = rowTooLong(file, position);
+    } else if (chunk.contains('\0')) {
+        task.state->refusal = noText(file, position);
+    }
     _importFilePosition = file.pos();
-    return true;
+    return task.state->refusal.isEmpty();
 }
 
-QByteArray RecorderInstance::_readCsvLines(QFile& file, int maxLines)
+// Until a task has read, _importChunksBeingRead counts it.
+void RecorderInstance::_endReading(const ImportTask& task)
 {
-    return readRecordCsvLines(file, maxLines);
+    if (std::exchange(task.state->isReading, false)) {
+        --_importChunksBeingRead;
+    }
+}
+
+QByteArray RecorderInstance::_readCsvLines(QFile& file, int maxLines, RecordCsvFault& fault)
+{
+    return readRecordCsvLines(file, maxLines, MIB_PER_CHUNK * 1024 * 1024, &fault);
 }
 
 void RecorderInstance::_updateImportingProgress(const QFile& file)

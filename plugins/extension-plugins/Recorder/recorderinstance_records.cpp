@@ -61,11 +61,14 @@ public:
             _isListed.setBit(_expected);
             return _records.at(_expected++);
         }
+        // The table may name a record that is gone: its address is nobody's now, or another's.
         RecorderRecord* const record = _byUuid.value(uuid);
-        if (const qsizetype position = record ? _positionOf(record) : -1; position >= 0) {
-            _isListed.setBit(position);
-            _expected = position + 1;
+        const qsizetype position = record ? _positionOf(record) : -1;
+        if (position < 0 || record->uuid() != uuid) {
+            return nullptr;
         }
+        _isListed.setBit(position);
+        _expected = position + 1;
         return record;
     }
 
@@ -89,7 +92,6 @@ private:
                 _positions.insert(_records.at(position), position);
             }
         }
-        // A record that this list named before, as a new one, has none.
         return _positions.value(record, -1);
     }
 
@@ -177,43 +179,88 @@ void RecorderInstance::_readRecords(const QString& json)
         return;
     }
 
+    const QJsonArray elements = document.array();
+    const unsigned turn = ++_recordsTurn;
+    while (turn == _recordsTurn && !_takeRecords(elements)) { }
+}
+
+// False when who heard of a change took records out, or put some in: what was known of them is worth nothing then.
+bool RecorderInstance::_takeRecords(const QJsonArray& elements)
+{
+    const auto isUntouched = [this, edits = _records.edits()] { return edits == _records.edits(); };
     RecordDates dates;
     KnownRecords knownRecords(_records.toList(), _recordsByUuid);
     QList<RecorderRecord*> newRecords;
-    const QJsonArray elements = document.array();
+    QHash<QString, RecorderRecord*> newRecordsByUuid;
     for (const QJsonValue& element : elements) {
         const QJsonObject object = element.toObject();
         const ListedRecord listed(object);
         if (listed.uuid.isEmpty()) {
             continue;
         }
-        if (RecorderRecord* const record = knownRecords.note(listed.uuid)) {
-            record->setname(listed.name);
-            record->setend(dates.read(listed.endDate));
-            record->setdurationInSeconds(static_cast<double>(listed.durationInMicroseconds) / 1e6);
+        RecorderRecord* record = knownRecords.note(listed.uuid);
+        if (!record) {
+            record = newRecordsByUuid.value(listed.uuid);
+        }
+        if (!record) {
+            const QString startDate = object.value(QLatin1StringView("start_date")).toString();
+            record = new RecorderRecord(listed.uuid, listed.name, dates.read(startDate), dates.read(listed.endDate),
+                listed.durationInMicroseconds, this);
+            newRecordsByUuid.insert(listed.uuid, record);
+            newRecords.append(record);
             continue;
         }
-        const QString startDate = object.value(QLatin1StringView("start_date")).toString();
-        auto* const record = new RecorderRecord(listed.uuid, listed.name, dates.read(startDate),
-            dates.read(listed.endDate), listed.durationInMicroseconds, this);
-        _recordsByUuid.insert(listed.uuid, record);
-        newRecords.append(record);
+        record->setname(listed.name);
+        if (isUntouched()) {
+            record->setend(dates.read(listed.endDate));
+        }
+        if (isUntouched()) {
+            record->setdurationInSeconds(static_cast<double>(listed.durationInMicroseconds) / 1e6);
+        }
+        if (!isUntouched()) {
+            qDeleteAll(newRecords);
+            return false;
+        }
     }
+
+    const unsigned turn = _recordsTurn;
     _removeRecords(knownRecords.unlisted());
+    if (turn != _recordsTurn) {
+        qDeleteAll(newRecords);
+        return false;
+    }
+    _recordsByUuid.insert(newRecordsByUuid);
     _records.appendRows(newRecords);
+    return true;
 }
 
 void RecorderInstance::_removeRecords(const QList<RecorderRecord*>& records)
 {
+    const unsigned turn = _recordsTurn;
     for (RecorderRecord* record : records) {
+        // Who heard that one goes may have brought the instance to rest, or taken out others.
+        if (turn != _recordsTurn) {
+            return;
+        }
+        if (!_records.contains(record)) {
+            continue;
+        }
         _recordsByUuid.remove(record->uuid());
         record->unload();
         if (record == _currentRecord) {
             setcurrentRecord(nullptr);
         }
-        _records.removeObject(record);
-        record->deleteLater();
+        if (turn == _recordsTurn && _records.removeObject(record)) {
+            record->deleteLater();
+        }
     }
+}
+
+RecorderRecord* RecorderInstance::_knownRecord(const QString& recordUuid) const
+{
+    RecorderRecord* const record = _recordsByUuid.value(recordUuid);
+    // Without the list nobody knows whether it lives, and with it only whether a record has its address.
+    return _records.contains(record) && record->uuid() == recordUuid ? record : nullptr;
 }
 
 void RecorderInstance::_clearRecords()
@@ -221,6 +268,12 @@ void RecorderInstance::_clearRecords()
     if (_currentRecord && _records.contains(_currentRecord)) {
         setcurrentRecord(nullptr);
     }
+    _forgetRecords();
+}
+
+void RecorderInstance::_forgetRecords()
+{
+    ++_recordsTurn;
     _recordsByUuid.clear();
     _records.deleteAllItems();
 }

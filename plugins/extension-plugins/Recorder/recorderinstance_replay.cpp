@@ -101,13 +101,17 @@ bool RecorderInstance::isReplaying() const
 
 void RecorderInstance::setcurrentRecord(RecorderRecord* currentRecord)
 {
-    RecorderRecord* const before = _currentRecord;
-    if (before == currentRecord) {
+    if (_currentRecord == currentRecord) {
         return;
     }
-    if (before) {
+    // Who hears that a record is unloaded may make another one current, which is let go as well.
+    for (const RecorderRecord* before = nullptr; _currentRecord && _currentRecord != before;) {
+        before = _currentRecord;
         disconnect(before, &RecorderRecord::isReplayingChanged, this, &RecorderInstance::isReplayingChanged);
-        before->unload();
+        _currentRecord->unload();
+        if (_currentRecord == currentRecord) {
+            return;
+        }
     }
     _setGuarded(_currentRecord, currentRecord, &RecorderInstance::_oncurrentRecordDestroyed);
     if (_currentRecord) {
@@ -159,7 +163,7 @@ void RecorderInstance::recordLoaded(
     _setisLoadingRecord(false);
     // An empty id is no path either: a record without an identity could not be told from another.
     if (recordUuid.isEmpty() || CorvaneUtils::isAUuid(recordUuid)) {
-        RecorderRecord* const record = _recordsByUuid.value(recordUuid);
+        RecorderRecord* const record = _knownRecord(recordUuid);
         if (!record) {
             qWarning()
                 << "void RecorderInstance::recordLoaded(const QString &, const QDateTime &, double, const QString &)"
@@ -206,7 +210,7 @@ void RecorderInstance::updateContext(const QString& replayId, const QDateTime& r
         return;
     }
 
-    RecorderRecord* record = _recordsByUuid.value(replayId);
+    RecorderRecord* record = _knownRecord(replayId);
     if (isFile) {
         _releaseRecordFromFile();
         record = _createRecordFromFile(replayId, replayStartDateTime, replayDuration);
@@ -272,8 +276,12 @@ void RecorderInstance::recordMovedTo(double positionInSeconds)
     }
     _setisStoppingRecord(false);
     _setisMovingRecord(false);
-    if (_isWaitingToFilterAgents && std::abs(positionInSeconds) <= START_TOLERANCE_IN_SECONDS && _currentRecord) {
-        updateRecordAgentsFilter(_currentRecord);
+    if (_isWaitingToFilterAgents && std::abs(positionInSeconds) <= START_TOLERANCE_IN_SECONDS) {
+        if (_currentRecord) {
+            updateRecordAgentsFilter(_currentRecord);
+        }
+        // Nothing was sent when the user put the check marks back, or let the record go, meanwhile.
+        _setisWaitingToFilterAgents(false);
     }
 }
 

@@ -157,7 +157,7 @@ void RecorderModule::_resetModule()
 
 void RecorderModule::_createAndRegisterRecorder(SystemViewClassInstance* classInstance)
 {
-    if (_recordersByClassInstance.contains(classInstance)) {
+    if (_recordersByClassInstance.value(classInstance)) {
         qWarning() << "Instance" << classInstance->name() << "is already linked to a Recorder.";
         return;
     }
@@ -185,6 +185,7 @@ void RecorderModule::_removeRecorder(SystemViewClassInstance* classInstance)
     Recorder* const recorder = found.value();
     if (!recorder) {
         qWarning() << "Recorder object for instance" << classInstance->name() << "is nullptr";
+        _recordersByClassInstance.erase(found);
         return;
     }
     _clearRecorder(recorder);

@@ -9,6 +9,7 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QHash>
 #include <QtCore/QMultiHash>
+#include <QtCore/QPointer>
 
 class SystemViewBaseInstance;
 
@@ -135,7 +136,8 @@ private:
     RecorderInstance* _currentRecorder = nullptr;
     const QString _recorderExecutablePath;
     bool _recorderExecutableExists = false;
-    QHash<SystemViewClassInstance*, Recorder*> _recordersByClassInstance;
+    /// Guarded, as the next: whoever has the list of recorders may delete one.
+    QHash<SystemViewClassInstance*, QPointer<Recorder>> _recordersByClassInstance;
     /// Routes the answers. Holds no instance that is being deleted: a late answer may still name it.
-    QMultiHash<QString, RecorderInstance*> _instancesByUuid;
+    QMultiHash<QString, QPointer<RecorderInstance>> _instancesByUuid;
 };

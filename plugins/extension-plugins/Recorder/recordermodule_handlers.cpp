@@ -22,7 +22,7 @@ Recorder* RecorderModule::_getRecorderByName(const QString& name) const
 
 RecorderInstance* RecorderModule::_getRecorderInstanceById(const QString& recorderId) const
 {
-    return recorderId.isEmpty() ? nullptr : _instancesByUuid.value(recorderId);
+    return recorderId.isEmpty() ? nullptr : _instancesByUuid.value(recorderId).data();
 }
 
 // ---- state ------------------------------------------------------------------------------------------------------

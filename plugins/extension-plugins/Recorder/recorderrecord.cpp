@@ -4,6 +4,7 @@
 #include <zqproperty.h>
 
 #include <QtCore/QDebug>
+#include <QtCore/QScopedValueRollback>
 #include <QtCore/QSet>
 #include <QtQml/QJSEngine>
 
@@ -115,6 +116,10 @@ void RecorderRecord::load(const QStringList& agents)
 void RecorderRecord::_load(const QStringList& agents, bool updatesAgentsFilterData)
 {
     setisLoaded(true);
+    if (!_isLoaded) {
+        // Who heard of it unloaded the record at once.
+        return;
+    }
 
     const QStringList sorted = sortedAgents(agents);
     _offer().agentsFilters.deleteAllItems();
@@ -156,6 +161,10 @@ void RecorderRecord::unload()
         return;
     }
     setisLoaded(false);
+    if (_isLoaded) {
+        // Who heard of it loaded the record again.
+        return;
+    }
     setisReplaying(false);
     if (_replayProgressInSecond != 0.0) {
         _replayProgressInSecond = 0.0;
@@ -173,11 +182,16 @@ void RecorderRecord::updateReplayContext(
     double progress, double speed, bool isReplaying, const QStringList& agents, const QStringList& activeAgents)
 {
     _load(agents, false);
+    if (!_isLoaded) {
+        return;
+    }
 
     if (!activeAgents.isEmpty()) {
         const QStringList sorted = sortedAgents(activeAgents);
         _setlastActiveAgentsFilter(sorted);
         const QSet<QString> active(sorted.cbegin(), sorted.cend());
+        // The summary is made once for all: made anew for each agent it would cost the square of their number.
+        const QScopedValueRollback summarises(_summarisesAgentsFilter, false);
         const QList<RecordAgentFilter*> filters = _offeredAgents();
         for (RecordAgentFilter* filter : filters) {
             if (!active.contains(filter->name())) {
@@ -234,6 +248,9 @@ QStringList RecorderRecord::saveActiveAgentsFilters()
 
 void RecorderRecord::_updateAgentsFilterData()
 {
+    if (!_summarisesAgentsFilter) {
+        return;
+    }
     const QList<RecordAgentFilter*> filters = _offeredAgents();
     qsizetype checkedCount = 0;
     const RecordAgentFilter* lastChecked = nullptr;

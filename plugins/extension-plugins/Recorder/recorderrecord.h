@@ -193,6 +193,7 @@ private:
     std::unique_ptr<Offer> _madeOffer;
     Qt::CheckState _agentsFilterState = Qt::Unchecked;
     QString _agentsFilterRecap;
+    bool _summarisesAgentsFilter = true;
     QStringList _lastActiveAgentsFilter;
     Speed* _speed = nullptr;
 };

@@ -45,6 +45,35 @@ QByteArray readByteWise(QIODevice& device, int maxLines)
     return result;
 }
 
+/// A device of more bytes than it gives.
+class BrokenDevice : public QIODevice
+{
+public:
+    /// `end`: what it answers behind its bytes: an error (-1) or none (0).
+    explicit BrokenDevice(const QByteArray& readable, qint64 end)
+        : _readable(readable)
+        , _end(end)
+    {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+
+    qint64 size() const override { return _readable.size() + 100; }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override
+    {
+        const QByteArray bytes = _readable.sliced(std::min(pos(), _readable.size()))
+                                     .first(std::min(maxSize, _readable.size() - std::min(pos(), _readable.size())));
+        std::copy(bytes.cbegin(), bytes.cend(), data);
+        return bytes.isEmpty() ? _end : bytes.size();
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    const QByteArray _readable;
+    const qint64 _end;
+};
+
 } // namespace
 
 class tst_RecordCsvReader : public QObject
@@ -58,6 +87,9 @@ private Q_SLOTS:
     void emptyLinesCountAsRows();
     void randomBytesAreReadAsTheByteWiseReaderReadsThem();
     void bytesAtTheEdgesOfBlocksAreReadAsTheByteWiseReaderReadsThem();
+    void aRowBeyondTheBoundIsLeftForTheNextChunk();
+    void aFirstRowBeyondTheBoundIsAFault();
+    void aDeviceThatStopsBeforeItsEndIsAFault();
 };
 
 void tst_RecordCsvReader::rowsKeepTheirLineEndAndGetOneMore_data()
@@ -154,6 +186,56 @@ void tst_RecordCsvReader::bytesAtTheEdgesOfBlocksAreReadAsTheByteWiseReaderReads
             }
         }
     }
+}
+
+void tst_RecordCsvReader::aRowBeyondTheBoundIsLeftForTheNextChunk()
+{
+    // As sent, with its second line end, a row takes six bytes, the last one five.
+    QByteArray file("a;10\nb;20\n\"\n\"\r\nd;40");
+    QBuffer buffer(&file);
+    QVERIFY(buffer.open(QIODevice::ReadOnly));
+    RecordCsvFault fault = RecordCsvFault::Unreadable;
+    QCOMPARE(readRecordCsvLines(buffer, 100, 12, &fault), QByteArray("a;10\n\nb;20\n\n"));
+    QCOMPARE(fault, RecordCsvFault::None);
+    QCOMPARE(buffer.pos(), 10);
+    buffer.seek(0);
+    QCOMPARE(readRecordCsvLines(buffer, 100, 11, &fault), QByteArray("a;10\n\n"));
+    QCOMPARE(buffer.pos(), 5);
+    // The bound of rows holds as well.
+    QCOMPARE(readRecordCsvLines(buffer, 1, 100, &fault), QByteArray("b;20\n\n"));
+    QCOMPARE(readRecordCsvLines(buffer, 100, 9, &fault), QByteArray("\"\n\"\r\n"));
+    QCOMPARE(buffer.pos(), 15);
+    QCOMPARE(readRecordCsvLines(buffer, 100, 5, &fault), QByteArray("d;40\n"));
+    QCOMPARE(fault, RecordCsvFault::None);
+    QVERIFY(buffer.atEnd());
+}
+
+void tst_RecordCsvReader::aFirstRowBeyondTheBoundIsAFault()
+{
+    for (QByteArray file : { QByteArray("abcdefg\nb\n"), QByteArray("\"never closed\n\n\n"), QByteArray("abcdef") }) {
+        QBuffer buffer(&file);
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        RecordCsvFault fault = RecordCsvFault::None;
+        QCOMPARE(readRecordCsvLines(buffer, 100, 6, &fault), QByteArray());
+        QCOMPARE(fault, RecordCsvFault::RowTooLong);
+    }
+}
+
+void tst_RecordCsvReader::aDeviceThatStopsBeforeItsEndIsAFault()
+{
+    for (const QByteArray& readable : { QByteArray(), QByteArray("a;1\nb"), QByteArray("a;1\r"), QByteArray("\"") }) {
+        for (const qint64 end : { 0, -1 }) {
+            BrokenDevice device(readable, end);
+            RecordCsvFault fault = RecordCsvFault::None;
+            QCOMPARE(readRecordCsvLines(device, 100, 1000, &fault), QByteArray());
+            QCOMPARE(fault, RecordCsvFault::Unreadable);
+        }
+    }
+    // Rows before it are read when no more are asked for.
+    BrokenDevice device("a;1\nb", -1);
+    RecordCsvFault fault = RecordCsvFault::None;
+    QCOMPARE(readRecordCsvLines(device, 1, 1000, &fault), QByteArray("a;1\n\n"));
+    QCOMPARE(fault, RecordCsvFault::None);
 }
 
 QTEST_APPLESS_MAIN(tst_RecordCsvReader)

@@ -84,8 +84,8 @@ void tst_Recorder::anEncounteredAgentWithTheCommandLineOfAnInstanceCreatesNothin
     Recorder* const recorder = fixture.recorderOf(classInstance);
     addLine(classInstance, "other:9042");
     ModuleFixture::run(recorder->recorderInstances().last());
-    // The same lines on another machine: equal, though the program is quoted, to an instance that is off and to one that
-    // is on.
+    // The same lines on another machine: equal, though the program is quoted, to an instance that is off and to one
+    // that is on.
     Host host("elsewhere");
     EncounteredAgentsOnHost* const group = classInstance->getOrCreateEncounteredAgentsOnHost(&host);
     for (const char* database : { "db:9042", "other:9042" }) {
@@ -122,8 +122,8 @@ void tst_Recorder::aRunningAgentThatMatchesOneOfflineInstanceReusesIt()
     QTest::ignoreMessage(QtDebugMsg,
         qPrintable("Recorder instance updated from RunningAgentInfo \""
             + instance->encounteredAgentInfo()->commandLine() + "\""));
-    QTest::ignoreMessage(QtDebugMsg,
-        qPrintable("Link RunningAgentInfo \"agent-1\" with RecorderInstance \"" + instance->uuid() + "\""));
+    QTest::ignoreMessage(
+        QtDebugMsg, qPrintable("Link RunningAgentInfo \"agent-1\" with RecorderInstance \"" + instance->uuid() + "\""));
     ModuleFixture::enter(agent);
     QCOMPARE(recorder->recorderInstances(), QList<RecorderInstance*>({ instance }));
     QVERIFY(instance->isOn());

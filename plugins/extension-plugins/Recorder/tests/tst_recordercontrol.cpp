@@ -8,7 +8,7 @@
 #include <QtCore/QJsonDocument>
 #include <QtTest/QSignalSpy>
 
-static QTimer RecorderInstance::*recordingTimer = nullptr;
+static QTimer RecorderInstance::* recordingTimer = nullptr;
 template struct OpenMember<recordingTimer, &RecorderInstance::_recordingTimer>;
 
 class tst_RecorderControl : public QObject
@@ -76,6 +76,7 @@ void tst_RecorderControl::everyProgressValueStartsTheWaitForSilenceAnew()
     RecorderInstance* const instance = fixture.addRunningRecorder();
     QTimer& timer = instance->*recordingTimer;
     QCOMPARE(timer.interval(), 500);
+    QCOMPARE(timer.timerType(), Qt::PreciseTimer);
     QVERIFY(timer.isSingleShot());
     QVERIFY(!timer.isActive());
     // A new value, a repeated one, and the zero of a recorder that is idle.

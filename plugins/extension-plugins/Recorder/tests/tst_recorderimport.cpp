@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "contexttranslator.h"
 #include "filesfixture.h"
+#include "privatemember.h"
 
 #include "recorderutils.h"
 
+#include <QtCore/QFutureWatcher>
 #include <QtCore/QScopeGuard>
 #include <QtCore/QSemaphore>
 #include <QtCore/QThreadPool>
 #include <QtTest/QSignalSpy>
+
+static QList<QFuture<bool>> RecorderInstance::* importTasks = nullptr;
+template struct OpenMember<importTasks, &RecorderInstance::_importTasks>;
 
 class tst_RecorderImport : public QObject
 {
@@ -27,16 +32,16 @@ private Q_SLOTS:
     void anImportThatTheAgentLeftDoesNotGoOnInTheNext();
     void aMissingFileIsWarnedOf();
     void aFileThatVanishesEndsTheImport();
+    void importsThatEndedLeaveNothingBehind();
     void anEmptyPathIsWarnedOf();
     void anAgentOrAnInstanceThatGoesWhileTheDialogIsOpenImportsNothing();
     void aUrlThatIsNotLocalOpensTheDialog();
     void theOpenDialogIsTranslated();
     void progressIsToldToTheListOfInstances();
-    void twoImportsAtOnceDoNotDisturbOneAnother();
+    void twoImportsAtOnceEachSendTheirFirstChunk();
     void anAcknowledgementNeverWaitsForTheDisk();
     void anAgentThatLeavesEndsTheImport();
     void anInstanceThatGoesWaitsForItsTask();
-    void bytesThatAreNoTextAreWarnedOf();
 };
 
 void tst_RecorderImport::aSmallFileIsOneCall()
@@ -218,6 +223,19 @@ void tst_RecorderImport::aFileThatVanishesEndsTheImport()
     QCOMPARE(QuenaryDouble::serviceCalls().size(), 1);
 }
 
+void tst_RecorderImport::importsThatEndedLeaveNothingBehind()
+{
+    Files files;
+    for (int i = 0; i < 3; ++i) {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("doesn't exists or cannot be opened$"));
+        files.import("missing.csv");
+        QTRY_VERIFY(!files.instance->isImportingRecord());
+    }
+    QCOMPARE((files.instance->*importTasks).size(), 0);
+    ModuleFixture::settle();
+    QCOMPARE(files.instance->findChildren<QFutureWatcherBase*>().size(), 0);
+}
+
 void tst_RecorderImport::anEmptyPathIsWarnedOf()
 {
     Files files;
@@ -244,6 +262,14 @@ void tst_RecorderImport::anAgentOrAnInstanceThatGoesWhileTheDialogIsOpenImportsN
         files.instance->importRecord();
         QVERIFY(answer.wasAsked);
         QVERIFY(!files.instance->isImportingRecord());
+    }
+    ModuleFixture::run(files.instance);
+    {
+        // Who cancels is told of that, whatever became of the agent.
+        const DialogAnswer answer(QString(), [&files] { ModuleFixture::leave(files.instance->agentInstanceUuid()); });
+        QTest::ignoreMessage(QtWarningMsg, "Path is empty");
+        files.instance->importRecord();
+        QVERIFY(answer.wasAsked);
     }
     ModuleFixture::run(files.instance);
     QuenaryDouble::clearCalls();
@@ -308,7 +334,7 @@ void tst_RecorderImport::progressIsToldToTheListOfInstances()
     QCOMPARE(dataThread, QThread::currentThread());
 }
 
-void tst_RecorderImport::twoImportsAtOnceDoNotDisturbOneAnother()
+void tst_RecorderImport::twoImportsAtOnceEachSendTheirFirstChunk()
 {
     Files files;
     files.write("one.csv", Files::rows(25000));
@@ -390,24 +416,6 @@ void tst_RecorderImport::anInstanceThatGoesWaitsForItsTask()
     const qsizetype sent = QuenaryDouble::serviceCalls().size();
     QTest::qWait(50);
     QCOMPARE(QuenaryDouble::serviceCalls().size(), sent);
-}
-
-void tst_RecorderImport::bytesThatAreNoTextAreWarnedOf()
-{
-    Files files;
-    files.write("latin1.csv", "a;0;output;caf\xe9;;\n");
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("^An argument of service 'import' can not be sent: .+$"));
-    files.import("latin1.csv");
-    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
-    QCOMPARE(lastServiceCall().arguments.size(), 3);
-    QuenaryDouble::clearCalls();
-
-    files.write("zero.csv", QByteArray("a;0\0;output\n", 12));
-    QTest::ignoreMessage(QtWarningMsg,
-        "An argument of service 'import' holds a zero byte and is cut there: the recorder gets only what is before");
-    files.import("zero.csv");
-    QTRY_COMPARE(QuenaryDouble::serviceCalls().size(), 1);
-    QCOMPARE(lastServiceCall().arguments.at(3).toString(), "a;0");
 }
 
 QTEST_MAIN(tst_RecorderImport)

@@ -13,7 +13,7 @@
 static QString RecorderInstance::* uuidOf = nullptr;
 template struct OpenMember<uuidOf, &RecorderInstance::_uuid>;
 
-static QHash<SystemViewClassInstance*, Recorder*> RecorderModule::* recordersByClassInstance = nullptr;
+static QHash<SystemViewClassInstance*, QPointer<Recorder>> RecorderModule::* recordersByClassInstance = nullptr;
 template struct OpenMember<recordersByClassInstance, &RecorderModule::_recordersByClassInstance>;
 
 class tst_RecorderModule : public QObject
@@ -25,6 +25,7 @@ private Q_SLOTS:
     void registeringTheSameClassInstanceTwiceYieldsOneRecorderAndAWarning();
     void unregisteringAnUnknownClassInstanceIsWarnedOfAndChangesNothing();
     void aClassInstanceWhoseRecorderIsGoneIsWarnedOf();
+    void whoeverHasTheListOfRecordersMayDeleteThem();
     void aNewInstanceGetsTwoObservedInputs();
     void anInstanceWithAnEmptyUuidGetsNoInputsAndIsNeverRoutedTo();
     void anInstanceThatIsAnnouncedTwiceIsCriticalAndKeepsItsInputs();
@@ -53,8 +54,8 @@ void tst_RecorderModule::instancesThatAreNoRecordersAreIgnored()
     SystemView* const view = handler->currentSystemView();
     SystemViewClassInstance classless(QString(), nullptr, "Classless", QPointF(), view);
     SystemViewBaseInstance drawing(QString(), "Drawing", QPointF(), view);
-    for (SystemViewBaseInstance* instance :
-        { pump, static_cast<SystemViewBaseInstance*>(&classless), &drawing, static_cast<SystemViewBaseInstance*>(nullptr) }) {
+    for (SystemViewBaseInstance* instance : { pump, static_cast<SystemViewBaseInstance*>(&classless), &drawing,
+             static_cast<SystemViewBaseInstance*>(nullptr) }) {
         fixture.module().onSystemViewBaseInstanceRegistered(instance);
         fixture.module().onSystemViewBaseInstanceUnregistered(instance);
     }
@@ -89,13 +90,30 @@ void tst_RecorderModule::aClassInstanceWhoseRecorderIsGoneIsWarnedOf()
 {
     ModuleFixture fixture;
     SystemViewClassInstance* const classInstance = fixture.addRecorder("Rec");
-    Recorder*& entry = (fixture.module().*recordersByClassInstance)[classInstance];
-    Recorder* const recorder = entry;
-    entry = nullptr;
+    delete fixture.recorderOf(classInstance);
     QTest::ignoreMessage(QtWarningMsg, "Recorder object for instance \"Rec\" is nullptr");
     fixture.module().onSystemViewBaseInstanceUnregistered(classInstance);
+    QCOMPARE(fixture.module().recorders()->count(), 0);
+}
+
+void tst_RecorderModule::whoeverHasTheListOfRecordersMayDeleteThem()
+{
+    ModuleFixture fixture;
+    const QPointer<RecorderInstance> instance = fixture.addRunningRecorder();
+    SystemViewClassInstance* const classInstance = instance->instance();
+    ScriptedRecorder recorder(instance);
+    const QString uuid = instance->uuid();
+    fixture.module().recorders()->deleteAllItems();
+    ModuleFixture::settle();
+    QVERIFY(instance.isNull());
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable("void RecorderModule::_onRecordsReceived(const QString &, const QString &) Unknown recorder id \""
+            + uuid + '"'));
+    recorder.records("[]");
+
+    fixture.module().onSystemViewBaseInstanceRegistered(classInstance);
     QCOMPARE(fixture.module().recorders()->count(), 1);
-    entry = recorder;
+    QVERIFY(fixture.firstInstanceOf(classInstance)->isOn());
 }
 
 void tst_RecorderModule::aNewInstanceGetsTwoObservedInputs()

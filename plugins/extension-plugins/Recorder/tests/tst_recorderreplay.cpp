@@ -48,10 +48,6 @@ private Q_SLOTS:
     void aContextThatNamesAFileCreatesItsRecord();
     void aContextWithoutReplayButWithARecordSetsIsRecording();
     void progressMovesTheTimelineUnlessAMoveIsPending();
-    void changingTheFilterWhilePlayingWaitsForTheStart();
-    void changingTheFilterAtTheStartSendsItAtOnce();
-    void aMoveToElsewhereDoesNotSendTheWaitingFilter();
-    void anUnchangedFilterDoesNotStopTheReplay();
     void typedTimesAreCheckedAgainstTheDuration_data();
     void typedTimesAreCheckedAgainstTheDuration();
     void theEndOfAReplayGoesBackToItsStart();
@@ -236,59 +232,6 @@ void tst_RecorderReplay::progressMovesTheTimelineUnlessAMoveIsPending()
     QVERIFY(!replay.instance->isMovingRecord());
     replay.recorder.progress(input, 2.6);
     QCOMPARE(replay.record->replayProgressInSecond(), 2.6);
-}
-
-void tst_RecorderReplay::changingTheFilterWhilePlayingWaitsForTheStart()
-{
-    LoadedRecorder replay;
-    replay.instance->playRecord(replay.record);
-    replay.recorder.progress(replay.instance->replayProgressInput(), 1.0);
-    replay.check(0, false);
-    QuenaryDouble::clearCalls();
-    replay.instance->beforeUpdateRecordAgentsFilter(replay.record);
-    QVERIFY(replay.instance->isWaitingToFilterAgents());
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "pause", "move_to" }));
-    replay.recorder.reply("paused");
-    replay.recorder.reply("moved_to", { 0.0 });
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "pause", "move_to", "filter_replaying_agents" }));
-    QCOMPARE(lastServiceCall().arguments, QVariantList({ R"(["b","c"])" }));
-    QVERIFY(!replay.instance->isWaitingToFilterAgents());
-    QVERIFY(replay.instance->isFilteringRecord());
-    replay.recorder.reply("filter_applied");
-    QVERIFY(!replay.instance->isFilteringRecord());
-}
-
-void tst_RecorderReplay::changingTheFilterAtTheStartSendsItAtOnce()
-{
-    LoadedRecorder replay;
-    replay.check(0, false);
-    replay.instance->beforeUpdateRecordAgentsFilter(replay.record);
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "filter_replaying_agents" }));
-    replay.instance->beforeUpdateRecordAgentsFilter(nullptr);
-}
-
-void tst_RecorderReplay::aMoveToElsewhereDoesNotSendTheWaitingFilter()
-{
-    LoadedRecorder replay;
-    replay.instance->playRecord(replay.record);
-    replay.recorder.progress(replay.instance->replayProgressInput(), 1.0);
-    replay.check(0, false);
-    replay.instance->beforeUpdateRecordAgentsFilter(replay.record);
-    QuenaryDouble::clearCalls();
-    replay.recorder.reply("moved_to", { 0.5 });
-    QVERIFY(replay.instance->isWaitingToFilterAgents());
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
-}
-
-void tst_RecorderReplay::anUnchangedFilterDoesNotStopTheReplay()
-{
-    LoadedRecorder replay;
-    replay.instance->playRecord(replay.record);
-    replay.recorder.progress(replay.instance->replayProgressInput(), 1.0);
-    QuenaryDouble::clearCalls();
-    replay.instance->beforeUpdateRecordAgentsFilter(replay.record);
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
-    QVERIFY(!replay.instance->isWaitingToFilterAgents());
 }
 
 void tst_RecorderReplay::typedTimesAreCheckedAgainstTheDuration_data()

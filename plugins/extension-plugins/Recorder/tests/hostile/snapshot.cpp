@@ -14,7 +14,7 @@
 
 namespace {
 
-QMultiHash<QString, RecorderInstance*> RecorderModule::* instancesByUuid = nullptr;
+QMultiHash<QString, QPointer<RecorderInstance>> RecorderModule::* instancesByUuid = nullptr;
 RecorderReplayContext RecorderInstance::* replayContext = nullptr;
 
 } // namespace
@@ -189,7 +189,7 @@ Snapshot::Snapshot(RecorderModule& module)
             put("lastActiveAgentsFilter", record->lastActiveAgentsFilter());
         }
     }
-    const QMultiHash<QString, RecorderInstance*>& routes = module.*instancesByUuid;
+    const auto& routes = module.*instancesByUuid;
     for (auto route = routes.cbegin(); route != routes.cend(); ++route) {
         set(QStringLiteral("module.instance by uuid.") + route.key(), paths.value(route.value(), "not in the lists"));
     }

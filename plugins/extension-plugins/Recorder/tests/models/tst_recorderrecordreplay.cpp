@@ -36,6 +36,23 @@ private slots:
             QStringLiteral("u"), QStringLiteral("n"), QDateTime(), QDateTime(), 10'000'000, nullptr);
     }
 
+    void aReplayTakenOverIsSummarisedOnceForAllItsAgents()
+    {
+        QStringList agents;
+        for (int i = 0; i < 500; ++i) {
+            agents.append(QStringLiteral("agent %1").arg(i));
+        }
+        QSignalSpy recaps(record.get(), &RecorderRecord::agentsFilterRecapChanged);
+        record->updateReplayContext(0.0, 1.0, false, agents, { QStringLiteral("agent 7") });
+        QCOMPARE(recaps.count(), 1);
+        QCOMPARE(record->agentsFilterRecap(), QStringLiteral("agent 7"));
+        QCOMPARE(record->agentsFilterState(), Qt::PartiallyChecked);
+        // And from then on with every check mark.
+        qobject_cast<RecordAgentFilter*>(record->agentsFilters()->itemAt(0))->setchecked(true);
+        QCOMPARE(recaps.count(), 2);
+        QCOMPARE(record->agentsFilterRecap(), QStringLiteral("2 agents"));
+    }
+
     void aNegativePositionIsTheStart()
     {
         record->updateReplayProgress(5.0);
