@@ -6,6 +6,7 @@
 #include <QtCore/QCommandLineOption>
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
+#include <QtCore/QRegularExpression>
 
 namespace {
 
@@ -58,6 +59,11 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
     const QCommandLineOption theme(QStringLiteral("theme"),
         CommandLine::tr("\"light\" or \"dark\"; else the desktop's."), QStringLiteral("THEME"));
     const QCommandLineOption language = languageOption();
+    const QCommandLineOption size(QStringLiteral("size"),
+        CommandLine::tr("Size of the window at its start, such as 1280x800."), QStringLiteral("SIZE"));
+    const QCommandLineOption reportControls(QStringLiteral("report-controls"),
+        CommandLine::tr("Keep a JSON file that says what can be pressed in the window, and where."),
+        QStringLiteral("FILE"));
     const QCommandLineOption help(QStringLiteral("help"), CommandLine::tr("Show this and end."));
     const QCommandLineOption version(QStringLiteral("version"), CommandLine::tr("Show the version and end."));
 
@@ -66,8 +72,8 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         CommandLine::tr("Opens a system document, supervises its agents, and shows the modules' pages."));
     parser.addPositionalArgument(QStringLiteral("document"),
         CommandLine::tr("The system document; else the sample document."), QStringLiteral("[DOCUMENT]"));
-    parser.addOptions({ device, port, peers, plugins, withPlant, journals, page, theme, language, screenshot, tour,
-        output, help, version });
+    parser.addOptions({ device, port, peers, plugins, withPlant, journals, page, theme, size, language, screenshot,
+        tour, output, reportControls, help, version });
 
     if (!parser.parse(arguments)) {
         QString text = parser.errorText();
@@ -90,7 +96,8 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
     if (documents.size() > 1) {
         return wrong(CommandLine::tr("Only one document can be opened, but %1 were given").arg(documents.size()));
     }
-    for (const QCommandLineOption* option : { &device, &peers, &plugins, &journals, &page, &screenshot, &output }) {
+    for (const QCommandLineOption* option :
+        { &device, &peers, &plugins, &journals, &page, &screenshot, &output, &reportControls }) {
         if (parser.isSet(*option) && parser.value(*option).trimmed().isEmpty()) {
             return wrong(CommandLine::tr("Option '%1' needs a value").arg(option->names().first()));
         }
@@ -117,6 +124,14 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
             return wrong(CommandLine::tr("'%1' is no port (1 to 65535)").arg(parser.value(port)));
         }
     }
+    if (parser.isSet(size)) {
+        static const QRegularExpression form(QStringLiteral("^([1-9][0-9]{2,3})x([1-9][0-9]{2,3})$"));
+        const QRegularExpressionMatch match = form.match(parser.value(size));
+        if (!match.hasMatch()) {
+            return wrong(CommandLine::tr("'%1' is no size (such as 1280x800)").arg(parser.value(size)));
+        }
+        host.windowSize = QSize(match.captured(1).toInt(), match.captured(2).toInt());
+    }
     host.theme = parser.value(theme);
     if (parser.isSet(theme) && host.theme != QLatin1String("light") && host.theme != QLatin1String("dark")) {
         return wrong(CommandLine::tr("'%1' is no theme (light or dark)").arg(host.theme));
@@ -128,5 +143,6 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
     commandLine->isTour = parser.isSet(tour);
     commandLine->tourDirectory = parser.value(output);
     commandLine->screenshotPath = parser.value(screenshot);
+    commandLine->controlReportPath = parser.value(reportControls);
     return {};
 }

@@ -18,6 +18,7 @@ public:
     QString tourDirectory; // empty: the tour's own choice
     QString screenshotPath; // empty: none
     QString language; // of Language::available(); empty: the desktop's
+    QString controlReportPath; // empty: none
 };
 
 // What the program says instead of running: status 0 and text for standard output (help, version), or status 2 and one

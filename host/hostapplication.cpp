@@ -78,6 +78,7 @@ bool HostApplication::start(const HostOptions& options, QString* error)
         &HostApplication::documentPathChanged);
     connect(SystemDocumentHandler::instance(), &SystemDocumentHandler::documentSaved, this,
         &HostApplication::documentPathChanged);
+    connect(this, &HostApplication::documentPathChanged, this, &HostApplication::_rememberDocument);
     connect(SystemViewManager::instance(), &SystemViewManager::problemRaised, this, &HostApplication::addNotice);
     setTheme(options.theme);
 
@@ -172,7 +173,7 @@ bool HostApplication::_joinNetwork(QString* error)
 
     // The command line, else the environment (which the framework reads), else what was used last.
     const bool isAsked = !options.device.isEmpty() || options.port != 0 || !options.peers.isEmpty()
-        || !options.rememberNetwork || HostSettings::environmentNamesNetwork();
+        || !options.rememberSettings || HostSettings::environmentNamesNetwork();
     if (!isAsked) {
         settings.restoreNetwork();
     }
@@ -200,7 +201,7 @@ bool HostApplication::_joinNetwork(QString* error)
 
 void HostApplication::_rememberNetwork() const
 {
-    if (_d->options.rememberNetwork && NetworkConfiguration::instance()->isConnected()) {
+    if (_d->options.rememberSettings && NetworkConfiguration::instance()->isConnected()) {
         HostSettings().rememberNetwork();
     }
 }
@@ -285,6 +286,25 @@ QString HostApplication::documentName() const
 {
     const auto* document = SystemDocumentHandler::instance()->currentSystemDocument();
     return document ? document->name() : QString();
+}
+
+QStringList HostApplication::recentDocuments() const
+{
+    return _d->options.rememberSettings ? HostSettings().recentDocuments() : QStringList();
+}
+
+void HostApplication::_rememberDocument()
+{
+    if (_d->isStarted && _d->options.rememberSettings && !documentPath().isEmpty()) {
+        HostSettings().rememberDocument(documentPath());
+        Q_EMIT recentDocumentsChanged();
+    }
+}
+
+void HostApplication::forgetRecentDocuments()
+{
+    HostSettings().forgetDocuments();
+    Q_EMIT recentDocumentsChanged();
 }
 
 // ---- the plant ------------------------------------------------------------------------------------------------------

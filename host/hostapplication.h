@@ -30,7 +30,7 @@ struct HostOptions
     bool connectToNetwork = true;
     bool withPlant = false; // start the sample plant once the network is joined
     bool withWindow = true; // false: no QML engine at all (windowless tests of documents and plugins)
-    bool rememberNetwork = true; // false: neither read nor written, for tests and tours
+    bool rememberSettings = true; // false: neither read nor written, for tests and tours
 };
 
 // The host program without its main(): loads the plugins, holds the document, joins the network and shows the window.
@@ -45,6 +45,8 @@ class HostApplication : public QObject
     Q_PROPERTY(QStringList notices READ notices NOTIFY noticesChanged)
     Q_PROPERTY(QString documentPath READ documentPath NOTIFY documentPathChanged)
     Q_PROPERTY(QString documentName READ documentName NOTIFY documentPathChanged)
+    // Paths, the latest first; empty when nothing is remembered.
+    Q_PROPERTY(QStringList recentDocuments READ recentDocuments NOTIFY recentDocumentsChanged)
     Q_PROPERTY(bool isPlantRunning READ isPlantRunning NOTIFY isPlantRunningChanged)
     Q_PROPERTY(bool isPlantAvailable READ isPlantAvailable CONSTANT)
     // The module whose page is shown, one of PluginManager's; null: the system view.
@@ -72,6 +74,9 @@ public:
     // becomes a notice. False when the person cancelled or it went wrong.
     Q_INVOKABLE bool createDocumentAsked();
     Q_INVOKABLE bool openDocumentAsked();
+    // One that is gone, or is no document any more, is no recent one either.
+    Q_INVOKABLE bool openRecentDocumentAsked(const QString& path);
+    Q_INVOKABLE void forgetRecentDocuments();
     Q_INVOKABLE bool saveDocumentAsked(bool underANewName);
     // Whether the window may close now.
     Q_INVOKABLE bool mayClose();
@@ -100,6 +105,7 @@ public:
     QStringList notices() const;
     QString documentPath() const;
     QString documentName() const;
+    QStringList recentDocuments() const;
     CorvaneModuleEntry* currentEntry() const;
     void setCurrentEntry(CorvaneModuleEntry* entry);
     // The same by JSON tag; an empty tag shows the system view. False for an unknown tag.
@@ -113,6 +119,7 @@ public:
 Q_SIGNALS:
     void noticesChanged();
     void documentPathChanged();
+    void recentDocumentsChanged();
     void isPlantRunningChanged();
     void currentEntryChanged();
 
@@ -124,6 +131,7 @@ private:
     bool _createWindow(QString* error);
     bool _mayReplaceDocument();
     void _rememberNetwork() const;
+    void _rememberDocument();
 
     struct Private;
     std::unique_ptr<Private> _d;

@@ -3,6 +3,7 @@
 #include "hostapplication.h"
 
 #include "hostapplication_p.h"
+#include "hostsettings.h"
 
 #include <corvanemoduleentry.h>
 #include <corvaneqmltypes.h>
@@ -178,6 +179,21 @@ bool HostApplication::openDocumentAsked()
     QString error;
     if (!openDocument(path, &error)) {
         addNotice(error);
+        return false;
+    }
+    return true;
+}
+
+bool HostApplication::openRecentDocumentAsked(const QString& path)
+{
+    if (!_mayReplaceDocument()) {
+        return false;
+    }
+    QString error;
+    if (!openDocument(path, &error)) {
+        addNotice(error);
+        HostSettings().forgetDocument(path);
+        Q_EMIT recentDocumentsChanged();
         return false;
     }
     return true;

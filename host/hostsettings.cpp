@@ -8,6 +8,7 @@ namespace {
 constexpr char deviceKey[] = "network/device";
 constexpr char portKey[] = "network/port";
 constexpr char peersKey[] = "network/peers";
+constexpr char recentDocumentsKey[] = "documents/recent";
 
 } // namespace
 
@@ -38,6 +39,31 @@ void HostSettings::rememberNetwork()
     _settings.setValue(deviceKey, network->device());
     _settings.setValue(portKey, network->port());
     _settings.setValue(peersKey, network->peers());
+}
+
+QStringList HostSettings::recentDocuments() const
+{
+    return _settings.value(recentDocumentsKey).toStringList().mid(0, mostRecentDocuments);
+}
+
+void HostSettings::rememberDocument(const QString& path)
+{
+    QStringList documents = recentDocuments();
+    documents.removeAll(path);
+    documents.prepend(path);
+    _settings.setValue(recentDocumentsKey, documents.mid(0, mostRecentDocuments));
+}
+
+void HostSettings::forgetDocument(const QString& path)
+{
+    QStringList documents = recentDocuments();
+    documents.removeAll(path);
+    _settings.setValue(recentDocumentsKey, documents);
+}
+
+void HostSettings::forgetDocuments()
+{
+    _settings.remove(recentDocumentsKey);
 }
 
 bool HostSettings::environmentNamesNetwork()

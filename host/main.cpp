@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commandline.h"
+#include "controlreport.h"
 #include "hostapplication.h"
 #include "language.h"
 #include "startlog.h"
@@ -15,6 +16,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -108,7 +110,7 @@ int main(int argc, char** argv)
     const Language language(isEnglish ? QStringLiteral("en") : commandLine.language);
 
     HostApplication host;
-    commandLine.host.rememberNetwork = !isUnseen;
+    commandLine.host.rememberSettings = !isUnseen;
     QString error;
 #if CORVANE_HAS_TOUR
     if (commandLine.isTour) {
@@ -128,7 +130,13 @@ int main(int argc, char** argv)
     if (!commandLine.screenshotPath.isEmpty()) {
         return host.screenshot(commandLine.screenshotPath, &error) ? 0 : fail(error);
     }
+    std::unique_ptr<ControlReport> report;
+    if (!commandLine.controlReportPath.isEmpty()) {
+        report = std::make_unique<ControlReport>(commandLine.controlReportPath);
+        QObject::connect(report.get(), &ControlReport::failed, &host, &HostApplication::addNotice);
+    }
     const int status = QApplication::exec();
+    report.reset();
     host.stop();
     return status;
 }

@@ -8,6 +8,8 @@ Item {
 
     property bool isFirst: false
     property bool isLast: false
+    // The arrow keys are on it.
+    property bool isCursor: false
     default property alias content: holder.data
 
     implicitHeight: Theme.tallRowHeight
@@ -36,6 +38,15 @@ Item {
     }
     HoverHandler {
         id: hover
+    }
+    Rectangle {
+        visible: root.isCursor
+        anchors.fill: parent
+        anchors.margins: 2
+        color: "transparent"
+        radius: Theme.radius
+        border.width: Theme.focusWidth
+        border.color: Theme.accent
     }
     Item {
         id: holder

@@ -17,12 +17,16 @@ HostPopup {
     }
 
     width: Math.min(440, (parent?.width ?? 0) - 80)
+    onAboutToShow: cancelButton.button.forceActiveFocus()
     onClosed: root.instance = null
 
     contentItem: ColumnLayout {
+        Accessible.role: Accessible.Dialog
+        Accessible.name: title.text
         spacing: Theme.spacingLarge
 
         Text {
+            id: title
             Layout.fillWidth: true
             text: root.instance === null ? "" : qsTr("Delete \"%1\" from the system?").arg(root.instance.name)
             color: Theme.text
@@ -43,10 +47,15 @@ HostPopup {
             spacing: Theme.spacingSmall
 
             HostButton {
+                id: cancelButton
+                objectName: "cancelDeletionButton"
+                hint: qsTr("Keep it")
+                shortcut: qsTr("Esc")
                 text: qsTr("Cancel")
                 onClicked: root.close()
             }
             HostButton {
+                objectName: "confirmDeletionButton"
                 text: qsTr("Delete")
                 destructive: true
                 onClicked: {

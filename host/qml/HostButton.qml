@@ -18,8 +18,14 @@ Item {
     property bool quiet: false
     property bool destructive: false
     property bool available: true
-    // Shown under the pointer; also the accessible name of a button without text.
+    // Tab comes by.
+    property bool isTabStop: true
+    // Shown under the pointer.
     property string hint: ""
+    // The key that does the same, shown with the hint.
+    property string shortcut: ""
+    // For a button without text; else its text is read out.
+    property string accessibleName: hint
     property string unavailableHint: ""
 
     signal clicked
@@ -33,7 +39,7 @@ Item {
 
     ToolTip.visible: hover.hovered && ToolTip.text !== ""
     ToolTip.delay: 500
-    ToolTip.text: root.available || root.unavailableHint === "" ? root.hint : root.unavailableHint
+    ToolTip.text: root.available || root.unavailableHint === "" ? (root.shortcut === "" || root.hint === "" ? root.hint : qsTr("%1 (%2)").arg(root.hint).arg(root.shortcut)) : root.unavailableHint
 
     Button {
         id: button
@@ -43,6 +49,8 @@ Item {
 
         anchors.fill: parent
         enabled: root.available
+        // What has the keyboard keeps it until it is left.
+        focusPolicy: root.isTabStop || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
         opacity: enabled ? 1 : Theme.disabledOpacity
         leftPadding: text === "" ? 8 : Theme.spacing
         rightPadding: leftPadding
@@ -57,9 +65,12 @@ Item {
         icon.color: ink
         palette.buttonText: ink
         palette.highlight: ink
-        Accessible.name: text !== "" ? text : root.hint
-        Accessible.description: root.available ? "" : root.unavailableHint
+        Accessible.name: text !== "" ? text : root.accessibleName
+        Accessible.description: root.available ? root.hint : root.unavailableHint
         onClicked: root.clicked()
+        // On every platform, and not only where its theme says so.
+        Keys.onReturnPressed: click()
+        Keys.onEnterPressed: click()
 
         background: Rectangle {
             radius: Theme.radius

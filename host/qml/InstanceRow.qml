@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
+import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Corvane
 import Corvane.Host
@@ -9,22 +10,35 @@ Item {
     id: root
 
     required property HostApplication host
+    // Null for the moment between an instance's end and its row's.
     required property SystemViewClassInstance instance
+    readonly property string className: instance?.systemViewClass?.name ?? ""
+    // Its buttons are reached with Tab: only those of the row that the arrow keys are on.
+    property bool isTabStop: true
+    readonly property string machineText: machine()
+    readonly property string stateWord: stateText()
     readonly property RunningAgentInfo agent: firstAgent()
     readonly property EncounteredAgentInfo launchLine: launchableLine()
     readonly property bool isStandIn: agent !== null && agent.isStandIn
-    readonly property bool isRunning: instance.isRunning
+    readonly property bool isRunning: instance?.isRunning ?? false
+    // Where room is scarce the class stands under the name.
+    readonly property bool isNarrow: width < 820
+    // Why the last thing asked for did not happen; empty once something else was asked for.
+    property string problem: ""
     // What was asked and has not been seen on the network yet: "start", "stop" or nothing.
     property string pending: ""
 
     signal deletionRequested
 
     function firstAgent(): RunningAgentInfo {
-        return root.instance.runningAgentInfos.count > 0 ? root.instance.runningAgentInfos.get(0) as RunningAgentInfo : null;
+        return root.instance !== null && root.instance.runningAgentInfos.count > 0 ? root.instance.runningAgentInfos.get(0) as RunningAgentInfo : null;
     }
 
     // The first launch line that can be started from here.
     function launchableLine(): EncounteredAgentInfo {
+        if (root.instance === null) {
+            return null;
+        }
         const groups = root.instance.encounteredAgentsOnHosts;
         for (let row = 0; row < groups.count; ++row) {
             const lines = (groups.get(row) as EncounteredAgentsOnHost).encounteredAgentInfos;
@@ -42,7 +56,7 @@ Item {
         if (root.agent !== null) {
             return root.agent.isAttachedToCorvane ? qsTr("this machine") : root.agent.host.networkName;
         }
-        const group = root.instance.encounteredAgentsOnHosts.count > 0 ? root.instance.encounteredAgentsOnHosts.get(0) as EncounteredAgentsOnHost : null;
+        const group = root.instance !== null && root.instance.encounteredAgentsOnHosts.count > 0 ? root.instance.encounteredAgentsOnHosts.get(0) as EncounteredAgentsOnHost : null;
         if (group === null || group.host === null) {
             return "";
         }
@@ -56,8 +70,26 @@ Item {
         return root.isStandIn ? qsTr("Replayed") : root.isRunning ? qsTr("Running") : qsTr("Off");
     }
 
+    // What its button does, for keys too; a key is told why it does nothing.
+    function press(): void {
+        const button = root.isRunning ? stopButton : startButton;
+        root.problem = button.available ? "" : button.unavailableHint;
+        if (!button.available) {
+            return;
+        }
+        if (root.isRunning) {
+            root.pending = "stop";
+            root.instance.turnOff(root.agent);
+        } else if (SystemViewManager.startAgent(root.launchLine)) {
+            root.pending = "start";
+        }
+    }
+
     implicitHeight: Theme.tallRowHeight
-    onIsRunningChanged: root.pending = ""
+    onIsRunningChanged: {
+        root.pending = "";
+        root.problem = "";
+    }
 
     Timer {
         interval: 6000
@@ -65,13 +97,13 @@ Item {
         onTriggered: {
             const text = root.pending === "start" ? qsTr("\"%1\" was started but did not appear on the network.") : qsTr("\"%1\" was asked to stop but goes on running.");
             root.pending = "";
-            root.host.addNotice(text.arg(root.instance.name));
+            root.problem = text.arg(root.instance.name);
         }
     }
     Connections {
         function onTurnOffFailed(agent: RunningAgentInfo, message: string): void {
             root.pending = "";
-            root.host.addNotice(message);
+            root.problem = message;
         }
         target: root.instance
     }
@@ -82,47 +114,78 @@ Item {
         anchors.rightMargin: Theme.spacingLarge
         spacing: Theme.spacing
 
-        Text {
+        Column {
             Layout.preferredWidth: 200
             Layout.fillWidth: true
-            text: root.instance.name
-            color: Theme.text
-            font.pixelSize: Theme.textSize
-            font.weight: Font.DemiBold
-            elide: Text.ElideRight
-            textFormat: Text.PlainText
+
+            Text {
+                objectName: "instanceName"
+                width: parent.width
+                text: root.instance?.name ?? ""
+                color: Theme.text
+                font.pixelSize: Theme.textSize
+                font.weight: Font.DemiBold
+                elide: Text.ElideRight
+                textFormat: Text.PlainText
+            }
+            Text {
+                objectName: "instanceProblem"
+                width: parent.width
+                visible: text !== ""
+                text: root.problem !== "" ? root.problem : root.isNarrow ? root.className : ""
+                color: root.problem !== "" ? Theme.recording : Theme.mutedText
+                font.pixelSize: Theme.smallTextSize
+                elide: Text.ElideRight
+                textFormat: Text.PlainText
+                Accessible.role: root.problem !== "" ? Accessible.AlertMessage : Accessible.StaticText
+                Accessible.name: text
+                ToolTip.visible: truncated && problemHover.hovered
+                ToolTip.delay: 500
+                ToolTip.text: text
+
+                HoverHandler {
+                    id: problemHover
+                }
+            }
         }
         Text {
             Layout.preferredWidth: 170
-            text: root.instance.systemViewClass.name
+            visible: !root.isNarrow
+            text: root.className
             color: Theme.mutedText
             font.pixelSize: Theme.textSize
             elide: Text.ElideRight
             textFormat: Text.PlainText
         }
         Text {
-            Layout.preferredWidth: 130
-            text: root.machine()
+            Layout.preferredWidth: root.isNarrow ? 96 : 130
+            text: root.machineText
             color: Theme.mutedText
             font.pixelSize: Theme.textSize
             elide: Text.ElideRight
             textFormat: Text.PlainText
         }
         Item {
-            Layout.preferredWidth: 110
+            Layout.preferredWidth: 96
             implicitHeight: chip.implicitHeight
 
             StateChip {
                 id: chip
+                objectName: "instanceState"
                 anchors.verticalCenter: parent.verticalCenter
                 shape: root.isStandIn ? "triangle" : root.isRunning ? "dot" : "ring"
                 ink: root.isStandIn ? Theme.replaying : root.isRunning ? Theme.text : Theme.mutedText
-                text: root.stateText()
+                text: root.stateWord
             }
         }
         HostButton {
+            id: startButton
+            objectName: "startInstanceButton"
             Layout.preferredWidth: 128
             visible: !root.isRunning
+            isTabStop: root.isTabStop
+            hint: qsTr("Start this agent")
+            shortcut: qsTr("Enter")
             iconName: "plug"
             text: qsTr("Connect")
             available: root.launchLine !== null && root.pending === "" && !root.isStandIn && NetworkConfiguration.isConnected
@@ -135,26 +198,28 @@ Item {
                 }
                 return root.pending !== "" ? "" : qsTr("No launch line of it can be started from here");
             }
-            onClicked: {
-                if (SystemViewManager.startAgent(root.launchLine)) {
-                    root.pending = "start";
-                }
-            }
+            onClicked: root.press()
         }
         HostButton {
+            id: stopButton
+            objectName: "stopInstanceButton"
             Layout.preferredWidth: 128
             visible: root.isRunning
+            isTabStop: root.isTabStop
+            hint: qsTr("Ask this agent to stop")
+            shortcut: qsTr("Enter")
             iconName: "plug"
             text: qsTr("Disconnect")
             available: root.agent !== null && root.agent.canBeStopped && root.pending === ""
             unavailableHint: root.pending !== "" ? "" : qsTr("This agent does not take requests to stop")
-            onClicked: {
-                root.pending = "stop";
-                root.instance.turnOff(root.agent);
-            }
+            onClicked: root.press()
         }
         HostButton {
+            objectName: "deleteInstanceButton"
             iconName: "trash"
+            quiet: true
+            isTabStop: root.isTabStop
+            shortcut: qsTr("Del")
             hint: qsTr("Delete from the system")
             onClicked: root.deletionRequested()
         }

@@ -12,10 +12,13 @@ ApplicationWindow {
 
     required property HostApplication host
     readonly property CorvaneModuleEntry entry: host.currentEntry
+    readonly property SystemDocument document: SystemDocumentHandler.currentSystemDocument
+    // Keys pass by what is asked.
+    readonly property bool hasShortcuts: !networkPopup.visible
 
-    minimumWidth: 960
+    minimumWidth: 800
     minimumHeight: 600
-    title: (entry === null ? qsTr("System") : entry.modulesMenuLabel) + " – " + host.documentName
+    title: (entry === null ? qsTr("System") : entry.modulesMenuLabel) + " – " + host.documentName + (document !== null && document.isModified ? "*" : "")
     color: Theme.background
     font.pixelSize: Theme.textSize
     palette.window: Theme.background
@@ -32,20 +35,39 @@ ApplicationWindow {
     palette.toolTipText: Theme.text
     onClosing: close => close.accepted = root.host.mayClose()
 
+    // The same on every desktop: not each has standard keys for all of them.
     Shortcut {
-        sequences: [StandardKey.New]
+        sequence: "Ctrl+N"
+        enabled: root.hasShortcuts
         onActivated: root.host.createDocumentAsked()
     }
     Shortcut {
-        sequences: [StandardKey.Open]
+        sequence: "Ctrl+O"
+        enabled: root.hasShortcuts
         onActivated: root.host.openDocumentAsked()
     }
     Shortcut {
-        sequences: [StandardKey.Save]
+        sequence: "Ctrl+R"
+        enabled: root.hasShortcuts
+        onActivated: topBar.showRecent()
+    }
+    Shortcut {
+        sequence: "Ctrl+S"
+        enabled: root.hasShortcuts
         onActivated: root.host.saveDocumentAsked(false)
     }
     Shortcut {
-        sequences: [StandardKey.Quit]
+        sequence: "Ctrl+Shift+S"
+        enabled: root.hasShortcuts
+        onActivated: root.host.saveDocumentAsked(true)
+    }
+    Shortcut {
+        sequence: "Ctrl+,"
+        enabled: root.hasShortcuts
+        onActivated: networkPopup.open()
+    }
+    Shortcut {
+        sequence: "Ctrl+Q"
         onActivated: root.close()
     }
 
@@ -55,6 +77,8 @@ ApplicationWindow {
         anchors.top: parent.top
         anchors.bottom: parent.bottom
         width: implicitWidth
+        isNarrow: root.width < 1060
+        hasShortcuts: root.hasShortcuts
         host: root.host
         onNetworkRequested: networkPopup.open()
     }
@@ -81,6 +105,7 @@ ApplicationWindow {
             anchors.bottom: parent.bottom
             width: parent.width
             visible: root.entry === null
+            hasShortcuts: root.hasShortcuts
             host: root.host
         }
         // Every module keeps its page while another one is shown: what was typed or scrolled there stays.

@@ -15,15 +15,34 @@ HostPopup {
     readonly property int typedPort: /^[0-9]{1,5}$/.test(portField.text) ? parseInt(portField.text) : 0
     readonly property bool isPortGood: typedPort >= 1 && typedPort <= 65535
 
+    function connectAsTyped(): void {
+        if (!root.editable || !root.isPortGood) {
+            return;
+        }
+        NetworkConfiguration.device = deviceField.text.trim();
+        NetworkConfiguration.port = root.typedPort;
+        NetworkConfiguration.peers = peersField.text.trim();
+        if (NetworkConfiguration.connectToNetwork()) {
+            root.close();
+        }
+    }
+
     width: Math.min(440, (parent?.width ?? 0) - 80)
     onAboutToShow: {
         NetworkConfiguration.refreshAvailableDevices();
         portField.text = NetworkConfiguration.port;
         peersField.text = NetworkConfiguration.peers;
         deviceField.text = NetworkConfiguration.device;
+        if (root.editable) {
+            deviceField.forceActiveFocus();
+        } else {
+            closeButton.button.forceActiveFocus();
+        }
     }
 
     contentItem: ColumnLayout {
+        Accessible.role: Accessible.Dialog
+        Accessible.name: qsTr("Network")
         spacing: Theme.spacing
 
         Text {
@@ -44,7 +63,9 @@ HostPopup {
             HostField {
                 id: deviceField
                 Layout.fillWidth: true
+                objectName: "deviceField"
                 enabled: root.editable
+                onAccepted: root.connectAsTyped()
                 Accessible.name: qsTr("Network device")
             }
             Item {}
@@ -69,7 +90,9 @@ HostPopup {
             HostField {
                 id: portField
                 Layout.fillWidth: true
+                objectName: "portField"
                 enabled: root.editable
+                onAccepted: root.connectAsTyped()
                 isWrong: !root.isPortGood
                 inputMethodHints: Qt.ImhDigitsOnly
                 Accessible.name: qsTr("Discovery port")
@@ -80,14 +103,19 @@ HostPopup {
             HostField {
                 id: peersField
                 Layout.fillWidth: true
+                objectName: "peersField"
                 enabled: root.editable
+                onAccepted: root.connectAsTyped()
                 placeholderText: qsTr("host:port,host:port")
                 Accessible.name: qsTr("Peers to try besides discovery")
             }
         }
         Text {
+            objectName: "networkProblem"
             Layout.fillWidth: true
             visible: text !== ""
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: text
             text: !root.editable ? "" : !root.isPortGood ? qsTr("The port is a number from 1 to 65535.") : NetworkConfiguration.errorText
             color: Theme.recording
             font.pixelSize: Theme.smallTextSize
@@ -100,29 +128,28 @@ HostPopup {
             spacing: Theme.spacingSmall
 
             HostButton {
+                id: closeButton
+                objectName: "closeNetworkButton"
+                hint: qsTr("Leave it as it is")
+                shortcut: qsTr("Esc")
                 text: qsTr("Close")
                 onClicked: root.close()
             }
             HostButton {
+                objectName: "disconnectNetworkButton"
                 visible: !root.editable
                 text: qsTr("Disconnect")
                 iconName: "plug"
                 onClicked: NetworkConfiguration.disconnectFromNetwork()
             }
             HostButton {
+                objectName: "connectNetworkButton"
                 visible: root.editable
                 text: qsTr("Connect")
                 iconName: "plug"
                 primary: true
                 available: root.isPortGood
-                onClicked: {
-                    NetworkConfiguration.device = deviceField.text.trim();
-                    NetworkConfiguration.port = root.typedPort;
-                    NetworkConfiguration.peers = peersField.text.trim();
-                    if (NetworkConfiguration.connectToNetwork()) {
-                        root.close();
-                    }
-                }
+                onClicked: root.connectAsTyped()
             }
         }
     }

@@ -24,6 +24,7 @@ Column {
             width: root.width
             height: Math.max(Theme.rowHeight, text.implicitHeight + 24)
             color: Theme.surface
+            objectName: "notice"
             Accessible.role: Accessible.AlertMessage
             Accessible.name: modelData
 
@@ -54,6 +55,7 @@ Column {
                     textFormat: Text.PlainText
                 }
                 HostButton {
+                    objectName: "dismissNoticeButton"
                     quiet: true
                     iconName: "close"
                     hint: qsTr("Dismiss")

@@ -11,10 +11,13 @@ Rectangle {
     id: root
 
     required property HostApplication host
+    // Icons only, where room is scarce.
+    property bool isNarrow: false
+    property bool hasShortcuts: true
 
     signal networkRequested
 
-    implicitWidth: 232
+    implicitWidth: isNarrow ? 57 : 232
     color: Theme.surface
 
     Rectangle {
@@ -31,7 +34,7 @@ Rectangle {
 
         Item {
             Layout.fillWidth: true
-            Layout.preferredHeight: 56
+            Layout.preferredHeight: 55
 
             Image {
                 x: Theme.spacingLarge
@@ -42,6 +45,7 @@ Rectangle {
             Text {
                 x: Theme.spacingLarge + 24 + Theme.spacing
                 anchors.verticalCenter: parent.verticalCenter
+                visible: !root.isNarrow
                 text: "Corvane"
                 color: Theme.text
                 font.pixelSize: Theme.largeTitleSize
@@ -58,10 +62,16 @@ Rectangle {
             Layout.fillWidth: true
             Layout.margins: Theme.spacingSmall
             spacing: 4
+            Accessible.role: Accessible.PageTabList
+            Accessible.name: qsTr("Pages")
 
             SidebarEntry {
+                objectName: "systemEntry"
                 Layout.fillWidth: true
-                text: qsTr("System")
+                isNarrow: root.isNarrow
+                label: qsTr("System")
+                shortcut: qsTr("Ctrl+%1").arg(1)
+                hasShortcut: root.hasShortcuts
                 icon.source: "qrc:/corvane/icons/system.svg"
                 current: root.host.currentEntry === null
                 onClicked: root.host.currentEntry = null
@@ -70,10 +80,15 @@ Rectangle {
                 model: PluginManager.modules
 
                 SidebarEntry {
+                    required property int index
                     required property CorvaneModuleEntry qtObject
 
+                    objectName: "moduleEntry"
                     Layout.fillWidth: true
-                    text: qtObject.modulesMenuLabel.replace(/&/g, "&&") // else read as the mark of a shortcut
+                    isNarrow: root.isNarrow
+                    label: qtObject.modulesMenuLabel
+                    shortcut: index < 8 ? qsTr("Ctrl+%1").arg(index + 2) : ""
+                    hasShortcut: root.hasShortcuts
                     icon.source: qtObject.modulesMenuIcon
                     icon.color: "transparent" // the module's own colours
                     current: root.host.currentEntry === qtObject
@@ -89,6 +104,7 @@ Rectangle {
         NetworkStatus {
             Layout.fillWidth: true
             Layout.margins: Theme.spacingSmall
+            isNarrow: root.isNarrow
             onNetworkRequested: root.networkRequested()
         }
         Rectangle {
@@ -97,8 +113,9 @@ Rectangle {
             color: Theme.line
         }
         ThemeChooser {
-            Layout.fillWidth: true
             Layout.margins: Theme.spacingSmall
+            Layout.alignment: root.isNarrow ? Qt.AlignHCenter : Qt.AlignLeft
+            columns: root.isNarrow ? 1 : 3
         }
     }
 }

@@ -7,12 +7,20 @@ import Corvane
 ItemDelegate {
     id: root
 
+    property string label
     property bool current: false
+    // Only the icon; the label is its tooltip.
+    property bool isNarrow: false
+    // The key that leads to the page; none for an empty text.
+    property string shortcut: ""
+    property bool hasShortcut: true
 
     height: 40
     leftPadding: Theme.spacing
     rightPadding: Theme.spacing
     spacing: Theme.spacing
+    display: isNarrow ? AbstractButton.IconOnly : AbstractButton.TextBesideIcon
+    text: label.replace(/&/g, "&&") // else read as the mark of a shortcut
     font.pixelSize: Theme.textSize
     font.weight: current ? Font.DemiBold : Font.Medium
     icon.width: 18
@@ -22,7 +30,19 @@ ItemDelegate {
     palette.windowText: Theme.text
     palette.highlight: Theme.text
     Accessible.role: Accessible.PageTab
+    Accessible.name: label
     Accessible.selected: current
+    ToolTip.visible: hovered && (isNarrow || shortcut !== "")
+    ToolTip.delay: 500
+    ToolTip.text: shortcut === "" ? label : qsTr("%1 (%2)").arg(label).arg(shortcut)
+    Keys.onReturnPressed: click()
+    Keys.onEnterPressed: click()
+
+    Shortcut {
+        sequence: root.shortcut
+        enabled: root.hasShortcut && root.shortcut !== ""
+        onActivated: root.click()
+    }
 
     background: Rectangle {
         radius: Theme.radius

@@ -12,10 +12,20 @@ Item {
     id: root
 
     required property HostApplication host
+    property bool hasShortcuts: true
     readonly property SystemDocument document: SystemDocumentHandler.currentSystemDocument
     readonly property SystemView view: document === null ? null : document.currentSystemView
     readonly property int unplacedCount: document === null ? 0 : document.unplacedAgents.count
 
+    function chooseClass(): void {
+        classMenu.popup(addButton, addButton.width - classMenu.width, addButton.height + 4);
+    }
+
+    Shortcut {
+        sequence: "Ins"
+        enabled: root.visible && root.hasShortcuts && addButton.available
+        onActivated: root.chooseClass()
+    }
     RowLayout {
         id: header
         anchors.left: parent.left
@@ -34,13 +44,14 @@ Item {
         }
         Text {
             Layout.fillWidth: true
-            Layout.alignment: Qt.AlignBaseline
             text: root.view === null ? "" : qsTr("%n instance(s)", "", root.view.instances.count)
             color: Theme.mutedText
             font.pixelSize: Theme.smallTextSize
         }
         HostButton {
+            objectName: "plantButton"
             visible: root.host.isPlantAvailable
+            hint: root.host.isPlantRunning ? qsTr("End the sample agents") : qsTr("Start a small plant of sample agents")
             iconName: root.host.isPlantRunning ? "stop" : "play"
             text: root.host.isPlantRunning ? qsTr("Stop sample plant") : qsTr("Start sample plant")
             available: root.host.isPlantRunning || NetworkConfiguration.isConnected
@@ -49,11 +60,14 @@ Item {
         }
         HostButton {
             id: addButton
+            objectName: "addInstanceButton"
+            hint: qsTr("Add an agent to this system")
+            shortcut: qsTr("Ins")
             iconName: "plus"
             text: qsTr("Add")
             primary: true
             available: root.view !== null
-            onClicked: classMenu.popup(addButton, addButton.width - classMenu.width, addButton.height + 4)
+            onClicked: root.chooseClass()
 
             ClassMenu {
                 id: classMenu
@@ -71,6 +85,11 @@ Item {
         anchors.rightMargin: Theme.pageMargin
         anchors.topMargin: Theme.spacingLarge
         clip: true
+        objectName: "instancesList"
+        activeFocusOnTab: true
+        highlightMoveDuration: 0
+        Accessible.role: Accessible.List
+        Accessible.name: qsTr("Agents of the system")
         boundsBehavior: Flickable.StopAtBounds
         model: root.view === null ? null : root.view.instances
         ScrollBar.vertical: ScrollBar {}
@@ -84,8 +103,17 @@ Item {
             width: ListView.view.width
             isFirst: index === 0
             isLast: index === ListView.view.count - 1
+            isCursor: activeFocus
+            Accessible.role: Accessible.ListItem
+            Accessible.name: [card.qtObject?.name ?? "", row.className, row.machineText, row.stateWord].join(", ")
+            Accessible.onPressAction: row.press()
+            Keys.onReturnPressed: row.press()
+            Keys.onEnterPressed: row.press()
+            Keys.onDeletePressed: confirmDeletion.ask(card.qtObject)
 
             InstanceRow {
+                id: row
+                isTabStop: card.ListView.isCurrentItem
                 anchors.fill: parent
                 host: root.host
                 instance: card.qtObject
@@ -101,7 +129,7 @@ Item {
             EmptySystem {
                 width: parent.width
                 visible: list.count === 0
-                onAddRequested: addButton.clicked()
+                onAddRequested: root.chooseClass()
             }
             Text {
                 visible: root.unplacedCount > 0

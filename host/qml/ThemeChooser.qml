@@ -6,10 +6,13 @@ import QtQuick.Controls.Basic
 import Corvane
 
 // The desktop's theme, light or dark.
-Row {
+Grid {
     id: root
 
+    columns: 3
     spacing: 4
+    Accessible.role: Accessible.Grouping
+    Accessible.name: qsTr("Theme")
 
     Repeater {
         model: [
@@ -39,6 +42,9 @@ Row {
             width: Theme.controlHeight
             height: Theme.controlHeight
             hoverEnabled: true
+            activeFocusOnTab: true
+            Keys.onReturnPressed: click()
+            Keys.onEnterPressed: click()
             Accessible.name: modelData.name
             Accessible.role: Accessible.RadioButton
             Accessible.checked: current

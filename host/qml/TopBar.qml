@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Layouts
 import Corvane
@@ -10,6 +12,14 @@ Rectangle {
 
     required property HostApplication host
     readonly property SystemDocument document: SystemDocumentHandler.currentSystemDocument
+    readonly property bool isNarrow: width < 900
+
+    // The place from which a key opens the list of recent documents.
+    function showRecent(): void {
+        if (recentButton.available) {
+            recentMenu.popup(recentButton, 0, recentButton.height + 4);
+        }
+    }
 
     implicitHeight: 56
     color: Theme.surface
@@ -25,45 +35,93 @@ Rectangle {
         anchors.fill: parent
         anchors.leftMargin: Theme.pageMargin
         anchors.rightMargin: Theme.pageMargin
-        spacing: Theme.spacingSmall
+        spacing: root.isNarrow ? 4 : Theme.spacingSmall
 
-        Text {
-            text: root.host.documentName
-            color: Theme.text
-            font.pixelSize: Theme.titleSize
-            font.weight: Font.DemiBold
-            elide: Text.ElideMiddle
-            textFormat: Text.PlainText
-            Layout.maximumWidth: 420
-        }
-        Text {
+        Item {
             Layout.fillWidth: true
-            text: root.document !== null && root.document.isModified ? qsTr("edited") : ""
-            color: Theme.mutedText
-            font.pixelSize: Theme.smallTextSize
+            implicitHeight: name.implicitHeight
+
+            Text {
+                id: name
+                objectName: "documentName"
+                width: Math.min(implicitWidth, parent.width - mark.implicitWidth - Theme.spacing)
+                text: root.host.documentName
+                color: Theme.text
+                font.pixelSize: Theme.titleSize
+                font.weight: Font.DemiBold
+                elide: Text.ElideMiddle
+                textFormat: Text.PlainText
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
+            }
+            Text {
+                id: mark
+                objectName: "documentMark"
+                x: name.width + Theme.spacingSmall
+                anchors.baseline: name.baseline
+                text: root.document !== null && root.document.isModified ? qsTr("edited") : ""
+                color: Theme.mutedText
+                font.pixelSize: Theme.smallTextSize
+            }
         }
-        HostButton {
+        DocumentButton {
+            objectName: "newDocumentButton"
             iconName: "new"
-            text: qsTr("New")
-            quiet: true
+            word: qsTr("New")
+            what: qsTr("Begin a new document")
+            shortcut: qsTr("Ctrl+N")
             onClicked: root.host.createDocumentAsked()
         }
-        HostButton {
+        DocumentButton {
+            objectName: "openDocumentButton"
             iconName: "open"
-            text: qsTr("Open…")
-            quiet: true
+            word: qsTr("Open…")
+            what: qsTr("Open another document")
+            shortcut: qsTr("Ctrl+O")
             onClicked: root.host.openDocumentAsked()
         }
-        HostButton {
+        DocumentButton {
+            id: recentButton
+            objectName: "recentDocumentsButton"
+            iconName: "recent"
+            word: qsTr("Recent")
+            what: qsTr("Open one of the last documents")
+            shortcut: qsTr("Ctrl+R")
+            available: root.host.recentDocuments.length > 0
+            unavailableHint: qsTr("No document was opened or saved yet")
+            onClicked: root.showRecent()
+
+            RecentMenu {
+                id: recentMenu
+                host: root.host
+            }
+        }
+        DocumentButton {
+            objectName: "saveDocumentButton"
             iconName: "save"
-            text: qsTr("Save")
-            quiet: true
+            word: qsTr("Save")
+            what: qsTr("Save this document")
+            shortcut: qsTr("Ctrl+S")
             onClicked: root.host.saveDocumentAsked(false)
         }
-        HostButton {
-            text: qsTr("Save as…")
-            quiet: true
+        DocumentButton {
+            objectName: "saveDocumentAsButton"
+            iconName: "saveas"
+            word: qsTr("Save as…")
+            what: qsTr("Save this document under another name")
+            shortcut: qsTr("Ctrl+Shift+S")
             onClicked: root.host.saveDocumentAsked(true)
         }
+    }
+
+    // Without its word where room is scarce.
+    component DocumentButton: HostButton {
+        property string word
+        property string what
+
+        quiet: true
+        text: root.isNarrow ? "" : word
+        accessibleName: word
+        hint: what
     }
 }

@@ -37,11 +37,12 @@ Item {
             textFormat: Text.PlainText
         }
         Item {
-            Layout.preferredWidth: 110
+            Layout.preferredWidth: 96
             implicitHeight: chip.implicitHeight
 
             StateChip {
                 id: chip
+                objectName: "agentState"
                 anchors.verticalCenter: parent.verticalCenter
                 shape: root.agent.isStandIn ? "triangle" : "dot"
                 ink: root.agent.isStandIn ? Theme.replaying : Theme.text
@@ -49,6 +50,7 @@ Item {
             }
         }
         HostButton {
+            objectName: "placeButton"
             iconName: "place"
             text: qsTr("Place")
             hint: qsTr("Add it to the system under this name")

@@ -98,7 +98,7 @@ void tst_host_application::initTestCase()
     options.port = static_cast<quint16>(QRandomGenerator::global()->bounded(20000, 60000));
     options.pluginsDirectory = _folder.path();
     options.theme = QStringLiteral("light");
-    options.rememberNetwork = false;
+    options.rememberSettings = false;
     _host = std::make_unique<HostApplication>();
     QString error;
     QVERIFY2(_host->start(options, &error), qPrintable(error));

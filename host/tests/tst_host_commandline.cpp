@@ -29,6 +29,7 @@ void tst_host_commandline::withoutArgumentsNothingIsAsked()
     QVERIFY(!line.isTour);
     QVERIFY(line.screenshotPath.isEmpty());
     QVERIFY(line.language.isEmpty());
+    QVERIFY(line.controlReportPath.isEmpty());
 }
 
 void tst_host_commandline::everyOptionIsTaken()
@@ -39,6 +40,8 @@ void tst_host_commandline::everyOptionIsTaken()
         QStringLiteral("h:1,h:2"), QStringLiteral("--plugins"), QStringLiteral("/p"), QStringLiteral("--with-plant"),
         QStringLiteral("--plant-journals"), QStringLiteral("/j"), QStringLiteral("--theme"), QStringLiteral("dark"),
         QStringLiteral("--page"), QStringLiteral("system"), QStringLiteral("--screenshot"), QStringLiteral("x.png"),
+        QStringLiteral("--report-controls"), QStringLiteral("c.json"), QStringLiteral("--size"),
+        QStringLiteral("800x600"),
         QStringLiteral("--language"), QStringLiteral("fr") };
     const CommandLineEnd end = parseCommandLine(arguments, &line);
     QVERIFY2(!end.ends, qPrintable(end.text));
@@ -53,12 +56,14 @@ void tst_host_commandline::everyOptionIsTaken()
     QCOMPARE(line.host.page, QStringLiteral("system"));
     QCOMPARE(line.screenshotPath, QStringLiteral("x.png"));
     QCOMPARE(line.language, QStringLiteral("fr"));
+    QCOMPARE(line.controlReportPath, QStringLiteral("c.json"));
+    QCOMPARE(line.host.windowSize, QSize(800, 600));
 
     CommandLine tour;
     QVERIFY(!parseCommandLine(
         { QStringLiteral("corvane"), QStringLiteral("--output"), QStringLiteral("/o"), QStringLiteral("--tour") },
         &tour)
-            .ends);
+                 .ends);
     QVERIFY(tour.isTour);
     QCOMPARE(tour.tourDirectory, QStringLiteral("/o"));
 }
@@ -69,6 +74,7 @@ void tst_host_commandline::whatIsWrongIsSaidInOneLineWithStatus2_data()
     QTest::addColumn<QString>("said");
     QTest::newRow("unknown") << "--colour red" << "Unknown option 'colour'";
     QTest::newRow("no value") << "--port" << "Missing value after '--port'";
+    QTest::newRow("size") << "--size 800" << "'800' is no size (such as 1280x800)";
     QTest::newRow("port zero") << "--port 0" << "'0' is no port (1 to 65535)";
     QTest::newRow("port word") << "--port lots" << "'lots' is no port (1 to 65535)";
     QTest::newRow("port high") << "--port 65536" << "'65536' is no port (1 to 65535)";
@@ -78,7 +84,8 @@ void tst_host_commandline::whatIsWrongIsSaidInOneLineWithStatus2_data()
     QTest::newRow("output alone") << "--output somewhere" << "Option 'output' belongs to '--tour'";
     QTest::newRow("tour and picture") << "--tour --screenshot a.png"
                                       << "'--tour' and '--screenshot' exclude one another";
-    QTest::newRow("empty device") << "--device=" << "needs a value|Missing value after '--device='";
+    QTest::newRow("empty device") << "--device="
+                                  << "needs a value|Missing value after '--device='";
 }
 
 void tst_host_commandline::whatIsWrongIsSaidInOneLineWithStatus2()

@@ -38,7 +38,7 @@ bool prepareTour(const TourOptions& options, HostOptions* hostOptions, QString* 
     qputenv("XDG_CONFIG_HOME", output.filePath(QStringLiteral("home/config")).toLocal8Bit());
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     hostOptions->plantJournalDirectory = output.filePath(QStringLiteral("journals"));
-    hostOptions->rememberNetwork = false;
+    hostOptions->rememberSettings = false;
     hostOptions->withPlant = false;
     hostOptions->connectToNetwork = true;
     if (hostOptions->port == 0 && !qEnvironmentVariableIsSet("QNY_PORT")) {

@@ -103,6 +103,18 @@
         <source>%1 (see corvane --help)</source>
         <translation>%1 (voir corvane --help)</translation>
     </message>
+    <message>
+        <source>Size of the window at its start, such as 1280x800.</source>
+        <translation>Taille de la fenêtre au démarrage, par exemple 1280x800.</translation>
+    </message>
+    <message>
+        <source>Keep a JSON file that says what can be pressed in the window, and where.</source>
+        <translation>Tenir un fichier JSON qui dit ce que l’on peut presser dans la fenêtre, et où.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is no size (such as 1280x800)</source>
+        <translation>« %1 » n’est pas une taille (par exemple 1280x800)</translation>
+    </message>
 </context>
 <context>
     <name>ConfirmDeletion</name>
@@ -121,6 +133,21 @@
     <message>
         <source>Delete</source>
         <translation>Supprimer</translation>
+    </message>
+    <message>
+        <source>Keep it</source>
+        <translation>Le garder</translation>
+    </message>
+    <message>
+        <source>Esc</source>
+        <translation>Échap</translation>
+    </message>
+</context>
+<context>
+    <name>ControlReport</name>
+    <message>
+        <source>The controls cannot be reported to %1: %2.</source>
+        <translation>Les commandes ne peuvent pas être décrites dans %1 : %2.</translation>
     </message>
 </context>
 <context>
@@ -198,6 +225,13 @@
     </message>
 </context>
 <context>
+    <name>HostButton</name>
+    <message>
+        <source>%1 (%2)</source>
+        <translation>%1 (%2)</translation>
+    </message>
+</context>
+<context>
     <name>InstanceRow</name>
     <message>
         <source>this machine</source>
@@ -258,6 +292,22 @@
     <message>
         <source>Delete from the system</source>
         <translation>Supprimer du système</translation>
+    </message>
+    <message>
+        <source>Start this agent</source>
+        <translation>Démarrer cet agent</translation>
+    </message>
+    <message>
+        <source>Enter</source>
+        <translation>Entrée</translation>
+    </message>
+    <message>
+        <source>Ask this agent to stop</source>
+        <translation>Demander à cet agent de s’arrêter</translation>
+    </message>
+    <message>
+        <source>Del</source>
+        <translation>Suppr</translation>
     </message>
 </context>
 <context>
@@ -324,6 +374,14 @@
         <source>Connect</source>
         <translation>Connecter</translation>
     </message>
+    <message>
+        <source>Leave it as it is</source>
+        <translation>Le laisser tel quel</translation>
+    </message>
+    <message>
+        <source>Esc</source>
+        <translation>Échap</translation>
+    </message>
 </context>
 <context>
     <name>NetworkStatus</name>
@@ -351,12 +409,27 @@
         <source>Security off</source>
         <translation>Sécurité désactivée</translation>
     </message>
+    <message>
+        <source>Network</source>
+        <translation>Réseau</translation>
+    </message>
+    <message>
+        <source>Ctrl+,</source>
+        <translation>Ctrl+,</translation>
+    </message>
 </context>
 <context>
     <name>NoticeBar</name>
     <message>
         <source>Dismiss</source>
         <translation>Ignorer</translation>
+    </message>
+</context>
+<context>
+    <name>RecentMenu</name>
+    <message>
+        <source>Empty this list</source>
+        <translation>Vider cette liste</translation>
     </message>
 </context>
 <context>
@@ -395,6 +468,21 @@
         <source>System</source>
         <translation>Système</translation>
     </message>
+    <message>
+        <source>Pages</source>
+        <translation>Pages</translation>
+    </message>
+    <message>
+        <source>Ctrl+%1</source>
+        <translation>Ctrl+%1</translation>
+    </message>
+</context>
+<context>
+    <name>SidebarEntry</name>
+    <message>
+        <source>%1 (%2)</source>
+        <translation>%1 (%2)</translation>
+    </message>
 </context>
 <context>
     <name>SystemPage</name>
@@ -425,6 +513,26 @@
         <source>On the network, in no view</source>
         <translation>Sur le réseau, dans aucune vue</translation>
     </message>
+    <message>
+        <source>End the sample agents</source>
+        <translation>Arrêter les agents d’exemple</translation>
+    </message>
+    <message>
+        <source>Start a small plant of sample agents</source>
+        <translation>Démarrer une petite installation d’agents d’exemple</translation>
+    </message>
+    <message>
+        <source>Add an agent to this system</source>
+        <translation>Ajouter un agent à ce système</translation>
+    </message>
+    <message>
+        <source>Ins</source>
+        <translation>Inser</translation>
+    </message>
+    <message>
+        <source>Agents of the system</source>
+        <translation>Agents du système</translation>
+    </message>
 </context>
 <context>
     <name>ThemeChooser</name>
@@ -439,6 +547,10 @@
     <message>
         <source>Dark theme</source>
         <translation>Thème sombre</translation>
+    </message>
+    <message>
+        <source>Theme</source>
+        <translation>Thème</translation>
     </message>
 </context>
 <context>
@@ -462,6 +574,54 @@
     <message>
         <source>Save as…</source>
         <translation>Enregistrer sous…</translation>
+    </message>
+    <message>
+        <source>Begin a new document</source>
+        <translation>Commencer un nouveau document</translation>
+    </message>
+    <message>
+        <source>Ctrl+N</source>
+        <translation>Ctrl+N</translation>
+    </message>
+    <message>
+        <source>Open another document</source>
+        <translation>Ouvrir un autre document</translation>
+    </message>
+    <message>
+        <source>Ctrl+O</source>
+        <translation>Ctrl+O</translation>
+    </message>
+    <message>
+        <source>Recent</source>
+        <translation>Récents</translation>
+    </message>
+    <message>
+        <source>Open one of the last documents</source>
+        <translation>Ouvrir un des derniers documents</translation>
+    </message>
+    <message>
+        <source>Ctrl+R</source>
+        <translation>Ctrl+R</translation>
+    </message>
+    <message>
+        <source>No document was opened or saved yet</source>
+        <translation>Aucun document n’a encore été ouvert ni enregistré</translation>
+    </message>
+    <message>
+        <source>Save this document</source>
+        <translation>Enregistrer ce document</translation>
+    </message>
+    <message>
+        <source>Ctrl+S</source>
+        <translation>Ctrl+S</translation>
+    </message>
+    <message>
+        <source>Save this document under another name</source>
+        <translation>Enregistrer ce document sous un autre nom</translation>
+    </message>
+    <message>
+        <source>Ctrl+Shift+S</source>
+        <translation>Ctrl+Maj+S</translation>
     </message>
 </context>
 <context>

@@ -34,7 +34,7 @@ private Q_SLOTS:
         options.port = randomPort();
         options.pluginsDirectory = QStringLiteral(RR_PLUGINS_DIRECTORY);
         options.withWindow = false;
-        options.rememberNetwork = false;
+        options.rememberSettings = false;
         QString error;
         QVERIFY2(_host.start(options, &error), qPrintable(error));
 

@@ -31,7 +31,7 @@ private Q_SLOTS:
         options.device = "lo";
         options.port = randomPort();
         options.withWindow = false;
-        options.rememberNetwork = false;
+        options.rememberSettings = false;
         options.withPlant = true;
         options.pluginsDirectory = QStringLiteral(RR_PLUGINS_DIRECTORY);
         QString error;
