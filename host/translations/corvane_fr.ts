@@ -113,7 +113,7 @@
     </message>
     <message>
         <source>&apos;%1&apos; is no size (such as 1280x800)</source>
-        <translation>« %1 » n’est pas une taille (par exemple 1280x800)</translation>
+        <translation>«&#xa0;%1&#xa0;» n’est pas une taille (par exemple 1280x800)</translation>
     </message>
 </context>
 <context>
@@ -147,7 +147,7 @@
     <name>ControlReport</name>
     <message>
         <source>The controls cannot be reported to %1: %2.</source>
-        <translation>Les commandes ne peuvent pas être décrites dans %1 : %2.</translation>
+        <translation>Les commandes ne peuvent pas être décrites dans %1&#xa0;: %2.</translation>
     </message>
 </context>
 <context>

@@ -14,7 +14,7 @@ FocusScope {
 
     required property RecorderModule module
     readonly property int count: module.sortedRecorders.count
-    readonly property bool hasView: SystemDocumentHandler.currentSystemDocument?.currentSystemView !== null
+    readonly property bool hasView: (SystemDocumentHandler.currentSystemDocument?.currentSystemView ?? null) !== null
 
     signal deletionRequested(RecorderInstance recorder)
 

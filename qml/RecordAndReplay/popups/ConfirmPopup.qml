@@ -22,6 +22,8 @@ Popup {
     modal: true
     focus: true
     closePolicy: Popup.CloseOnEscape
+    // Whatever had the keyboard when it was last open: what is safe has it now.
+    onAboutToShow: cancel.forceActiveFocus(Qt.PopupFocusReason)
     onClosed: root.hidden()
 
     background: Rectangle {
@@ -78,6 +80,7 @@ Popup {
                 spacing: Theme.spacingSmall
 
                 DarkOrLightTextButton {
+                    id: cancel
                     objectName: "cancelDeletionButton"
                     focus: true
                     text: qsTr("Cancel")

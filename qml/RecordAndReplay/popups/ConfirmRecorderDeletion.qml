@@ -21,7 +21,7 @@ ConfirmPopup {
     // Gone, or running by now: there is nothing to ask any more.
     onIsDeletableChanged: {
         if (!isDeletable) {
-            close();
+            Qt.callLater(close);
         }
     }
     onHidden: root.recorder = null

@@ -42,6 +42,10 @@
         <source>All that were found</source>
         <translation>Tous les agents trouvés</translation>
     </message>
+    <message>
+        <source>Agents</source>
+        <translation>Agents</translation>
+    </message>
 </context>
 <context>
     <name>CassandraRecordItem</name>

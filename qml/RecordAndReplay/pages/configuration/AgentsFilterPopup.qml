@@ -65,6 +65,7 @@ Popup {
             color: Theme.text
             font.pixelSize: Theme.textSize
             KeyNavigation.down: list
+            Accessible.name: placeholderText
             background: Rectangle {
                 radius: Theme.radius
                 color: Theme.background
@@ -107,6 +108,8 @@ Popup {
         reuseItems: true
         boundsBehavior: Flickable.StopAtBounds
         model: root.found
+        Accessible.role: Accessible.List
+        Accessible.name: qsTr("Agents")
         ScrollBar.vertical: PageScrollBar {}
         Keys.onSpacePressed: {
             const agent = root.found[currentIndex] as RecordAgentFilter;

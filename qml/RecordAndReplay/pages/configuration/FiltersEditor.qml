@@ -15,7 +15,7 @@ Column {
     readonly property bool isEditable: recorder.isOn && !recorder.offlineMode
     readonly property string why: recorder.isOn ? qsTr("A recorder without a database keeps no filters") : qsTr("Connect the recorder to change its filters")
     // The filters that the text was taken from.
-    property string shown: recorder.recordFilters
+    property string shown
     readonly property bool isChanged: area.text !== recorder.recordFilters
 
     function apply(): void {
@@ -25,6 +25,11 @@ Column {
     }
 
     spacing: Theme.spacingSmall
+    // Not bound: a binding would come back over what somebody types.
+    Component.onCompleted: {
+        shown = recorder.recordFilters;
+        area.text = shown;
+    }
 
     Connections {
         // What somebody types stays, unless it is what comes.
@@ -73,7 +78,6 @@ Column {
 
                 objectName: "filtersText"
                 focus: true
-                text: root.recorder.recordFilters
                 readOnly: !root.isEditable
                 color: root.isEditable ? Theme.text : Theme.mutedText
                 placeholderText: root.isEditable ? qsTr("Nothing is left out") : ""

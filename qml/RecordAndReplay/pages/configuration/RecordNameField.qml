@@ -19,6 +19,9 @@ DarkOrLightTextFieldErrorHandler {
     placeholderText: qsTr("Record name")
     onCommitted: text => root.recorder.updateRecordName(root.record, text.trim())
     field.onEditingFinished: Qt.callLater(finished)
+    // These end typing, and mean nothing to the row around it.
+    Keys.onReturnPressed: {}
+    Keys.onEnterPressed: {}
     Keys.onEscapePressed: root.finished()
     Component.onCompleted: {
         root.forceActiveFocus();

@@ -14,6 +14,13 @@ FocusScope {
     required property RecorderInstance recorder
     readonly property RecorderRecord current: recorder.currentRecord
     property alias list: list
+    // The current record is kept in view while its row grows by its controls, until somebody scrolls.
+    property bool isFollowing: false
+
+    function follow(): void {
+        root.isFollowing = true;
+        Qt.callLater(showCurrent);
+    }
 
     function showCurrent(): void {
         const row = root.current === null ? -1 : records.indexOf(root.current);
@@ -23,17 +30,16 @@ FocusScope {
         }
     }
 
-    onCurrentChanged: Qt.callLater(showCurrent)
-    Component.onCompleted: Qt.callLater(showCurrent)
+    onCurrentChanged: follow()
+    Component.onCompleted: follow()
 
     SortFilterRecords {
         id: records
         sourceModel: root.recorder.records
     }
     Connections {
-        // The row of the current record has grown by its controls.
         function onIsLoadedChanged(): void {
-            Qt.callLater(root.showCurrent);
+            root.follow();
         }
 
         target: root.current
@@ -75,7 +81,9 @@ FocusScope {
         model: records
         ScrollBar.vertical: PageScrollBar {
             id: bar
+            onPressedChanged: root.isFollowing = false
         }
+        onMovementStarted: root.isFollowing = false
         Accessible.role: Accessible.List
         Accessible.name: qsTr("Records")
         Keys.onPressed: event => {
@@ -100,6 +108,11 @@ FocusScope {
             recorder: root.recorder
             record: qtObject
             isCursor: ListView.isCurrentItem
+            onHeightChanged: {
+                if (isCurrent && root.isFollowing) {
+                    Qt.callLater(root.showCurrent);
+                }
+            }
             onPressed: {
                 list.currentIndex = index;
                 list.forceActiveFocus();

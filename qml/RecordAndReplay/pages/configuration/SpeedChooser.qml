@@ -80,6 +80,7 @@ Hinted {
             width: ListView.view?.width ?? 0
             height: Theme.controlHeight
             highlighted: box.highlightedIndex === index
+            Accessible.name: label
 
             contentItem: Figures {
                 text: choice.label

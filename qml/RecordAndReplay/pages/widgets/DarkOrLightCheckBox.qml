@@ -34,7 +34,10 @@ Hinted {
         nextCheckState: () => checkState === Qt.Checked ? Qt.Unchecked : Qt.Checked
         Accessible.name: text !== "" ? text : root.hint
         Accessible.description: root.available ? "" : root.unavailableHint
-        onToggled: {
+        Accessible.onToggleAction: root.switched(root.value !== Qt.Checked)
+        Accessible.onPressAction: root.switched(root.value !== Qt.Checked)
+        // Not toggled(): a box with its own order of states does not emit it.
+        onClicked: {
             const checked = checkState === Qt.Checked;
             root.switched(checked);
             checkState = root.value;

@@ -24,6 +24,14 @@ FocusScope {
     HoverHandler {
         id: hover
     }
+    // A press on what is not available does not go through to the row behind it.
+    Loader {
+        anchors.fill: parent
+        active: !root.available
+        sourceComponent: Component {
+            MouseArea {}
+        }
+    }
     // Made when it is needed: a page has more controls than anybody points at.
     Loader {
         active: hover.hovered && root.hintText !== ""
