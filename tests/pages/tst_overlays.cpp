@@ -1,0 +1,304 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "filesfixture.h"
+#include "pages.h"
+#include "pagetest.h"
+
+/// What covers the pages while something goes on.
+class OverlaysTests : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aLoadShowsItsProgress();
+    void anExportShowsItsProgressAndCanBeCanceled();
+    void anImportShowsItsProgressAndCanBeCanceled();
+    void loadingComesBeforeExportingAndExportingBeforeImporting();
+    void theCancelButtonEndsTheExportBeforeTheImport();
+    void filteringStoppingMovingAndCancelingAreNamedInThisOrder();
+    void duringAnExportWhoseCancelWasRequestedTheBusyOverlayShowsCanceling();
+    void anOverlayTakesTheMouseAndTheKeys();
+    void theOverlayOfOneRecorderDoesNotCoverAnother();
+    void aRecorderThatStaysSilentOffersAWayOut();
+    void aCancelThatNothingEndsCanBeLeftBehind();
+    void whatALostRecorderLeftOpenCloses();
+};
+
+namespace {
+
+/// A running recorder with two records of 300 seconds, shown with its records.
+class Busy : public Pages
+{
+public:
+    Busy()
+        : instance(fixture.addRunningRecorder())
+        , recorder(instance)
+    {
+        recorder.records(u'[' + recordJson(RECORD_A, "First", 300000000) + u',' + recordJson(RECORD_B, "Second", 300000000) + u']');
+        record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
+        files.write("plant.csv", FileFolder::rows(20000)); // two chunks
+        open(instance, Pages::Records);
+    }
+    QStringList overlay() const
+    {
+        QStringList shown;
+        for (const char* const name : { "progressFeedback", "busyFeedback" }) {
+            if (isShown(name)) {
+                shown += QStringList({ name, text(QString(name) + "/feedbackText") });
+            }
+        }
+        return shown;
+    }
+    void load()
+    {
+        instance->loadRecord(record);
+        settle();
+    }
+    void loaded() { recorder.loaded(RECORD_A, 300, "[\"a\",\"b\",\"c\"]"); }
+    void exportRecord()
+    {
+        files.download(instance, record, "out.csv");
+        settle();
+    }
+    void import()
+    {
+        const auto imports = [] { return QuenaryDouble::calledServices().count("import"); };
+        const qsizetype before = imports();
+        files.import(instance, "plant.csv");
+        QTRY_COMPARE(imports(), before + 1);
+        QTRY_VERIFY(instance->importingProgress() > 0);
+        settle();
+    }
+
+    const FileFolder files;
+    RecorderInstance* instance;
+    ScriptedRecorder recorder;
+    RecorderRecord* record = nullptr;
+};
+
+const QStringList NONE;
+
+QStringList progress(const char* text) { return { "progressFeedback", text }; }
+QStringList busy(const char* text) { return { "busyFeedback", text }; }
+
+} // namespace
+
+void OverlaysTests::aLoadShowsItsProgress()
+{
+    Busy pages;
+    QCOMPARE(pages.overlay(), NONE);
+    pages.load();
+    QCOMPARE(pages.overlay(), progress("Loading record, please wait..."));
+    QCOMPARE(pages.property("progressBar", "value").toInt(), 0);
+    QVERIFY(!pages.isShown("cancelButton"));
+    pages.recorder.reply("loading", { 40.0 });
+    QCOMPARE(pages.property("progressBar", "value").toInt(), pages.instance->loadingProgress());
+    QVERIFY(pages.instance->loadingProgress() > 0);
+    pages.loaded();
+    QCOMPARE(pages.overlay(), NONE);
+    // It covers everything there is.
+    pages.instance->unloadRecord(pages.record);
+    pages.load();
+    const QQuickItem* const root = pages.item("recordAndReplay");
+    QCOMPARE(pages.item("progressFeedback")->size(), root->size());
+    QCOMPARE(root->size(), QSizeF(Pages::USUAL_SIZE));
+}
+
+void OverlaysTests::anExportShowsItsProgressAndCanBeCanceled()
+{
+    Busy pages;
+    pages.exportRecord();
+    QCOMPARE(pages.overlay(), progress("Downloading record, please wait..."));
+    QCOMPARE(pages.text("cancelButton"), "CANCEL");
+    pages.recorder.reply("receive_export", { RECORD_A, 1, RECORD_B, "pump;150000000;output;speed;double;1" });
+    QCOMPARE(pages.property("progressBar", "value").toInt(), pages.instance->exportingProgress());
+    pages.click("cancelButton");
+    QVERIFY(pages.instance->isCancelingExport());
+    QVERIFY(!pages.instance->isCancelingImport());
+}
+
+void OverlaysTests::anImportShowsItsProgressAndCanBeCanceled()
+{
+    Busy pages;
+    pages.import();
+    QCOMPARE(pages.overlay(), progress("Importing record, please wait..."));
+    QCOMPARE(pages.property("progressBar", "value").toInt(), pages.instance->importingProgress());
+    QVERIFY(pages.isShown("cancelButton"));
+    pages.click("cancelButton");
+    QVERIFY(pages.instance->isCancelingImport());
+    QVERIFY(!pages.instance->isCancelingExport());
+    QCOMPARE(pages.overlay(), busy("Canceling..."));
+    pages.recorder.replyWithToken("record_uuid", { RECORD_B }, pages.instance->uuid() + "##import");
+    pages.recorder.records("[]");
+    QCOMPARE(pages.overlay(), NONE);
+}
+
+void OverlaysTests::loadingComesBeforeExportingAndExportingBeforeImporting()
+{
+    Busy pages;
+    pages.import();
+    QCOMPARE(pages.overlay(), progress("Importing record, please wait..."));
+    pages.exportRecord();
+    QCOMPARE(pages.overlay(), progress("Downloading record, please wait..."));
+    QCOMPARE(pages.property("progressBar", "value").toInt(), 0);
+    pages.load();
+    QCOMPARE(pages.overlay(), progress("Loading record, please wait..."));
+    pages.recorder.reply("loading", { 40.0 });
+    QCOMPARE(pages.property("progressBar", "value").toInt(), pages.instance->loadingProgress());
+    // What may be canceled may be canceled though a load is in front.
+    QVERIFY(pages.isShown("cancelButton"));
+    pages.loaded();
+    QCOMPARE(pages.overlay(), progress("Downloading record, please wait..."));
+    pages.recorder.reply("receive_export", { RECORD_A, 0, "", "pump;1;output;speed;double;1" });
+    QCOMPARE(pages.overlay(), progress("Importing record, please wait..."));
+}
+
+void OverlaysTests::theCancelButtonEndsTheExportBeforeTheImport()
+{
+    Busy pages;
+    pages.import();
+    pages.exportRecord();
+    pages.click("cancelButton");
+    QVERIFY(pages.instance->isCancelingExport());
+    QVERIFY(!pages.instance->isCancelingImport());
+    // The import goes on, and so does what is shown of it; the cancel is named as well, over it.
+    QVERIFY(pages.isShown("busyFeedback"));
+    QCOMPARE(pages.text("progressFeedback/feedbackText"), "Importing record, please wait...");
+}
+
+void OverlaysTests::filteringStoppingMovingAndCancelingAreNamedInThisOrder()
+{
+    Busy pages;
+    pages.load();
+    pages.loaded();
+    pages.import();
+    pages.instance->stopImport();
+    Pages::settle();
+    QCOMPARE(pages.overlay(), busy("Canceling..."));
+    pages.instance->moveCurrentRecordTime(0);
+    Pages::settle();
+    QCOMPARE(pages.overlay(), busy("Moving replay to desired time, please wait..."));
+    QTest::ignoreMessage(QtWarningMsg, "Can not pause record \"First\" because it is not playing");
+    pages.instance->stopRecord(pages.record);
+    Pages::settle();
+    QVERIFY(pages.instance->isMovingRecord());
+    QCOMPARE(pages.overlay(), busy("Stopping replay, please wait..."));
+    qobject_cast<RecordAgentFilter*>(pages.record->agentsFilters()->get(0))->setchecked(false);
+    pages.instance->updateRecordAgentsFilter(pages.record);
+    Pages::settle();
+    QCOMPARE(pages.overlay(), busy("Filtering record, please wait..."));
+
+    pages.recorder.reply("filter_applied");
+    QCOMPARE(pages.overlay(), busy("Stopping replay, please wait..."));
+    pages.recorder.reply("moved_to", { 0.0 });
+    QCOMPARE(pages.overlay(), busy("Canceling..."));
+}
+
+void OverlaysTests::duringAnExportWhoseCancelWasRequestedTheBusyOverlayShowsCanceling()
+{
+    Busy pages;
+    pages.exportRecord();
+    QCOMPARE(pages.overlay(), progress("Downloading record, please wait..."));
+    pages.click("cancelButton");
+    QCOMPARE(pages.overlay(), busy("Canceling..."));
+    QVERIFY(pages.instance->isDownloadingRecord());
+    // The next chunk ends it.
+    pages.recorder.reply("receive_export", { RECORD_A, 1, RECORD_B, "pump;1;output;speed;double;1" });
+    QVERIFY(!pages.instance->isDownloadingRecord());
+    QVERIFY(!pages.instance->isCancelingExport());
+    QCOMPARE(pages.overlay(), NONE);
+}
+
+void OverlaysTests::anOverlayTakesTheMouseAndTheKeys()
+{
+    Busy pages;
+    const QPoint button = pages.middle("recordButton");
+    const QPoint row = pages.middle("recordNameText", 1);
+    const QPoint back = pages.middle("backButton");
+    pages.load();
+    QuenaryDouble::clearCalls();
+    for (const QPoint place : { button, row, back }) {
+        QTest::mouseClick(&pages.window, Qt::LeftButton, {}, place);
+        QTest::mouseDClick(&pages.window, Qt::LeftButton, {}, place);
+        QTest::mouseClick(&pages.window, Qt::RightButton, {}, place);
+    }
+    for (const Qt::Key key : { Qt::Key_F5, Qt::Key_Space, Qt::Key_Delete, Qt::Key_F2, Qt::Key_Return, Qt::Key_Escape }) {
+        pages.key(key);
+    }
+    pages.key(Qt::Key_Left, Qt::AltModifier);
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QCOMPARE(pages.module.currentRecorder(), pages.instance);
+    QVERIFY(!pages.isShown("question"));
+    QVERIFY(!pages.isShown("recordName"));
+    QVERIFY(!pages.item("pages")->isEnabled());
+}
+
+void OverlaysTests::theOverlayOfOneRecorderDoesNotCoverAnother()
+{
+    Busy pages;
+    RecorderInstance* const other = pages.fixture.addRunningRecorder("Other");
+    pages.load();
+    QCOMPARE(pages.overlay().size(), 2);
+    pages.open(other, Pages::Records);
+    QCOMPARE(pages.overlay(), NONE);
+    pages.module.setcurrentRecorder(nullptr);
+    Pages::settle();
+    QCOMPARE(pages.overlay(), NONE);
+    pages.open(pages.instance, Pages::Records);
+    QCOMPARE(pages.overlay().size(), 2);
+}
+
+void OverlaysTests::aRecorderThatStaysSilentOffersAWayOut()
+{
+    Busy pages;
+    pages.load();
+    QVERIFY(!pages.isShown("leaveButton"));
+    QTRY_VERIFY_WITH_TIMEOUT(pages.isShown("leaveButton"), 15000);
+    QCOMPARE(pages.text("wayOutText"),
+        "The recorder has not answered for a while. You can leave this page while it goes on, or disconnect it.");
+    QVERIFY(!pages.isShown("continueButton"));
+    // A word from the recorder takes it away.
+    pages.recorder.reply("loading", { 40.0 });
+    QVERIFY(!pages.isShown("leaveButton"));
+    QTRY_VERIFY_WITH_TIMEOUT(pages.isShown("leaveButton"), 15000);
+    pages.click("disconnectButton");
+    QCOMPARE(QuenaryDouble::stopRequests(), QStringList(pages.instance->agentInstanceUuid()));
+    pages.click("leaveButton");
+    QVERIFY(!pages.module.currentRecorder());
+    QCOMPARE(pages.overlay(), NONE);
+    QVERIFY(pages.isShown("recordersPage"));
+}
+
+void OverlaysTests::aCancelThatNothingEndsCanBeLeftBehind()
+{
+    Busy pages;
+    pages.exportRecord();
+    pages.click("cancelButton");
+    pages.recorder.reply("receive_export", { RECORD_A, 0, "", "pump;1;output;speed;double;1" });
+    QVERIFY(!pages.instance->isDownloadingRecord());
+    QVERIFY(pages.instance->isCancelingExport());
+    QCOMPARE(pages.overlay(), busy("Canceling..."));
+    QTRY_VERIFY_WITH_TIMEOUT(pages.isShown("continueButton"), 15000);
+    pages.click("continueButton");
+    QCOMPARE(pages.overlay(), NONE);
+    QVERIFY(pages.instance->isCancelingExport());
+    // Another thing under way is shown all the same.
+    pages.load();
+    QCOMPARE(pages.overlay(), progress("Loading record, please wait..."));
+}
+
+void OverlaysTests::whatALostRecorderLeftOpenCloses()
+{
+    Busy pages;
+    pages.load();
+    pages.loaded();
+    pages.instance->moveCurrentRecordTime(20);
+    Pages::settle();
+    QCOMPARE(pages.overlay().size(), 2);
+    ModuleFixture::leave(pages.instance->agentInstanceUuid());
+    QCOMPARE(pages.overlay(), NONE);
+    QVERIFY(pages.item("pages")->isEnabled());
+}
+
+static const RegisterPageTest<OverlaysTests> registered;
+
+#include "tst_overlays.moc"

@@ -1,0 +1,389 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pages.h"
+#include "pagetest.h"
+
+/// The replay of the record that a recorder has loaded, each control to its call.
+class ReplayTests : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void thePlayButtonPlaysAndPauses();
+    void nothingIsPlayedWithoutAnAgent();
+    void theStopButtonIsThereAwayFromTheStart();
+    void thePositionAndTheDurationAreShown();
+    void aTypedTimeMovesTheReplay_data();
+    void aTypedTimeMovesTheReplay();
+    void aTypedTimeThatIsNoneMovesNothing_data();
+    void aTypedTimeThatIsNoneMovesNothing();
+    void noTimeIsTypedWhileTheRecordIsPlayed();
+    void theSliderStandsWhereTheReplayIs();
+    void pressingTheSliderPausesAndReleasingItMoves();
+    void theSliderMovesWithKeys();
+    void neitherTheSliderNorATypedTimeMovesWhileTheRecorderMoves();
+    void theSpeedIsChosenAmongThoseOfTheRecord();
+    void theAgentsAreChosenAtTheStartOnly();
+    void theChosenAgentsAreSentWhenTheListCloses();
+    void allAgentsAreSwitchedAtOnce();
+    void manyAgentsCanBeSearched();
+    void unloadingEndsTheReplayAndKeepsTheRecord();
+};
+
+namespace {
+
+class Replay : public Pages
+{
+public:
+    explicit Replay(int agents = 3, double duration = 300)
+        : instance(fixture.addRunningRecorder())
+        , recorder(instance)
+    {
+        recorder.records(u'[' + recordJson(RECORD_A, "First", static_cast<qint64>(duration * 1e6)) + u']');
+        record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
+        open(instance, Pages::Records);
+        instance->loadRecord(record);
+        QStringList names;
+        for (int i = 0; i < agents; ++i) {
+            names.append(QStringLiteral("\"agent %1\"").arg(i, 3, 10, QChar('0')));
+        }
+        recorder.loaded(RECORD_A, duration, u'[' + names.join(u',') + u']');
+        window.grabWindow();
+        QuenaryDouble::clearCalls();
+    }
+    /// Where the slider's handle would stand, in the window.
+    QPoint onSlider(double position) const
+    {
+        const QQuickItem* const slider = item("recordSlider");
+        return slider->mapToScene(QPointF(8 + (slider->width() - 16) * position, slider->height() / 2)).toPoint();
+    }
+    QQuickItem* slider() const { return property("recordSlider", "slider").value<QQuickItem*>(); }
+    RecordAgentFilter* agent(int index) const { return qobject_cast<RecordAgentFilter*>(record->agentsFilters()->get(index)); }
+    /// The replay stands somewhere, and nothing is under way.
+    void standAt(double seconds)
+    {
+        instance->moveCurrentRecordTime(seconds);
+        recorder.reply("moved_to", { seconds });
+        QuenaryDouble::clearCalls();
+    }
+
+    RecorderInstance* instance;
+    ScriptedRecorder recorder;
+    RecorderRecord* record = nullptr;
+};
+
+void ignoreNotPlaying()
+{
+    QTest::ignoreMessage(QtWarningMsg, "Can not pause record \"First\" because it is not playing");
+}
+
+} // namespace
+
+void ReplayTests::thePlayButtonPlaysAndPauses()
+{
+    Replay pages;
+    QCOMPARE(pages.property("playButton", "hint").toString(), "Play");
+    pages.click("playButton");
+    compareCall(pages.instance, "play", {});
+    QVERIFY(pages.record->isReplaying());
+    QCOMPARE(pages.property("playButton", "hint").toString(), "Pause");
+    pages.click("playButton");
+    compareCall(pages.instance, "pause", {});
+    // It plays until the recorder says otherwise.
+    QCOMPARE(pages.property("playButton", "hint").toString(), "Pause");
+    pages.recorder.reply("paused");
+    QCOMPARE(pages.property("playButton", "hint").toString(), "Play");
+}
+
+void ReplayTests::nothingIsPlayedWithoutAnAgent()
+{
+    Replay pages;
+    QVERIFY(pages.isAvailable("playButton"));
+    for (int i = 0; i < 3; ++i) {
+        pages.agent(i)->setchecked(false);
+    }
+    QVERIFY(!pages.isAvailable("playButton"));
+    QCOMPARE(pages.hint("playButton"), "Check at least one agent to play");
+    pages.click("playButton");
+    pages.focusOn("recordsList");
+    pages.key(Qt::Key_Space);
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    pages.agent(1)->setchecked(true);
+    QVERIFY(pages.isAvailable("playButton"));
+}
+
+void ReplayTests::theStopButtonIsThereAwayFromTheStart()
+{
+    Replay pages;
+    QVERIFY(!pages.isShown("stopButton"));
+    pages.click("playButton");
+    QuenaryDouble::clearCalls();
+    pages.recorder.progress(pages.instance->replayProgressInput(), 12);
+    QVERIFY(pages.isShown("stopButton"));
+    pages.click("stopButton");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "pause", "move_to" }));
+    compareCall(lastServiceCall(), pages.instance, "move_to", { 0.0 });
+    pages.recorder.reply("paused");
+    pages.recorder.reply("moved_to", { 0.0 });
+    QVERIFY(!pages.isShown("stopButton"));
+
+    // Paused, the module says that there is nothing to pause, and stops all the same.
+    pages.standAt(5);
+    ignoreNotPlaying();
+    pages.click("stopButton");
+    compareCall(pages.instance, "move_to", { 0.0 });
+}
+
+void ReplayTests::thePositionAndTheDurationAreShown()
+{
+    Replay pages(3, 3723.34);
+    QCOMPARE(pages.text("positionField"), "00:00:00.000");
+    QCOMPARE(pages.text("durationText"), "/01:02:03.340");
+    pages.click("playButton");
+    pages.recorder.progress(pages.instance->replayProgressInput(), 126.3456);
+    QCOMPARE(pages.text("positionField"), "00:02:06.346");
+}
+
+void ReplayTests::aTypedTimeMovesTheReplay_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<double>("seconds");
+    QTest::newRow("hh:mm:ss.zzz") << "00:02:05.500" << 125.5;
+    QTest::newRow("mm:ss.zzz") << "02:05.500" << 125.5;
+    QTest::newRow("ss.zzz") << "125.500" << 125.5;
+    QTest::newRow("one digit each") << "0:2:5.5" << 125.5;
+    QTest::newRow("mm:ss") << "2:05" << 125.0;
+    QTest::newRow("ss") << "7" << 7.0;
+    QTest::newRow("the very end") << "5:00" << 300.0;
+    QTest::newRow("with blanks") << " 7 " << 7.0;
+}
+
+void ReplayTests::aTypedTimeMovesTheReplay()
+{
+    QFETCH(const QString, typed);
+    QFETCH(const double, seconds);
+    Replay pages;
+    pages.fill("positionField", typed, false);
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    pages.key(Qt::Key_Return);
+    compareCall(pages.instance, "move_to", { seconds });
+    pages.recorder.reply("moved_to", { seconds });
+
+    // What the replay is at already is not sent again.
+    pages.fill("positionField", typed);
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void ReplayTests::aTypedTimeThatIsNoneMovesNothing_data()
+{
+    QTest::addColumn<QString>("typed");
+    for (const char* const typed : { "", " ", "abc", "1:2:3:4", "1:60", "60:00:00x", "-5", "1,5", "1.2.3", ":5" }) {
+        QTest::newRow(typed) << QString(typed);
+    }
+}
+
+void ReplayTests::aTypedTimeThatIsNoneMovesNothing()
+{
+    QFETCH(const QString, typed);
+    Replay pages;
+    pages.standAt(12);
+    pages.fill("positionField", typed, false);
+    QVERIFY(pages.property("positionField", "isWrong").toBool());
+    pages.key(Qt::Key_Return);
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QCOMPARE(pages.text("positionField"), "00:00:12.000");
+}
+
+void ReplayTests::noTimeIsTypedWhileTheRecordIsPlayed()
+{
+    Replay pages;
+    QVERIFY(!pages.property("positionField", "readOnly").toBool());
+    pages.click("playButton");
+    QVERIFY(pages.property("positionField", "readOnly").toBool());
+    QCOMPARE(pages.hint("positionField"), "Pause to type a time");
+    QuenaryDouble::clearCalls();
+    pages.fill("positionField", "7");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QCOMPARE(pages.text("positionField"), "00:00:00.000");
+}
+
+void ReplayTests::theSliderStandsWhereTheReplayIs()
+{
+    {
+        const Replay empty(3, 0);
+        QCOMPARE(empty.slider()->property("value").toDouble(), 0.0);
+    }
+    Replay pages;
+    QCOMPARE(pages.slider()->property("value").toDouble(), 0.0);
+    pages.standAt(75);
+    QCOMPARE(pages.slider()->property("value").toDouble(), 0.25);
+    pages.standAt(300);
+    QCOMPARE(pages.slider()->property("value").toDouble(), 1.0);
+}
+
+void ReplayTests::pressingTheSliderPausesAndReleasingItMoves()
+{
+    Replay pages;
+    pages.click("playButton");
+    QuenaryDouble::clearCalls();
+    QTest::mousePress(&pages.window, Qt::LeftButton, {}, pages.onSlider(0.5));
+    Pages::settle();
+    compareCall(pages.instance, "pause", {});
+    pages.recorder.reply("paused");
+    QTest::mouseMove(&pages.window, pages.onSlider(0.6));
+    QTest::mouseMove(&pages.window, pages.onSlider(0.75));
+    Pages::settle();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    // Where the hand is, not where the recorder is.
+    pages.recorder.progress(pages.instance->replayProgressInput(), 3);
+    QVERIFY(std::abs(pages.slider()->property("value").toDouble() - 0.75) < 0.01);
+    QTest::mouseRelease(&pages.window, Qt::LeftButton, {}, pages.onSlider(0.75));
+    Pages::settle();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList("move_to"));
+    QVERIFY(std::abs(lastServiceCall().arguments.at(0).toDouble() - 225) < 1);
+    QVERIFY(pages.instance->isMovingRecord());
+}
+
+void ReplayTests::theSliderMovesWithKeys()
+{
+    Replay pages;
+    pages.standAt(10);
+    pages.slider()->forceActiveFocus(Qt::TabFocusReason);
+    const auto compareMove = [&pages](Qt::Key key, double seconds) {
+        pages.key(key);
+        QCOMPARE(QuenaryDouble::calledServices(), QStringList("move_to"));
+        QVERIFY2(qFuzzyCompare(lastServiceCall().arguments.at(0).toDouble() + 1, seconds + 1), qPrintable(lastServiceCall().arguments.at(0).toString()));
+        pages.recorder.reply("moved_to", { seconds });
+        QuenaryDouble::clearCalls();
+        pages.slider()->forceActiveFocus(Qt::TabFocusReason);
+    };
+    compareMove(Qt::Key_Right, 11);
+    compareMove(Qt::Key_Left, 10);
+    compareMove(Qt::Key_PageUp, 20);
+    compareMove(Qt::Key_PageDown, 10);
+    compareMove(Qt::Key_End, 300);
+    compareMove(Qt::Key_Home, 0);
+}
+
+void ReplayTests::neitherTheSliderNorATypedTimeMovesWhileTheRecorderMoves()
+{
+    Replay pages;
+    pages.instance->moveCurrentRecordTime(20);
+    Pages::settle();
+    QuenaryDouble::clearCalls();
+    QQuickItem* const item = pages.item("recordSlider");
+    // The overlay keeps a hand away; a release that comes from before it is not sent either.
+    QMetaObject::invokeMethod(item, "released", Q_ARG(double, 0.5));
+    QMetaObject::invokeMethod(item, "stepped", Q_ARG(double, 0.5));
+    QVERIFY(!pages.property("positionField", "mayCommit").toBool());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    pages.recorder.reply("moved_to", { 20.0 });
+    QMetaObject::invokeMethod(item, "released", Q_ARG(double, 0.5));
+    compareCall(pages.instance, "move_to", { 150.0 });
+}
+
+void ReplayTests::theSpeedIsChosenAmongThoseOfTheRecord()
+{
+    Replay pages;
+    QCOMPARE(pages.property("speedChooser", "displayText").toString(), pages.record->speed()->label());
+    QCOMPARE(pages.property("speedChooser", "count").toInt(), pages.record->speeds()->count());
+    const int index = pages.property("speedChooser", "currentIndex").toInt();
+    QCOMPARE(pages.record->speeds()->get(index), static_cast<QObject*>(pages.record->speed()));
+
+    pages.click("speedChooser");
+    pages.key(Qt::Key_Down);
+    pages.key(Qt::Key_Return);
+    auto* const next = qobject_cast<Speed*>(pages.record->speeds()->get(index + 1));
+    compareCall(pages.instance, "speed", { next->value() });
+    QCOMPARE(pages.record->speed(), next);
+    QCOMPARE(pages.property("speedChooser", "displayText").toString(), next->label());
+}
+
+void ReplayTests::theAgentsAreChosenAtTheStartOnly()
+{
+    {
+        const Replay none(0);
+        QVERIFY(!none.isAvailable("agentsFilter"));
+        QCOMPARE(none.item("agentsFilter")->parentItem()->property("hintText"), "There is no agent to choose");
+    }
+    Replay pages;
+    QCOMPARE(pages.text("agentsFilterRecap"), pages.record->agentsFilterRecap());
+    QVERIFY(pages.isAvailable("agentsFilter"));
+    pages.standAt(5);
+    QVERIFY(!pages.isAvailable("agentsFilter"));
+    QVERIFY(pages.item("agentsFilter")->parentItem()->property("hintText").toString().startsWith("Stop the replay"));
+    pages.standAt(0);
+    QVERIFY(pages.isAvailable("agentsFilter"));
+}
+
+void ReplayTests::theChosenAgentsAreSentWhenTheListCloses()
+{
+    Replay pages;
+    pages.click("agentsFilter");
+    QVERIFY(pages.isShown("agentsList"));
+    QCOMPARE(pages.focus(), "agentsList");
+    QVERIFY(!pages.isShown("agentsSearch"));
+    pages.key(Qt::Key_Space);
+    pages.key(Qt::Key_Down);
+    pages.key(Qt::Key_Space);
+    QVERIFY(!pages.agent(0)->checked());
+    QVERIFY(!pages.agent(1)->checked());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    pages.key(Qt::Key_Escape);
+    QVERIFY(!pages.isShown("agentsList"));
+    compareCall(pages.instance, "filter_replaying_agents", { "[\"agent 002\"]" });
+    QCOMPARE(pages.text("agentsFilterRecap"), pages.record->agentsFilterRecap());
+    QVERIFY(pages.instance->isFilteringRecord());
+    pages.recorder.reply("filter_applied");
+
+    // Nothing changed, nothing is sent.
+    pages.click("agentsFilter");
+    pages.key(Qt::Key_Return);
+    QVERIFY(!pages.isShown("agentsList"));
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void ReplayTests::allAgentsAreSwitchedAtOnce()
+{
+    Replay pages;
+    pages.agent(1)->setchecked(false);
+    pages.click("agentsFilter");
+    const QQuickItem* const all = pages.property("allAgents", "box").value<QQuickItem*>();
+    QCOMPARE(pages.text("allAgents"), "All agents");
+    QCOMPARE(all->property("checkState").toInt(), int(Qt::PartiallyChecked));
+    pages.click("allAgents");
+    QCOMPARE(all->property("checkState").toInt(), int(Qt::Checked));
+    QVERIFY(pages.agent(1)->checked());
+    pages.click("allAgents");
+    QCOMPARE(all->property("checkState").toInt(), int(Qt::Unchecked));
+    QVERIFY(!pages.agent(0)->checked() && !pages.agent(1)->checked() && !pages.agent(2)->checked());
+}
+
+void ReplayTests::manyAgentsCanBeSearched()
+{
+    Replay pages(40);
+    pages.click("agentsFilter");
+    QVERIFY(pages.isShown("agentsSearch"));
+    QCOMPARE(pages.property("agentsList", "count").toInt(), 40);
+    pages.focusOn("agentsSearch");
+    pages.type("T 03");
+    QCOMPARE(pages.property("agentsList", "count").toInt(), 10);
+    QCOMPARE(pages.text("allAgents"), "All that were found");
+    pages.click("allAgents");
+    for (int i = 0; i < 40; ++i) {
+        QCOMPARE(pages.agent(i)->checked(), i < 30);
+    }
+}
+
+void ReplayTests::unloadingEndsTheReplayAndKeepsTheRecord()
+{
+    Replay pages;
+    QCOMPARE(pages.text("unloadButton"), "Unload");
+    pages.click("unloadButton");
+    compareCall(pages.instance, "unload", {});
+    QVERIFY(!pages.isShown("unloadButton"));
+    QCOMPARE(pages.texts("recordNameText"), QStringList({ "First" }));
+}
+
+static const RegisterPageTest<ReplayTests> registered;
+
+#include "tst_replay.moc"
