@@ -108,6 +108,8 @@ ControlReport::ControlReport(const QString& path, QObject* parent)
     : QObject(parent)
     , _path(path)
 {
+    // Nobody fills in the accessible names until somebody asks for them.
+    QAccessible::setActive(true);
     connect(&_timer, &QTimer::timeout, this, &ControlReport::_write);
     _timer.start(lookEveryMs);
 }

@@ -243,7 +243,7 @@ void tst_with_display::theWindowAppearsWithTheRecorderAndThePlant()
 void tst_with_display::aClickConnectsTheRecorder()
 {
     QVERIFY(clickNamed("connectButton"));
-    QTRY_VERIFY_WITH_TIMEOUT(_window->labelled("Disconnect"), boundMs);
+    QTRY_VERIFY_WITH_TIMEOUT(_window->withText("Disconnect"), boundMs);
     QVERIFY(clickNamed("configureButton"));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("recorderTabs"), boundMs);
     QVERIFY(_window->withText("RECORDS (0)"));
@@ -353,7 +353,7 @@ void tst_with_display::onlyTheChosenAgentIsPlayedFromTheMiddleAtFourTimesTheSpee
             && std::any_of(
                 _played.cbegin(), _played.cend(), [](const tour::Observation& one) { return !one.isLastValue; }),
         boundMs);
-    QTRY_VERIFY_WITH_TIMEOUT(_window->labelled("Play"), boundMs); // it has ended by itself
+    QTRY_VERIFY_WITH_TIMEOUT(!_window->named("stopButton"), boundMs); // it has ended by itself and gone back to its start
     QVERIFY(read());
     _played.removeIf([](const tour::Observation& one) { return one.isLastValue; });
     for (const tour::Observation& one : std::as_const(_played)) {
