@@ -8,70 +8,72 @@
 
 namespace {
 
-constexpr qint64 BLOCK_SIZE = 256 * 1024;
+// Small enough to stay near the processor.
+constexpr qint64 BLOCK_SIZE = 64 * 1024;
 
-// Where one byte value comes next. A position stays good until the scan passes it, so that each value is searched over
-// every byte of a block once, however often the other values turn up.
+// Where one byte value comes next in a block. A position stays good until the scan passes it, so that each value is
+// searched over every byte of the block once, however often the other values turn up.
 class NextByte
 {
 public:
-    explicit NextByte(char value)
+    NextByte(char value, const char* begin, const char* end)
         : _value(value)
+        , _end(end)
     {
+        _search(begin);
     }
 
-    void startBlock() { _known = false; }
-
-    const char* from(const char* position, const char* end)
+    const char* from(const char* position)
     {
-        if (!_known || _next < position) {
-            const void* found = std::memchr(position, _value, static_cast<size_t>(end - position));
-            _next = found ? static_cast<const char*>(found) : end;
-            _known = true;
+        if (_next < position) {
+            _search(position);
         }
         return _next;
     }
 
 private:
+    void _search(const char* position)
+    {
+        const void* const found = std::memchr(position, _value, static_cast<size_t>(_end - position));
+        _next = found ? static_cast<const char*>(found) : _end;
+    }
+
     const char _value;
+    const char* const _end;
     const char* _next = nullptr;
-    bool _known = false;
 };
+
+// Counts in a form that the compiler turns into one step for many bytes: doubled quotes follow too close on one
+// another for a search.
+bool isOddNumberOfQuotes(const char* begin, const char* end)
+{
+    unsigned char isOdd = 0;
+    for (const char* position = begin; position < end; ++position) {
+        isOdd ^= static_cast<unsigned char>(*position == '"');
+    }
+    return isOdd != 0;
+}
 
 } // namespace
 
 QByteArray readRecordCsvLines(QIODevice& device, int maxLines, qsizetype maxBytes, RecordCsvFault* fault)
 {
+    QByteArray block(BLOCK_SIZE, Qt::Uninitialized);
     QByteArray rows;
-    QByteArray block;
-    qint64 blockStart = device.pos();
-    qsizetype consumed = 0; // of the block
     int count = 0;
+    qsizetype wholeRows = 0; // size of the rows that have ended within the bounds
+    qint64 wholeRowsEnd = device.pos();
+    // A doubled quote leaves a field as it was, so counting quotes is enough: after an odd number one is open.
     bool inQuotes = false;
-    bool rowIsOpen = false; // bytes of a row that has not ended are at the end of `rows`
-    qsizetype wholeRows = 0; // size of the rows that have ended
-    qint64 wholeRowsEnd = blockStart; // in the device
-    bool hasFailed = false;
-    NextByte nextQuote('"');
-    NextByte nextCr('\r');
-    NextByte nextLf('\n');
 
-    // Drops what was consumed and reads on behind the rest. False when the device has nothing more.
-    const auto readMore = [&] {
-        block.remove(0, consumed);
-        blockStart += consumed;
-        consumed = 0;
-        const qsizetype rest = block.size();
-        block.resize(rest + BLOCK_SIZE);
-        const qint64 more = device.read(block.data() + rest, BLOCK_SIZE);
-        hasFailed = more < 0;
-        block.resize(rest + std::max<qint64>(more, 0));
-        nextQuote.startBlock();
-        nextCr.startBlock();
-        nextLf.startBlock();
-        return more > 0;
+    const auto endRow = [&](qint64 endInDevice) {
+        rows.append('\n');
+        if (rows.size() <= maxBytes) {
+            ++count;
+            wholeRows = rows.size();
+            wholeRowsEnd = endInDevice;
+        }
     };
-
     const auto giveUp = [&](RecordCsvFault why) {
         if (fault) {
             *fault = why;
@@ -83,70 +85,61 @@ QByteArray readRecordCsvLines(QIODevice& device, int maxLines, qsizetype maxByte
     }
 
     while (count < maxLines && rows.size() <= maxBytes) {
-        // Asked twice: a file that is still being written may have grown after it had no more bytes.
-        if (consumed == block.size() && !readMore() && (hasFailed || device.atEnd() || !readMore())) {
-            if (hasFailed || !device.atEnd()) {
+        qint64 size = device.read(block.data(), BLOCK_SIZE);
+        if (size == 0 && !device.atEnd()) {
+            // A file that is still being written may have grown after it had no more bytes.
+            size = device.read(block.data(), BLOCK_SIZE);
+        }
+        if (size <= 0) {
+            if (size < 0 || !device.atEnd()) {
                 return giveUp(RecordCsvFault::Unreadable);
             }
-            if (rowIsOpen) {
-                rows.append('\n');
+            if (rows.size() > wholeRows) {
+                endRow(device.pos());
             }
             break;
         }
-        const char* const begin = block.constData();
-        const char* const end = begin + block.size();
-        const char* const position = begin + consumed;
+        const char* position = block.constData();
+        const char* const end = position + size;
+        qint64 endInDevice = device.pos();
+        NextByte nextQuote('"', position, end);
+        NextByte nextCr('\r', position, end);
+        NextByte nextLf('\n', position, end);
 
-        const char* special = nextQuote.from(position, end);
-        if (!inQuotes) {
-            special = std::min({ special, nextCr.from(position, end), nextLf.from(position, end) });
-        }
-        if (special != position) {
-            rows.append(position, special - position);
-            rowIsOpen = true;
-            consumed += special - position;
-            continue;
-        }
-
-        // A quote and a CR mean one thing or another by the byte that follows: have it at hand when there is one.
-        const char found = *special;
-        if (found != '\n' && special + 1 == end && readMore()) {
-            continue;
-        }
-        const char* const after = block.constData() + consumed + 1;
-        const bool hasNext = after < block.constData() + block.size();
-        rows.append(found);
-        ++consumed;
-        if (found == '"') {
-            rowIsOpen = true;
-            if (hasNext && *after == '"') {
-                rows.append('"');
-                ++consumed;
-            } else {
-                inQuotes = !inQuotes;
+        const char* row = position;
+        while (count < maxLines && rows.size() <= maxBytes && position < end) {
+            const char* const lineEnd = std::min(nextCr.from(position), nextLf.from(position));
+            if (nextQuote.from(position) < lineEnd) {
+                inQuotes ^= isOddNumberOfQuotes(position, lineEnd);
             }
-            continue;
+            position = lineEnd;
+            if (lineEnd == end) {
+                break;
+            }
+            ++position;
+            if (inQuotes) {
+                continue;
+            }
+            rows.append(row, position - row);
+            if (*lineEnd == '\r') {
+                if (position < end) {
+                    position += *position == '\n' ? 1 : 0;
+                } else if (char next = 0; device.peek(&next, 1) == 1 && next == '\n') {
+                    endInDevice += device.skip(1);
+                }
+            }
+            endRow(endInDevice - (end - position));
+            row = position;
         }
-        if (found == '\r' && hasNext && *after == '\n') {
-            ++consumed;
-        }
-        rows.append('\n');
-        rowIsOpen = false;
-        if (rows.size() <= maxBytes) {
-            ++count;
-            wholeRows = rows.size();
-            wholeRowsEnd = blockStart + consumed;
+        if (row < position) {
+            rows.append(row, position - row);
         }
     }
 
-    if (rows.size() > maxBytes) {
-        if (wholeRows == 0) {
-            return giveUp(RecordCsvFault::RowTooLong);
-        }
-        rows.truncate(wholeRows);
-        device.seek(wholeRowsEnd);
-        return rows;
+    if (wholeRows == 0 && !rows.isEmpty()) {
+        return giveUp(RecordCsvFault::RowTooLong);
     }
-    device.seek(blockStart + consumed);
+    rows.truncate(wholeRows);
+    device.seek(wholeRowsEnd);
     return rows;
 }

@@ -3,6 +3,7 @@
 
 #include <QtCore/QBuffer>
 #include <QtCore/QRandomGenerator>
+#include <QtCore/QTemporaryFile>
 #include <QtTest/QtTest>
 
 namespace {
@@ -45,34 +46,70 @@ QByteArray readByteWise(QIODevice& device, int maxLines)
     return result;
 }
 
-/// A device of more bytes than it gives.
-class BrokenDevice : public QIODevice
+/// A device that gives its bytes in pieces, and may promise more than it gives.
+class PiecewiseDevice : public QIODevice
 {
 public:
-    /// `end`: what it answers behind its bytes: an error (-1) or none (0).
-    explicit BrokenDevice(const QByteArray& readable, qint64 end)
+    explicit PiecewiseDevice(const QByteArray& readable, qint64 pieceSize)
         : _readable(readable)
-        , _end(end)
+        , _pieceSize(pieceSize)
     {
         open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     }
 
-    qint64 size() const override { return _readable.size() + 100; }
+    /// `end`: what it answers behind its bytes, an error (-1) or none (0).
+    void promiseMore(qint64 end)
+    {
+        _promised = 100;
+        _end = end;
+    }
+
+    qint64 size() const override { return _readable.size() + _promised; }
 
 protected:
     qint64 readData(char* data, qint64 maxSize) override
     {
-        const QByteArray bytes = _readable.sliced(std::min(pos(), _readable.size()))
-                                     .first(std::min(maxSize, _readable.size() - std::min(pos(), _readable.size())));
+        const QByteArray bytes = _readable.mid(pos(), std::min(maxSize, _pieceSize));
         std::copy(bytes.cbegin(), bytes.cend(), data);
-        return bytes.isEmpty() ? _end : bytes.size();
+        return bytes.isEmpty() && maxSize > 0 ? _end : bytes.size();
     }
     qint64 writeData(const char*, qint64) override { return -1; }
 
 private:
     const QByteArray _readable;
-    const qint64 _end;
+    const qint64 _pieceSize;
+    qint64 _promised = 0;
+    qint64 _end = 0;
 };
+
+/// Mostly bytes that mean something, or few of them.
+QByteArray randomBytes(QRandomGenerator& random, int mostBytes)
+{
+    static constexpr char ALPHABET[] = { '"', '"', '\r', '\n', '\n', ';', 'a', '\0', '\xc3' };
+    constexpr int letters = static_cast<int>(std::size(ALPHABET));
+    const int plainBytes = random.bounded(2) * 40;
+    QByteArray bytes(random.bounded(mostBytes), Qt::Uninitialized);
+    for (char& byte : bytes) {
+        const int choice = random.bounded(letters + plainBytes);
+        byte = choice < letters ? ALPHABET[choice] : 'x';
+    }
+    return bytes;
+}
+
+/// Reads as an import does: chunk after chunk from where the last one ended.
+void compareChunks(QIODevice& device, QByteArray content, QRandomGenerator& random)
+{
+    QBuffer reference(&content);
+    QVERIFY(reference.open(QIODevice::ReadOnly));
+    while (!reference.atEnd()) {
+        const int maxLines = random.bounded(1, content.size() < 100 ? 5 : 2000);
+        const QByteArray expected = readByteWise(reference, maxLines);
+        QCOMPARE(readRecordCsvLines(device, maxLines), expected);
+        QCOMPARE(device.pos(), reference.pos());
+    }
+    QVERIFY(device.atEnd());
+    QCOMPARE(readRecordCsvLines(device, 1), QByteArray());
+}
 
 } // namespace
 
@@ -85,7 +122,9 @@ private Q_SLOTS:
     void rowsKeepTheirLineEndAndGetOneMore();
     void theNextChunkBeginsAfterTheLastLineEnd();
     void emptyLinesCountAsRows();
+    void randomBytesAreReadAsTheByteWiseReaderReadsThem_data();
     void randomBytesAreReadAsTheByteWiseReaderReadsThem();
+    void randomFilesAreReadAsTheByteWiseReaderReadsThem();
     void bytesAtTheEdgesOfBlocksAreReadAsTheByteWiseReaderReadsThem();
     void aRowBeyondTheBoundIsLeftForTheNextChunk();
     void aFirstRowBeyondTheBoundIsAFault();
@@ -146,43 +185,63 @@ void tst_RecordCsvReader::emptyLinesCountAsRows()
     QVERIFY(buffer.atEnd());
 }
 
+void tst_RecordCsvReader::randomBytesAreReadAsTheByteWiseReaderReadsThem_data()
+{
+    QTest::addColumn<quint32>("seed");
+    QTest::newRow("fixed seed") << 20261121U;
+    QTest::newRow("fresh seed") << QRandomGenerator::global()->generate();
+}
+
 void tst_RecordCsvReader::randomBytesAreReadAsTheByteWiseReaderReadsThem()
 {
-    static constexpr char ALPHABET[] = { '"', '"', '\r', '\n', '\n', ';', 'a', '\0', '\xc3' };
-    QRandomGenerator random(20261121);
+    QFETCH(quint32, seed);
+    qInfo() << "seed" << seed;
+    QRandomGenerator random(seed);
     for (int round = 0; round < 3000; ++round) {
-        QByteArray file(random.bounded(60), Qt::Uninitialized);
-        for (char& byte : file) {
-            byte = ALPHABET[random.bounded(static_cast<int>(std::size(ALPHABET)))];
+        const QByteArray content = randomBytes(random, 60);
+        // Pieces so small that every place of the content is the edge of one.
+        for (const qint64 pieceSize : { 1, 2, 3, 7, 100 }) {
+            PiecewiseDevice device(content, pieceSize);
+            compareChunks(device, content, random);
+            QVERIFY2(!QTest::currentTestFailed(), content.toPercentEncoding().constData());
         }
-        QBuffer fast(&file);
-        QBuffer reference(&file);
-        QVERIFY(fast.open(QIODevice::ReadOnly) && reference.open(QIODevice::ReadOnly));
-        // As an import does: chunk after chunk from where the last one ended.
-        while (!reference.atEnd()) {
-            const int maxLines = random.bounded(1, 5);
-            const QByteArray expected = readByteWise(reference, maxLines);
-            QCOMPARE(readRecordCsvLines(fast, maxLines), expected);
-            QCOMPARE(fast.pos(), reference.pos());
-        }
+    }
+}
+
+void tst_RecordCsvReader::randomFilesAreReadAsTheByteWiseReaderReadsThem()
+{
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo() << "seed" << seed;
+    QRandomGenerator random(seed);
+    for (int round = 0; round < 20; ++round) {
+        const QByteArray content = randomBytes(random, 500000);
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        QCOMPARE(file.write(content), content.size());
+        QVERIFY(file.seek(0));
+        compareChunks(file, content, random);
+        QVERIFY(!QTest::currentTestFailed());
     }
 }
 
 void tst_RecordCsvReader::bytesAtTheEdgesOfBlocksAreReadAsTheByteWiseReaderReadsThem()
 {
-    static constexpr qsizetype BLOCK_SIZE = 256 * 1024;
     const QList<QByteArray> edges { "\r\n", "\r\r\n", "\"\"", "\"\"\"", "\"\n\"\n", "\r", "\"", "\n\n",
         "a\"\r\n\"\r\n" };
+    constexpr qint64 pieceSize = 8;
     for (const QByteArray& edge : edges) {
-        for (qsizetype before = BLOCK_SIZE - 4; before <= BLOCK_SIZE; ++before) {
+        for (qsizetype before = pieceSize - 4; before <= pieceSize; ++before) {
             for (const QByteArray& after : { QByteArray(), QByteArray("b\nc") }) {
-                QByteArray file = QByteArray(before, 'x') + edge + after;
-                QBuffer fast(&file);
-                QBuffer reference(&file);
-                QVERIFY(fast.open(QIODevice::ReadOnly) && reference.open(QIODevice::ReadOnly));
-                const QByteArray expected = readByteWise(reference, 2);
-                QCOMPARE(readRecordCsvLines(fast, 2), expected);
-                QCOMPARE(fast.pos(), reference.pos());
+                QByteArray content = QByteArray(before, 'x') + edge + after;
+                PiecewiseDevice fast(content, pieceSize);
+                QBuffer reference(&content);
+                QVERIFY(reference.open(QIODevice::ReadOnly));
+                for (const int maxLines : { 1, 10 }) {
+                    const QByteArray expected = readByteWise(reference, maxLines);
+                    QVERIFY2(
+                        readRecordCsvLines(fast, maxLines) == expected, (edge + after).toPercentEncoding().constData());
+                    QCOMPARE(fast.pos(), reference.pos());
+                }
             }
         }
     }
@@ -225,14 +284,16 @@ void tst_RecordCsvReader::aDeviceThatStopsBeforeItsEndIsAFault()
 {
     for (const QByteArray& readable : { QByteArray(), QByteArray("a;1\nb"), QByteArray("a;1\r"), QByteArray("\"") }) {
         for (const qint64 end : { 0, -1 }) {
-            BrokenDevice device(readable, end);
+            PiecewiseDevice device(readable, 100);
+            device.promiseMore(end);
             RecordCsvFault fault = RecordCsvFault::None;
             QCOMPARE(readRecordCsvLines(device, 100, 1000, &fault), QByteArray());
             QCOMPARE(fault, RecordCsvFault::Unreadable);
         }
     }
     // Rows before it are read when no more are asked for.
-    BrokenDevice device("a;1\nb", -1);
+    PiecewiseDevice device("a;1\nb", 100);
+    device.promiseMore(-1);
     RecordCsvFault fault = RecordCsvFault::None;
     QCOMPARE(readRecordCsvLines(device, 1, 1000, &fault), QByteArray("a;1\n\n"));
     QCOMPARE(fault, RecordCsvFault::None);
