@@ -4,6 +4,7 @@
 
 #include "hostapplication_p.h"
 #include "hostsettings.h"
+#include "windowpicture.h"
 
 #include <corvanemoduleentry.h>
 #include <corvaneqmltypes.h>
@@ -11,12 +12,9 @@
 #include <systemdocument.h>
 #include <systemdocumenthandler.h>
 
-#include <QtCore/QEventLoop>
 #include <QtCore/QFileInfo>
 #include <QtCore/QStandardPaths>
-#include <QtCore/QTimer>
 #include <QtGui/QGuiApplication>
-#include <QtGui/QImage>
 #include <QtQml/QQmlApplicationEngine>
 #include <QtQuick/QQuickWindow>
 #include <QtQuickControls2/QQuickStyle>
@@ -39,10 +37,9 @@ void registerHostTypes()
 bool HostApplication::_createWindow(QString* error)
 {
     registerHostTypes();
-    // Nothing to draw with on the graphics card there, and the same picture on every machine.
     if (QGuiApplication::platformName() == QLatin1String("offscreen") && !qEnvironmentVariableIsSet("QSG_RHI_BACKEND")
         && !qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
-        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+        WindowPicture::drawWithoutGraphicsCard();
     }
     QQuickStyle::setStyle(QStringLiteral("Basic"));
 
@@ -104,24 +101,12 @@ bool HostApplication::screenshot(const QString& path, QString* error)
         return refuse(tr("There is no window to draw."));
     }
 
-    // Settled: nothing was drawn for a moment. What moves all the time is drawn as it is after the longest wait.
-    constexpr int quietMs = 300;
-    constexpr int longestMs = 2000;
-    QEventLoop loop;
-    QTimer quiet;
-    quiet.setSingleShot(true);
-    quiet.setInterval(quietMs);
-    connect(&quiet, &QTimer::timeout, &loop, &QEventLoop::quit);
-    connect(window(), &QQuickWindow::frameSwapped, &quiet, qOverload<>(&QTimer::start));
-    QTimer::singleShot(longestMs, &loop, &QEventLoop::quit);
-    quiet.start();
-    loop.exec();
-
-    const QImage image = window()->grabWindow();
+    WindowPicture::settle(*window());
+    const QImage image = WindowPicture::draw(*window());
     if (image.isNull()) {
         return refuse(tr("The window could not be drawn."));
     }
-    if (!image.save(path, "PNG")) {
+    if (!WindowPicture::write(image, path)) {
         return refuse(tr("The picture could not be written to %1; is the folder there and writable?").arg(path));
     }
     return true;

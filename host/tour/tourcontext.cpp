@@ -2,9 +2,8 @@
 #include "tourcontext.h"
 
 #include "../hostapplication.h"
+#include "../windowpicture.h"
 
-#include <QtCore/QSet>
-#include <QtGui/QImage>
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 
@@ -13,18 +12,6 @@ namespace tour {
 namespace {
 
 constexpr int answerBoundMs = 5000;
-
-// An empty page has hardly any colours; this is what tells a picture from a blank.
-bool hasContent(const QImage& image)
-{
-    QSet<QRgb> colours;
-    for (int y = 0; y < image.height() && colours.size() < 12; y += 3) {
-        for (int x = 0; x < image.width(); x += 3) {
-            colours.insert(image.pixel(x, y));
-        }
-    }
-    return colours.size() >= 12;
-}
 
 // Not findChild(): what a page makes by itself has its place among the items only.
 QQuickItem* findItem(QQuickItem* item, const QString& name)
@@ -71,8 +58,7 @@ void TourContext::screenshot(const QString& name, Tab tab)
         screenshotFaults.append(QStringLiteral("%1: %2").arg(name, error));
         return;
     }
-    const QImage image(file);
-    if (!hasContent(image)) {
+    if (WindowPicture::isBlank(QImage(file))) {
         screenshotFaults.append(QStringLiteral("%1: the picture is blank").arg(name));
     }
     screenshots.append(file);
