@@ -33,6 +33,18 @@ QString typeOf(const QObject* object)
     return QString::fromLatin1(object->metaObject()->className()).section(QLatin1String("_QML"), 0, 0);
 }
 
+// A row that a list put aside to use it again: not drawn, yet neither invisible nor out of the way.
+bool isPutAside(const QQuickItem* item)
+{
+    const QQuickItem* content = item->parentItem();
+    const QQuickItem* list = content ? content->parentItem() : nullptr;
+    if (!list || !list->inherits("QQuickItemView")) {
+        return false;
+    }
+    const QVariant row = item->property("index");
+    return row.isValid() && row.toInt() < 0;
+}
+
 // The controls of one window, parents before children.
 class WindowReader
 {
@@ -47,7 +59,7 @@ public:
     // `seen` is the part of the window, in its coordinates, that the item's ancestors leave.
     void read(QQuickItem* item, QRectF seen)
     {
-        if (!item->isVisible() || item->opacity() <= 0) {
+        if (!item->isVisible() || item->opacity() <= 0 || isPutAside(item)) {
             return;
         }
         const QRectF own = item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));

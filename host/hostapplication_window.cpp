@@ -32,6 +32,32 @@ void registerHostTypes()
         "Corvane.Host", 1, 0, "HostApplication", QStringLiteral("The host makes its own"));
 }
 
+// A dialog of this window, above it and in its middle, though the window is no widget that could be its parent.
+void tie(QDialog& dialog, QWindow* window)
+{
+    if (window) {
+        dialog.winId();
+        dialog.windowHandle()->setTransientParent(window);
+    }
+}
+
+// Empty when the person cancelled. `proposal`: a folder, or a file in one.
+QString askForFile(const QString& what, const QString& proposal, QFileDialog::AcceptMode mode, QWindow* window)
+{
+    QFileDialog dialog(nullptr, what, QString(), HostApplication::tr(documentFilter));
+    const QFileInfo proposed(proposal);
+    dialog.setAcceptMode(mode);
+    dialog.setFileMode(mode == QFileDialog::AcceptOpen ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
+    dialog.setDirectory(proposed.isDir() ? proposal : proposed.absolutePath());
+    // Before the dialog asks whether it is to replace the file of that name.
+    dialog.setDefaultSuffix(QStringLiteral("json"));
+    if (!proposed.isDir()) {
+        dialog.selectFile(proposed.fileName());
+    }
+    tie(dialog, window);
+    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
+}
+
 } // namespace
 
 bool HostApplication::_createWindow(QString* error)
@@ -124,6 +150,7 @@ bool HostApplication::_mayReplaceDocument()
         QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
     question.setTextFormat(Qt::PlainText);
     question.setDefaultButton(QMessageBox::Save);
+    tie(question, window());
     switch (question.exec()) {
     case QMessageBox::Save:
         return saveDocumentAsked(false);
@@ -156,8 +183,7 @@ bool HostApplication::openDocumentAsked()
     const QString folder = documentPath().isEmpty()
         ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
         : QFileInfo(documentPath()).absolutePath();
-    const QString path
-        = QFileDialog::getOpenFileName(nullptr, tr("Open a system document"), folder, tr(documentFilter));
+    const QString path = askForFile(tr("Open a system document"), folder, QFileDialog::AcceptOpen, window());
     if (path.isEmpty()) {
         return false;
     }
@@ -191,12 +217,9 @@ bool HostApplication::saveDocumentAsked(bool underANewName)
         const QString proposed = documentPath().isEmpty()
             ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + QStringLiteral("/system.json")
             : documentPath();
-        path = QFileDialog::getSaveFileName(nullptr, tr("Save the system document"), proposed, tr(documentFilter));
+        path = askForFile(tr("Save the system document"), proposed, QFileDialog::AcceptSave, window());
         if (path.isEmpty()) {
             return false;
-        }
-        if (QFileInfo(path).suffix().isEmpty()) {
-            path += QStringLiteral(".json");
         }
     }
     QString error;

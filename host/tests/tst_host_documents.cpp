@@ -50,6 +50,7 @@ public:
     }
 
     int asked = 0;
+    QPointer<QWindow> owner; // of the last one
 
 private:
     explicit Answer(std::function<bool(QWidget*)> answer)
@@ -59,6 +60,7 @@ private:
             QWidget* dialog = QApplication::activeModalWidget();
             if (dialog && dialog->isVisible() && dialog != _answered && _answer(dialog)) {
                 _answered = dialog;
+                owner = dialog->windowHandle()->transientParent();
                 ++asked;
             }
         });
@@ -86,6 +88,7 @@ private Q_SLOTS:
     void ctrlNBeginsAnEmptyDocumentWhoseFirstSaveAsksForAName();
     void unsavedChangesAreAskedAboutBeforeTheyGo_data();
     void unsavedChangesAreAskedAboutBeforeTheyGo();
+    void aNameWithoutEndingAsksBeforeItReplacesAFile();
     void theLastDocumentsAreListedTheLatestFirst();
     void aRecentDocumentThatIsGoneIsSaidAndForgotten();
     void theListOfRecentDocumentsIsKeptShortAndCanBeEmptied();
@@ -167,6 +170,7 @@ void tst_host_documents::ctrlShiftSSavesUnderTheTypedNameWithItsEnding()
         Answer cancel { QString() };
         key(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(cancel.asked, 1);
+        QCOMPARE(cancel.owner, _host->window());
         QCOMPARE(_host->documentPath(), pathOf("plant.json"));
     }
 
@@ -184,6 +188,7 @@ void tst_host_documents::ctrlOOpensTheChosenDocument()
     Answer answer(pathOf("plant.json"));
     key(Qt::Key_O, Qt::ControlModifier);
     QCOMPARE(answer.asked, 1);
+    QCOMPARE(answer.owner, _host->window());
     QCOMPARE(_host->documentName(), QStringLiteral("plant"));
 }
 
@@ -222,17 +227,28 @@ void tst_host_documents::unsavedChangesAreAskedAboutBeforeTheyGo()
     Answer answer(static_cast<QMessageBox::StandardButton>(button));
     key(Qt::Key_N, Qt::ControlModifier);
     QCOMPARE(answer.asked, 1);
+    QCOMPARE(answer.owner, _host->window());
     QCOMPARE(_host->documentPath().isEmpty(), goes);
     QCOMPARE(content() != before, isSaved);
 
     // The window asks the same; with nothing to lose it asks nothing.
-    if (!goes) {
-        QVERIFY(!_host->mayClose());
-        QCOMPARE(answer.asked, 2);
-    } else {
-        QVERIFY(_host->mayClose());
-        QCOMPARE(answer.asked, 1);
-    }
+    key(Qt::Key_Q, Qt::ControlModifier);
+    QCOMPARE(answer.asked, goes ? 1 : 2);
+    QCOMPARE(_host->window()->isVisible(), !goes);
+    _host->window()->show();
+}
+
+void tst_host_documents::aNameWithoutEndingAsksBeforeItReplacesAFile()
+{
+    QString error;
+    QVERIFY2(_host->saveDocument(pathOf("kept.json"), &error), qPrintable(error));
+    QVERIFY2(_host->saveDocument(pathOf("plant.json"), &error), qPrintable(error));
+    Answer name(pathOf("kept"));
+    Answer replace(QMessageBox::Yes);
+    key(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(name.asked, 1);
+    QCOMPARE(replace.asked, 1);
+    QCOMPARE(_host->documentPath(), pathOf("kept.json"));
 }
 
 void tst_host_documents::theLastDocumentsAreListedTheLatestFirst()

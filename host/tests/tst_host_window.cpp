@@ -18,6 +18,8 @@
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QTemporaryDir>
 #include <QtGui/QAccessible>
+#include <QtQml/QQmlApplicationEngine>
+#include <QtQml/QQmlComponent>
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 #include <QtTest/QtTest>
@@ -65,6 +67,7 @@ private Q_SLOTS:
     void enterOnAnAgentThatCannotBeStartedSaysWhy();
     void theNetworkIsLeftAndJoinedWithTheKeyboard();
     void theReportNamesWhatIsSeenAndWhere();
+    void theReportLeavesOutRowsThatAListKeepsForLater();
     void aReportThatCannotBeWrittenIsSaid();
 
 private:
@@ -345,6 +348,41 @@ void tst_host_window::theReportNamesWhatIsSeenAndWhere()
     key(Qt::Key_2, Qt::ControlModifier);
     QTRY_VERIFY(controlNamed("instancesList").isEmpty());
     QVERIFY(!controlNamed("documentName").isEmpty());
+}
+
+void tst_host_window::theReportLeavesOutRowsThatAListKeepsForLater()
+{
+    QQmlComponent component(_host->engine());
+    component.setData(R"(
+        import QtQuick
+        Window {
+            width: 200; height: 200; visible: true
+            function removeFirst() { list.model.remove(0); }
+            ListView {
+                id: list
+                anchors.fill: parent
+                reuseItems: true
+                model: ListModel { ListElement { word: "first" } ListElement { word: "second" } }
+                delegate: Text { required property int index; required property string word; height: 20; text: word }
+            }
+        })",
+        QUrl());
+    const std::unique_ptr<QObject> window(component.create());
+    QVERIFY2(window, qPrintable(component.errorString()));
+    const auto words = [] {
+        QStringList texts;
+        const QJsonArray controls = QJsonDocument::fromJson(ControlReport::content())["controls"].toArray();
+        for (const QJsonValue& control : controls) {
+            const QString text = control["text"].toString();
+            if (text == QLatin1String("first") || text == QLatin1String("second")) {
+                texts.append(text);
+            }
+        }
+        return texts;
+    };
+    QTRY_COMPARE(words(), QStringList({ "first", "second" }));
+    QVERIFY(QMetaObject::invokeMethod(window.get(), "removeFirst"));
+    QTRY_COMPARE(words(), QStringList("second"));
 }
 
 void tst_host_window::aReportThatCannotBeWrittenIsSaid()

@@ -10,6 +10,7 @@ namespace tour {
 
 bool RecordFile::read(const QByteArray& text, QString* error)
 {
+    *this = RecordFile();
     QList<TableRow> rows;
     if (!readDelimitedTable(text, &rows, error)) {
         return false;

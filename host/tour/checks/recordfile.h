@@ -15,8 +15,8 @@ namespace tour {
 class RecordFile
 {
 public:
-    // False with a sentence in *error when the text is no record: a row of less than six fields, an unknown kind, a
-    // value that its type does not allow, an agent's time that goes back, no version.
+    // In place of what was read before. False with a sentence in *error when the text is no record: a row of less than
+    // six fields, an unknown kind, a value that its type does not allow, an agent's time that goes back, no version.
     bool read(const QByteArray& text, QString* error);
     bool readFile(const QString& path, QString* error);
 

@@ -29,6 +29,24 @@ private Q_SLOTS:
         QCOMPARE(record.agents(), QStringList({ "Pump", "Valve" }));
     }
 
+    void readingAgainReplacesWhatWasRead()
+    {
+        RecordFile record;
+        QString error;
+        const QByteArray first = ";0;record;version;integer;1\n;0;record;name;string;first\nPump;0;agent;;string;{}\n"
+                                 "Pump;0;initial;p;double;1\nPump;10;output;p;double;2\n";
+        QVERIFY2(record.read(first, &error), qPrintable(error));
+        QVERIFY2(record.read(first, &error), qPrintable(error));
+        QCOMPARE(record.events().size(), 1);
+        QCOMPARE(record.initialValues().size(), 1);
+
+        QVERIFY2(record.read(";0;record;version;integer;1\nValve;5;output;p;double;3\n", &error), qPrintable(error));
+        QVERIFY(!record.facts().contains("name"));
+        QVERIFY(record.definitions().isEmpty());
+        QVERIFY(record.initialValues().isEmpty());
+        QCOMPARE(record.agents(), QStringList("Valve"));
+    }
+
     void whatIsNoRecordIsRefused_data()
     {
         QTest::addColumn<QByteArray>("rows");
