@@ -43,3 +43,13 @@ void Pages::showTab(Tab tab)
     item(QStringLiteral("recorderTabs"))->setProperty("currentIndex", tab);
     settle();
 }
+
+void Pages::setPatience(int withSilence, int withProgress)
+{
+    const auto waysOut = window.rootObject()->findChildren<QQuickItem*>(QStringLiteral("wayOut"));
+    Q_ASSERT(waysOut.size() == 2);
+    for (QQuickItem* const wayOut : waysOut) {
+        wayOut->setProperty("patience", withSilence);
+        wayOut->setProperty("longPatience", withProgress);
+    }
+}

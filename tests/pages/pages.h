@@ -30,6 +30,9 @@ public:
     void open(RecorderInstance* instance, Tab tab);
     void showTab(Tab tab);
 
+    /// From now on the overlays wait this long, in milliseconds, before they offer a way out of what takes long.
+    void setPatience(int withSilence, int withProgress);
+
     ModuleFixture fixture;
     RecorderModule& module;
     QQuickView window;

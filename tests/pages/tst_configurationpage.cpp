@@ -316,6 +316,6 @@ void ConfigurationPageTests::aRunningRecorderOpensWithItsRecordsAnotherWithItsSe
     QVERIFY(pages.isShown("recordsTab"));
 }
 
-static const RegisterPageTest<ConfigurationPageTests> registered;
+static const RegisterPageTest<ConfigurationPageTests> configurationPageTests;
 
 #include "tst_configurationpage.moc"

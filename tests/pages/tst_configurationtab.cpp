@@ -358,6 +358,6 @@ void ConfigurationTabTests::whatIsTypedInTheFiltersStaysWhenOthersComeIntoForce(
     QVERIFY(pages.isShown("filtersChanged"));
 }
 
-static const RegisterPageTest<ConfigurationTabTests> registered;
+static const RegisterPageTest<ConfigurationTabTests> configurationTabTests;
 
 #include "tst_configurationtab.moc"

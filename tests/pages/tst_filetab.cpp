@@ -128,6 +128,6 @@ void FileTabTests::theLoadedFileHasItsReplay()
     QVERIFY(!pages.isShown("fileRecordName"));
 }
 
-static const RegisterPageTest<FileTabTests> registered;
+static const RegisterPageTest<FileTabTests> fileTabTests;
 
 #include "tst_filetab.moc"

@@ -131,6 +131,6 @@ void FrameTests::everyIconAndImageIsThere()
     }
 }
 
-static const RegisterPageTest<FrameTests> registered;
+static const RegisterPageTest<FrameTests> frameTests;
 
 #include "tst_frame.moc"

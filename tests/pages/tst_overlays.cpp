@@ -252,14 +252,15 @@ void OverlaysTests::aRecorderThatStaysSilentOffersAWayOut()
     Busy pages;
     pages.load();
     QVERIFY(!pages.isShown("leaveButton"));
-    QTRY_VERIFY_WITH_TIMEOUT(pages.isShown("leaveButton"), 15000);
+    pages.setPatience(200, 3600000);
+    QTRY_VERIFY(pages.isShown("leaveButton"));
     QCOMPARE(pages.text("wayOutText"),
         "The recorder has not answered for a while. You can leave this page while it goes on, or disconnect it.");
     QVERIFY(!pages.isShown("continueButton"));
     // A word from the recorder takes it away.
     pages.recorder.reply("loading", { 40.0 });
     QVERIFY(!pages.isShown("leaveButton"));
-    QTRY_VERIFY_WITH_TIMEOUT(pages.isShown("leaveButton"), 15000);
+    QTRY_VERIFY(pages.isShown("leaveButton"));
     pages.click("disconnectButton");
     QCOMPARE(QuenaryDouble::stopRequests(), QStringList(pages.instance->agentInstanceUuid()));
     pages.click("leaveButton");
@@ -277,7 +278,8 @@ void OverlaysTests::aCancelThatNothingEndsCanBeLeftBehind()
     QVERIFY(!pages.instance->isDownloadingRecord());
     QVERIFY(pages.instance->isCancelingExport());
     QCOMPARE(pages.overlay(), busy("Canceling..."));
-    QTRY_VERIFY_WITH_TIMEOUT(pages.isShown("continueButton"), 15000);
+    pages.setPatience(1, 3600000);
+    QTRY_VERIFY(pages.isShown("continueButton"));
     pages.click("continueButton");
     QCOMPARE(pages.overlay(), NONE);
     QVERIFY(pages.instance->isCancelingExport());
@@ -299,6 +301,6 @@ void OverlaysTests::whatALostRecorderLeftOpenCloses()
     QVERIFY(pages.item("pages")->isEnabled());
 }
 
-static const RegisterPageTest<OverlaysTests> registered;
+static const RegisterPageTest<OverlaysTests> overlaysTests;
 
 #include "tst_overlays.moc"

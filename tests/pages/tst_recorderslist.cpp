@@ -287,6 +287,6 @@ void RecordersListTests::aRunningRecorderCanNotBeDeleted()
     QCOMPARE(pages.module.recorders()->count(), 1);
 }
 
-static const RegisterPageTest<RecordersListTests> registered;
+static const RegisterPageTest<RecordersListTests> recordersListTests;
 
 #include "tst_recorderslist.moc"

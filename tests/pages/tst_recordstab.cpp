@@ -361,6 +361,6 @@ void RecordsTabTests::hostileNamesAreNoMarkup()
     QCOMPARE(pages.property("question", "textFormat").toInt(), int(Qt::PlainText));
 }
 
-static const RegisterPageTest<RecordsTabTests> registered;
+static const RegisterPageTest<RecordsTabTests> recordsTabTests;
 
 #include "tst_recordstab.moc"

@@ -384,6 +384,6 @@ void ReplayTests::unloadingEndsTheReplayAndKeepsTheRecord()
     QCOMPARE(pages.texts("recordNameText"), QStringList({ "First" }));
 }
 
-static const RegisterPageTest<ReplayTests> registered;
+static const RegisterPageTest<ReplayTests> replayTests;
 
 #include "tst_replay.moc"

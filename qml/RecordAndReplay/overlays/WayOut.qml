@@ -19,7 +19,9 @@ Column {
     property bool isLong: false
     // Nothing is under way any more, so that the page can be used at once.
     property bool mayContinue: false
-    readonly property int patience: mayContinue ? 1000 : 5000
+    // Milliseconds until the one and the other.
+    property int patience: mayContinue ? 1000 : 5000
+    property int longPatience: 15000
     readonly property bool cancelStays: mayContinue && (recorder?.isCancelingExport ?? false)
 
     signal leaveRequested
@@ -34,6 +36,7 @@ Column {
         }
     }
 
+    objectName: "wayOut"
     visible: isSilent || isLong
     spacing: Theme.spacing
     onNewsChanged: listen()
@@ -49,7 +52,7 @@ Column {
         onTriggered: root.isSilent = true
     }
     Timer {
-        interval: 15000
+        interval: root.longPatience
         running: root.isWaitedFor
         onTriggered: root.isLong = true
     }

@@ -76,6 +76,12 @@ FocusScope {
                 spacing: Theme.pageMargin
                 padding: 0
                 background: null
+                // The keyboard is seen on a tab, never on the bar around it.
+                onActiveFocusChanged: {
+                    if (activeFocus && Window.activeFocusItem === tabs) {
+                        currentItem?.forceActiveFocus(focusReason);
+                    }
+                }
                 Keys.onLeftPressed: show(currentIndex - 1)
                 Keys.onRightPressed: show(currentIndex + 1)
                 Accessible.role: Accessible.PageTabList

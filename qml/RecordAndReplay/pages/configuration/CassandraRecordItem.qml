@@ -32,6 +32,8 @@ Item {
 
     implicitHeight: Theme.rowHeight + (isOpen ? transport.height + Theme.spacingLarge : 0)
     onRecordChanged: isRenaming = false
+    // The row itself, not the list: from inside a list Tab does not lead back to it.
+    activeFocusOnTab: isCursor || activeFocus
     Accessible.role: Accessible.ListItem
     Accessible.name: [record?.name ?? "", date, duration].join(", ")
     Accessible.selected: isCurrent

@@ -26,6 +26,8 @@ FocusScope {
         const row = root.current === null ? -1 : records.indexOf(root.current);
         if (row >= 0) {
             list.currentIndex = row;
+            // A row that grew counts only after the next layout, which may be later than this.
+            list.forceLayout();
             list.positionViewAtIndex(row, ListView.Contain);
         }
     }
@@ -74,7 +76,6 @@ FocusScope {
         width: parent.width
         clip: true
         focus: true
-        activeFocusOnTab: true
         reuseItems: true
         boundsBehavior: Flickable.StopAtBounds
         highlightMoveDuration: 0

@@ -12,6 +12,8 @@ TabButton {
     rightPadding: 0
     topPadding: 0
     bottomPadding: 0
+    // The arrow keys lead from one tab to the next.
+    focusPolicy: checked ? Qt.StrongFocus : Qt.ClickFocus
     font.pixelSize: 13
     font.weight: Font.DemiBold
     font.letterSpacing: 0.3
