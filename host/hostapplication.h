@@ -26,7 +26,7 @@ struct HostOptions
     QString theme; // "light", "dark"; empty: what the desktop uses
     QString page; // tag of the module shown first, or "system"; empty: the first module
     QString plantJournalDirectory; // each sample agent writes "<agent name>.journal" there; empty: no journals
-    QSize windowSize = QSize(1280, 800); // in device-independent pixels
+    QSize windowSize; // in device-independent pixels; empty: 1280 by 800, or what the screen has room for
     bool connectToNetwork = true;
     bool withPlant = false; // start the sample plant once the network is joined
     bool withWindow = true; // false: no QML engine at all (windowless tests of documents and plugins)

@@ -11,13 +11,19 @@
 #include <pluginmanager.h>
 #include <systemdocument.h>
 #include <systemdocumenthandler.h>
+#include <theme.h>
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
 #include <QtCore/QStandardPaths>
 #include <QtGui/QGuiApplication>
+#include <QtGui/QPalette>
+#include <QtGui/QScreen>
+#include <QtGui/QStyleHints>
 #include <QtQml/QQmlApplicationEngine>
 #include <QtQuick/QQuickWindow>
 #include <QtQuickControls2/QQuickStyle>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QMessageBox>
 
@@ -32,13 +38,56 @@ void registerHostTypes()
         "Corvane.Host", 1, 0, "HostApplication", QStringLiteral("The host makes its own"));
 }
 
-// A dialog of this window, above it and in its middle, though the window is no widget that could be its parent.
-void tie(QDialog& dialog, QWindow* window)
+QSize sizeAtStart(const QSize& asked)
 {
-    if (window) {
-        dialog.winId();
-        dialog.windowHandle()->setTransientParent(window);
+    if (!asked.isEmpty()) {
+        return asked;
     }
+    constexpr QSize enough(1280, 800);
+    // Where nobody looks there is no screen to fill.
+    return QGuiApplication::platformName() == QLatin1String("offscreen")
+        ? enough
+        : enough.boundedTo(QGuiApplication::primaryScreen()->availableSize());
+}
+
+// Questions and file dialogs are widgets, which follow the desktop: where the other theme was chosen, they follow that.
+void dressDialogs()
+{
+    const Theme& theme = *Theme::instance();
+    const bool isDesktopDark = QGuiApplication::styleHints()->colorScheme() == Qt::ColorScheme::Dark;
+    if (theme.isDark() == isDesktopDark) {
+        QApplication::setPalette(QPalette());
+        return;
+    }
+    QPalette palette(theme.raised(), theme.background());
+    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText }) {
+        palette.setColor(role, theme.text());
+        palette.setColor(QPalette::Disabled, role, theme.mutedText());
+    }
+    palette.setColor(QPalette::Base, theme.surface());
+    palette.setColor(QPalette::AlternateBase, theme.raised());
+    palette.setColor(QPalette::ToolTipBase, theme.raised());
+    palette.setColor(QPalette::PlaceholderText, theme.mutedText());
+    palette.setColor(QPalette::Highlight, theme.accent());
+    palette.setColor(QPalette::HighlightedText, theme.accentText());
+    QApplication::setPalette(palette);
+}
+
+// Shows a dialog above the window and in its middle, though the window is no widget that could be its parent; then the
+// window has the keyboard again, also where no window manager gives it back.
+int ask(QDialog& dialog, QWindow* window)
+{
+    if (!window) {
+        return dialog.exec();
+    }
+    dialog.winId();
+    dialog.windowHandle()->setTransientParent(window);
+    const QPointer<QWindow> kept(window);
+    const int answer = dialog.exec();
+    if (kept) {
+        kept->requestActivate();
+    }
+    return answer;
 }
 
 // Empty when the person cancelled. `proposal`: a folder, or a file in one.
@@ -54,8 +103,7 @@ QString askForFile(const QString& what, const QString& proposal, QFileDialog::Ac
     if (!proposed.isDir()) {
         dialog.selectFile(proposed.fileName());
     }
-    tie(dialog, window);
-    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
+    return ask(dialog, window) == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
 }
 
 } // namespace
@@ -68,6 +116,8 @@ bool HostApplication::_createWindow(QString* error)
         WindowPicture::drawWithoutGraphicsCard();
     }
     QQuickStyle::setStyle(QStringLiteral("Basic"));
+    connect(Theme::instance(), &Theme::isDarkChanged, this, &dressDialogs);
+    dressDialogs();
 
     const QString page = _d->options.page;
     const auto entries = PluginManager::instance()->modules();
@@ -88,10 +138,11 @@ bool HostApplication::_createWindow(QString* error)
                   warnings.append(one.toString());
               }
           });
+    const QSize size = sizeAtStart(_d->options.windowSize);
     _d->engine->setInitialProperties({
         { QStringLiteral("host"), QVariant::fromValue(this) },
-        { QStringLiteral("width"), _d->options.windowSize.width() },
-        { QStringLiteral("height"), _d->options.windowSize.height() },
+        { QStringLiteral("width"), size.width() },
+        { QStringLiteral("height"), size.height() },
     });
     _d->engine->load(QUrl(QStringLiteral("qrc:/corvane/qml/Main.qml")));
     disconnect(connection);
@@ -150,8 +201,7 @@ bool HostApplication::_mayReplaceDocument()
         QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
     question.setTextFormat(Qt::PlainText);
     question.setDefaultButton(QMessageBox::Save);
-    tie(question, window());
-    switch (question.exec()) {
+    switch (ask(question, window())) {
     case QMessageBox::Save:
         return saveDocumentAsked(false);
     case QMessageBox::Discard:

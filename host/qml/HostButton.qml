@@ -37,9 +37,11 @@ Item {
         id: hover
     }
 
-    ToolTip.visible: hover.hovered && ToolTip.text !== ""
-    ToolTip.delay: 500
-    ToolTip.text: root.available || root.unavailableHint === "" ? (root.shortcut === "" || root.hint === "" ? root.hint : qsTr("%1 (%2)").arg(root.hint).arg(root.shortcut)) : root.unavailableHint
+    HoverHint {
+        id: hoverHint
+        isHovered: hover.hovered
+        text: root.available || root.unavailableHint === "" ? (root.shortcut === "" || root.hint === "" ? root.hint : qsTr("%1 (%2)").arg(root.hint).arg(root.shortcut)) : root.unavailableHint
+    }
 
     Button {
         id: button
@@ -67,7 +69,10 @@ Item {
         palette.highlight: ink
         Accessible.name: text !== "" ? text : root.accessibleName
         Accessible.description: root.available ? root.hint : root.unavailableHint
-        onClicked: root.clicked()
+        onClicked: {
+            hoverHint.isSpent = true;
+            root.clicked();
+        }
         // On every platform, and not only where its theme says so.
         Keys.onReturnPressed: click()
         Keys.onEnterPressed: click()

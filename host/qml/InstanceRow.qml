@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Corvane
 import Corvane.Host
@@ -129,6 +128,7 @@ Item {
                 textFormat: Text.PlainText
             }
             Text {
+                id: problemText
                 objectName: "instanceProblem"
                 width: parent.width
                 visible: text !== ""
@@ -139,12 +139,13 @@ Item {
                 textFormat: Text.PlainText
                 Accessible.role: root.problem !== "" ? Accessible.AlertMessage : Accessible.StaticText
                 Accessible.name: text
-                ToolTip.visible: truncated && problemHover.hovered
-                ToolTip.delay: 500
-                ToolTip.text: text
 
                 HoverHandler {
                     id: problemHover
+                }
+                HoverHint {
+                    isHovered: problemText.truncated && problemHover.hovered
+                    text: problemText.text
                 }
             }
         }

@@ -31,8 +31,6 @@ ApplicationWindow {
     palette.highlightedText: Theme.accentText
     palette.placeholderText: Theme.mutedText
     palette.mid: Theme.line
-    palette.toolTipBase: Theme.raised
-    palette.toolTipText: Theme.text
     onClosing: close => close.accepted = root.host.mayClose()
 
     // The same on every desktop: not each has standard keys for all of them.

@@ -111,6 +111,14 @@ HostPopup {
             }
         }
         Text {
+            Layout.fillWidth: true
+            visible: !root.editable
+            text: qsTr("Disconnect to change these.")
+            color: Theme.mutedText
+            font.pixelSize: Theme.smallTextSize
+            wrapMode: Text.Wrap
+        }
+        Text {
             objectName: "networkProblem"
             Layout.fillWidth: true
             visible: text !== ""

@@ -32,12 +32,14 @@ ItemDelegate {
     Accessible.role: Accessible.PageTab
     Accessible.name: label
     Accessible.selected: current
-    ToolTip.visible: hovered && (isNarrow || shortcut !== "")
-    ToolTip.delay: 500
-    ToolTip.text: shortcut === "" ? label : qsTr("%1 (%2)").arg(label).arg(shortcut)
     Keys.onReturnPressed: click()
     Keys.onEnterPressed: click()
 
+    HoverHint {
+        isHovered: root.hovered && (root.isNarrow || root.shortcut !== "")
+        isBeside: true
+        text: root.shortcut === "" ? root.label : qsTr("%1 (%2)").arg(root.label).arg(root.shortcut)
+    }
     Shortcut {
         sequence: root.shortcut
         enabled: root.hasShortcut && root.shortcut !== ""

@@ -48,10 +48,12 @@ Grid {
             Accessible.name: modelData.name
             Accessible.role: Accessible.RadioButton
             Accessible.checked: current
-            ToolTip.visible: hovered
-            ToolTip.delay: 500
-            ToolTip.text: modelData.name
             onClicked: Theme.mode = modelData.mode
+
+            HoverHint {
+                isHovered: choice.hovered
+                text: choice.modelData.name
+            }
 
             background: Rectangle {
                 radius: Theme.radius

@@ -40,11 +40,18 @@ public:
     explicit Answer(const QString& path)
         : Answer([path](QWidget* dialog) {
             auto* files = qobject_cast<QFileDialog*>(dialog);
-            if (files && !path.isEmpty()) {
-                files->findChild<QLineEdit*>("fileNameEdit")->setText(path);
+            if (!files) {
+                return false;
             }
-            return files
-                && QMetaObject::invokeMethod(files, path.isEmpty() ? "reject" : "accept", Qt::QueuedConnection);
+            // Typed and accepted at once: the dialog types its proposal again when it has read the folder.
+            QMetaObject::invokeMethod(
+                files,
+                [files, path] {
+                    files->findChild<QLineEdit*>("fileNameEdit")->setText(path);
+                    QMetaObject::invokeMethod(files, path.isEmpty() ? "reject" : "accept", Qt::DirectConnection);
+                },
+                Qt::QueuedConnection);
+            return true;
         })
     {
     }

@@ -11,6 +11,7 @@
 #include <systemdocumenthandler.h>
 #include <systemview.h>
 #include <systemviewclassinstance.h>
+#include <theme.h>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -23,6 +24,7 @@
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickWindow>
 #include <QtTest/QtTest>
+#include <QtWidgets/QApplication>
 
 namespace {
 
@@ -62,6 +64,8 @@ private Q_SLOTS:
     void nothingIsCutOffAtAnySize();
     void everythingThatCanBePressedHasANameForThoseWhoDoNotSeeIt();
     void keysLeadToEachPage();
+    void aHintShowsUnderThePointerAndNotOverWhatAPressOpened();
+    void questionsFollowTheChosenTheme();
     void theTabKeyComesByEverythingThatCanBePressed();
     void arrowsChooseAnAgentAndDeleteAsksBeforeItGoes();
     void enterOnAnAgentThatCannotBeStartedSaysWhy();
@@ -219,6 +223,51 @@ void tst_host_window::keysLeadToEachPage()
     QVERIFY(_host->currentEntry());
     key(Qt::Key_1, Qt::ControlModifier);
     QVERIFY(!_host->currentEntry());
+}
+
+void tst_host_window::aHintShowsUnderThePointerAndNotOverWhatAPressOpened()
+{
+    const auto hints = [this] {
+        const auto items = seen();
+        return std::count_if(items.cbegin(), items.cend(), [](const QQuickItem* item) {
+            return item->inherits("QQuickText") && item->property("text") == "Add an agent to this system (Ins)";
+        });
+    };
+    QQuickItem* button = named("addInstanceButton");
+    QVERIFY(button);
+    const QPoint place = button->mapToScene(QPointF(button->width() / 2, button->height() / 2)).toPoint();
+    QTest::mouseMove(_host->window(), place);
+    QTRY_COMPARE(hints(), 1);
+
+    QTest::mouseClick(_host->window(), Qt::LeftButton, {}, place);
+    const auto isMenuOpen = [this] {
+        const auto items = seen();
+        return std::any_of(
+            items.cbegin(), items.cend(), [](const QQuickItem* item) { return item->property("label") == "Recorder"; });
+    };
+    QTRY_VERIFY(isMenuOpen());
+    QTRY_COMPARE(hints(), 0);
+    key(Qt::Key_Escape);
+    QTRY_VERIFY(!isMenuOpen());
+
+    // Come anew.
+    QTest::mouseMove(_host->window(), QPoint(1, 1));
+    QTest::mouseMove(_host->window(), place);
+    QTRY_COMPARE(hints(), 1);
+    QTest::mouseMove(_host->window(), QPoint(1, 1));
+    QTRY_COMPARE(hints(), 0);
+}
+
+void tst_host_window::questionsFollowTheChosenTheme()
+{
+    const QColor plain = QApplication::palette().color(QPalette::Window);
+    _host->setTheme("dark");
+    QCOMPARE(QApplication::palette().color(QPalette::Window), Theme::instance()->background());
+    QCOMPARE(QApplication::palette().color(QPalette::Text), Theme::instance()->text());
+    _host->setTheme("light");
+    QCOMPARE(QApplication::palette().color(QPalette::Window), plain);
+    _host->setTheme("");
+    QCOMPARE(QApplication::palette().color(QPalette::Window), plain);
 }
 
 void tst_host_window::theTabKeyComesByEverythingThatCanBePressed()

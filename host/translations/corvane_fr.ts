@@ -382,6 +382,10 @@
         <source>Esc</source>
         <translation>Échap</translation>
     </message>
+    <message>
+        <source>Disconnect to change these.</source>
+        <translation>Déconnectez pour les modifier.</translation>
+    </message>
 </context>
 <context>
     <name>NetworkStatus</name>

@@ -5,18 +5,17 @@
 // The steps build on one another: once one failed, the others are left out.
 #include "display.h"
 #include "hand.h"
+#include "processes.h"
 #include "shownwindow.h"
 
 #include <observation.h>
 #include <recordfile.h>
 
 #include <QtCore/QDir>
-#include <QtCore/QRandomGenerator>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
 #include <algorithm>
-#include <csignal>
 #include <memory>
 
 namespace {
@@ -24,36 +23,7 @@ namespace {
 constexpr QSize displaySize(1560, 900);
 constexpr QPoint dragSourcePlace(1320, 60); // beside the host's window, which is 1280 wide
 constexpr int boundMs = 20'000;
-
-// Ends a program that this test started; its own failures are said by the steps.
-void end(QProcess* process)
-{
-    if (process->state() == QProcess::NotRunning) {
-        return;
-    }
-    process->terminate();
-    if (!process->waitForFinished(10'000)) {
-        process->kill();
-        process->waitForFinished(10'000);
-    }
-}
-
-// Those whose environment names this folder, which only what this test started has.
-QList<pid_t> processesOf(const QString& folder)
-{
-    QList<pid_t> found;
-    const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    for (const QString& entry : entries) {
-        bool isNumber = false;
-        const pid_t id = entry.toInt(&isNumber);
-        QFile environment(QStringLiteral("/proc/%1/environ").arg(entry));
-        if (isNumber && environment.open(QIODevice::ReadOnly)
-            && environment.readAll().contains(folder.toLocal8Bit() + "/data")) {
-            found.append(id);
-        }
-    }
-    return found;
-}
+constexpr int startBoundMs = 60'000; // of what may have to be made first
 
 // Of "00:00:04.250", with or without spaces; -1 for no time.
 double secondsOf(const QString& text)
@@ -80,7 +50,7 @@ private Q_SLOTS:
     void aPressInTheMiddleOfTheSliderMovesThere();
     void theSpeedIsChosenFromItsList();
     void onlyTheChosenAgentIsPlayedFromTheMiddleAtFourTimesTheSpeed();
-    void theRecordIsSavedUnderTheTypedPath();
+    void theRecordIsSavedUnderTheTypedName();
     void aFileDroppedOnTheRecordsIsImported();
     void theCopyIsDeletedThroughTheQuestion();
     void aFileIsImportedThroughTheButton();
@@ -89,16 +59,18 @@ private Q_SLOTS:
     void cleanupTestCase();
 
 private:
-    QProcessEnvironment environment() const;
     // Clicks on a control once it is there and can be pressed; false when that does not come.
     bool click(const std::function<std::optional<Control>()>& find);
     bool clickNamed(const QString& name, const QString& text = {});
-    // Types the path of the CSV file into the dialog that is open.
-    bool answerFileDialog();
+    // In the dialog that is open: types the name of the CSV file, in the folder that the dialog proposes.
+    bool saveUnderTypedName();
+    // In the dialog that is open: takes the CSV file, the only one listed.
+    bool openListedFile();
     bool shows(const QString& name, const QString& text) const;
     std::optional<Control> recordNamed(const QString& name) const { return _window->named("recordNameText", name); }
 
     QTemporaryDir _folder;
+    QProcessEnvironment _environment;
     std::unique_ptr<UnseenDisplay> _display;
     std::unique_ptr<Hand> _hand;
     std::unique_ptr<ShownWindow> _window;
@@ -111,40 +83,17 @@ private:
     bool _hasFailed = false;
 };
 
-QProcessEnvironment tst_with_display::environment() const
-{
-    static const QString port = QString::number(QRandomGenerator::global()->bounded(20'000, 60'000));
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove("WAYLAND_DISPLAY");
-    environment.remove("QNY_PEERS");
-    environment.insert("DISPLAY", _display->name());
-    environment.insert("QT_QPA_PLATFORM", "xcb");
-    environment.insert("QT_QUICK_BACKEND", "software"); // the display has no graphics card
-    environment.insert("QT_ACCESSIBILITY", "0"); // nor a session bus
-    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/dev/null");
-    environment.insert("QNY_DEVICE", "lo");
-    environment.insert("QNY_PORT", port);
-    for (const char* kind : { "data", "config", "cache", "runtime" }) {
-        environment.insert(
-            QStringLiteral("XDG_%1_%2").arg(QString(kind).toUpper(), QString(kind) == "runtime" ? "DIR" : "HOME"),
-            _folder.filePath(kind));
-    }
-    return environment;
-}
-
 void tst_with_display::initTestCase()
 {
     QVERIFY(_folder.isValid());
-    for (const char* kind : { "data", "config", "cache", "runtime", "display" }) {
-        QVERIFY(QDir(_folder.path()).mkdir(kind));
-    }
-    QVERIFY(QFile::setPermissions(_folder.filePath("runtime"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    _display = std::make_unique<UnseenDisplay>(displaySize, _folder.filePath("display"));
+    QVERIFY(makeHome(_folder.path()));
+    _display = std::make_unique<UnseenDisplay>(displaySize, _folder.path());
     QString error;
     QVERIFY2(_display->start(&error), qPrintable(error));
+    _environment = environmentOf(_folder.path(), _display->name());
     _hand = std::make_unique<Hand>(_display->name());
     _window = std::make_unique<ShownWindow>(_folder.filePath("controls.json"));
-    _csv = _folder.filePath("plant copy.csv");
+    _csv = _folder.filePath("Documents/plant copy.csv");
     QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
 }
 
@@ -174,10 +123,7 @@ void tst_with_display::cleanup()
 void tst_with_display::cleanupTestCase()
 {
     end(&_host);
-    // A recorder outlives the host.
-    for (const pid_t id : processesOf(_folder.path())) {
-        ::kill(id, SIGTERM);
-    }
+    endProcessesOf(_folder.path()); // a recorder outlives the host
     QTRY_VERIFY_WITH_TIMEOUT(processesOf(_folder.path()).isEmpty(), boundMs);
     _display.reset();
 }
@@ -205,15 +151,40 @@ bool tst_with_display::clickNamed(const QString& name, const QString& text)
     return click([&] { return _window->named(name, text); });
 }
 
-bool tst_with_display::answerFileDialog()
+bool tst_with_display::saveUnderTypedName()
 {
     if (!clickNamed("fileNameEdit")) {
         return false;
     }
+    // No path: while one is typed, the dialog may propose others and take the key for its proposals.
     _hand->key("ctrl+a");
-    _hand->type(_csv);
+    _hand->type(QFileInfo(_csv).fileName());
     _hand->key("Return");
     return QTest::qWaitFor([this] { return !_window->named("fileNameEdit"); }, boundMs);
+}
+
+bool tst_with_display::openListedFile()
+{
+    const QString name = QFileInfo(_csv).fileName();
+    const auto list = [this] { return _window->named("treeView"); };
+    if (!QTest::qWaitFor([&] { return list().has_value(); }, boundMs)) {
+        return false;
+    }
+    // It stands below the head of the list, once the folder was read.
+    int y = 0;
+    const bool isChosen = QTest::qWaitFor(
+        [&] {
+            constexpr QPoint first(60, 8);
+            constexpr int step = 8;
+            constexpr int steps = 7;
+            if (const auto shown = list()) {
+                _hand->click(shown->rectangle.topLeft() + first + QPoint(0, y++ % steps * step));
+            }
+            return QTest::qWaitFor([&] { return shows("fileNameEdit", name); }, 300);
+        },
+        boundMs);
+    return isChosen && click([this] { return _window->withText("&Open"); })
+        && QTest::qWaitFor([this] { return !_window->named("fileNameEdit"); }, boundMs);
 }
 
 bool tst_with_display::shows(const QString& name, const QString& text) const
@@ -225,11 +196,11 @@ bool tst_with_display::shows(const QString& name, const QString& text) const
 
 void tst_with_display::theWindowAppearsWithTheRecorderAndThePlant()
 {
-    _host.setProcessEnvironment(environment());
+    _host.setProcessEnvironment(_environment);
     _host.setProcessChannelMode(QProcess::MergedChannels);
     _host.start(QStringLiteral(RR_START), { "--with-plant", "--report-controls", _folder.filePath("controls.json") });
     QVERIFY2(_host.waitForStarted(boundMs), qPrintable(_host.errorString()));
-    QTRY_VERIFY_WITH_TIMEOUT(_window->named("connectButton"), boundMs);
+    QTRY_VERIFY_WITH_TIMEOUT(_window->named("connectButton"), startBoundMs);
     QVERIFY(shows("recorderTitle", "Plant recorder"));
 
     QVERIFY(click([this] { return _window->withText("System"); }));
@@ -327,7 +298,7 @@ void tst_with_display::onlyTheChosenAgentIsPlayedFromTheMiddleAtFourTimesTheSpee
     // Another agent of the network listens to the chosen agent and to one that was not chosen.
     const QString rows = _folder.filePath("rows.csv");
     QProcess observer;
-    observer.setProcessEnvironment(environment());
+    observer.setProcessEnvironment(_environment);
     const auto ends = qScopeGuard([&observer] {
         observer.closeWriteChannel();
         observer.waitForFinished(boundMs);
@@ -353,7 +324,8 @@ void tst_with_display::onlyTheChosenAgentIsPlayedFromTheMiddleAtFourTimesTheSpee
             && std::any_of(
                 _played.cbegin(), _played.cend(), [](const tour::Observation& one) { return !one.isLastValue; }),
         boundMs);
-    QTRY_VERIFY_WITH_TIMEOUT(!_window->named("stopButton"), boundMs); // it has ended by itself and gone back to its start
+    QTRY_VERIFY_WITH_TIMEOUT(
+        !_window->named("stopButton"), boundMs); // it has ended by itself and gone back to its start
     QVERIFY(read());
     _played.removeIf([](const tour::Observation& one) { return one.isLastValue; });
     for (const tour::Observation& one : std::as_const(_played)) {
@@ -363,10 +335,10 @@ void tst_with_display::onlyTheChosenAgentIsPlayedFromTheMiddleAtFourTimesTheSpee
     }
 }
 
-void tst_with_display::theRecordIsSavedUnderTheTypedPath()
+void tst_with_display::theRecordIsSavedUnderTheTypedName()
 {
     QVERIFY(click([this] { return _window->beside("downloadButton", *recordNamed(_record)); }));
-    QVERIFY(answerFileDialog());
+    QVERIFY(saveUnderTypedName());
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(_csv) && !_window->named("progressFeedback"), boundMs);
 
     tour::RecordFile file;
@@ -408,7 +380,7 @@ void tst_with_display::theRecordIsSavedUnderTheTypedPath()
 void tst_with_display::aFileDroppedOnTheRecordsIsImported()
 {
     QProcess source;
-    source.setProcessEnvironment(environment());
+    source.setProcessEnvironment(_environment);
     const auto ends = qScopeGuard([&source] { end(&source); });
     source.start(QStringLiteral(RR_DRAG_SOURCE),
         { _csv, QString::number(dragSourcePlace.x()), QString::number(dragSourcePlace.y()) });
@@ -460,7 +432,7 @@ void tst_with_display::theCopyIsDeletedThroughTheQuestion()
 void tst_with_display::aFileIsImportedThroughTheButton()
 {
     QVERIFY(clickNamed("importButton"));
-    QVERIFY(answerFileDialog());
+    QVERIFY(openListedFile());
     QTRY_VERIFY_WITH_TIMEOUT(_window->withText("RECORDS (2)"), boundMs);
     QTRY_VERIFY_WITH_TIMEOUT(recordNamed("plant copy"), boundMs);
     QVERIFY(recordNamed(_record));
