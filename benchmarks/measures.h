@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QTextStream>
@@ -10,24 +9,38 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <ctime>
 #include <optional>
 #include <vector>
 
 /// What the growth benchmarks have in common: the sizes, medians, and a table with goals.
 ///
-/// A busy machine slows everything that runs at one moment alike: measures that are compared belong into the same
-/// round, and the median of several rounds is what counts.
+/// A busy machine slows everything that runs at one moment alike, by its caches too: measures that are compared belong
+/// into the same round, and the median of several rounds is what counts.
 namespace Measures {
 
 inline constexpr std::array<int, 3> SIZES { 1000, 10000, 100000 };
 
-/// Nanoseconds that `work` takes.
+/// Nanoseconds that this thread has been working.
+inline double threadTime()
+{
+    timespec time {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+}
+
+/// Nanoseconds that `work` takes of this thread; the time of others, on a busy machine, is not counted.
 template <typename Work> double timed(const Work& work)
 {
-    QElapsedTimer timer;
-    timer.start();
+    const double begin = threadTime();
     work();
-    return static_cast<double>(timer.nsecsElapsed());
+    return threadTime() - begin;
+}
+
+inline double median(std::vector<double> samples)
+{
+    std::sort(samples.begin(), samples.end());
+    return samples.empty() ? NAN : samples.at(samples.size() / 2);
 }
 
 /// One figure for each of SIZES, from the samples of several rounds.
@@ -36,17 +49,15 @@ class Series
 public:
     void add(size_t size, double sample) { _samples.at(size).push_back(sample); }
 
-    double median(size_t size) const
-    {
-        std::vector<double> sorted = _samples.at(size);
-        std::sort(sorted.begin(), sorted.end());
-        return sorted.empty() ? NAN : sorted.at(sorted.size() / 2);
-    }
+    double median(size_t size) const { return Measures::median(_samples.at(size)); }
 
-    double least(size_t size) const
+    std::array<double, SIZES.size()> medians() const
     {
-        const std::vector<double>& samples = _samples.at(size);
-        return samples.empty() ? NAN : *std::min_element(samples.begin(), samples.end());
+        std::array<double, SIZES.size()> medians {};
+        for (size_t size = 0; size < SIZES.size(); ++size) {
+            medians.at(size) = median(size);
+        }
+        return medians;
     }
 
 private:

@@ -97,12 +97,6 @@ TestFile newFile(const QByteArray& value)
     return file;
 }
 
-double median(std::vector<double>& samples)
-{
-    std::sort(samples.begin(), samples.end());
-    return samples.at(samples.size() / 2);
-}
-
 } // namespace
 
 int main(int argc, char** argv)

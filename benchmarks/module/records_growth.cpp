@@ -225,10 +225,7 @@ void printSeries(const char* name, const Series& series)
 
 void printRatio(const char* name, const Series& ratios, std::optional<double> goal = {})
 {
-    std::array<double, SIZES.size()> figures {};
-    for (size_t size = 0; size < SIZES.size(); ++size) {
-        figures.at(size) = ratios.median(size);
-    }
+    const auto figures = ratios.medians();
     printLine(name, figures, figures.back(), goal);
 }
 

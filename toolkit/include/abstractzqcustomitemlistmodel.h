@@ -72,6 +72,19 @@ public:
     /// As get(), for C++ alone: says nothing about the item's ownership to the JavaScript engine.
     virtual QObject* itemAt(qsizetype index) const = 0;
 
+    /// A number for a row that stays with it wherever the row moves, until it is removed. Small, because it indexes
+    /// tables: a new row may get the id of one that is gone.
+    virtual int rowId(int row) const = 0;
+
+    /// The ids of `count` rows from `first` on, all of which must exist.
+    virtual QList<int> rowIds(int first, int count) const = 0;
+
+    /// The row that has an id, or -1.
+    virtual int rowOfId(int id) const = 0;
+
+    /// The item in the row that has an id; null as for itemAt().
+    virtual QObject* itemOfId(int id) const = 0;
+
     Q_INVOKABLE virtual bool contains(QObject* object) const = 0;
 
     /// The first row that holds the item, or -1.

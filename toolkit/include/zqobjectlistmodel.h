@@ -39,6 +39,10 @@ public:
     bool deleteNItems(qsizetype index, qsizetype count) override;
     void deleteAllItems() override;
     QObject* itemAt(qsizetype index) const override;
+    int rowId(int row) const override { return _rows.ids().at(row); }
+    QList<int> rowIds(int first, int count) const override { return _rows.ids().ids(first, count); }
+    int rowOfId(int id) const override { return static_cast<int>(_rows.ids().rowOf(id)); }
+    QObject* itemOfId(int id) const override;
     bool contains(QObject* object) const override;
     qsizetype indexOf(QObject* object) const override;
     QVariantList toVariantList() const override;

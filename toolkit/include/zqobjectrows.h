@@ -1,21 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "zqtoolkit_global.h"
+#include "zqrowids.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
 
-#include <memory>
 #include <vector>
 
 class QObject;
 
 /// An ordered list of object addresses that knows where each of them stands without scanning.
 ///
-/// Only the addresses are used: an object may be half destroyed, or gone, when it is looked up. The rows stand in
-/// blocks of a few hundred, and every object knows its block: an edit touches one block and the numbers of the blocks
-/// behind it, a look-up one block. Objects that stand in several rows are allowed and looked up by a scan.
+/// Only the addresses are used: an object may be half destroyed, or gone, when it is looked up. Every row has an id
+/// that stays with it wherever it moves; when the row is removed, a later one may get its id. Objects that stand in
+/// several rows are allowed and looked up by a scan.
 class ZQTOOLKIT_EXPORT ZqObjectRows
 {
 public:
@@ -23,17 +22,26 @@ public:
     ~ZqObjectRows();
     Q_DISABLE_COPY_MOVE(ZqObjectRows)
 
-    qsizetype size() const { return _size; }
-    bool isEmpty() const { return _size == 0; }
+    qsizetype size() const { return _ids.size(); }
+    bool isEmpty() const { return _ids.isEmpty(); }
 
     /// `row` is from 0 to size() - 1.
-    QObject* at(qsizetype row) const;
-
-    /// All of them, in order; a copy.
-    QList<QObject*> objects() const;
+    QObject* at(qsizetype row) const { return _objectsById[static_cast<size_t>(_ids.at(row))]; }
 
     /// `count` of them from `row` on, all of which must exist.
     QList<QObject*> objects(qsizetype row, qsizetype count) const;
+
+    /// All of them, in order; a copy.
+    QList<QObject*> objects() const { return objects(0, size()); }
+
+    /// The ids of the rows.
+    const ZqRowIds& ids() const { return _ids; }
+
+    /// The object in the row of an id, or null when there is no such row.
+    QObject* objectOf(int id) const
+    {
+        return static_cast<size_t>(id) < _objectsById.size() ? _objectsById[static_cast<size_t>(id)] : nullptr;
+    }
 
     /// Another number after every change of the rows.
     unsigned edits() const { return _edits; }
@@ -60,32 +68,19 @@ public:
     void clear();
 
 private:
-    struct Block
-    {
-        QList<QObject*> objects;
-        /// Position among the blocks, and the row of the first object; right up to the first stale block.
-        size_t position = 0;
-        qsizetype firstRow = 0;
-    };
-
     struct Entry
     {
-        /// The block of the only row, or of any of several.
-        Block* block = nullptr;
+        /// The only row, or any of several.
+        int id = -1;
         qsizetype occurrences = 0;
     };
 
-    Block* _newBlock(size_t position);
-    Block* _blockOf(qsizetype row) const;
-    Block* _roomFor(qsizetype row);
-    void _number() const;
-    void _markStale(size_t position) { _firstStaleBlock = qMin(_firstStaleBlock, position); }
-    void _forget(QObject* object);
+    int _newId(QObject* object);
+    void _forget(int id);
 
-    std::vector<std::unique_ptr<Block>> _blocks;
+    ZqRowIds _ids;
+    std::vector<QObject*> _objectsById;
+    std::vector<int> _freeIds;
     QHash<const QObject*, Entry> _entries;
-    qsizetype _size = 0;
     unsigned _edits = 0;
-    /// Blocks from here on have to be numbered before they are asked.
-    mutable size_t _firstStaleBlock = 0;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "zqrowids.h"
 #include "zqtoolkit_global.h"
 
 #include <QtCore/QAbstractProxyModel>
@@ -45,7 +46,7 @@ public:
     /// the row before it comes earlier in the source, the row behind it later. By default every item does.
     virtual bool hasSortKey(QObject* item, int sourceRow) const;
 
-    int count() const { return static_cast<int>(_sourceRows.size()); }
+    int count() const { return static_cast<int>(_ids.size()); }
 
     /// The item shown at a row, or null when there is no such row.
     Q_INVOKABLE QObject* get(int row) const;
@@ -81,21 +82,32 @@ private slots:
     void _onSourceRowsInserted(const QModelIndex& parent, int first, int last);
     void _onSourceRowsAboutToBeRemoved(const QModelIndex& parent, int first, int last);
     void _onSourceRowsRemoved(const QModelIndex& parent, int first, int last);
-    void _onSourceRowsMoved(const QModelIndex& parent, int first, int last, const QModelIndex& target, int before);
+    void _onSourceRearranged();
     void _onSourceDataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight, const QList<int>& roles);
 
 private:
-    QObject* _item(int sourceRow) const;
-    bool _accepts(int sourceRow) const;
-    QList<int> _acceptedRows(int first, int last) const;
-    bool _noteKey(int sourceRow);
-    bool _isKeyed(int sourceRow) const;
-    bool _comesBefore(int leftSourceRow, int rightSourceRow) const;
+    /// A row of the source as the order sees it.
+    struct SourceRow
+    {
+        int id;
+        int sourceRow;
+        QObject* item;
+    };
+
+    static QList<int> _idsOf(const QList<SourceRow>& rows);
+    SourceRow _row(int id) const;
+    bool _accepts(const SourceRow& row) const;
+    QList<SourceRow> _sourceRows(int first, int last) const;
+    QList<SourceRow> _acceptedRows(int first, int last) const;
+    bool _noteKey(const SourceRow& row);
+    bool _isKeyed(int id) const { return _unkeyed.isEmpty() || !_unkeyed.contains(id); }
+    bool _comesBefore(const SourceRow& left, const SourceRow& right) const;
+    bool _comesBefore(int leftId, int rightId) const { return _comesBefore(_row(leftId), _row(rightId)); }
     bool _standsWell(int row) const;
-    int _placeFor(int sourceRow, int begin, int end) const;
+    int _placeFor(const SourceRow& added, int begin, int end) const;
+    QList<int> _placesFor(const QList<SourceRow>& sorted) const;
     void _reposition(int row);
-    QList<int> _sorted(QList<int> sourceRows) const;
-    bool _isGoing(int sourceRow) const;
+    QList<SourceRow> _sorted(QList<SourceRow> rows) const;
     bool _isInStep(int added = 0) const;
     void _rebuild();
     void _reset();
@@ -103,42 +115,30 @@ private:
 
     // Steps. Who is told of one may change more: a step that then had more to do stops and returns false, and all has
     // to be asked anew.
-    [[nodiscard]] bool _show(const QList<int>& sourceRows);
-    [[nodiscard]] bool _showSorted(const QList<int>& sourceRows);
-    [[nodiscard]] bool _hide(QList<int> rows);
+    [[nodiscard]] bool _show(const QList<SourceRow>& rows);
+    [[nodiscard]] bool _showSorted(const QList<SourceRow>& rows);
+    [[nodiscard]] bool _hide(const QList<int>& rows);
     [[nodiscard]] bool _sort();
-    [[nodiscard]] bool _arrange(const QList<int>& sourceRows);
+    [[nodiscard]] bool _arrange(const QList<int>& ids);
     [[nodiscard]] bool _askAnew();
-    void _insertRows(int row, const QList<int>& sourceRows);
+    void _insertRows(int row, const QList<int>& ids);
+    void _removeRows(int first, int last);
     void _moveRow(int from, int to);
-    void _relayout(const QList<int>& sourceRows);
-    void _forgetLookup();
-
-    /// A range of the source's rows.
-    struct Range
-    {
-        int first;
-        int last;
-    };
+    void _relayout(const QList<int>& ids);
 
     AbstractZqCustomItemListModel* _source = nullptr;
-    /// The source row that each row shows.
-    QList<int> _sourceRows;
+    /// The ids of the source's rows that are shown, in the order shown.
+    ZqRowIds _ids;
     /// How many rows the source has by what it told; it has others while it is telling somebody else.
     int _sourceSize = 0;
-    /// The rows that the source has announced to remove, the innermost removal last: they are not shown again.
-    QList<Range> _going;
-    /// The source changed otherwise between announcing a removal and completing it: its numbers are of before.
-    bool _isAstray = false;
+    /// The ids of rows that the source has announced to remove, the innermost removal last: they are not shown again.
+    QList<QSet<int>> _going;
     /// Rows went while the source was removing its own.
     bool _mustTellCount = false;
     /// Counts what the view was told or asked: a step that finds another number than at its begin was disturbed.
     unsigned _entries = 0;
-    /// The items shown without sort key. May name items that are gone until the next sort, so only addresses are used.
-    QSet<const QObject*> _unkeyed;
+    /// The ids of the rows shown without sort key.
+    QSet<int> _unkeyed;
     /// Set when rows that are about to go leave neighbours that stand the wrong way round.
     bool _mustSortAfterRemoval = false;
-    /// Source row to row, or -1; made when look-ups repeat, forgotten when rows come or go.
-    mutable QList<int> _rowsBySource;
-    mutable int _lookupsWithoutTable = 0;
 };

@@ -338,6 +338,12 @@ QObject* ZqObjectListModel::itemAt(qsizetype index) const
     return _dying.contains(item) ? nullptr : item;
 }
 
+QObject* ZqObjectListModel::itemOfId(int id) const
+{
+    QObject* const item = _rows.objectOf(id);
+    return _dying.contains(item) ? nullptr : item;
+}
+
 bool ZqObjectListModel::contains(QObject* object) const
 {
     return _rows.occurrences(object) > 0;

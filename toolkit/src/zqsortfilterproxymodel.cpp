@@ -7,12 +7,10 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace {
-/// Look-ups answered by a scan before the table that answers them at once is worth its making.
-constexpr int SCANS_BEFORE_TABLE = 4;
-
-/// Moves or insertions up to which a new order is told step by step.
+/// Moves or insertions up to which a change is told step by step.
 constexpr int MOST_SINGLE_STEPS = 32;
 } // namespace
 
@@ -53,32 +51,13 @@ int ZqSortFilterProxyModel::indexOf(QObject* item) const
 
 int ZqSortFilterProxyModel::sourceRow(int row) const
 {
-    return row >= 0 && row < count() ? _sourceRows.at(row) : -1;
+    return _source && row >= 0 && row < count() ? _source->rowOfId(_ids.at(row)) : -1;
 }
 
 int ZqSortFilterProxyModel::rowOfSource(int sourceRow) const
 {
-    if (sourceRow < 0 || !_source) {
-        return -1;
-    }
-    if (_rowsBySource.isEmpty()) {
-        if (++_lookupsWithoutTable <= SCANS_BEFORE_TABLE) {
-            return static_cast<int>(_sourceRows.indexOf(sourceRow));
-        }
-        _rowsBySource.fill(-1, _source->size());
-        for (int row = 0; row < count(); ++row) {
-            if (_sourceRows.at(row) < _rowsBySource.size()) {
-                _rowsBySource[_sourceRows.at(row)] = row;
-            }
-        }
-    }
-    return sourceRow < _rowsBySource.size() ? _rowsBySource.at(sourceRow) : -1;
-}
-
-void ZqSortFilterProxyModel::_forgetLookup()
-{
-    _rowsBySource.clear();
-    _lookupsWithoutTable = 0;
+    const bool exists = _source && sourceRow >= 0 && sourceRow < _source->size();
+    return exists ? static_cast<int>(_ids.rowOf(_source->rowId(sourceRow))) : -1;
 }
 
 QModelIndex ZqSortFilterProxyModel::index(int row, int column, const QModelIndex& parent) const
@@ -124,85 +103,91 @@ QModelIndex ZqSortFilterProxyModel::mapFromSource(const QModelIndex& sourceIndex
     return index(rowOfSource(sourceIndex.row()), 0);
 }
 
-QObject* ZqSortFilterProxyModel::_item(int sourceRow) const
+QList<int> ZqSortFilterProxyModel::_idsOf(const QList<SourceRow>& rows)
 {
-    return _source ? _source->itemAt(sourceRow) : nullptr;
-}
-
-bool ZqSortFilterProxyModel::_accepts(int sourceRow) const
-{
-    QObject* const item = _isGoing(sourceRow) ? nullptr : _item(sourceRow);
-    return item && filterAccepts(item, sourceRow);
-}
-
-bool ZqSortFilterProxyModel::_isGoing(int sourceRow) const
-{
-    return std::any_of(_going.cbegin(), _going.cend(),
-        [sourceRow](const Range& range) { return sourceRow >= range.first && sourceRow <= range.last; });
-}
-
-QList<int> ZqSortFilterProxyModel::_acceptedRows(int first, int last) const
-{
-    QList<int> accepted;
-    for (int row = first; row <= last; ++row) {
-        if (_accepts(row)) {
-            accepted.append(row);
-        }
+    QList<int> ids;
+    ids.reserve(rows.size());
+    for (const SourceRow& row : rows) {
+        ids.append(row.id);
     }
-    return accepted;
+    return ids;
+}
+
+ZqSortFilterProxyModel::SourceRow ZqSortFilterProxyModel::_row(int id) const
+{
+    return { id, _source->rowOfId(id), _source->itemOfId(id) };
+}
+
+bool ZqSortFilterProxyModel::_accepts(const SourceRow& row) const
+{
+    const bool isGoing
+        = std::any_of(_going.cbegin(), _going.cend(), [&row](const QSet<int>& ids) { return ids.contains(row.id); });
+    return row.item && !isGoing && filterAccepts(row.item, row.sourceRow);
+}
+
+/// A range of the source's rows, as far as they still exist.
+QList<ZqSortFilterProxyModel::SourceRow> ZqSortFilterProxyModel::_sourceRows(int first, int last) const
+{
+    const QList<int> ids = _source->rowIds(first, qMax(0, qMin(last + 1, _source->size()) - first));
+    QList<SourceRow> rows;
+    rows.reserve(ids.size());
+    for (const int id : ids) {
+        rows.append({ id, first++, _source->itemOfId(id) });
+    }
+    return rows;
+}
+
+QList<ZqSortFilterProxyModel::SourceRow> ZqSortFilterProxyModel::_acceptedRows(int first, int last) const
+{
+    QList<SourceRow> rows = _sourceRows(first, last);
+    rows.removeIf([this](const SourceRow& row) { return !_accepts(row); });
+    return rows;
 }
 
 /// Remembers whether an item has a sort key; returns whether that is news.
-bool ZqSortFilterProxyModel::_noteKey(int sourceRow)
+bool ZqSortFilterProxyModel::_noteKey(const SourceRow& row)
 {
-    QObject* const item = _item(sourceRow);
-    if (hasSortKey(item, sourceRow)) {
-        return _unkeyed.remove(item);
+    if (hasSortKey(row.item, row.sourceRow)) {
+        return _unkeyed.remove(row.id);
     }
-    const bool isNews = !_unkeyed.contains(item);
-    _unkeyed.insert(item);
+    const bool isNews = !_unkeyed.contains(row.id);
+    _unkeyed.insert(row.id);
     return isNews;
 }
 
-bool ZqSortFilterProxyModel::_isKeyed(int sourceRow) const
-{
-    return _unkeyed.isEmpty() || !_unkeyed.contains(_item(sourceRow));
-}
-
 /// The order shown: isLessThan() between items with a sort key, and the source's order where it does not decide.
-bool ZqSortFilterProxyModel::_comesBefore(int leftSourceRow, int rightSourceRow) const
+bool ZqSortFilterProxyModel::_comesBefore(const SourceRow& left, const SourceRow& right) const
 {
-    if (!_isKeyed(leftSourceRow) || !_isKeyed(rightSourceRow)) {
-        return leftSourceRow < rightSourceRow;
+    if (!_isKeyed(left.id) || !_isKeyed(right.id)) {
+        return left.sourceRow < right.sourceRow;
     }
-    QObject* const left = _item(leftSourceRow);
-    QObject* const right = _item(rightSourceRow);
-    if (isLessThan(left, leftSourceRow, right, rightSourceRow)) {
+    if (isLessThan(left.item, left.sourceRow, right.item, right.sourceRow)) {
         return true;
     }
-    return leftSourceRow < rightSourceRow && !isLessThan(right, rightSourceRow, left, leftSourceRow);
+    return left.sourceRow < right.sourceRow && !isLessThan(right.item, right.sourceRow, left.item, left.sourceRow);
 }
 
 /// Whether a row need not move: it is on the right side of its neighbours and, when it has a sort key, of the next rows
 /// that have one.
 bool ZqSortFilterProxyModel::_standsWell(int row) const
 {
-    const int sourceRow = _sourceRows.at(row);
-    const bool isKeyed = _isKeyed(sourceRow);
+    const SourceRow shown = _row(_ids.at(row));
+    const bool isKeyed = _isKeyed(shown.id);
     for (int before = row - 1; before >= 0; --before) {
-        if (_comesBefore(sourceRow, _sourceRows.at(before))
-            && (before == row - 1 || _isKeyed(_sourceRows.at(before)))) {
+        const int id = _ids.at(before);
+        if ((before == row - 1 || _isKeyed(id)) && _comesBefore(shown, _row(id))) {
             return false;
         }
-        if (!isKeyed || _isKeyed(_sourceRows.at(before))) {
+        if (!isKeyed || _isKeyed(id)) {
             break;
         }
     }
     for (int after = row + 1; after < count(); ++after) {
-        if (_comesBefore(_sourceRows.at(after), sourceRow) && (after == row + 1 || _isKeyed(_sourceRows.at(after)))) {
+        const int id = _ids.at(after);
+        if ((after == row + 1 || _isKeyed(id)) && _comesBefore(_row(id), shown)) {
             return false;
         }
-        if (!isKeyed || _isKeyed(_sourceRows.at(after))) {
+        if (!isKeyed || _isKeyed(id)) {
             break;
         }
     }
@@ -210,15 +195,15 @@ bool ZqSortFilterProxyModel::_standsWell(int row) const
 }
 
 /// Where an item with a sort key goes among the rows of a range that have one.
-int ZqSortFilterProxyModel::_placeFor(int sourceRow, int begin, int end) const
+int ZqSortFilterProxyModel::_placeFor(const SourceRow& added, int begin, int end) const
 {
     while (begin < end) {
         const int middle = begin + (end - begin) / 2;
         int asked = middle;
-        while (asked < end && !_isKeyed(_sourceRows.at(asked))) {
+        while (asked < end && !_isKeyed(_ids.at(asked))) {
             ++asked;
         }
-        if (asked == end || _comesBefore(sourceRow, _sourceRows.at(asked))) {
+        if (asked == end || _comesBefore(added, _row(_ids.at(asked)))) {
             end = middle;
         } else {
             begin = asked + 1;
@@ -227,133 +212,159 @@ int ZqSortFilterProxyModel::_placeFor(int sourceRow, int begin, int end) const
     return begin;
 }
 
-/// `sourceRows` in ascending order, so that a stable sort keeps the source's order of equals.
-QList<int> ZqSortFilterProxyModel::_sorted(QList<int> sourceRows) const
+/// Where each item of a sorted batch goes among the rows shown, all of which have a sort key.
+QList<int> ZqSortFilterProxyModel::_placesFor(const QList<SourceRow>& sorted) const
 {
-    const int size = _source ? _source->size() : 0;
-    QList<QObject*> items(size);
-    for (const int row : sourceRows) {
-        items[row] = _item(row);
+    QList<int> places;
+    places.reserve(sorted.size());
+    int place = 0;
+    for (const SourceRow& added : sorted) {
+        // Searched for in growing steps from the place of the one before, so that a few ask little and many hardly
+        // more than the rows between them.
+        int step = 1;
+        while (step <= count() - place && !_comesBefore(added, _row(_ids.at(place + step - 1)))) {
+            place += step;
+            step *= 2;
+        }
+        place = _placeFor(added, place, qMin(place + step - 1, count()));
+        places.append(place);
     }
-    QList<int> unkeyed;
-    sourceRows.removeIf([this, &items, &unkeyed](int row) {
-        if (hasSortKey(items.at(row), row)) {
+    return places;
+}
+
+/// `rows` in the source's order, so that a stable sort keeps the source's order of equals.
+QList<ZqSortFilterProxyModel::SourceRow> ZqSortFilterProxyModel::_sorted(QList<SourceRow> rows) const
+{
+    QList<SourceRow> unkeyed;
+    rows.removeIf([this, &unkeyed](const SourceRow& row) {
+        if (hasSortKey(row.item, row.sourceRow)) {
             return false;
         }
         unkeyed.append(row);
         return true;
     });
-    zqMergeSort(sourceRows,
-        [this, &items](int left, int right) { return isLessThan(items.at(left), left, items.at(right), right); });
+    zqMergeSort(rows, [this](const SourceRow& left, const SourceRow& right) {
+        return isLessThan(left.item, left.sourceRow, right.item, right.sourceRow);
+    });
+    if (unkeyed.isEmpty()) {
+        return rows;
+    }
 
     // Merged from the end, so that an item without key stands as far behind as its source row allows.
-    QList<int> merged(sourceRows.size() + unkeyed.size());
-    qsizetype keyedLeft = sourceRows.size();
+    QList<SourceRow> merged(rows.size() + unkeyed.size());
+    qsizetype keyedLeft = rows.size();
     qsizetype unkeyedLeft = unkeyed.size();
     for (qsizetype out = merged.size() - 1; out >= 0; --out) {
-        const bool takesKeyed
-            = unkeyedLeft == 0 || (keyedLeft > 0 && unkeyed.at(unkeyedLeft - 1) < sourceRows.at(keyedLeft - 1));
-        merged[out] = takesKeyed ? sourceRows.at(--keyedLeft) : unkeyed.at(--unkeyedLeft);
+        const bool takesKeyed = unkeyedLeft == 0
+            || (keyedLeft > 0 && unkeyed.at(unkeyedLeft - 1).sourceRow < rows.at(keyedLeft - 1).sourceRow);
+        merged[out] = takesKeyed ? rows.at(--keyedLeft) : unkeyed.at(--unkeyedLeft);
     }
     return merged;
 }
 
 void ZqSortFilterProxyModel::_rebuild()
 {
-    _forgetLookup();
     _unkeyed.clear();
     _sourceSize = _source ? _source->size() : 0;
-    _sourceRows = _source ? _acceptedRows(0, _source->size() - 1) : QList<int>();
-    for (const int sourceRow : std::as_const(_sourceRows)) {
-        _noteKey(sourceRow);
+    const QList<SourceRow> rows = _source ? _acceptedRows(0, _sourceSize - 1) : QList<SourceRow>();
+    for (const SourceRow& row : rows) {
+        _noteKey(row);
     }
-    _sourceRows = _sorted(_sourceRows);
+    _ids.assign(_idsOf(_sorted(rows)));
 }
 
-/// Shows rows of the source, given in ascending order, that are not shown yet.
-bool ZqSortFilterProxyModel::_show(const QList<int>& sourceRows)
+/// Shows rows of the source, given in the source's order, that are not shown yet.
+bool ZqSortFilterProxyModel::_show(const QList<SourceRow>& rows)
 {
-    if (sourceRows.isEmpty()) {
+    if (rows.isEmpty()) {
         return true;
     }
-    for (const int sourceRow : sourceRows) {
-        _noteKey(sourceRow);
+    for (const SourceRow& row : rows) {
+        _noteKey(row);
     }
-    if (sourceRows.size() == 1 && _isKeyed(sourceRows.first())) {
+    if (rows.size() == 1 && _isKeyed(rows.first().id)) {
         const unsigned entry = _entries;
-        const int row = _placeFor(sourceRows.first(), 0, count());
-        _insertRows(row, sourceRows);
+        const int row = _placeFor(rows.first(), 0, count());
+        _insertRows(row, { rows.first().id });
         return _unkeyed.isEmpty() || (entry == _entries && _standsWell(row)) || _sort();
     }
-    if (_unkeyed.isEmpty() || _sourceRows.isEmpty()) {
-        return _showSorted(_sorted(sourceRows));
+    if (_unkeyed.isEmpty() || _ids.isEmpty()) {
+        return _showSorted(_sorted(rows));
     }
     // Where the others stand may change too.
-    _insertRows(count(), sourceRows);
+    _insertRows(count(), _idsOf(rows));
     return _sort();
 }
 
-/// Shows a sorted batch of rows, merging it into those shown.
-bool ZqSortFilterProxyModel::_showSorted(const QList<int>& sourceRows)
+/// Shows a sorted batch of rows among those shown: in single insertions, which views can follow, when a few are enough.
+bool ZqSortFilterProxyModel::_showSorted(const QList<SourceRow>& rows)
 {
     const unsigned entry = _entries;
-    QList<int> merged;
-    merged.reserve(_sourceRows.size() + sourceRows.size());
-    // Rows and how many of the batch start there, in the order in which they can be inserted one after the other.
-    QList<std::pair<int, int>> blocks;
-    qsizetype shown = 0;
-    qsizetype added = 0;
-    while (shown < _sourceRows.size() || added < sourceRows.size()) {
-        const bool takesAdded = shown == _sourceRows.size()
-            || (added < sourceRows.size() && _comesBefore(sourceRows.at(added), _sourceRows.at(shown)));
-        if (!takesAdded) {
-            merged.append(_sourceRows.at(shown++));
-            continue;
+    const QList<int> ids = _idsOf(rows);
+    const QList<int> places = _placesFor(rows);
+    // Each the first of those that go to the same place.
+    QList<qsizetype> firsts;
+    for (qsizetype i = 0; i < places.size(); ++i) {
+        if (i == 0 || places.at(i) != places.at(i - 1)) {
+            firsts.append(i);
         }
-        const int row = static_cast<int>(merged.size());
-        if (blocks.isEmpty() || blocks.last().first + blocks.last().second != row) {
-            blocks.append({ row, 0 });
-        }
-        ++blocks.last().second;
-        merged.append(sourceRows.at(added++));
     }
-    if (blocks.size() > MOST_SINGLE_STEPS) {
-        _insertRows(count(), sourceRows);
+    if (firsts.size() > MOST_SINGLE_STEPS) {
+        const QList<int> shown = _ids.ids();
+        QList<int> merged;
+        merged.reserve(shown.size() + ids.size());
+        qsizetype added = 0;
+        for (qsizetype place = 0; place <= shown.size(); ++place) {
+            while (added < ids.size() && places.at(added) == place) {
+                merged.append(ids.at(added++));
+            }
+            if (place < shown.size()) {
+                merged.append(shown.at(place));
+            }
+        }
+        _insertRows(count(), ids);
         if (entry != _entries) {
             return false;
         }
         _relayout(merged);
         return true;
     }
-    for (const auto& [row, size] : std::as_const(blocks)) {
+    for (qsizetype i = 0; i < firsts.size(); ++i) {
         if (entry != _entries) {
             return false;
         }
-        _insertRows(row, merged.mid(row, size));
+        const qsizetype first = firsts.at(i);
+        const qsizetype end = i + 1 < firsts.size() ? firsts.at(i + 1) : ids.size();
+        // Those before it in the batch stand before it by now.
+        _insertRows(places.at(first) + static_cast<int>(first), ids.mid(first, end - first));
     }
     return true;
 }
 
-void ZqSortFilterProxyModel::_insertRows(int row, const QList<int>& sourceRows)
+void ZqSortFilterProxyModel::_insertRows(int row, const QList<int>& ids)
 {
-    beginInsertRows(QModelIndex(), row, static_cast<int>(row + sourceRows.size() - 1));
-    if (row == count()) {
-        _sourceRows.append(sourceRows);
-    } else {
-        _sourceRows.insert(row, sourceRows.size(), 0);
-        std::copy(sourceRows.cbegin(), sourceRows.cend(), _sourceRows.begin() + row);
-    }
-    _forgetLookup();
+    beginInsertRows(QModelIndex(), row, static_cast<int>(row + ids.size() - 1));
+    _ids.insert(row, ids);
     endInsertRows();
 }
 
-/// Takes rows out of the view; asks nothing of their items, which may be half destroyed.
-bool ZqSortFilterProxyModel::_hide(QList<int> rows)
+void ZqSortFilterProxyModel::_removeRows(int first, int last)
+{
+    beginRemoveRows(QModelIndex(), first, last);
+    if (!_unkeyed.isEmpty()) {
+        for (const int id : _ids.ids(first, last - first + 1)) {
+            _unkeyed.remove(id);
+        }
+    }
+    _ids.remove(first, last - first + 1);
+    endRemoveRows();
+}
+
+/// Takes rows, given in ascending order, out of the view; asks nothing of their items, which may be half destroyed.
+bool ZqSortFilterProxyModel::_hide(const QList<int>& rows)
 {
     const unsigned entry = _entries;
-    std::sort(rows.begin(), rows.end());
-    qsizetype end = rows.size();
-    while (end > 0) {
+    for (qsizetype end = rows.size(); end > 0;) {
         if (entry != _entries) {
             return false;
         }
@@ -361,10 +372,7 @@ bool ZqSortFilterProxyModel::_hide(QList<int> rows)
         while (begin > 0 && rows.at(begin - 1) == rows.at(begin) - 1) {
             --begin;
         }
-        beginRemoveRows(QModelIndex(), rows.at(begin), rows.at(end - 1));
-        _sourceRows.remove(rows.at(begin), end - begin);
-        _forgetLookup();
-        endRemoveRows();
+        _removeRows(rows.at(begin), rows.at(end - 1));
         end = begin;
     }
     return true;
@@ -372,51 +380,47 @@ bool ZqSortFilterProxyModel::_hide(QList<int> rows)
 
 bool ZqSortFilterProxyModel::_sort()
 {
-    QList<int> ascending = _sourceRows;
-    std::sort(ascending.begin(), ascending.end());
-    _unkeyed.clear();
-    for (const int sourceRow : std::as_const(ascending)) {
-        _noteKey(sourceRow);
+    QList<SourceRow> rows = _sourceRows(0, _source->size() - 1);
+    rows.removeIf([this](const SourceRow& row) { return !_ids.contains(row.id); });
+    for (const SourceRow& row : std::as_const(rows)) {
+        _noteKey(row);
     }
-    return _arrange(_sorted(ascending));
+    return _arrange(_idsOf(_sorted(rows)));
 }
 
 /// Moves the one row that a change put in the wrong place.
 void ZqSortFilterProxyModel::_reposition(int row)
 {
-    const int sourceRow = _sourceRows.at(row);
-    const bool movesUp = row > 0 && _comesBefore(sourceRow, _sourceRows.at(row - 1));
-    _moveRow(row, movesUp ? _placeFor(sourceRow, 0, row) : _placeFor(sourceRow, row + 1, count()) - 1);
+    const SourceRow changed = _row(_ids.at(row));
+    const bool movesUp = row > 0 && _comesBefore(changed, _row(_ids.at(row - 1)));
+    _moveRow(row, movesUp ? _placeFor(changed, 0, row) : _placeFor(changed, row + 1, count()) - 1);
 }
 
 /// Moves a row so that it ends at row `to`.
 void ZqSortFilterProxyModel::_moveRow(int from, int to)
 {
     if (from != to && beginMoveRows(QModelIndex(), from, from, QModelIndex(), to > from ? to + 1 : to)) {
-        _sourceRows.move(from, to);
-        _forgetLookup();
+        const int id = _ids.at(from);
+        _ids.remove(from, 1);
+        _ids.insert(to, id);
         endMoveRows();
     }
 }
 
 /// Brings the rows into another order: in single moves, which views can follow, when a few are enough.
-bool ZqSortFilterProxyModel::_arrange(const QList<int>& sourceRows)
+bool ZqSortFilterProxyModel::_arrange(const QList<int>& ids)
 {
-    if (sourceRows == _sourceRows) {
-        return true;
+    if (ids.size() != _ids.size()) {
+        return false;
     }
     // What stays is the longest run of rows that are in the right order already, found by patience: piles holds for
     // each length the position, in the new order, at which a run of that length ends with the smallest old row.
-    QHash<int, int> oldRows;
-    oldRows.reserve(_sourceRows.size());
-    for (int row = 0; row < count(); ++row) {
-        oldRows.insert(_sourceRows.at(row), row);
-    }
-    QList<int> ranks(sourceRows.size());
-    QList<int> before(sourceRows.size());
+    const std::vector<int> oldRows = _ids.rowsById();
+    QList<int> ranks(ids.size());
+    QList<int> before(ids.size());
     QList<int> piles;
-    for (int position = 0; position < sourceRows.size(); ++position) {
-        ranks[position] = oldRows.value(sourceRows.at(position));
+    for (int position = 0; position < ids.size(); ++position) {
+        ranks[position] = oldRows[static_cast<size_t>(ids.at(position))];
         const auto pile = std::lower_bound(piles.begin(), piles.end(), position,
             [&ranks](int left, int right) { return ranks.at(left) < ranks.at(right); });
         before[position] = pile == piles.begin() ? -1 : *std::prev(pile);
@@ -426,23 +430,22 @@ bool ZqSortFilterProxyModel::_arrange(const QList<int>& sourceRows)
             *pile = position;
         }
     }
-    if (sourceRows.size() - piles.size() > MOST_SINGLE_STEPS) {
-        _relayout(sourceRows);
+    if (ids.size() - piles.size() > MOST_SINGLE_STEPS) {
+        _relayout(ids);
         return true;
     }
     const unsigned entry = _entries;
-    QList<bool> stays(sourceRows.size(), false);
-    for (int position = piles.last(); position >= 0; position = before.at(position)) {
+    QList<bool> stays(ids.size(), false);
+    for (int position = piles.isEmpty() ? -1 : piles.last(); position >= 0; position = before.at(position)) {
         stays[position] = true;
     }
-    for (int position = 0; position < sourceRows.size(); ++position) {
+    for (int position = 0; position < ids.size(); ++position) {
         if (!stays.at(position)) {
             if (entry != _entries) {
                 return false;
             }
-            const int from = static_cast<int>(_sourceRows.indexOf(sourceRows.at(position)));
-            const int predecessor
-                = position == 0 ? -1 : static_cast<int>(_sourceRows.indexOf(sourceRows.at(position - 1)));
+            const int from = static_cast<int>(_ids.rowOf(ids.at(position)));
+            const int predecessor = position == 0 ? -1 : static_cast<int>(_ids.rowOf(ids.at(position - 1)));
             _moveRow(from, predecessor < from ? predecessor + 1 : predecessor);
         }
     }
@@ -451,24 +454,21 @@ bool ZqSortFilterProxyModel::_arrange(const QList<int>& sourceRows)
 
 /// Shows the same items in another order, in one step. Says nothing about the kind of change: views made of QML follow
 /// a change announced as a sort row by row, and get it wrong.
-void ZqSortFilterProxyModel::_relayout(const QList<int>& sourceRows)
+void ZqSortFilterProxyModel::_relayout(const QList<int>& ids)
 {
     emit layoutAboutToBeChanged();
     const QModelIndexList before = persistentIndexList();
-    QHash<int, int> newRows;
-    if (!before.isEmpty()) {
-        newRows.reserve(sourceRows.size());
-        for (qsizetype row = 0; row < sourceRows.size(); ++row) {
-            newRows.insert(sourceRows.at(row), static_cast<int>(row));
-        }
+    QList<int> watched;
+    watched.reserve(before.size());
+    for (const QModelIndex& index : before) {
+        watched.append(_ids.at(index.row()));
     }
+    _ids.assign(ids);
     QModelIndexList after;
     after.reserve(before.size());
-    for (const QModelIndex& index : before) {
-        after.append(createIndex(newRows.value(_sourceRows.at(index.row())), index.column()));
+    for (qsizetype i = 0; i < before.size(); ++i) {
+        after.append(createIndex(static_cast<int>(_ids.rowOf(watched.at(i))), before.at(i).column()));
     }
-    _sourceRows = sourceRows;
-    _forgetLookup();
     changePersistentIndexList(before, after);
     emit layoutChanged();
 }

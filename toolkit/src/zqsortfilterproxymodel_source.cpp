@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <numeric>
 #include <utility>
 
 void ZqSortFilterProxyModel::setSourceModel(QAbstractItemModel* sourceModel)
@@ -30,7 +29,6 @@ void ZqSortFilterProxyModel::setSourceModel(QAbstractItemModel* sourceModel)
     }
     _source = list;
     _going.clear();
-    _isAstray = false;
     QAbstractProxyModel::setSourceModel(list);
     if (list) {
         using Model = QAbstractItemModel;
@@ -38,12 +36,11 @@ void ZqSortFilterProxyModel::setSourceModel(QAbstractItemModel* sourceModel)
         connect(list, &QObject::destroyed, this, &View::_onSourceDestroyed);
         connect(list, &Model::modelAboutToBeReset, this, &View::_onSourceAboutToBeReset);
         connect(list, &Model::modelReset, this, &View::_onSourceReset);
-        connect(list, &Model::layoutAboutToBeChanged, this, &View::_onSourceAboutToBeReset);
-        connect(list, &Model::layoutChanged, this, &View::_onSourceReset);
+        connect(list, &Model::layoutChanged, this, &View::_onSourceRearranged);
         connect(list, &Model::rowsInserted, this, &View::_onSourceRowsInserted);
         connect(list, &Model::rowsAboutToBeRemoved, this, &View::_onSourceRowsAboutToBeRemoved);
         connect(list, &Model::rowsRemoved, this, &View::_onSourceRowsRemoved);
-        connect(list, &Model::rowsMoved, this, &View::_onSourceRowsMoved);
+        connect(list, &Model::rowsMoved, this, &View::_onSourceRearranged);
         connect(list, &Model::dataChanged, this, &View::_onSourceDataChanged);
     }
     _rebuild();
@@ -56,7 +53,6 @@ void ZqSortFilterProxyModel::_onSourceDestroyed()
     ++_entries;
     _source = nullptr;
     _going.clear();
-    _isAstray = false;
     _reset();
 }
 
@@ -68,7 +64,6 @@ void ZqSortFilterProxyModel::_onSourceAboutToBeReset()
 void ZqSortFilterProxyModel::_onSourceReset()
 {
     ++_entries;
-    _isAstray = !_going.isEmpty();
     _rebuild();
     endResetModel();
 }
@@ -102,22 +97,11 @@ void ZqSortFilterProxyModel::_onSourceRowsInserted(const QModelIndex&, int first
 {
     ++_entries;
     const int added = last - first + 1;
-    _isAstray = !_going.isEmpty();
-    for (Range& range : _going) {
-        range.first += range.first >= first ? added : 0;
-        range.last += range.last >= first ? added : 0;
-    }
     if (!_isInStep(added)) {
         _reset();
         return;
     }
     _sourceSize += added;
-    if (last + 1 < _sourceSize) {
-        for (int& sourceRow : _sourceRows) {
-            sourceRow += sourceRow >= first ? added : 0;
-        }
-    }
-    _forgetLookup();
     if (!_show(_acceptedRows(first, last))) {
         invalidate();
     }
@@ -126,25 +110,19 @@ void ZqSortFilterProxyModel::_onSourceRowsInserted(const QModelIndex&, int first
 void ZqSortFilterProxyModel::_onSourceRowsAboutToBeRemoved(const QModelIndex&, int first, int last)
 {
     const unsigned entry = ++_entries;
-    _isAstray = !_going.isEmpty();
-    _going.append({ first, last });
+    const QList<int> ids = _idsOf(_sourceRows(first, last));
+    _going.append(QSet<int>(ids.cbegin(), ids.cend()));
     if (!_isInStep()) {
         _reset();
         return;
     }
     QList<int> rows;
-    if (first == last) {
-        const int row = rowOfSource(first);
-        if (row >= 0) {
-            rows.append(row);
-        }
-    } else {
-        for (int row = 0; row < count(); ++row) {
-            if (_sourceRows.at(row) >= first && _sourceRows.at(row) <= last) {
-                rows.append(row);
-            }
+    for (const int id : ids) {
+        if (_ids.contains(id)) {
+            rows.append(static_cast<int>(_ids.rowOf(id)));
         }
     }
+    std::sort(rows.begin(), rows.end());
     if (!_hide(rows)) {
         invalidate();
     }
@@ -154,7 +132,7 @@ void ZqSortFilterProxyModel::_onSourceRowsAboutToBeRemoved(const QModelIndex&, i
         const int seam = rows.first();
         const bool isOneBlock = rows.last() - rows.first() + 1 == rows.size();
         _mustSortAfterRemoval = entry != _entries || !isOneBlock
-            || (seam > 0 && seam < count() && _comesBefore(_sourceRows.at(seam), _sourceRows.at(seam - 1)));
+            || (seam > 0 && seam < count() && _comesBefore(_ids.at(seam), _ids.at(seam - 1)));
     }
 }
 
@@ -162,25 +140,14 @@ void ZqSortFilterProxyModel::_onSourceRowsRemoved(const QModelIndex&, int first,
 {
     ++_entries;
     const int removed = last - first + 1;
-    const bool isAsAnnounced = !_going.isEmpty() && !_isAstray;
-    if (!_going.isEmpty()) {
-        _going.removeLast();
-    }
-    _isAstray = !_going.isEmpty();
-    for (Range& range : _going) {
-        range.first -= range.first > first ? qMin(removed, range.first - first) : 0;
-        range.last -= range.last >= first ? qMin(removed, range.last - first + 1) : 0;
-    }
+    const QSet<int> gone = _going.isEmpty() ? QSet<int>() : _going.takeLast();
+    // Otherwise the source changed between announcing the removal and completing it.
+    const bool isAsAnnounced = gone.size() == removed
+        && std::none_of(gone.cbegin(), gone.cend(), [this](int id) { return _source->rowOfId(id) >= 0; });
     if (!isAsAnnounced || !_isInStep(-removed)) {
         _reset();
     } else {
         _sourceSize -= removed;
-        if (first < _sourceSize) {
-            for (int& sourceRow : _sourceRows) {
-                sourceRow -= sourceRow > last ? removed : 0;
-            }
-        }
-        _forgetLookup();
         if (std::exchange(_mustSortAfterRemoval, false) && !_sort()) {
             invalidate();
         }
@@ -190,31 +157,13 @@ void ZqSortFilterProxyModel::_onSourceRowsRemoved(const QModelIndex&, int first,
     }
 }
 
-void ZqSortFilterProxyModel::_onSourceRowsMoved(const QModelIndex&, int first, int last, const QModelIndex&, int before)
+/// The rows keep their ids, so only the order of equals can be another.
+void ZqSortFilterProxyModel::_onSourceRearranged()
 {
     ++_entries;
-    _isAstray = !_going.isEmpty();
     if (!_isInStep()) {
         _reset();
-        return;
-    }
-    QList<int> oldRows(_source->size());
-    std::iota(oldRows.begin(), oldRows.end(), 0);
-    const auto begin = oldRows.begin();
-    if (before > first) {
-        std::rotate(begin + first, begin + last + 1, begin + before);
-    } else {
-        std::rotate(begin + before, begin + first, begin + last + 1);
-    }
-    QList<int> newRows(oldRows.size());
-    for (int row = 0; row < oldRows.size(); ++row) {
-        newRows[oldRows.at(row)] = row;
-    }
-    for (int& sourceRow : _sourceRows) {
-        sourceRow = newRows.at(sourceRow);
-    }
-    _forgetLookup();
-    if (!_sort()) {
+    } else if (!_sort()) {
         invalidate();
     }
 }
@@ -229,20 +178,22 @@ void ZqSortFilterProxyModel::_onSourceDataChanged(
     }
     QList<int> shown;
     QList<int> rejected;
-    QList<int> added;
+    QList<SourceRow> added;
     bool hasKeyNews = false;
-    for (int sourceRow = topLeft.row(); sourceRow <= bottomRight.row(); ++sourceRow) {
-        const int row = rowOfSource(sourceRow);
-        const bool isAccepted = _accepts(sourceRow);
+    const QList<SourceRow> changed = _sourceRows(topLeft.row(), bottomRight.row());
+    for (const SourceRow& each : changed) {
+        const int row = static_cast<int>(_ids.rowOf(each.id));
+        const bool isAccepted = _accepts(each);
         if (row >= 0 && isAccepted) {
             shown.append(row);
-            hasKeyNews = _noteKey(sourceRow) || hasKeyNews;
+            hasKeyNews = _noteKey(each) || hasKeyNews;
         } else if (row >= 0) {
             rejected.append(row);
         } else if (isAccepted) {
-            added.append(sourceRow);
+            added.append(each);
         }
     }
+    std::sort(rejected.begin(), rejected.end());
     QList<int> misplaced;
     std::copy_if(
         shown.cbegin(), shown.cend(), std::back_inserter(misplaced), [this](int row) { return !_standsWell(row); });
@@ -276,19 +227,17 @@ void ZqSortFilterProxyModel::invalidate()
 bool ZqSortFilterProxyModel::_askAnew()
 {
     const unsigned entry = _entries;
-    QList<int> isShown(_source->size(), 0);
     QList<int> rejected;
-    for (int row = 0; row < count(); ++row) {
-        isShown[_sourceRows.at(row)] = 1;
-        if (!_accepts(_sourceRows.at(row))) {
-            rejected.append(row);
+    QList<SourceRow> added;
+    const QList<SourceRow> rows = _sourceRows(0, _source->size() - 1);
+    for (const SourceRow& each : rows) {
+        const bool isAccepted = _accepts(each);
+        if (_ids.contains(each.id) && !isAccepted) {
+            rejected.append(static_cast<int>(_ids.rowOf(each.id)));
+        } else if (!_ids.contains(each.id) && isAccepted) {
+            added.append(each);
         }
     }
-    QList<int> added;
-    for (int row = 0; row < isShown.size(); ++row) {
-        if (!isShown.at(row) && _accepts(row)) {
-            added.append(row);
-        }
-    }
+    std::sort(rejected.begin(), rejected.end());
     return _hide(rejected) && (entry == _entries || added.isEmpty()) && _show(added) && _sort();
 }

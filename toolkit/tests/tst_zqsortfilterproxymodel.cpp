@@ -358,6 +358,24 @@ private slots:
         QVERIFY2(view.questions <= 2 * 17, qPrintable(QString::number(view.questions)));
     }
 
+    void aFewItemsIntoALargeSortedViewAskAFewQuestions()
+    {
+        List list;
+        QList<TestItem*> items;
+        for (int i = 0; i < 20000; ++i) {
+            items.append(new TestItem({}, 10 * i, this));
+        }
+        list.appendRows(items);
+        ByRank view;
+        view.setSourceModel(&list);
+        view.questions = 0;
+        list.appendRows({ new TestItem({}, 70005, this), new TestItem({}, 5, this), new TestItem({}, 70006, this) });
+        QVERIFY2(view.questions <= 3 * 2 * 2 * 16, qPrintable(QString::number(view.questions)));
+        QCOMPARE(view.get(1)->property("rank").toInt(), 5);
+        QCOMPARE(view.get(7002)->property("rank").toInt(), 70005);
+        QCOMPARE(view.get(7003)->property("rank").toInt(), 70006);
+    }
+
     void theModelTesterFindsNoFaultInOrdinaryUse()
     {
         const SilencedWarnings silence;

@@ -24,8 +24,12 @@ private Q_SLOTS:
     void theConfirmationOfARecordingNeedsNoProgress();
     void theRecordsListIsReadInItsOrder();
     void theSameListTwiceChangesNothing();
+    void aListInAnotherOrderNamesTheSameRecords();
+    void aRecordListedTwiceIsOneRecord();
     void aChangedRecordIsUpdatedInPlace();
     void aRecordThatIsListedNoMoreIsUnloadedAndDeleted();
+    void theRecordsBeforeALoadedOneLeaveBeforeItIsUnloaded();
+    void manyRecordsThatAreListedNoMoreAreDeleted();
     void anOpenEndIsAnInvalidDate();
     void elementsWithoutUuidAndStrangersAreSkipped();
     void anEmptyListEmptiesTheRecordsWithoutAWarning();
@@ -163,6 +167,50 @@ void tst_RecorderControl::theSameListTwiceChangesNothing()
     QCOMPARE(setup.instance->records()->get(0), setup.record);
 }
 
+void tst_RecorderControl::aListInAnotherOrderNamesTheSameRecords()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    const auto list = [](const QStringList& names) {
+        QStringList elements;
+        for (const QString& name : names) {
+            elements.append(recordJson("uuid of " + name, name));
+        }
+        return '[' + elements.join(',') + ']';
+    };
+    const auto shown = [instance] {
+        QStringList names;
+        for (int row = 0; row < instance->records()->count(); ++row) {
+            names.append(qobject_cast<RecorderRecord*>(instance->records()->get(row))->name());
+        }
+        return names;
+    };
+    recorder.records(list({ "a", "b", "c", "d" }));
+    QObject* const first = instance->records()->get(0);
+    QSignalSpy data(instance->records(), &QAbstractItemModel::dataChanged);
+    QSignalSpy removed(instance->records(), &QAbstractItemModel::rowsRemoved);
+    recorder.records(list({ "d", "new", "b", "c", "a" }));
+    QCOMPARE(shown(), QStringList({ "a", "b", "c", "d", "new" }));
+    QCOMPARE(instance->records()->get(0), first);
+    QCOMPARE(removed.count(), 0);
+    recorder.records(list({ "b", "new", "a" }));
+    QCOMPARE(shown(), QStringList({ "a", "b", "new" }));
+    QCOMPARE(data.count(), 0);
+}
+
+void tst_RecorderControl::aRecordListedTwiceIsOneRecord()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    for (const char* const name : { "B", "C" }) {
+        recorder.records("[" + recordJson(RECORD_A, "A") + "," + recordJson(RECORD_A, name) + "]");
+        QCOMPARE(instance->records()->count(), 1);
+        QCOMPARE(qobject_cast<RecorderRecord*>(instance->records()->get(0))->name(), name);
+    }
+}
+
 void tst_RecorderControl::aChangedRecordIsUpdatedInPlace()
 {
     ModuleFixture fixture;
@@ -201,6 +249,50 @@ void tst_RecorderControl::aRecordThatIsListedNoMoreIsUnloadedAndDeleted()
     QCOMPARE(instance->records()->count(), 1);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
     QVERIFY(record.isNull());
+}
+
+void tst_RecorderControl::theRecordsBeforeALoadedOneLeaveBeforeItIsUnloaded()
+{
+    QStringList heard;
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    recorder.records("[" + recordJson("first", "first") + "," + recordJson(RECORD_A, "loaded") + ","
+        + recordJson("last", "last") + "," + recordJson("staying", "staying") + "]");
+    auto* const record = qobject_cast<RecorderRecord*>(instance->records()->get(1));
+    instance->loadRecord(record);
+    recorder.loaded(RECORD_A, 3.0, R"(["a"])");
+    connect(
+        instance->records(), &QAbstractItemModel::rowsRemoved, this, [&heard](const QModelIndex&, int first, int last) {
+            heard.append(QStringLiteral("removed %1 to %2").arg(first).arg(last));
+        });
+    connect(record, &RecorderRecord::isLoadedChanged, this, [&heard] { heard.append("unloaded"); });
+    connect(instance, &RecorderInstance::currentRecordChanged, this, [&heard] { heard.append("no current record"); });
+    recorder.records("[" + recordJson("staying", "staying") + "]");
+    QCOMPARE(
+        heard, QStringList({ "removed 0 to 0", "unloaded", "no current record", "removed 0 to 0", "removed 0 to 0" }));
+}
+
+void tst_RecorderControl::manyRecordsThatAreListedNoMoreAreDeleted()
+{
+    ModuleFixture fixture;
+    RecorderInstance* const instance = fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    QStringList all;
+    QStringList half;
+    for (int i = 0; i < 300; ++i) {
+        const QString record = recordJson(QStringLiteral("record %1").arg(i), QString::number(i));
+        all.append(record);
+        if (i % 2 == 1) {
+            half.append(record);
+        }
+    }
+    recorder.records('[' + all.join(',') + ']');
+    const QPointer<QObject> leaving = instance->records()->get(0);
+    recorder.records('[' + half.join(',') + ']');
+    QCOMPARE(instance->records()->count(), 150);
+    QCOMPARE(qobject_cast<RecorderRecord*>(instance->records()->get(149))->name(), "299");
+    QVERIFY(!leaving);
 }
 
 void tst_RecorderControl::anOpenEndIsAnInvalidDate()
