@@ -13,6 +13,7 @@
 #include <systemdocumenthandler.h>
 #include <theme.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 #include <QtCore/QStandardPaths>
@@ -90,18 +91,19 @@ int ask(QDialog& dialog, QWindow* window)
     return answer;
 }
 
-// Empty when the person cancelled. `proposal`: a folder, or a file in one.
-QString askForFile(const QString& what, const QString& proposal, QFileDialog::AcceptMode mode, QWindow* window)
+// Begins in the folder of the open document, or where a person keeps documents. Empty when the person cancelled.
+QString askForFile(const QString& what, const QString& documentPath, QFileDialog::AcceptMode mode, QWindow* window)
 {
     QFileDialog dialog(nullptr, what, QString(), HostApplication::tr(documentFilter));
-    const QFileInfo proposed(proposal);
     dialog.setAcceptMode(mode);
     dialog.setFileMode(mode == QFileDialog::AcceptOpen ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
-    dialog.setDirectory(proposed.isDir() ? proposal : proposed.absolutePath());
-    // Before the dialog asks whether it is to replace the file of that name.
-    dialog.setDefaultSuffix(QStringLiteral("json"));
-    if (!proposed.isDir()) {
-        dialog.selectFile(proposed.fileName());
+    const QString folder = documentPath.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
+                                                  : QFileInfo(documentPath).absolutePath();
+    dialog.setDirectory(QFileInfo(folder).isDir() ? folder : QDir::homePath());
+    if (mode == QFileDialog::AcceptSave) {
+        // Before the dialog asks whether it is to replace the file of that name.
+        dialog.setDefaultSuffix(QStringLiteral("json"));
+        dialog.selectFile(documentPath.isEmpty() ? QStringLiteral("system.json") : QFileInfo(documentPath).fileName());
     }
     return ask(dialog, window) == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
 }
@@ -230,10 +232,7 @@ bool HostApplication::openDocumentAsked()
     if (!_mayReplaceDocument()) {
         return false;
     }
-    const QString folder = documentPath().isEmpty()
-        ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
-        : QFileInfo(documentPath()).absolutePath();
-    const QString path = askForFile(tr("Open a system document"), folder, QFileDialog::AcceptOpen, window());
+    const QString path = askForFile(tr("Open a system document"), documentPath(), QFileDialog::AcceptOpen, window());
     if (path.isEmpty()) {
         return false;
     }
@@ -264,10 +263,7 @@ bool HostApplication::saveDocumentAsked(bool underANewName)
 {
     QString path;
     if (underANewName || documentPath().isEmpty()) {
-        const QString proposed = documentPath().isEmpty()
-            ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + QStringLiteral("/system.json")
-            : documentPath();
-        path = askForFile(tr("Save the system document"), proposed, QFileDialog::AcceptSave, window());
+        path = askForFile(tr("Save the system document"), documentPath(), QFileDialog::AcceptSave, window());
         if (path.isEmpty()) {
             return false;
         }

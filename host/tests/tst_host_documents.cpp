@@ -58,6 +58,8 @@ public:
 
     int asked = 0;
     QPointer<QWindow> owner; // of the last one
+    QString folder; // that the last file dialog began in
+    QString proposal; // the name that it proposed
 
 private:
     explicit Answer(std::function<bool(QWidget*)> answer)
@@ -66,6 +68,10 @@ private:
         connect(&_timer, &QTimer::timeout, this, [this] {
             QWidget* dialog = QApplication::activeModalWidget();
             if (dialog && dialog->isVisible() && dialog != _answered && _answer(dialog)) {
+                if (auto* files = qobject_cast<QFileDialog*>(dialog)) {
+                    folder = files->directory().absolutePath();
+                    proposal = files->findChild<QLineEdit*>("fileNameEdit")->text();
+                }
                 _answered = dialog;
                 owner = dialog->windowHandle()->transientParent();
                 ++asked;
@@ -121,6 +127,7 @@ void tst_host_documents::initTestCase()
 {
     qputenv("XDG_DATA_HOME", pathOf("data").toLocal8Bit());
     qputenv("XDG_CONFIG_HOME", pathOf("config").toLocal8Bit());
+    qputenv("HOME", _folder.path().toLocal8Bit());
     QFile page(pathOf("Page.qml"));
     QVERIFY(page.open(QIODevice::WriteOnly));
     page.write("import QtQuick\nItem { required property var corvaneModule }\n");
@@ -204,9 +211,19 @@ void tst_host_documents::ctrlNBeginsAnEmptyDocumentWhoseFirstSaveAsksForAName()
     key(Qt::Key_N, Qt::ControlModifier);
     QCOMPARE(_host->documentPath(), QString());
     QVERIFY(SystemDocumentHandler::instance()->currentSystemView()->getAllClassInstances().isEmpty());
+    {
+        // Without a folder of documents it begins at home.
+        QVERIFY(!QDir(_folder.path()).exists("Documents"));
+        Answer cancel { QString() };
+        key(Qt::Key_O, Qt::ControlModifier);
+        QCOMPARE(cancel.asked, 1);
+        QCOMPARE(cancel.folder, _folder.path());
+        QCOMPARE(cancel.proposal, QString());
+    }
     Answer answer(pathOf("new.json"));
     key(Qt::Key_S, Qt::ControlModifier);
     QCOMPARE(answer.asked, 1);
+    QCOMPARE(answer.proposal, QStringLiteral("system.json"));
     QCOMPARE(_host->documentPath(), pathOf("new.json"));
 }
 

@@ -215,7 +215,7 @@ void tst_with_display::aClickConnectsTheRecorder()
 {
     QVERIFY(clickNamed("connectButton"));
     QTRY_VERIFY_WITH_TIMEOUT(_window->withText("Disconnect"), boundMs);
-    QVERIFY(clickNamed("configureButton"));
+    QVERIFY(clickNamed("recorderInstance"));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("recorderTabs"), boundMs);
     QVERIFY(_window->withText("RECORDS (0)"));
 }
