@@ -45,10 +45,11 @@ QSize sizeAtStart(const QSize& asked)
         return asked;
     }
     constexpr QSize enough(1280, 800);
+    constexpr int frameHeight = 40; // no window manager's title is higher, and none tells before the window is there
     // Where nobody looks there is no screen to fill.
     return QGuiApplication::platformName() == QLatin1String("offscreen")
         ? enough
-        : enough.boundedTo(QGuiApplication::primaryScreen()->availableSize());
+        : enough.boundedTo(QGuiApplication::primaryScreen()->availableSize() - QSize(0, frameHeight));
 }
 
 // Questions and file dialogs are widgets, which follow the desktop: where the other theme was chosen, they follow that.

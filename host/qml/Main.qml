@@ -17,7 +17,7 @@ ApplicationWindow {
     readonly property bool hasShortcuts: !networkPopup.visible
 
     minimumWidth: 800
-    minimumHeight: 600
+    minimumHeight: 560 // with its frame on a screen of 800 by 600
     title: (entry === null ? qsTr("System") : entry.modulesMenuLabel) + " – " + host.documentName + (document !== null && document.isModified ? "*" : "")
     color: Theme.background
     font.pixelSize: Theme.textSize
