@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "display.h"
 
+#include "processes.h"
+
 #include <QtCore/QFile>
 #include <QtCore/QtEndian>
 
 namespace {
 
 constexpr int startBoundMs = 20'000;
-constexpr int stopBoundMs = 5'000;
 
 // Places of 32-bit numbers in the head of the X window dump that the display keeps its picture as.
 enum DumpField
@@ -32,20 +33,14 @@ UnseenDisplay::UnseenDisplay(const QSize& size, const QString& folder)
 
 UnseenDisplay::~UnseenDisplay()
 {
-    if (_server.state() == QProcess::NotRunning) {
-        return;
-    }
-    _server.terminate();
-    if (!_server.waitForFinished(stopBoundMs)) {
-        _server.kill();
-        _server.waitForFinished(stopBoundMs);
-    }
+    end(&_server);
 }
 
 bool UnseenDisplay::start(QString* error)
 {
     // It chooses a free number itself, and says which.
     _server.setStandardErrorFile(_folder + QStringLiteral("/display.log"));
+    bind(&_server);
     _server.start(QStringLiteral("Xvfb"),
         { "-displayfd", "1", "-screen", "0", QStringLiteral("%1x%2x24").arg(_size.width()).arg(_size.height()),
             "-fbdir", _folder, "-nolisten", "tcp", "-noreset" });

@@ -6,6 +6,12 @@
 #include <QtCore/QRandomGenerator>
 
 #include <csignal>
+#include <sys/prctl.h>
+
+void bind(QProcess* process)
+{
+    process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+}
 
 void end(QProcess* process)
 {

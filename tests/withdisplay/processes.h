@@ -9,6 +9,8 @@
 
 #include <sys/types.h>
 
+// Lets a program that is about to be started end with this one, should this one be killed.
+void bind(QProcess* process);
 // Ends a program that this test started, whatever it does; its own failures are said by the steps.
 void end(QProcess* process);
 

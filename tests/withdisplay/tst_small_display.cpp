@@ -44,6 +44,7 @@ void tst_small_display::initTestCase()
     QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
     _host.setProcessEnvironment(environmentOf(_folder.path(), _display->name()));
     _host.setProcessChannelMode(QProcess::MergedChannels);
+    bind(&_host);
     _host.start(QStringLiteral(RR_HOST), { "--report-controls", _folder.filePath("controls.json") });
     QVERIFY2(_host.waitForStarted(boundMs), qPrintable(_host.errorString()));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("connectButton"), boundMs);

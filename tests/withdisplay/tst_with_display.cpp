@@ -198,7 +198,10 @@ void tst_with_display::theWindowAppearsWithTheRecorderAndThePlant()
 {
     _host.setProcessEnvironment(_environment);
     _host.setProcessChannelMode(QProcess::MergedChannels);
-    _host.start(QStringLiteral(RR_START), { "--with-plant", "--report-controls", _folder.filePath("controls.json") });
+    bind(&_host);
+    QStringList options { "--report-controls", _folder.filePath("controls.json"), RR_START_OPTION };
+    options.removeAll(QString());
+    _host.start(QStringLiteral(RR_START), options);
     QVERIFY2(_host.waitForStarted(boundMs), qPrintable(_host.errorString()));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("connectButton"), startBoundMs);
     QVERIFY(shows("recorderTitle", "Plant recorder"));
@@ -304,6 +307,7 @@ void tst_with_display::onlyTheChosenAgentIsPlayedFromTheMiddleAtFourTimesTheSpee
         observer.waitForFinished(boundMs);
         end(&observer);
     });
+    bind(&observer);
     observer.start(
         QStringLiteral(RR_OBSERVER), { "--output", rows, "--map", "Tank/level/double", "--map", "Pump A/flow/double" });
     QByteArray said;
@@ -382,6 +386,7 @@ void tst_with_display::aFileDroppedOnTheRecordsIsImported()
     QProcess source;
     source.setProcessEnvironment(_environment);
     const auto ends = qScopeGuard([&source] { end(&source); });
+    bind(&source);
     source.start(QStringLiteral(RR_DRAG_SOURCE),
         { _csv, QString::number(dragSourcePlace.x()), QString::number(dragSourcePlace.y()) });
     QByteArray said;
