@@ -85,6 +85,19 @@ private:
     QTimer _timer;
 };
 
+QStringList noticesIn(const QQuickItem* item)
+{
+    QStringList notices;
+    if (item->isVisible() && item->objectName() == QLatin1String("notice")) {
+        notices.append(item->property("modelData").toString());
+    }
+    const auto children = item->childItems();
+    for (const QQuickItem* child : children) {
+        notices += noticesIn(child);
+    }
+    return notices;
+}
+
 } // namespace
 
 class tst_host_documents : public QObject
@@ -102,6 +115,8 @@ private Q_SLOTS:
     void unsavedChangesAreAskedAboutBeforeTheyGo_data();
     void unsavedChangesAreAskedAboutBeforeTheyGo();
     void aNameWithoutEndingAsksBeforeItReplacesAFile();
+    void whatCannotBeSavedIsSaidAndNeitherClosedNorLost();
+    void aFileThatIsNoDocumentIsSaidAndTheOpenOneStays();
     void theLastDocumentsAreListedTheLatestFirst();
     void aRecentDocumentThatIsGoneIsSaidAndForgotten();
     void theListOfRecentDocumentsIsKeptShortAndCanBeEmptied();
@@ -273,6 +288,41 @@ void tst_host_documents::aNameWithoutEndingAsksBeforeItReplacesAFile()
     QCOMPARE(name.asked, 1);
     QCOMPARE(replace.asked, 1);
     QCOMPARE(_host->documentPath(), pathOf("kept.json"));
+}
+
+void tst_host_documents::whatCannotBeSavedIsSaidAndNeitherClosedNorLost()
+{
+    QVERIFY(QDir(_folder.path()).mkdir("gone"));
+    QString error;
+    QVERIFY2(_host->saveDocument(pathOf("gone/plant.json"), &error), qPrintable(error));
+    QVERIFY(QDir(pathOf("gone")).removeRecursively());
+    change();
+    Answer answer(QMessageBox::Save);
+    key(Qt::Key_Q, Qt::ControlModifier);
+    QCOMPARE(answer.asked, 1);
+    QVERIFY(_host->window()->isVisible());
+    QVERIFY(isChanged());
+    QVERIFY2(_host->notices().constLast().contains("gone/plant.json could not be saved"),
+        qPrintable(_host->notices().constLast()));
+}
+
+void tst_host_documents::aFileThatIsNoDocumentIsSaidAndTheOpenOneStays()
+{
+    QFile file(pathOf("letter.json"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("Dear reader,");
+    file.close();
+    Answer answer(file.fileName());
+    key(Qt::Key_O, Qt::ControlModifier);
+    QCOMPARE(answer.asked, 1);
+    QCOMPARE(_host->documentPath(), pathOf("plant.json"));
+    QVERIFY2(_host->notices().constLast().contains("letter.json is not a system document"),
+        qPrintable(_host->notices().constLast()));
+    // In the window, until somebody has read it.
+    const auto shown = [this] { return noticesIn(_host->window()->contentItem()); };
+    QTRY_COMPARE(shown(), _host->notices());
+    _host->dismissNotice(static_cast<int>(_host->notices().size()) - 1);
+    QTRY_COMPARE(shown(), _host->notices());
 }
 
 void tst_host_documents::theLastDocumentsAreListedTheLatestFirst()

@@ -18,8 +18,7 @@ QList<Control> ShownWindow::controls() const
     const QJsonArray report = QJsonDocument::fromJson(file.readAll()).object().value("controls").toArray();
     for (const QJsonValue& one : report) {
         const QJsonArray rectangle = one["rect"].toArray();
-        controls.append({ one["name"].toString(), one["label"].toString(), one["text"].toString(),
-            one["type"].toString(),
+        controls.append({ one["name"].toString(), one["text"].toString(), one["type"].toString(),
             QRect(rectangle.at(0).toInt(), rectangle.at(1).toInt(), rectangle.at(2).toInt(), rectangle.at(3).toInt()),
             one["enabled"].toBool(), one["checked"].toBool() });
     }
@@ -46,11 +45,6 @@ std::optional<Control> ShownWindow::withText(const QString& text) const
 std::optional<Control> ShownWindow::ofType(const QString& type, const QString& text) const
 {
     return _first([&](const Control& one) { return one.type == type && one.text == text; });
-}
-
-std::optional<Control> ShownWindow::labelled(const QString& label) const
-{
-    return _first([&](const Control& one) { return one.label == label; });
 }
 
 std::optional<Control> ShownWindow::beside(const QString& name, const Control& other) const

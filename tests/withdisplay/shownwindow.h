@@ -14,7 +14,6 @@
 struct Control
 {
     QString name;
-    QString label;
     QString text;
     QString type;
     QRect rectangle; // on the screen
@@ -39,7 +38,6 @@ public:
     std::optional<Control> named(const QString& name, const QString& text = {}) const;
     std::optional<Control> withText(const QString& text) const;
     std::optional<Control> ofType(const QString& type, const QString& text) const;
-    std::optional<Control> labelled(const QString& label) const;
     // Of that name, in the same row as another control.
     std::optional<Control> beside(const QString& name, const Control& other) const;
     // The texts of all of that name, from top to bottom.
