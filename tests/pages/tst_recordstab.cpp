@@ -3,6 +3,8 @@
 #include "pages.h"
 #include "pagetest.h"
 
+#include <QtQml/QQmlEngine>
+
 /// The list of a recorder's records and what each row offers.
 class RecordsTabTests : public QObject
 {
@@ -27,6 +29,8 @@ private Q_SLOTS:
     void nothingIsOfferedWhileTheRecorderIsOff();
     void aLoadThatFailedSaysWhy();
     void hostileNamesAreNoMarkup();
+    void nothingIsDrawnWhileNothingHappens();
+    void qmlDoesNotSearchEveryRecordForGarbage();
 };
 
 namespace {
@@ -359,6 +363,32 @@ void RecordsTabTests::hostileNamesAreNoMarkup()
     pages.click("deleteRecordButton");
     QCOMPARE(pages.text("question"), "Do you want to delete record '<b>x</b>' ?");
     QCOMPARE(pages.property("question", "textFormat").toInt(), int(Qt::PlainText));
+}
+
+void RecordsTabTests::nothingIsDrawnWhileNothingHappens()
+{
+    Listed pages;
+    pages.module.setcurrentRecorder(nullptr);
+    Pages::settle();
+    pages.open(pages.instance, Pages::Records);
+    pages.window.grabWindow();
+    // What opening did is drawn; something that moves would draw sixty times a second.
+    int frames = 0;
+    QObject::connect(&pages.window, &QQuickWindow::frameSwapped, &pages.window, [&frames] { ++frames; });
+    QTest::qWait(400);
+    QVERIFY2(frames <= 8, qPrintable(QString::number(frames)));
+}
+
+void RecordsTabTests::qmlDoesNotSearchEveryRecordForGarbage()
+{
+    // It searches the children of objects without a parent, if it has met them itself.
+    const Listed pages;
+    const QObject* root = pages.first;
+    while (root->parent()) {
+        root = root->parent();
+    }
+    QCOMPARE(root->metaObject(), &QObject::staticMetaObject);
+    QVERIFY(!QQmlEngine::contextForObject(root));
 }
 
 static const RegisterPageTest<RecordsTabTests> recordsTabTests;

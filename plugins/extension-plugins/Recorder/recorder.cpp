@@ -33,6 +33,15 @@ QList<RecorderInstance*> preferLine(const QList<RecorderInstance*>& recorderInst
     return preferred.isEmpty() ? recorderInstances : preferred;
 }
 
+// Each time that QML collects its garbage, it looks at all children of what it shows and what has no parent: at every
+// record of an instance, which with many of them holds up the pages for longer than a frame. With a parent, which QML
+// must not see itself, an instance is left alone.
+QObject* parentThatQmlDoesNotSee()
+{
+    static auto* const parent = new QObject; // never deleted, as it owns nothing: who deletes instances is the registry
+    return parent;
+}
+
 } // namespace
 
 Recorder::Recorder(SystemViewClassInstance* classInstance, const QString& executablePath, QObject* parent)
@@ -264,6 +273,7 @@ RecorderInstance* Recorder::_createRecorderInstance(
 
     auto* const recorderInstance = new RecorderInstance(
         currentSystemView, _classInstance, encounteredAgentsOnHost, encounteredAgentInfo, _executablePath, nullptr);
+    recorderInstance->setParent(parentThatQmlDoesNotSee());
     connect(recorderInstance, &RecorderInstance::cassandraEndpointChanged, &_sortedInstances,
         &SortFilterRecorderInstance::invalidate);
     _registerRecorderInstance(recorderInstance);

@@ -93,7 +93,9 @@ RecorderInstance::~RecorderInstance()
         _recordFromFile->deleteLater();
         _recordFromFile = nullptr;
     }
-    _forgetRecords();
+    // The records go with this object, their parent. Not later: Qt would look for each of them among all that go later.
+    _recordsByUuid.clear();
+    _records.clear();
 }
 
 QString RecorderInstance::name() const

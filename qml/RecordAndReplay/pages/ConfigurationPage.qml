@@ -87,7 +87,11 @@ FocusScope {
                 Accessible.role: Accessible.PageTabList
                 Accessible.name: qsTr("Parts of the recorder")
                 // Who opens a running recorder comes for its records.
-                Component.onCompleted: currentIndex = root.recorder.isOn ? 1 : 0
+                Component.onCompleted: {
+                    currentIndex = root.recorder.isOn ? 1 : 0;
+                    // Nobody sees it, but each step of it would draw a frame.
+                    (contentItem as ListView).highlightResizeDuration = 0;
+                }
 
                 PageTab {
                     text: qsTr("CONFIG")

@@ -15,7 +15,12 @@ Hinted {
     required property RecorderRecord record
     readonly property int count: record?.agentsFilters.count ?? 0
     readonly property bool isUsable: record !== null && record.replayIsAtStart && count > 0
+    // Read once for all the changes of one turn: hundreds of agents may be switched together.
+    property string recapText
 
+    function readRecap(): void {
+        root.recapText = root.record?.agentsFilterRecap ?? qsTr("N/A");
+    }
     function finish(): void {
         choice.active = false;
         summary.forceActiveFocus();
@@ -26,12 +31,20 @@ Hinted {
     hint: qsTr("Choose the agents to replay")
     unavailableHint: count === 0 ? qsTr("There is no agent to choose") : qsTr("Stop the replay to choose its agents: they can only change at its start")
     available: isUsable
+    onRecordChanged: readRecap()
     onIsUsableChanged: {
         if (!isUsable && choice.active) {
             finish();
         }
     }
 
+    Connections {
+        function onAgentsFilterRecapChanged(): void {
+            Qt.callLater(root.readRecap);
+        }
+
+        target: root.record
+    }
     AbstractButton {
         id: summary
 
@@ -41,7 +54,7 @@ Hinted {
         enabled: root.available
         opacity: root.available ? 1 : Theme.disabledOpacity
         Accessible.role: Accessible.ButtonDropDown
-        Accessible.name: qsTr("Agents: %1").arg(recap.text)
+        Accessible.name: qsTr("Agents: %1").arg(root.recapText)
         Accessible.description: root.available ? root.hint : root.unavailableHint
         onClicked: choice.active = true
 
@@ -64,7 +77,7 @@ Hinted {
             anchors.right: total.left
             anchors.rightMargin: Theme.spacingSmall
             anchors.verticalCenter: parent.verticalCenter
-            text: root.record?.agentsFilterRecap ?? qsTr("N/A")
+            text: root.recapText
             color: Theme.text
             font.pixelSize: Theme.textSize
             elide: Text.ElideRight

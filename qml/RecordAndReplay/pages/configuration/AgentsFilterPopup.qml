@@ -16,9 +16,16 @@ Popup {
     // Read anew when the record's agents change.
     readonly property int count: record?.agentsFilters.count ?? 0
     readonly property var found: count > 0 ? find(wanted) : []
+    // Of those that were found. Read once for all the changes of one turn: hundreds may be switched together.
+    property int foundState: Qt.Unchecked
 
     function find(wanted: string): var {
         return root.record.agentsFilters.toVariantList().filter(agent => agent.name.toLowerCase().includes(wanted));
+    }
+
+    function readFoundState(): void {
+        const checked = root.found.filter(agent => agent?.checked ?? false).length;
+        root.foundState = checked === 0 ? Qt.Unchecked : checked === root.found.length ? Qt.Checked : Qt.PartiallyChecked;
     }
 
     function switchAll(checked: bool): void {
@@ -32,6 +39,7 @@ Popup {
     margins: 8
     focus: true
     closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutside
+    onFoundChanged: readFoundState()
     onOpened: {
         search.text = "";
         list.forceActiveFocus();
@@ -44,6 +52,14 @@ Popup {
         border.color: Theme.line
     }
 
+    Connections {
+        // It counts them, so that no change leaves it as it was.
+        function onAgentsFilterRecapChanged(): void {
+            Qt.callLater(root.readFoundState);
+        }
+
+        target: root.record
+    }
     Column {
         id: header
         width: parent.width
@@ -79,13 +95,7 @@ Popup {
             width: parent.width - 2 * x
             isTabStop: true
             text: root.wanted === "" ? qsTr("All agents") : qsTr("All that were found")
-            value: {
-                if (root.wanted === "") {
-                    return root.record?.agentsFilterState ?? Qt.Unchecked;
-                }
-                const checked = root.found.filter(agent => agent?.checked ?? false).length;
-                return checked === 0 ? Qt.Unchecked : checked === root.found.length ? Qt.Checked : Qt.PartiallyChecked;
-            }
+            value: root.foundState
             onSwitched: checked => root.switchAll(checked)
         }
         Rectangle {
@@ -106,6 +116,8 @@ Popup {
         focus: true
         activeFocusOnTab: true
         reuseItems: true
+        highlightMoveDuration: 0
+        highlightResizeDuration: 0
         boundsBehavior: Flickable.StopAtBounds
         model: root.found
         Accessible.role: Accessible.List

@@ -78,7 +78,9 @@ FocusScope {
         focus: true
         reuseItems: true
         boundsBehavior: Flickable.StopAtBounds
+        // Nothing moves slowly, not even what nobody sees.
         highlightMoveDuration: 0
+        highlightResizeDuration: 0
         model: records
         ScrollBar.vertical: PageScrollBar {
             id: bar

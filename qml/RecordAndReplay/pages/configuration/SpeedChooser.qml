@@ -104,6 +104,8 @@ Hinted {
                 clip: true
                 model: box.delegateModel
                 currentIndex: box.highlightedIndex
+                highlightMoveDuration: 0
+                highlightResizeDuration: 0
                 boundsBehavior: Flickable.StopAtBounds
             }
             background: Rectangle {
