@@ -203,6 +203,10 @@ bool HostApplication::_mayReplaceDocument()
         tr("Save the changes of \"%1\" before it is closed?").arg(documentName()),
         QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
     question.setTextFormat(Qt::PlainText);
+    if (!SystemDocumentHandler::instance()->currentSystemDocument()->isModified()) {
+        question.setInformativeText(
+            tr("The system itself did not change, only what modules keep with it, such as a file or a filter."));
+    }
     question.setDefaultButton(QMessageBox::Save);
     switch (ask(question, window())) {
     case QMessageBox::Save:

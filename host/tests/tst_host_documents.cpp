@@ -60,6 +60,7 @@ public:
     QPointer<QWindow> owner; // of the last one
     QString folder; // that the last file dialog began in
     QString proposal; // the name that it proposed
+    QString explanation; // of the last question
 
 private:
     explicit Answer(std::function<bool(QWidget*)> answer)
@@ -68,6 +69,9 @@ private:
         connect(&_timer, &QTimer::timeout, this, [this] {
             QWidget* dialog = QApplication::activeModalWidget();
             if (dialog && dialog->isVisible() && dialog != _answered && _answer(dialog)) {
+                if (const auto* question = qobject_cast<QMessageBox*>(dialog)) {
+                    explanation = question->informativeText();
+                }
                 if (auto* files = qobject_cast<QFileDialog*>(dialog)) {
                     folder = files->directory().absolutePath();
                     proposal = files->findChild<QLineEdit*>("fileNameEdit")->text();
@@ -114,6 +118,7 @@ private Q_SLOTS:
     void ctrlNBeginsAnEmptyDocumentWhoseFirstSaveAsksForAName();
     void unsavedChangesAreAskedAboutBeforeTheyGo_data();
     void unsavedChangesAreAskedAboutBeforeTheyGo();
+    void theQuestionTellsWhenOnlyWhatModulesKeepChanged();
     void aNameWithoutEndingAsksBeforeItReplacesAFile();
     void whatCannotBeSavedIsSaidAndNeitherClosedNorLost();
     void aFileThatIsNoDocumentIsSaidAndTheOpenOneStays();
@@ -267,6 +272,7 @@ void tst_host_documents::unsavedChangesAreAskedAboutBeforeTheyGo()
     key(Qt::Key_N, Qt::ControlModifier);
     QCOMPARE(answer.asked, 1);
     QCOMPARE(answer.owner, _host->window());
+    QCOMPARE(answer.explanation, QString());
     QCOMPARE(_host->documentPath().isEmpty(), goes);
     QCOMPARE(content() != before, isSaved);
 
@@ -275,6 +281,16 @@ void tst_host_documents::unsavedChangesAreAskedAboutBeforeTheyGo()
     QCOMPARE(answer.asked, goes ? 1 : 2);
     QCOMPARE(_host->window()->isVisible(), !goes);
     _host->window()->show();
+}
+
+void tst_host_documents::theQuestionTellsWhenOnlyWhatModulesKeepChanged()
+{
+    _plugin->_data = QJsonObject { { "file", "record.csv" } };
+    const auto undo = qScopeGuard([this] { _plugin->_data = {}; });
+    Answer cancel(QMessageBox::Cancel);
+    QVERIFY(!_host->mayClose());
+    QCOMPARE(cancel.asked, 1);
+    QVERIFY2(cancel.explanation.contains("modules"), qPrintable(cancel.explanation));
 }
 
 void tst_host_documents::aNameWithoutEndingAsksBeforeItReplacesAFile()

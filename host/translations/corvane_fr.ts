@@ -223,6 +223,10 @@
         <source>Save the system document</source>
         <translation>Enregistrer le document système</translation>
     </message>
+    <message>
+        <source>The system itself did not change, only what modules keep with it, such as a file or a filter.</source>
+        <translation>Le système lui-même n’a pas changé, seulement ce que des modules gardent avec lui, comme un fichier ou un filtre.</translation>
+    </message>
 </context>
 <context>
     <name>HostButton</name>

@@ -54,6 +54,7 @@ private Q_SLOTS:
     void aFileDroppedOnTheRecordsIsImported();
     void theCopyIsDeletedThroughTheQuestion();
     void aFileIsImportedThroughTheButton();
+    void aFileDroppedOnTheTabForFilesIsLoaded();
     void theRecorderIsDisconnectedAndTheWindowClosed();
     void cleanup();
     void cleanupTestCase();
@@ -67,6 +68,9 @@ private:
     // In the dialog that is open: takes the CSV file, the only one listed.
     bool openListedFile();
     bool shows(const QString& name, const QString& text) const;
+    // Drags the CSV file from another program over something of that name, which says what a drop does there, and drops
+    // it. Fails the test unless it is taken.
+    void dropFileOn(const QString& area, const QString& overlayText, const std::function<bool()>& isTaken);
     std::optional<Control> recordNamed(const QString& name) const { return _window->named("recordNameText", name); }
 
     QTemporaryDir _folder;
@@ -190,6 +194,46 @@ bool tst_with_display::openListedFile()
 bool tst_with_display::shows(const QString& name, const QString& text) const
 {
     return _window->named(name, text).has_value();
+}
+
+void tst_with_display::dropFileOn(const QString& area, const QString& overlayText, const std::function<bool()>& isTaken)
+{
+    QProcess source;
+    source.setProcessEnvironment(_environment);
+    const auto ends = qScopeGuard([&source] { end(&source); });
+    bind(&source);
+    source.start(QStringLiteral(RR_DRAG_SOURCE),
+        { _csv, QString::number(dragSourcePlace.x()), QString::number(dragSourcePlace.y()) });
+    QByteArray said;
+    const auto sourceSays = [&](const QByteArray& word) {
+        return QTest::qWaitFor([&] { return (said += source.readAll()).contains(word); }, boundMs);
+    };
+    QVERIFY2(sourceSays("ready\n"), qPrintable(source.errorString()));
+
+    QTRY_VERIFY_WITH_TIMEOUT(_window->named(area), boundMs);
+    const QPoint from = dragSourcePlace + QPoint(60, 60);
+    const QPoint to = _window->named(area)->middle();
+    _hand->moveTo(from);
+    _hand->press();
+    _hand->moveTo(from + QPoint(4, 4));
+    _hand->moveTo(from + QPoint(30, 20));
+    // On its way a hand passes many points; the drag is told of each.
+    constexpr int points = 12;
+    for (int index = 1; index <= points; ++index) {
+        _hand->moveTo(from + (to - from) * index / points);
+    }
+    int wiggle = 0;
+    const bool isOver = QTest::qWaitFor(
+        [&] {
+            _hand->moveTo(to + QPoint(++wiggle % 2, 0));
+            return shows("dropText", overlayText);
+        },
+        boundMs);
+    _hand->release();
+    QVERIFY(isOver);
+    QVERIFY2(sourceSays("dropped\n"), said.constData());
+    // The file's name is asked for only now, of its source, which therefore stays until it is taken.
+    QTRY_VERIFY_WITH_TIMEOUT(isTaken(), boundMs);
 }
 
 // ---- the steps ------------------------------------------------------------------------------------------------------
@@ -383,43 +427,8 @@ void tst_with_display::theRecordIsSavedUnderTheTypedName()
 
 void tst_with_display::aFileDroppedOnTheRecordsIsImported()
 {
-    QProcess source;
-    source.setProcessEnvironment(_environment);
-    const auto ends = qScopeGuard([&source] { end(&source); });
-    bind(&source);
-    source.start(QStringLiteral(RR_DRAG_SOURCE),
-        { _csv, QString::number(dragSourcePlace.x()), QString::number(dragSourcePlace.y()) });
-    QByteArray said;
-    const auto sourceSays = [&](const QByteArray& word) {
-        return QTest::qWaitFor([&] { return (said += source.readAll()).contains(word); }, boundMs);
-    };
-    QVERIFY2(sourceSays("ready\n"), qPrintable(source.errorString()));
-
-    const QPoint from = dragSourcePlace + QPoint(60, 60);
-    const auto list = _window->named("recordsList");
-    QVERIFY(list);
-    _hand->moveTo(from);
-    _hand->press();
-    _hand->moveTo(from + QPoint(4, 4));
-    _hand->moveTo(from + QPoint(30, 20));
-    // On its way a hand passes many points; the drag is told of each.
-    constexpr int points = 12;
-    for (int index = 1; index <= points; ++index) {
-        _hand->moveTo(from + (list->middle() - from) * index / points);
-    }
-    int wiggle = 0;
-    const bool isOver = QTest::qWaitFor(
-        [&] {
-            _hand->moveTo(list->middle() + QPoint(++wiggle % 2, 0));
-            return shows("dropText", "Drop to import file");
-        },
-        boundMs);
-    _hand->release();
-    QVERIFY(isOver);
-    QVERIFY2(sourceSays("dropped\n"), said.constData());
-    // The file is named by the source, which is asked for its name only now: it stays until the import is seen.
-    QTRY_VERIFY_WITH_TIMEOUT(_window->withText("RECORDS (2)"), boundMs);
-    QTRY_VERIFY_WITH_TIMEOUT(recordNamed("plant copy"), boundMs);
+    dropFileOn("recordsDropArea", "Drop to import file", [this] { return recordNamed("plant copy").has_value(); });
+    QVERIFY(_window->withText("RECORDS (2)"));
     QVERIFY(recordNamed(_record));
 }
 
@@ -443,11 +452,22 @@ void tst_with_display::aFileIsImportedThroughTheButton()
     QVERIFY(recordNamed(_record));
 }
 
+void tst_with_display::aFileDroppedOnTheTabForFilesIsLoaded()
+{
+    QVERIFY(click([this] { return _window->withText("CSV FILE"); }));
+    dropFileOn("fileDropArea", "Drop to load CSV file", [this] { return _window->named("recordSlider").has_value(); });
+    QVERIFY(shows("filePathField", _csv));
+    QVERIFY(shows("fileRecordName", _csv));
+}
+
 void tst_with_display::theRecorderIsDisconnectedAndTheWindowClosed()
 {
     QVERIFY(clickNamed("connectButton"));
     QTRY_VERIFY_WITH_TIMEOUT(shows("connectButton", "Connect"), boundMs);
+    // The document keeps the path of the file that was loaded, which is a change.
     _hand->key("ctrl+q");
+    QTRY_VERIFY_WITH_TIMEOUT(_window->withText("Save the changes of \"water-plant\" before it is closed?"), boundMs);
+    QVERIFY(click([this] { return _window->withText("Discard"); }));
     QTRY_COMPARE_WITH_TIMEOUT(_host.state(), QProcess::NotRunning, boundMs);
     QCOMPARE(_host.exitStatus(), QProcess::NormalExit);
     QCOMPARE(_host.exitCode(), 0);
