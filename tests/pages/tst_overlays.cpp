@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "filesfixture.h"
-#include "pages.h"
+#include "busypages.h"
 #include "pagetest.h"
 
 /// What covers the pages while something goes on.
@@ -25,56 +24,6 @@ private Q_SLOTS:
 
 namespace {
 
-/// A running recorder with two records of 300 seconds, shown with its records.
-class Busy : public Pages
-{
-public:
-    Busy()
-        : instance(fixture.addRunningRecorder())
-        , recorder(instance)
-    {
-        recorder.records(u'[' + recordJson(RECORD_A, "First", 300000000) + u',' + recordJson(RECORD_B, "Second", 300000000) + u']');
-        record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
-        files.write("plant.csv", FileFolder::rows(20000)); // two chunks
-        open(instance, Pages::Records);
-    }
-    QStringList overlay() const
-    {
-        QStringList shown;
-        for (const char* const name : { "progressFeedback", "busyFeedback" }) {
-            if (isShown(name)) {
-                shown += QStringList({ name, text(QString(name) + "/feedbackText") });
-            }
-        }
-        return shown;
-    }
-    void load()
-    {
-        instance->loadRecord(record);
-        settle();
-    }
-    void loaded() { recorder.loaded(RECORD_A, 300, "[\"a\",\"b\",\"c\"]"); }
-    void exportRecord()
-    {
-        files.download(instance, record, "out.csv");
-        settle();
-    }
-    void import()
-    {
-        const auto imports = [] { return QuenaryDouble::calledServices().count("import"); };
-        const qsizetype before = imports();
-        files.import(instance, "plant.csv");
-        QTRY_COMPARE(imports(), before + 1);
-        QTRY_VERIFY(instance->importingProgress() > 0);
-        settle();
-    }
-
-    const FileFolder files;
-    RecorderInstance* instance;
-    ScriptedRecorder recorder;
-    RecorderRecord* record = nullptr;
-};
-
 const QStringList NONE;
 
 QStringList progress(const char* text) { return { "progressFeedback", text }; }
@@ -84,7 +33,7 @@ QStringList busy(const char* text) { return { "busyFeedback", text }; }
 
 void OverlaysTests::aLoadShowsItsProgress()
 {
-    Busy pages;
+    BusyPages pages;
     QCOMPARE(pages.overlay(), NONE);
     pages.load();
     QCOMPARE(pages.overlay(), progress("Loading record, please wait..."));
@@ -105,7 +54,7 @@ void OverlaysTests::aLoadShowsItsProgress()
 
 void OverlaysTests::anExportShowsItsProgressAndCanBeCanceled()
 {
-    Busy pages;
+    BusyPages pages;
     pages.exportRecord();
     QCOMPARE(pages.overlay(), progress("Downloading record, please wait..."));
     QCOMPARE(pages.text("cancelButton"), "CANCEL");
@@ -118,7 +67,7 @@ void OverlaysTests::anExportShowsItsProgressAndCanBeCanceled()
 
 void OverlaysTests::anImportShowsItsProgressAndCanBeCanceled()
 {
-    Busy pages;
+    BusyPages pages;
     pages.import();
     QCOMPARE(pages.overlay(), progress("Importing record, please wait..."));
     QCOMPARE(pages.property("progressBar", "value").toInt(), pages.instance->importingProgress());
@@ -134,7 +83,7 @@ void OverlaysTests::anImportShowsItsProgressAndCanBeCanceled()
 
 void OverlaysTests::loadingComesBeforeExportingAndExportingBeforeImporting()
 {
-    Busy pages;
+    BusyPages pages;
     pages.import();
     QCOMPARE(pages.overlay(), progress("Importing record, please wait..."));
     pages.exportRecord();
@@ -154,7 +103,7 @@ void OverlaysTests::loadingComesBeforeExportingAndExportingBeforeImporting()
 
 void OverlaysTests::theCancelButtonEndsTheExportBeforeTheImport()
 {
-    Busy pages;
+    BusyPages pages;
     pages.import();
     pages.exportRecord();
     pages.click("cancelButton");
@@ -167,7 +116,7 @@ void OverlaysTests::theCancelButtonEndsTheExportBeforeTheImport()
 
 void OverlaysTests::filteringStoppingMovingAndCancelingAreNamedInThisOrder()
 {
-    Busy pages;
+    BusyPages pages;
     pages.load();
     pages.loaded();
     pages.import();
@@ -195,7 +144,7 @@ void OverlaysTests::filteringStoppingMovingAndCancelingAreNamedInThisOrder()
 
 void OverlaysTests::duringAnExportWhoseCancelWasRequestedTheBusyOverlayShowsCanceling()
 {
-    Busy pages;
+    BusyPages pages;
     pages.exportRecord();
     QCOMPARE(pages.overlay(), progress("Downloading record, please wait..."));
     pages.click("cancelButton");
@@ -210,7 +159,7 @@ void OverlaysTests::duringAnExportWhoseCancelWasRequestedTheBusyOverlayShowsCanc
 
 void OverlaysTests::anOverlayTakesTheMouseAndTheKeys()
 {
-    Busy pages;
+    BusyPages pages;
     const QPoint button = pages.middle("recordButton");
     const QPoint row = pages.middle("recordNameText", 1);
     const QPoint back = pages.middle("backButton");
@@ -234,7 +183,7 @@ void OverlaysTests::anOverlayTakesTheMouseAndTheKeys()
 
 void OverlaysTests::theOverlayOfOneRecorderDoesNotCoverAnother()
 {
-    Busy pages;
+    BusyPages pages;
     RecorderInstance* const other = pages.fixture.addRunningRecorder("Other");
     pages.load();
     QCOMPARE(pages.overlay().size(), 2);
@@ -249,7 +198,7 @@ void OverlaysTests::theOverlayOfOneRecorderDoesNotCoverAnother()
 
 void OverlaysTests::aRecorderThatStaysSilentOffersAWayOut()
 {
-    Busy pages;
+    BusyPages pages;
     pages.load();
     QVERIFY(!pages.isShown("leaveButton"));
     pages.setPatience(200, 3600000);
@@ -271,7 +220,7 @@ void OverlaysTests::aRecorderThatStaysSilentOffersAWayOut()
 
 void OverlaysTests::aCancelThatNothingEndsCanBeLeftBehind()
 {
-    Busy pages;
+    BusyPages pages;
     pages.exportRecord();
     pages.click("cancelButton");
     pages.recorder.reply("receive_export", { RECORD_A, 0, "", "pump;1;output;speed;double;1" });
@@ -290,7 +239,7 @@ void OverlaysTests::aCancelThatNothingEndsCanBeLeftBehind()
 
 void OverlaysTests::whatALostRecorderLeftOpenCloses()
 {
-    Busy pages;
+    BusyPages pages;
     pages.load();
     pages.loaded();
     pages.instance->moveCurrentRecordTime(20);

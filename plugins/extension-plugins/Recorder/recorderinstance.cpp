@@ -117,8 +117,25 @@ QString RecorderInstance::replayProgressInput() const
 
 // ---- following the running agent --------------------------------------------------------------------------------
 
+// Said when a recorder leaves in the middle of something; nothing when it was at rest.
+static QString lossOf(const RecorderInstance& instance)
+{
+    if (instance.isImportingRecord()) {
+        return RecorderInstance::tr("The recorder '%1' left during an import: its record holds what was sent before.");
+    }
+    if (instance.isDownloadingRecord()) {
+        return RecorderInstance::tr("The recorder '%1' left during a download: the file holds what came before.");
+    }
+    if (instance.isRecording()) {
+        return RecorderInstance::tr("The recorder '%1' left during a recording: nothing is recorded any more.");
+    }
+    return instance.isLoadingRecord() ? RecorderInstance::tr("The recorder '%1' left while it loaded a record.")
+                                      : QString();
+}
+
 void RecorderInstance::updateFromRunningAgentInfo(RunningAgentInfo* runningAgentInfo)
 {
+    const QString loss = lossOf(*this);
     if (_setGuarded(_runningAgentInfo, runningAgentInfo, &RecorderInstance::_onrunningAgentInfoDestroyed)) {
         Q_EMIT runningAgentInfoChanged();
     }
@@ -133,6 +150,9 @@ void RecorderInstance::updateFromRunningAgentInfo(RunningAgentInfo* runningAgent
         _getContext();
     } else {
         resetOnDisconnect();
+        if (!loss.isEmpty()) {
+            SystemViewManager::instance()->raiseProblem(loss.arg(name()));
+        }
     }
 }
 
@@ -196,11 +216,14 @@ void RecorderInstance::connectAgent()
         const QString program = splittedCommandLine.takeFirst();
         if (!QFileInfo::exists(program)) {
             qCritical() << program << "not found.";
+            SystemViewManager::instance()->raiseProblem(tr("The recorder's program \"%1\" was not found.").arg(program));
             return;
         }
         qDebug() << "Start agent instance locally with command line" << _encounteredAgentInfo->commandLine();
         if (!QProcess::startDetached(program, splittedCommandLine, QString())) {
             qCritical() << program << "could not be started. Check that it may be executed.";
+            SystemViewManager::instance()->raiseProblem(
+                tr("The recorder's program \"%1\" could not be started. Check that it may be executed.").arg(program));
         }
     } else if (_encounteredAgentsOnHost->host()->hasLauncher() && _encounteredAgentInfo->canBeLaunched()) {
         Q_EMIT SystemDocumentHandler::instance()->startAgentRequested(_encounteredAgentInfo);

@@ -5,6 +5,7 @@
 #include "recorderservicecall.h"
 #include "recorderutils.h"
 
+#include <systemviewmanager.h>
 #include <zqproperty.h>
 
 #include <QtConcurrent/QtConcurrentRun>
@@ -55,39 +56,67 @@ qint64 firstStrangeLine(QFile& file, qint64 begin, qint64 end)
     return begin;
 }
 
-// What a person can do about a chunk that was not sent. `position` is where it begins in the file.
-QString refusal(const QFile& file, qint64 position, const QString& what)
+/// Why a chunk was not sent, and what a person can do about it: in English for the log, and as it is told in the window.
+struct Refusal
 {
-    return QStringLiteral("File \"%1\" %2. %3")
-        .arg(file.fileName(), what,
-            position > 0 ? QStringLiteral("What comes before is imported.") : QStringLiteral("Nothing is imported."));
+    QString logged;
+    QString told;
+
+    bool isEmpty() const { return logged.isEmpty(); }
+};
+
+// `position` is where the chunk begins in the file; `what` is marked for translation.
+Refusal refusal(const QFile& file, qint64 position, const char* what, const QStringList& arguments)
+{
+    const char* const rest = position > 0 ? QT_TRANSLATE_NOOP("RecorderInstance", "What comes before is imported.")
+                                          : QT_TRANSLATE_NOOP("RecorderInstance", "Nothing is imported.");
+    const char* const sentence = QT_TRANSLATE_NOOP("RecorderInstance", "File \"%1\" %2. %3");
+    const auto compose = [&](const auto& translate) {
+        QString reason = translate(what);
+        for (const QString& argument : arguments) {
+            reason = reason.arg(argument);
+        }
+        return translate(sentence).arg(file.fileName(), reason, translate(rest));
+    };
+    return { compose([](const char* text) { return QString::fromUtf8(text); }),
+        compose([](const char* text) { return RecorderInstance::tr(text); }) };
 }
 
-QString unreadable(const QFile& file, qint64 position)
+Refusal unreadable(const QFile& file, qint64 position)
 {
     const QString reason
         = file.error() == QFileDevice::NoError ? QStringLiteral("it ends too early") : file.errorString();
     return refusal(file, position,
-        QStringLiteral("can not be read from byte %1 on (%2): copy it to a disk of this machine and import the copy")
-            .arg(position)
-            .arg(reason));
+        QT_TRANSLATE_NOOP("RecorderInstance",
+            "can not be read from byte %1 on (%2): copy it to a disk of this machine and import the copy"),
+        { QString::number(position), reason });
 }
 
-QString rowTooLong(const QFile& file, qint64 position)
+Refusal rowTooLong(const QFile& file, qint64 position)
 {
     return refusal(file, position,
-        QStringLiteral(
+        QT_TRANSLATE_NOOP("RecorderInstance",
             "has a row of more than %1 MiB at byte %2, which can not be sent: see whether a field there lacks "
-            "the quote that ends it")
-            .arg(MIB_PER_CHUNK)
-            .arg(position));
+            "the quote that ends it"),
+        { QString::number(MIB_PER_CHUNK), QString::number(position) });
 }
 
-QString noText(QFile& file, qint64 position)
+Refusal noText(QFile& file, qint64 position)
 {
     return refusal(file, position,
-        QStringLiteral("has a line at byte %1 that is no text in UTF-8: save it as such and import it again")
-            .arg(firstStrangeLine(file, position, file.pos())));
+        QT_TRANSLATE_NOOP("RecorderInstance",
+            "has a line at byte %1 that is no text in UTF-8: save it as such and import it again"),
+        { QString::number(firstStrangeLine(file, position, file.pos())) });
+}
+
+QString notOpened(const QString& path)
+{
+    return RecorderInstance::tr("The file \"%1\" does not exist or can not be opened: the import ends here.").arg(path);
+}
+
+void tell(const QString& problem)
+{
+    SystemViewManager::instance()->raiseProblem(problem);
 }
 
 } // namespace
@@ -103,8 +132,8 @@ struct RecorderInstance::ImportTask
     {
         /// It has not read its chunk yet.
         bool isReading = true;
-        /// Why the chunk of a file that could be opened was not sent, for a person; read after the task.
-        QString refusal;
+        /// Why the chunk of a file that could be opened was not sent; read after the task.
+        Refusal refusal;
     };
     std::shared_ptr<State> state = std::make_shared<State>();
 };
@@ -122,7 +151,8 @@ void RecorderInstance::_startImportTask(
             _setisImportingRecord(false);
             whenNotOpened();
         } else if (!isSent) {
-            qWarning("%s", qUtf8Printable(task.state->refusal));
+            qWarning("%s", qUtf8Printable(task.state->refusal.logged));
+            tell(task.state->refusal.told);
             if (_isOn) {
                 getRecords(QString());
             }
@@ -136,7 +166,8 @@ void RecorderInstance::_startImportTask(
         try {
             return send(task);
         } catch (const std::exception& exception) {
-            task.state->refusal = QStringLiteral("The import ended: %1").arg(QLatin1StringView(exception.what()));
+            const QString reason = QString::fromUtf8(exception.what());
+            task.state->refusal = { QStringLiteral("The import ended: %1").arg(reason), tr("The import ended: %1").arg(reason) };
             return false;
         }
     });
@@ -183,13 +214,17 @@ void RecorderInstance::importRecord(const QUrl& filePath)
     _importMustContinue = false; // still set when the agent left during the import before
 
     _startImportTask([this, path](const ImportTask& task) { return _sendFirstChunk(task, path); },
-        [path] { qWarning() << "File" << path << "doesn't exists or cannot be opened"; });
+        [path] {
+            qWarning() << "File" << path << "doesn't exists or cannot be opened";
+            tell(notOpened(path));
+        });
 }
 
 void RecorderInstance::continueImport(const QString& record_uuid)
 {
     if (record_uuid.isEmpty()) {
         qWarning("Something went wrong in the recorder when importing, check his logs");
+        tell(tr("The recorder '%1' refused a part of what was imported: its log says why.").arg(name()));
         return;
     }
     if (_importChunksBeingRead > 0) {
@@ -211,7 +246,11 @@ void RecorderInstance::continueImport(const QString& record_uuid)
         return;
     }
 
-    _startImportTask([this, record_uuid](const ImportTask& task) { return _sendNextChunk(task, record_uuid); }, [] {});
+    _startImportTask([this, record_uuid](const ImportTask& task) { return _sendNextChunk(task, record_uuid); },
+        [this] {
+            const QMutexLocker locker(&_importFilePathMutex);
+            tell(notOpened(_importFilePath));
+        });
 }
 
 void RecorderInstance::stopImport()

@@ -96,14 +96,22 @@ Column {
             hint: qsTr("Show the list of recorders")
             onClicked: root.leaveRequested()
         }
-        DarkOrLightTextButton {
+        ConnectButton {
+            id: disconnectButton
             objectName: "disconnectButton"
-            iconName: "plug"
-            text: qsTr("Disconnect")
-            hint: qsTr("Ask the recorder's agent to stop")
-            available: root.recorder?.isOn ?? false
-            unavailableHint: qsTr("The recorder is off")
-            onClicked: root.recorder.disconnectAgent()
+            recorder: root.recorder
         }
+    }
+    Text {
+        objectName: "wayOutProblem"
+        width: parent.width
+        visible: text !== ""
+        text: disconnectButton.problem === "" ? "" : qsTr("%1. Go back to the list and work with another recorder, or end this one's program where it runs: the page is free again as soon as it has left the network.").arg(disconnectButton.problem)
+        color: Theme.recording
+        font.pixelSize: Theme.textSize
+        wrapMode: Text.Wrap
+        textFormat: Text.PlainText
+        Accessible.role: Accessible.AlertMessage
+        Accessible.name: text
     }
 }

@@ -17,10 +17,13 @@ FocusScope {
     // Nothing is asked that keys must not pass by.
     property bool hasShortcuts: true
     property alias currentTab: tabs.currentIndex
+    // Where the last load was asked for: there its failure is told, whatever becomes of the record.
+    property bool loadsFile: false
 
     signal deletionRequested
 
     objectName: "configurationPage"
+    Component.onCompleted: loadsFile = recorder.currentRecord === null || recorder.currentRecord === recorder.recordFromFile
     // What handles Space itself, such as a button or a field, never gets here.
     Keys.onSpacePressed: event => {
         event.accepted = actions.isLoaded;
@@ -30,6 +33,15 @@ FocusScope {
     RecorderActions {
         id: actions
         recorder: root.recorder
+    }
+    Connections {
+        function onIsLoadingRecordChanged(): void {
+            if (root.recorder.isLoadingRecord) {
+                root.loadsFile = root.recorder.currentRecord === null;
+            }
+        }
+
+        target: root.recorder
     }
     Shortcut {
         sequence: "F5"
@@ -116,10 +128,12 @@ FocusScope {
             RecordsTab {
                 objectName: "recordsTab"
                 recorder: root.recorder
+                showsFailure: !root.loadsFile
             }
             FileTab {
                 objectName: "fileTab"
                 recorder: root.recorder
+                showsFailure: root.loadsFile
             }
         }
     }

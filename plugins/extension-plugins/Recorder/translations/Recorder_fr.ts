@@ -579,6 +579,82 @@
         <source>CSV Record (*.csv)</source>
         <translation>Enregistrement CSV (*.csv)</translation>
     </message>
+    <message>
+        <source>The recorder &apos;%1&apos; left during an import: its record holds what was sent before.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» est parti pendant une importation&#xa0;: son enregistrement contient ce qui a été envoyé avant.</translation>
+    </message>
+    <message>
+        <source>The recorder &apos;%1&apos; left during a download: the file holds what came before.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» est parti pendant un téléchargement&#xa0;: le fichier contient ce qui est venu avant.</translation>
+    </message>
+    <message>
+        <source>The recorder &apos;%1&apos; left during a recording: nothing is recorded any more.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» est parti pendant un enregistrement&#xa0;: plus rien n’est enregistré.</translation>
+    </message>
+    <message>
+        <source>The recorder &apos;%1&apos; left while it loaded a record.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» est parti pendant qu’il chargeait un enregistrement.</translation>
+    </message>
+    <message>
+        <source>The recorder&apos;s program &quot;%1&quot; was not found.</source>
+        <translation>Le programme «&#xa0;%1&#xa0;» de l’enregistreur est introuvable.</translation>
+    </message>
+    <message>
+        <source>The recorder&apos;s program &quot;%1&quot; could not be started. Check that it may be executed.</source>
+        <translation>Le programme «&#xa0;%1&#xa0;» de l’enregistreur n’a pas pu être lancé. Vérifiez qu’il peut être exécuté.</translation>
+    </message>
+    <message>
+        <source>The record was removed while a file was chosen for it: nothing is written to &quot;%1&quot;.</source>
+        <translation>L’enregistrement a été supprimé pendant qu’un fichier était choisi pour lui&#xa0;: rien n’est écrit dans «&#xa0;%1&#xa0;».</translation>
+    </message>
+    <message>
+        <source>The file &quot;%1&quot; can not be written: choose another place for the download.</source>
+        <translation>Le fichier «&#xa0;%1&#xa0;» ne peut pas être écrit&#xa0;: choisissez un autre emplacement pour le téléchargement.</translation>
+    </message>
+    <message>
+        <source>The recorder &apos;%1&apos; ended the download of a record: the file holds what came before.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» a mis fin au téléchargement d’un enregistrement&#xa0;: le fichier contient ce qui est venu avant.</translation>
+    </message>
+    <message>
+        <source>The file &quot;%1&quot; can not be written further (%2): it holds what came before.</source>
+        <translation>Le fichier «&#xa0;%1&#xa0;» ne peut plus être écrit (%2)&#xa0;: il contient ce qui est venu avant.</translation>
+    </message>
+    <message>
+        <source>What comes before is imported.</source>
+        <translation>Ce qui précède est importé.</translation>
+    </message>
+    <message>
+        <source>Nothing is imported.</source>
+        <translation>Rien n’est importé.</translation>
+    </message>
+    <message>
+        <source>File &quot;%1&quot; %2. %3</source>
+        <translation>Le fichier «&#xa0;%1&#xa0;» %2. %3</translation>
+    </message>
+    <message>
+        <source>can not be read from byte %1 on (%2): copy it to a disk of this machine and import the copy</source>
+        <translation>ne peut pas être lu à partir de l’octet %1 (%2)&#xa0;: copiez-le sur un disque de cette machine et importez la copie</translation>
+    </message>
+    <message>
+        <source>has a row of more than %1 MiB at byte %2, which can not be sent: see whether a field there lacks the quote that ends it</source>
+        <translation>a à l’octet %2 une ligne de plus de %1 Mio, qui ne peut pas être envoyée&#xa0;: voyez s’il manque à un champ le guillemet qui le termine</translation>
+    </message>
+    <message>
+        <source>has a line at byte %1 that is no text in UTF-8: save it as such and import it again</source>
+        <translation>a à l’octet %1 une ligne qui n’est pas du texte en UTF-8&#xa0;: enregistrez-le ainsi et importez-le de nouveau</translation>
+    </message>
+    <message>
+        <source>The file &quot;%1&quot; does not exist or can not be opened: the import ends here.</source>
+        <translation>Le fichier «&#xa0;%1&#xa0;» n’existe pas ou ne peut pas être ouvert&#xa0;: l’importation s’arrête là.</translation>
+    </message>
+    <message>
+        <source>The import ended: %1</source>
+        <translation>L’importation s’est arrêtée&#xa0;: %1</translation>
+    </message>
+    <message>
+        <source>The recorder &apos;%1&apos; refused a part of what was imported: its log says why.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» a refusé une partie de ce qui était importé&#xa0;: son journal dit pourquoi.</translation>
+    </message>
 </context>
 <context>
     <name>RecorderInstanceItem</name>
@@ -839,16 +915,8 @@
         <translation>Afficher la liste des enregistreurs</translation>
     </message>
     <message>
-        <source>Disconnect</source>
-        <translation>Déconnecter</translation>
-    </message>
-    <message>
-        <source>Ask the recorder&apos;s agent to stop</source>
-        <translation>Demander à l’agent de l’enregistreur de s’arrêter</translation>
-    </message>
-    <message>
-        <source>The recorder is off</source>
-        <translation>L’enregistreur est éteint</translation>
+        <source>%1. Go back to the list and work with another recorder, or end this one&apos;s program where it runs: the page is free again as soon as it has left the network.</source>
+        <translation>%1. Revenez à la liste et travaillez avec un autre enregistreur, ou mettez fin au programme de celui-ci là où il tourne&#xa0;: la page est libre dès qu’il a quitté le réseau.</translation>
     </message>
 </context>
 <context>

@@ -12,6 +12,8 @@ FocusScope {
     id: root
 
     required property RecorderInstance recorder
+    // The last load was asked for here.
+    property bool showsFailure: false
     readonly property RecorderRecord fileRecord: recorder.recordFromFile
     readonly property string path: pathField.text.trim()
 
@@ -72,7 +74,7 @@ FocusScope {
         }
         LoadFailure {
             Layout.fillWidth: true
-            visible: root.recorder.loadingFailReason !== "" && (root.recorder.currentRecord === null || root.recorder.currentRecord === root.fileRecord)
+            visible: root.showsFailure && root.recorder.loadingFailReason !== ""
             recorder: root.recorder
         }
         Loader {

@@ -12,6 +12,8 @@ FocusScope {
     id: root
 
     required property RecorderInstance recorder
+    // The last load was asked for here.
+    property bool showsFailure: false
     readonly property RecorderRecord current: recorder.currentRecord
     property alias list: list
     // The current record is kept in view while its row grows by its controls, until somebody scrolls.
@@ -54,7 +56,7 @@ FocusScope {
 
         LoadFailure {
             width: parent.width
-            visible: root.recorder.loadingFailReason !== "" && root.current !== null && root.current !== root.recorder.recordFromFile
+            visible: root.showsFailure && root.recorder.loadingFailReason !== ""
             recorder: root.recorder
         }
         Text {

@@ -10,11 +10,14 @@ import RecordAndReplay
 DarkOrLightTextButton {
     id: root
 
+    // Null while no recorder is shown.
     required property RecorderInstance recorder
-    readonly property bool isOn: recorder.isOn
+    readonly property bool isOn: recorder?.isOn ?? false
     // "start", "stop" or nothing.
     property string pending: ""
     property string problem: ""
+    // Milliseconds until nothing seen is a problem.
+    property int patience: 8000
     // Without its word, where room is scarce.
     property bool isShort: false
     readonly property string word: {
@@ -27,11 +30,13 @@ DarkOrLightTextButton {
     function press(): void {
         root.problem = "";
         root.pending = root.isOn ? "stop" : "start";
+        refusal.enabled = true;
         if (root.isOn) {
             root.recorder.disconnectAgent();
         } else {
             root.recorder.connectAgent();
         }
+        refusal.enabled = false;
     }
 
     objectName: "connectButton"
@@ -39,7 +44,7 @@ DarkOrLightTextButton {
     text: isShort ? "" : word
     button.Accessible.name: word
     hint: isOn ? qsTr("Ask the recorder's agent to stop") : qsTr("Start the recorder's agent")
-    available: pending === "" && (isOn || (recorder.isRunnable && NetworkConfiguration.isConnected))
+    available: pending === "" && (isOn || ((recorder?.isRunnable ?? false) && NetworkConfiguration.isConnected))
     unavailableHint: {
         if (pending !== "") {
             return qsTr("Waiting for the recorder to be seen on the network");
@@ -53,12 +58,23 @@ DarkOrLightTextButton {
     onClicked: press()
 
     Timer {
-        interval: 8000
+        interval: root.patience
         running: root.pending !== ""
         onTriggered: {
             root.problem = root.pending === "start" ? qsTr("It was started but did not appear on the network") : qsTr("It was asked to stop but goes on running");
             root.pending = "";
         }
+    }
+    Connections {
+        id: refusal
+
+        function onProblemRaised(message: string): void {
+            root.pending = "";
+            root.problem = message;
+        }
+
+        enabled: false
+        target: SystemViewManager
     }
     Connections {
         function onTurnOffFailed(agent: RunningAgentInfo, message: string): void {
@@ -68,6 +84,6 @@ DarkOrLightTextButton {
             }
         }
 
-        target: root.recorder.instance
+        target: root.recorder?.instance ?? null
     }
 }
