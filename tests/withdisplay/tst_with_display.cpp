@@ -71,7 +71,20 @@ private:
     // Drags the CSV file from another program over something of that name, which says what a drop does there, and drops
     // it. Fails the test unless it is taken.
     void dropFileOn(const QString& area, const QString& overlayText, const std::function<bool()>& isTaken);
+    // What the observer has heard so far, without what the outputs held before.
+    QList<tour::Observation> played() const;
+    // The text of the first of that name; empty when there is none.
+    QString textOf(const QString& name) const
+    {
+        const auto control = _window->named(name);
+        return control ? control->text : QString();
+    }
     std::optional<Control> recordNamed(const QString& name) const { return _window->named("recordNameText", name); }
+    std::optional<Control> inRowOf(const QString& recordName, const QString& name) const
+    {
+        const auto record = recordNamed(recordName);
+        return record ? _window->beside(name, *record) : std::nullopt;
+    }
 
     QTemporaryDir _folder;
     QProcessEnvironment _environment;
@@ -83,7 +96,7 @@ private:
     QString _csv;
     double _duration = 0; // of the record, in seconds
     double _middle = 0; // where it is played from
-    QList<tour::Observation> _played;
+    QProcess _observer;
     bool _hasFailed = false;
 };
 
@@ -126,6 +139,7 @@ void tst_with_display::cleanup()
 
 void tst_with_display::cleanupTestCase()
 {
+    end(&_observer);
     end(&_host);
     endProcessesOf(_folder.path()); // a recorder outlives the host
     QTRY_VERIFY_WITH_TIMEOUT(processesOf(_folder.path()).isEmpty(), boundMs);
@@ -196,6 +210,18 @@ bool tst_with_display::shows(const QString& name, const QString& text) const
     return _window->named(name, text).has_value();
 }
 
+QList<tour::Observation> tst_with_display::played() const
+{
+    QList<tour::Observation> observations;
+    QFile file(_folder.filePath("rows.csv"));
+    QString error;
+    if (!file.open(QIODevice::ReadOnly) || !tour::readObservations(file.readAll(), &observations, &error)) {
+        return {};
+    }
+    observations.removeIf([](const tour::Observation& one) { return one.isLastValue; });
+    return observations;
+}
+
 void tst_with_display::dropFileOn(const QString& area, const QString& overlayText, const std::function<bool()>& isTaken)
 {
     QProcess source;
@@ -210,9 +236,10 @@ void tst_with_display::dropFileOn(const QString& area, const QString& overlayTex
     };
     QVERIFY2(sourceSays("ready\n"), qPrintable(source.errorString()));
 
-    QTRY_VERIFY_WITH_TIMEOUT(_window->named(area), boundMs);
+    std::optional<Control> shown;
+    QTRY_VERIFY_WITH_TIMEOUT((shown = _window->named(area)), boundMs);
     const QPoint from = dragSourcePlace + QPoint(60, 60);
-    const QPoint to = _window->named(area)->middle();
+    const QPoint to = shown->middle();
     _hand->moveTo(from);
     _hand->press();
     _hand->moveTo(from + QPoint(4, 4));
@@ -248,13 +275,13 @@ void tst_with_display::theWindowAppearsWithTheRecorderAndThePlant()
     _host.start(QStringLiteral(RR_START), options);
     QVERIFY2(_host.waitForStarted(boundMs), qPrintable(_host.errorString()));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("connectButton"), startBoundMs);
-    QVERIFY(shows("recorderTitle", "Plant recorder"));
+    QTRY_VERIFY_WITH_TIMEOUT(shows("recorderTitle", "Plant recorder"), boundMs);
 
     QVERIFY(click([this] { return _window->withText("System"); }));
     QTRY_VERIFY_WITH_TIMEOUT(_window->withText("Stop sample plant"), boundMs);
     // Six agents run, the recorder does not.
     QTRY_COMPARE_WITH_TIMEOUT(_window->textsOf("instanceState").count("Running"), 6, boundMs);
-    QCOMPARE(_window->textsOf("instanceState").count("Off"), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(_window->textsOf("instanceState").count("Off"), 1, boundMs);
     QVERIFY(click([this] { return _window->withText("Record && Replay"); }));
 }
 
@@ -264,14 +291,13 @@ void tst_with_display::aClickConnectsTheRecorder()
     QTRY_VERIFY_WITH_TIMEOUT(_window->withText("Disconnect"), boundMs);
     QVERIFY(clickNamed("recorderInstance"));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("recorderTabs"), boundMs);
-    QVERIFY(_window->withText("RECORDS (0)"));
+    QTRY_VERIFY_WITH_TIMEOUT(_window->withText("RECORDS (0)"), boundMs);
 }
 
 void tst_with_display::aClickStartsARecordingAndAKeyEndsIt()
 {
     QVERIFY(clickNamed("recordButton"));
-    QTRY_VERIFY_WITH_TIMEOUT(
-        _window->named("recordingTime") && secondsOf(_window->named("recordingTime")->text) >= 6, boundMs);
+    QTRY_VERIFY_WITH_TIMEOUT(secondsOf(textOf("recordingTime")) >= 6, boundMs);
     _hand->key("F5");
     QTRY_VERIFY_WITH_TIMEOUT(_window->withText("RECORDS (1)"), boundMs);
 }
@@ -289,12 +315,13 @@ void tst_with_display::aClickOnARecordLoadsIt()
 {
     QVERIFY(click([this] { return _window->withText("RECORDS (1)"); }));
     QTRY_COMPARE_WITH_TIMEOUT(_window->textsOf("recordNameText").size(), 1, boundMs);
-    _record = _window->named("recordNameText")->text;
+    _record = textOf("recordNameText");
+    QVERIFY(!_record.isEmpty());
     QVERIFY(clickNamed("recordNameText"));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("recordSlider"), boundMs);
-    QTRY_VERIFY_WITH_TIMEOUT(_window->named("durationText"), boundMs);
-    _duration = secondsOf(_window->named("durationText")->text.mid(1));
-    QVERIFY2(_duration >= 5 && _duration < 60, qPrintable(_window->named("durationText")->text));
+    QTRY_VERIFY_WITH_TIMEOUT(!textOf("durationText").isEmpty(), boundMs);
+    _duration = secondsOf(textOf("durationText").mid(1));
+    QVERIFY2(_duration >= 5 && _duration < 60, qPrintable(textOf("durationText")));
 }
 
 void tst_with_display::oneAgentAloneIsChosenWithTheKeyboard()
@@ -325,10 +352,7 @@ void tst_with_display::oneAgentAloneIsChosenWithTheKeyboard()
 void tst_with_display::aPressInTheMiddleOfTheSliderMovesThere()
 {
     QVERIFY(clickNamed("recordSlider"));
-    const auto position = [this] {
-        const auto field = _window->named("positionField");
-        return field ? secondsOf(field->text) : -1;
-    };
+    const auto position = [this] { return secondsOf(textOf("positionField")); };
     QTRY_VERIFY_WITH_TIMEOUT(std::abs(position() - _duration / 2) < _duration / 20, boundMs);
     _middle = position();
 }
@@ -343,49 +367,25 @@ void tst_with_display::theSpeedIsChosenFromItsList()
 void tst_with_display::onlyTheChosenAgentIsPlayedFromTheMiddleAtFourTimesTheSpeed()
 {
     // Another agent of the network listens to the chosen agent and to one that was not chosen.
-    const QString rows = _folder.filePath("rows.csv");
-    QProcess observer;
-    observer.setProcessEnvironment(_environment);
-    const auto ends = qScopeGuard([&observer] {
-        observer.closeWriteChannel();
-        observer.waitForFinished(boundMs);
-        end(&observer);
-    });
-    bind(&observer);
-    observer.start(
-        QStringLiteral(RR_OBSERVER), { "--output", rows, "--map", "Tank/level/double", "--map", "Pump A/flow/double" });
+    _observer.setProcessEnvironment(_environment);
+    bind(&_observer);
+    _observer.start(QStringLiteral(RR_OBSERVER),
+        { "--output", _folder.filePath("rows.csv"), "--map", "Tank/level/double", "--map", "Pump A/flow/double" });
     QByteArray said;
     const auto observerSays = [&](const QByteArray& word) {
-        return QTest::qWaitFor([&] { return (said += observer.readAll()).contains(word); }, boundMs);
+        return QTest::qWaitFor([&] { return (said += _observer.readAll()).contains(word); }, boundMs);
     };
     QVERIFY2(observerSays("ready\n"), said.constData());
     QVERIFY2(observerSays("live 1\n"), said.constData()); // the stand-in of the tank; there is none of the pump
 
     QVERIFY(clickNamed("playButton"));
-    const auto read = [this, &rows] {
-        QFile file(rows);
-        QString error;
-        _played.clear();
-        return file.open(QIODevice::ReadOnly) && tour::readObservations(file.readAll(), &_played, &error);
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(read()
-            && std::any_of(
-                _played.cbegin(), _played.cend(), [](const tour::Observation& one) { return !one.isLastValue; }),
-        boundMs);
-    QTRY_VERIFY_WITH_TIMEOUT(
-        !_window->named("stopButton"), boundMs); // it has ended by itself and gone back to its start
-    QVERIFY(read());
-    _played.removeIf([](const tour::Observation& one) { return one.isLastValue; });
-    for (const tour::Observation& one : std::as_const(_played)) {
-        QCOMPARE(one.event.agent, QStringLiteral("Tank"));
-        QVERIFY(one.isStandIn);
-        QCOMPARE(one.lost, 0u);
-    }
+    QTRY_VERIFY_WITH_TIMEOUT(!played().isEmpty(), boundMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!_window->named("stopButton"), boundMs); // it ended by itself and went back to its start
 }
 
 void tst_with_display::theRecordIsSavedUnderTheTypedName()
 {
-    QVERIFY(click([this] { return _window->beside("downloadButton", *recordNamed(_record)); }));
+    QVERIFY(click([this] { return inRowOf(_record, "downloadButton"); }));
     QVERIFY(saveUnderTypedName());
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(_csv) && !_window->named("progressFeedback"), boundMs);
 
@@ -397,7 +397,8 @@ void tst_with_display::theRecordIsSavedUnderTheTypedName()
     QVERIFY2(
         std::abs(file.durationInSeconds() - _duration) < 0.01, qPrintable(QString::number(file.durationInSeconds())));
 
-    // What was heard is the tank's level from the middle of this record to its end, value by value.
+    // What was heard is the tank's level from the middle of this record to its end, value by value; the last of it may
+    // still be on its way.
     QStringList recorded;
     QList<qint64> times;
     for (const tour::TracedEvent& event : file.events()) {
@@ -407,36 +408,47 @@ void tst_with_display::theRecordIsSavedUnderTheTypedName()
         }
     }
     QVERIFY2(recorded.size() > 150, qPrintable(QString::number(recorded.size()))); // 50 a second
+    QList<tour::Observation> observations;
+    const auto isAllHeard = [&] {
+        observations = played();
+        return !observations.isEmpty() && observations.last().event.value.key() == recorded.last();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isAllHeard(), boundMs);
+    _observer.closeWriteChannel();
+    QVERIFY2(_observer.waitForFinished(boundMs), qPrintable(_observer.errorString()));
     const qsizetype expected = std::count_if(
         times.cbegin(), times.cend(), [this](qint64 time) { return static_cast<double>(time) > _middle * 1e6; });
     // The move may publish the state at the point, and the position shown is rounded to milliseconds.
-    QVERIFY2(_played.size() >= expected - 1 && _played.size() <= expected + 2,
-        qPrintable(QStringLiteral("%1 heard, %2 expected").arg(_played.size()).arg(expected)));
+    QVERIFY2(observations.size() >= expected - 1 && observations.size() <= expected + 2,
+        qPrintable(QStringLiteral("%1 heard, %2 expected").arg(observations.size()).arg(expected)));
     QStringList heard;
-    for (const tour::Observation& one : std::as_const(_played)) {
+    for (const tour::Observation& one : observations) {
+        QCOMPARE(one.event.agent, QStringLiteral("Tank"));
+        QVERIFY(one.isStandIn);
+        QCOMPARE(one.lost, 0u);
         heard.append(one.event.value.key());
     }
     const qsizetype same = expected - 1;
     QCOMPARE(heard.last(same), recorded.last(same));
     // Four times as fast, told from once and twice as fast.
     const double recordedUs = static_cast<double>(times.last() - times.at(times.size() - same));
-    const double heardUs
-        = static_cast<double>(_played.last().event.timeUs - _played.at(_played.size() - same).event.timeUs);
+    const double heardUs = static_cast<double>(
+        observations.last().event.timeUs - observations.at(observations.size() - same).event.timeUs);
     QVERIFY2(recordedUs / heardUs > 2.5 && recordedUs / heardUs < 8, qPrintable(QString::number(recordedUs / heardUs)));
 }
 
 void tst_with_display::aFileDroppedOnTheRecordsIsImported()
 {
     dropFileOn("recordsDropArea", "Drop to import file", [this] { return recordNamed("plant copy").has_value(); });
-    QVERIFY(_window->withText("RECORDS (2)"));
-    QVERIFY(recordNamed(_record));
+    QTRY_VERIFY_WITH_TIMEOUT(_window->withText("RECORDS (2)"), boundMs);
+    QTRY_VERIFY_WITH_TIMEOUT(recordNamed(_record), boundMs);
 }
 
 void tst_with_display::theCopyIsDeletedThroughTheQuestion()
 {
-    QVERIFY(click([this] { return _window->beside("deleteRecordButton", *recordNamed("plant copy")); }));
+    QVERIFY(click([this] { return inRowOf("plant copy", "deleteRecordButton"); }));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("question"), boundMs);
-    QVERIFY2(_window->named("question")->text.contains("plant copy"), qPrintable(_window->named("question")->text));
+    QVERIFY2(textOf("question").contains("plant copy"), qPrintable(textOf("question")));
     QVERIFY(clickNamed("acceptDeletionButton"));
     QTRY_VERIFY_WITH_TIMEOUT(_window->withText("RECORDS (1)"), boundMs);
     QTRY_COMPARE_WITH_TIMEOUT(_window->textsOf("recordNameText"), QStringList(_record), boundMs);
@@ -449,15 +461,15 @@ void tst_with_display::aFileIsImportedThroughTheButton()
     QVERIFY(openListedFile());
     QTRY_VERIFY_WITH_TIMEOUT(_window->withText("RECORDS (2)"), boundMs);
     QTRY_VERIFY_WITH_TIMEOUT(recordNamed("plant copy"), boundMs);
-    QVERIFY(recordNamed(_record));
+    QTRY_VERIFY_WITH_TIMEOUT(recordNamed(_record), boundMs);
 }
 
 void tst_with_display::aFileDroppedOnTheTabForFilesIsLoaded()
 {
     QVERIFY(click([this] { return _window->withText("CSV FILE"); }));
-    dropFileOn("fileDropArea", "Drop to load CSV file", [this] { return _window->named("recordSlider").has_value(); });
-    QVERIFY(shows("filePathField", _csv));
-    QVERIFY(shows("fileRecordName", _csv));
+    dropFileOn("fileDropArea", "Drop to load CSV file", [this] { return shows("fileRecordName", _csv); });
+    QTRY_VERIFY_WITH_TIMEOUT(shows("filePathField", _csv), boundMs);
+    QTRY_VERIFY_WITH_TIMEOUT(_window->named("recordSlider"), boundMs);
 }
 
 void tst_with_display::theRecorderIsDisconnectedAndTheWindowClosed()
