@@ -28,6 +28,7 @@ private Q_SLOTS:
     void aCertificateIsChosenInADialog();
     void filesOfOtherMachinesCanNotBeChosen();
     void filtersCanBeAppliedWhileTheRecorderIsOnAndHasADatabase();
+    void aPressAnywhereInTheFiltersFrameIsOneInTheText();
     void filtersThatAreNotInForceAreMarked();
     void whatIsTypedInTheFiltersStaysWhenOthersComeIntoForce();
 };
@@ -329,6 +330,20 @@ void ConfigurationTabTests::filtersCanBeAppliedWhileTheRecorderIsOnAndHasADataba
     pages.type("-Operator/note");
     pages.click("applyFiltersButton");
     compareCall(pages.instance, "set_record_filters", { "-Valve\n-Operator/note" });
+}
+
+void ConfigurationTabTests::aPressAnywhereInTheFiltersFrameIsOneInTheText()
+{
+    Settings pages;
+    ModuleFixture::run(pages.instance);
+    const QQuickItem* const section = pages.item("filtersSection");
+    const QQuickItem* const area = pages.item("filtersText");
+    QVERIFY2(area->width() > section->width() - 20 && area->height() > 90, qPrintable(QString::number(area->height())));
+    QTest::mouseClick(&pages.window, Qt::LeftButton, {}, area->mapToScene(QPointF(area->width() - 20, area->height() - 10)).toPoint());
+    Pages::settle();
+    QCOMPARE(pages.focus(), "filtersText");
+    pages.type("-Valve");
+    QCOMPARE(pages.text("filtersText"), "-Valve");
 }
 
 void ConfigurationTabTests::filtersThatAreNotInForceAreMarked()

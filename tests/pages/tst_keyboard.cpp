@@ -21,8 +21,14 @@ private Q_SLOTS:
     void aQuestionTakesTheKeyboardAndGivesItBack();
     void noKeyPassesByAQuestion();
     void anOverlayTakesTheKeyboardAndGivesItBack();
-    void everyControlHasAnAccessibleName_data();
-    void everyControlHasAnAccessibleName();
+    void escapeClosesWhatUnfolds();
+    void spacePlaysAFileFromItsTab();
+    void theKeyOfAControlStandsInItsTooltip_data();
+    void theKeyOfAControlStandsInItsTooltip();
+    void whatHasTheKeyboardIsSeen_data();
+    void whatHasTheKeyboardIsSeen();
+    void everyControlHasAnAccessibleNameAndRole_data();
+    void everyControlHasAnAccessibleNameAndRole();
 };
 
 namespace {
@@ -73,6 +79,53 @@ public:
     RecorderRecord* record = nullptr;
 };
 
+/// Brings up one of the places that the pages have.
+void show(Running& pages, const QString& place)
+{
+    if (place == QStringLiteral("list")) {
+        pages.module.setcurrentRecorder(nullptr);
+    } else if (place == QStringLiteral("settings")) {
+        ModuleFixture::leave(pages.instance->agentInstanceUuid());
+        pages.showTab(Pages::Configuration);
+    } else if (place == QStringLiteral("renaming")) {
+        pages.focusOn("recordsList");
+        pages.key(Qt::Key_F2);
+        QVERIFY(pages.isShown("recordName"));
+    } else if (place == QStringLiteral("agents")) {
+        QStringList agents;
+        for (int i = 0; i < 40; ++i) {
+            agents.append(QStringLiteral("\"agent %1\"").arg(i));
+        }
+        pages.recorder.loaded(pages.record->uuid(), 300, u'[' + agents.join(u',') + u']');
+        pages.click("agentsFilter");
+        QVERIFY(pages.isShown("agentsSearch"));
+    } else if (place == QStringLiteral("speed")) {
+        pages.click("speedChooser");
+    } else if (place == QStringLiteral("file")) {
+        pages.showTab(Pages::File);
+    } else if (place == QStringLiteral("loading")) {
+        pages.instance->loadRecord(pages.record);
+    } else if (place == QStringLiteral("question")) {
+        pages.click("deleteRecordButton");
+    } else if (place == QStringLiteral("wayOut")) {
+        pages.setPatience(1, 3600000);
+        pages.instance->moveCurrentRecordTime(20);
+        QTRY_VERIFY(pages.isShown("leaveButton"));
+    }
+    Pages::settle();
+    pages.window.grabWindow();
+    Pages::settle();
+}
+
+QString pathOf(const QQuickItem* item)
+{
+    QString path;
+    for (; item; item = item->parentItem()) {
+        path += QString::fromLatin1(item->metaObject()->className()) + u' ' + item->objectName() + " < ";
+    }
+    return path;
+}
+
 /// What can be pressed, typed into or chosen from, and says nothing of itself.
 QStringList namelessControls(const QQuickItem* within)
 {
@@ -86,12 +139,9 @@ QStringList namelessControls(const QQuickItem* within)
             || child->inherits("QQuickTextArea") || child->inherits("QQuickSlider") || child->inherits("QQuickComboBox");
         if (isControl || child->activeFocusOnTab()) {
             QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(child);
-            if (!accessible || accessible->text(QAccessible::Name).trimmed().isEmpty()) {
-                QString path;
-                for (const QQuickItem* item = child; item; item = item->parentItem()) {
-                    path += QString::fromLatin1(item->metaObject()->className()) + u' ' + item->objectName() + " < ";
-                }
-                nameless.append(path);
+            if (!accessible || accessible->text(QAccessible::Name).trimmed().isEmpty()
+                || accessible->role() == QAccessible::NoRole || accessible->role() == QAccessible::Client) {
+                nameless.append(pathOf(child));
             }
         }
         nameless += namelessControls(child);
@@ -294,47 +344,125 @@ void KeyboardTests::anOverlayTakesTheKeyboardAndGivesItBack()
     QCOMPARE(pages.row(), 1);
 }
 
-void KeyboardTests::everyControlHasAnAccessibleName_data()
+void KeyboardTests::escapeClosesWhatUnfolds()
+{
+    Running pages;
+    for (const auto& [button, unfolded] : { std::pair { "agentsFilter", "agentsList" }, { "speedChooser", "speeds" } }) {
+        pages.focusOn(button);
+        pages.key(Qt::Key_Space);
+        QVERIFY2(pages.isShown(unfolded), unfolded);
+        pages.key(Qt::Key_Escape);
+        QVERIFY2(!pages.isShown(unfolded), unfolded);
+        QCOMPARE(pages.focus(), button);
+    }
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QCOMPARE(pages.module.currentRecorder(), pages.instance);
+}
+
+void KeyboardTests::spacePlaysAFileFromItsTab()
+{
+    Running pages(false);
+    pages.instance->loadRecordFile("/data/plant.csv");
+    pages.recorder.loaded("/data/plant.csv", 300, "[\"a\"]");
+    pages.showTab(Pages::File);
+    QuenaryDouble::clearCalls();
+    pages.focusOn("recorderTabs");
+    pages.key(Qt::Key_Space);
+    compareCall(pages.instance, "play", {});
+    pages.key(Qt::Key_Space);
+    compareCall(pages.instance, "pause", {});
+}
+
+void KeyboardTests::theKeyOfAControlStandsInItsTooltip_data()
 {
     QTest::addColumn<QString>("place");
-    for (const char* const place : { "list", "settings", "records", "renaming", "agents", "speed", "file", "loading", "question" }) {
+    QTest::addColumn<QString>("control");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("record") << "records" << "recordButton" << "(F5)";
+    QTest::newRow("rename") << "records" << "renameRecordButton" << "(F2)";
+    QTest::newRow("delete a record") << "records" << "deleteRecordButton" << "(Del)";
+    QTest::newRow("play") << "records" << "playButton" << "(Space)";
+    QTest::newRow("back") << "records" << "backButton" << "(Alt+Left)";
+    QTest::newRow("keep") << "question" << "cancelDeletionButton" << "(Esc)";
+    QTest::newRow("open") << "list" << "configureButton" << "(Enter)";
+    QTest::newRow("delete a recorder") << "listOff" << "deleteRecorderButton" << "(Del)";
+}
+
+void KeyboardTests::theKeyOfAControlStandsInItsTooltip()
+{
+    QFETCH(const QString, place);
+    QFETCH(const QString, control);
+    QFETCH(const QString, key);
+    Running pages;
+    if (place == QStringLiteral("listOff")) {
+        show(pages, "settings");
+    }
+    show(pages, place.startsWith("list") ? QStringLiteral("list") : place);
+    QVERIFY2(pages.hint(control).endsWith(key), qPrintable(pages.hint(control)));
+}
+
+void KeyboardTests::whatHasTheKeyboardIsSeen_data()
+{
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<int>("leastStops");
+    QTest::newRow("list") << "list" << 4;
+    QTest::newRow("settings") << "settings" << 14;
+    QTest::newRow("records") << "records" << 14;
+    QTest::newRow("agents") << "agents" << 3;
+    QTest::newRow("file") << "file" << 7;
+    QTest::newRow("question") << "question" << 2;
+    QTest::newRow("wayOut") << "wayOut" << 2;
+}
+
+// Each stop of the Tab key against the picture in which the keyboard is elsewhere.
+void KeyboardTests::whatHasTheKeyboardIsSeen()
+{
+    QFETCH(const QString, place);
+    QFETCH(const int, leastStops);
+    Running pages;
+    show(pages, place);
+    const QQuickItem* first = nullptr;
+    const QQuickItem* last = nullptr;
+    QRect lastPlace;
+    QImage lastPicture;
+    int stops = 0;
+    for (int i = 0; i < 60; ++i) {
+        QTest::keyClick(&pages.window, Qt::Key_Tab);
+        Pages::settle();
+        const QImage picture = pages.window.grabWindow();
+        const QQuickItem* const item = pages.window.activeFocusItem();
+        // What moved meanwhile, because the page followed the keyboard, is another picture anyway.
+        if (last && last->mapRectToScene(last->boundingRect()).toAlignedRect() == lastPlace) {
+            const QRect around = lastPlace.adjusted(-6, -6, 6, 6);
+            QVERIFY2(picture.rect().contains(lastPlace), qPrintable("out of the window: " + pathOf(last)));
+            QVERIFY2(picture.copy(around) != lastPicture.copy(around), qPrintable("not seen: " + pathOf(last)));
+            ++stops;
+        }
+        if (item == first) {
+            break;
+        }
+        first = first ? first : item;
+        last = item;
+        lastPlace = item->mapRectToScene(item->boundingRect()).toAlignedRect();
+        lastPicture = picture;
+    }
+    QVERIFY2(stops >= leastStops, qPrintable(QString::number(stops)));
+}
+
+void KeyboardTests::everyControlHasAnAccessibleNameAndRole_data()
+{
+    QTest::addColumn<QString>("place");
+    for (const char* const place :
+        { "list", "settings", "records", "renaming", "agents", "speed", "file", "loading", "question", "wayOut" }) {
         QTest::newRow(place) << QString(place);
     }
 }
 
-void KeyboardTests::everyControlHasAnAccessibleName()
+void KeyboardTests::everyControlHasAnAccessibleNameAndRole()
 {
     QFETCH(const QString, place);
     Running pages(place != QStringLiteral("loading"));
-    if (place == QStringLiteral("list")) {
-        pages.module.setcurrentRecorder(nullptr);
-    } else if (place == QStringLiteral("settings")) {
-        ModuleFixture::leave(pages.instance->agentInstanceUuid());
-        pages.showTab(Pages::Configuration);
-    } else if (place == QStringLiteral("renaming")) {
-        pages.focusOn("recordsList");
-        pages.key(Qt::Key_F2);
-        QVERIFY(pages.isShown("recordName"));
-    } else if (place == QStringLiteral("agents")) {
-        QStringList agents;
-        for (int i = 0; i < 40; ++i) {
-            agents.append(QStringLiteral("\"agent %1\"").arg(i));
-        }
-        pages.recorder.loaded(pages.record->uuid(), 300, u'[' + agents.join(u',') + u']');
-        pages.click("agentsFilter");
-        QVERIFY(pages.isShown("agentsSearch"));
-    } else if (place == QStringLiteral("speed")) {
-        pages.click("speedChooser");
-    } else if (place == QStringLiteral("file")) {
-        pages.showTab(Pages::File);
-    } else if (place == QStringLiteral("loading")) {
-        pages.instance->loadRecord(pages.record);
-    } else if (place == QStringLiteral("question")) {
-        pages.click("deleteRecordButton");
-    }
-    Pages::settle();
-    pages.window.grabWindow();
-    Pages::settle();
+    show(pages, place);
     const QStringList nameless = namelessControls(pages.window.contentItem());
     QVERIFY2(nameless.isEmpty(), qPrintable(nameless.join(u'\n')));
 }

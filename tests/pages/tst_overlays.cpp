@@ -20,6 +20,9 @@ private Q_SLOTS:
     void aRecorderThatStaysSilentOffersAWayOut();
     void aCancelThatNothingEndsCanBeLeftBehind();
     void whatALostRecorderLeftOpenCloses();
+    void aQuestionIsAskedInTheMiddle_data();
+    void aQuestionIsAskedInTheMiddle();
+    void aQuestionAboutNothingNamesNothing();
 };
 
 namespace {
@@ -248,6 +251,43 @@ void OverlaysTests::whatALostRecorderLeftOpenCloses()
     ModuleFixture::leave(pages.instance->agentInstanceUuid());
     QCOMPARE(pages.overlay(), NONE);
     QVERIFY(pages.item("pages")->isEnabled());
+}
+
+void OverlaysTests::aQuestionIsAskedInTheMiddle_data()
+{
+    QTest::addColumn<QSize>("window");
+    QTest::addColumn<int>("width");
+    QTest::newRow("much room") << QSize(1048, 744) << 600;
+    QTest::newRow("just as much") << QSize(680, 600) << 600;
+    QTest::newRow("little room") << QSize(560, 600) << 480;
+}
+
+void OverlaysTests::aQuestionIsAskedInTheMiddle()
+{
+    QFETCH(const QSize, window);
+    QFETCH(const int, width);
+    Pages pages(Pages::Network::Joined, window);
+    pages.fixture.addRecorder("Plant");
+    Pages::settle();
+    pages.focusOn("recorderInstance");
+    pages.key(Qt::Key_Delete);
+    QVERIFY(pages.isShown("question"));
+    const QQuickItem* popup = pages.item("question");
+    while (!popup->inherits("QQuickPopupItem")) {
+        popup = popup->parentItem();
+    }
+    QCOMPARE(popup->width(), width);
+    const QPointF middle = popup->mapToScene(QPointF(popup->width() / 2, popup->height() / 2));
+    const QQuickItem* const root = pages.item("recordAndReplay");
+    QVERIFY((middle - QPointF(root->width() / 2, root->height() / 2)).manhattanLength() <= 2);
+}
+
+void OverlaysTests::aQuestionAboutNothingNamesNothing()
+{
+    const Pages pages;
+    const auto text = [&pages](const char* popup) { return pages.window.rootObject()->findChild<QObject*>(popup)->property("text"); };
+    QCOMPARE(text("confirmRecordDeletion"), "Do you want to delete record ?");
+    QCOMPARE(text("confirmRecorderDeletion"), "Do you want to delete recorder ?");
 }
 
 static const RegisterPageTest<OverlaysTests> overlaysTests;

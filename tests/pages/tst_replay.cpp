@@ -20,6 +20,7 @@ private Q_SLOTS:
     void theSliderStandsWhereTheReplayIs();
     void pressingTheSliderPausesAndReleasingItMoves();
     void theSliderMovesWithKeys();
+    void neitherTheSliderNorATypedTimeMovesWhileTheRecorderMoves_data();
     void neitherTheSliderNorATypedTimeMovesWhileTheRecorderMoves();
     void theSpeedIsChosenAmongThoseOfTheRecord();
     void theAgentsAreChosenAtTheStartOnly();
@@ -264,11 +265,26 @@ void ReplayTests::theSliderMovesWithKeys()
     compareMove(Qt::Key_Home, 0);
 }
 
+void ReplayTests::neitherTheSliderNorATypedTimeMovesWhileTheRecorderMoves_data()
+{
+    QTest::addColumn<bool>("isStopping");
+    QTest::newRow("moving") << false;
+    QTest::newRow("stopping") << true;
+}
+
 void ReplayTests::neitherTheSliderNorATypedTimeMovesWhileTheRecorderMoves()
 {
+    QFETCH(const bool, isStopping);
     Replay pages;
-    pages.instance->moveCurrentRecordTime(20);
+    if (isStopping) {
+        pages.standAt(5);
+        ignoreNotPlaying();
+        pages.instance->stopRecord(pages.record);
+    } else {
+        pages.instance->moveCurrentRecordTime(20);
+    }
     Pages::settle();
+    QCOMPARE(pages.instance->isStoppingRecord(), isStopping);
     QuenaryDouble::clearCalls();
     QQuickItem* const item = pages.item("recordSlider");
     // The overlay keeps a hand away; a release that comes from before it is not sent either.

@@ -105,13 +105,17 @@ FocusScope {
                     (contentItem as ListView).highlightResizeDuration = 0;
                 }
 
+                // Space is for the replay, not for the tab that is chosen already.
                 PageTab {
+                    Keys.forwardTo: [root]
                     text: qsTr("CONFIG")
                 }
                 PageTab {
+                    Keys.forwardTo: [root]
                     text: qsTr("RECORDS (%1)").arg(root.recorder.records.count)
                 }
                 PageTab {
+                    Keys.forwardTo: [root]
                     text: qsTr("CSV FILE")
                 }
             }

@@ -69,11 +69,15 @@ Column {
             border.width: area.activeFocus ? Theme.focusWidth : 1
             border.color: area.activeFocus ? Theme.accent : Theme.line
         }
-        ScrollView {
+        Flickable {
             anchors.fill: parent
             anchors.margins: 2
+            clip: true
+            boundsBehavior: Flickable.StopAtBounds
+            ScrollBar.vertical: PageScrollBar {}
 
-            TextArea {
+            // As large as the frame at least, so that a press anywhere in it is one in the text.
+            TextArea.flickable: TextArea {
                 id: area
 
                 objectName: "filtersText"
@@ -87,8 +91,9 @@ Column {
                 font.pixelSize: Theme.textSize
                 textFormat: TextEdit.PlainText
                 selectByMouse: true
-                KeyNavigation.priority: KeyNavigation.BeforeItem
-                KeyNavigation.tab: applyButton
+                wrapMode: TextEdit.Wrap
+                // A tab is no part of a filter.
+                Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
                 Accessible.name: qsTr("Recording filters")
                 background: null
             }
@@ -98,7 +103,6 @@ Column {
         spacing: Theme.spacing
 
         DarkOrLightTextButton {
-            id: applyButton
             objectName: "applyFiltersButton"
             text: qsTr("APPLY")
             hint: qsTr("Send the filters to the recorder")

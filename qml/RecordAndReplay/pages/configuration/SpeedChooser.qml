@@ -100,6 +100,7 @@ Hinted {
             margins: 8
 
             contentItem: ListView {
+                objectName: "speeds"
                 implicitHeight: contentHeight
                 clip: true
                 model: box.delegateModel

@@ -13,8 +13,15 @@ Flickable {
     // Beside the bar, not under it.
     readonly property real innerWidth: width - (contentHeight > height ? Theme.spacing : 0)
 
+    function holds(item: Item): bool {
+        while (item !== null && item !== root.contentItem) {
+            item = item.parent;
+        }
+        return item !== null;
+    }
+
     function follow(): void {
-        if (!root.activeFocus || root.focused === null) {
+        if (!root.holds(root.focused)) {
             return;
         }
         const top = root.contentItem.mapFromItem(root.focused, 0, 0).y - Theme.spacingLarge;
