@@ -4,7 +4,6 @@
 #include <zqproperty.h>
 
 #include <QtCore/QDebug>
-#include <QtCore/QScopedValueRollback>
 #include <QtCore/QSet>
 #include <QtQml/QJSEngine>
 
@@ -122,14 +121,18 @@ void RecorderRecord::_load(const QStringList& agents, bool updatesAgentsFilterDa
     }
 
     const QStringList sorted = sortedAgents(agents);
-    _offer().agentsFilters.deleteAllItems();
+    _deleteAgents();
     QList<RecordAgentFilter*> filters;
     filters.reserve(sorted.size());
     for (const QString& agent : sorted) {
         auto* filter = new RecordAgentFilter(agent, this);
-        connect(filter, &RecordAgentFilter::checkedChanged, this, &RecorderRecord::_updateAgentsFilterData);
+        connect(filter, &RecordAgentFilter::checkedChanged, this, [this, filter] {
+            _checkedAgents += filter->checked() ? 1 : -1;
+            _updateAgentsFilterData();
+        });
         filters.append(filter);
     }
+    _checkedAgents = filters.size();
     _offer().agentsFilters.appendRows(filters);
 
     // Everything is active after a load.
@@ -172,7 +175,7 @@ void RecorderRecord::unload()
         emit replayProgressInSecondChanged();
     }
     _setlastActiveAgentsFilter({});
-    _offer().agentsFilters.deleteAllItems();
+    _deleteAgents();
     _updateAgentsFilterData();
     updateSpeed(nullptr);
     _offer().speeds.deleteAllItems();
@@ -190,8 +193,6 @@ void RecorderRecord::updateReplayContext(
         const QStringList sorted = sortedAgents(activeAgents);
         _setlastActiveAgentsFilter(sorted);
         const QSet<QString> active(sorted.cbegin(), sorted.cend());
-        // The summary is made once for all: made anew for each agent it would cost the square of their number.
-        const QScopedValueRollback summarises(_summarisesAgentsFilter, false);
         const QList<RecordAgentFilter*> filters = _offeredAgents();
         for (RecordAgentFilter* filter : filters) {
             if (!active.contains(filter->name())) {
@@ -246,32 +247,34 @@ QStringList RecorderRecord::saveActiveAgentsFilters()
     return agents;
 }
 
+void RecorderRecord::_deleteAgents()
+{
+    // Deleted later: what becomes of them until then counts no more.
+    const QList<RecordAgentFilter*> filters = _offeredAgents();
+    for (RecordAgentFilter* filter : filters) {
+        disconnect(filter, &RecordAgentFilter::checkedChanged, this, nullptr);
+    }
+    _checkedAgents = 0;
+    _offer().agentsFilters.deleteAllItems();
+}
+
+// After every check mark: of many agents, whose marks may change one after another, each is not looked at every time.
 void RecorderRecord::_updateAgentsFilterData()
 {
-    if (!_summarisesAgentsFilter) {
-        return;
-    }
-    const QList<RecordAgentFilter*> filters = _offeredAgents();
-    qsizetype checkedCount = 0;
-    const RecordAgentFilter* lastChecked = nullptr;
-    for (const RecordAgentFilter* filter : filters) {
-        if (filter->checked()) {
-            ++checkedCount;
-            lastChecked = filter;
-        }
-    }
+    const qsizetype agentCount = _madeOffer ? _madeOffer->agentsFilters.size() : 0;
     Qt::CheckState state = Qt::Checked;
     QString recap;
-    if (filters.isEmpty()) {
+    if (agentCount == 0) {
         recap = tr("No agent on record");
-    } else if (checkedCount == filters.size()) {
+    } else if (_checkedAgents == agentCount) {
         recap = tr("All agents");
-    } else if (checkedCount == 0) {
+    } else if (_checkedAgents == 0) {
         state = Qt::Unchecked;
         recap = tr("No agent selected");
     } else {
         state = Qt::PartiallyChecked;
-        recap = checkedCount == 1 ? lastChecked->name() : tr("%1 agents").arg(checkedCount);
+        recap
+            = _checkedAgents == 1 ? getActiveAgentsFiltersAsStringList().value(0) : tr("%1 agents").arg(_checkedAgents);
     }
     setagentsFilterState(state);
     ZqProperty::assign(this, _agentsFilterRecap, recap, &RecorderRecord::agentsFilterRecapChanged);

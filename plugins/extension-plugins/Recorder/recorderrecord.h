@@ -172,6 +172,7 @@ private:
     /// thousand records few are ever loaded.
     Offer& _offer();
     QList<RecordAgentFilter*> _offeredAgents() const;
+    void _deleteAgents();
     void _load(const QStringList& agents, bool updatesAgentsFilterData);
     void _setreplayIsAtStarted(bool replayIsAtStart);
     void _setlastActiveAgentsFilter(const QStringList& lastActiveAgentsFilter);
@@ -193,7 +194,8 @@ private:
     std::unique_ptr<Offer> _madeOffer;
     Qt::CheckState _agentsFilterState = Qt::Unchecked;
     QString _agentsFilterRecap;
-    bool _summarisesAgentsFilter = true;
+    /// Of the offered agents.
+    qsizetype _checkedAgents = 0;
     QStringList _lastActiveAgentsFilter;
     Speed* _speed = nullptr;
 };

@@ -109,6 +109,7 @@ private Q_SLOTS:
     void aBrokenListOfAgentsIsNone();
     void agentsAreReadForWhatTheyAre_data();
     void agentsAreReadForWhatTheyAre();
+    void agentsByTheTenThousandAreReadToo();
 };
 
 // ---- records ----------------------------------------------------------------------------------------------------
@@ -356,6 +357,34 @@ void tst_HostileJson::agentsAreReadForWhatTheyAre()
     QCOMPARE(agentsOf(stage.snapshot(), record), agents);
     QCOMPARE(messages.problems(), QStringList());
     QCOMPARE(Stage::calls(), QStringList());
+}
+
+void tst_HostileJson::agentsByTheTenThousandAreReadToo()
+{
+    constexpr int COUNT = 50000;
+    QStringList names;
+    for (int i = 0; i < COUNT; ++i) {
+        names.append(QStringLiteral("\"%1\"").arg(i));
+    }
+    const QString json = u'[' + names.join(u',') + u']';
+    Stage stage;
+    const MessageLog messages;
+    stage.recorder->loaded(RECORD_A, 3.0, json);
+    QCOMPARE(stage.recordA()->agentsFilters()->count(), COUNT);
+    QCOMPARE(stage.recordA()->agentsFilterRecap(), "All agents");
+    // Each of them is unchecked, one after another.
+    const auto context = [&](const QString& filter) {
+        stage.recorder->reply("context", { RECORD_A, "", 3.0, 1.0, 1.0, false, json, filter, "" });
+    };
+    context("[\"nobody\"]");
+    QCOMPARE(stage.recordA()->agentsFilterState(), Qt::Unchecked);
+    QCOMPARE(stage.recordA()->agentsFilterRecap(), "No agent selected");
+    context("[\"7\"]");
+    QCOMPARE(stage.recordA()->agentsFilterState(), Qt::PartiallyChecked);
+    QCOMPARE(stage.recordA()->agentsFilterRecap(), "7");
+    context("[\"7\",\"8\"]");
+    QCOMPARE(stage.recordA()->agentsFilterRecap(), "2 agents");
+    QCOMPARE(messages.problems(), QStringList());
 }
 
 QTEST_MAIN(tst_HostileJson)

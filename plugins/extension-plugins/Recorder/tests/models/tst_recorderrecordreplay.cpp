@@ -36,21 +36,27 @@ private slots:
             QStringLiteral("u"), QStringLiteral("n"), QDateTime(), QDateTime(), 10'000'000, nullptr);
     }
 
-    void aReplayTakenOverIsSummarisedOnceForAllItsAgents()
+    void aReplayTakenOverIsSummarisedWithEveryCheckMark()
     {
-        QStringList agents;
-        for (int i = 0; i < 500; ++i) {
-            agents.append(QStringLiteral("agent %1").arg(i));
-        }
-        QSignalSpy recaps(record.get(), &RecorderRecord::agentsFilterRecapChanged);
-        record->updateReplayContext(0.0, 1.0, false, agents, { QStringLiteral("agent 7") });
-        QCOMPARE(recaps.count(), 1);
-        QCOMPARE(record->agentsFilterRecap(), QStringLiteral("agent 7"));
+        const QStringList agents { QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d") };
+        QStringList recaps;
+        connect(record.get(), &RecorderRecord::agentsFilterRecapChanged, record.get(),
+            [this, &recaps] { recaps.append(record->agentsFilterRecap()); });
+        record->updateReplayContext(0.0, 1.0, false, agents, { QStringLiteral("c") });
+        QCOMPARE(recaps, QStringList({ "3 agents", "2 agents", "c" }));
         QCOMPARE(record->agentsFilterState(), Qt::PartiallyChecked);
-        // And from then on with every check mark.
-        qobject_cast<RecordAgentFilter*>(record->agentsFilters()->itemAt(0))->setchecked(true);
-        QCOMPARE(recaps.count(), 2);
-        QCOMPARE(record->agentsFilterRecap(), QStringLiteral("2 agents"));
+        recaps.clear();
+        record->updateReplayContext(0.0, 1.0, false, agents, { QStringLiteral("nobody") });
+        QCOMPARE(recaps, QStringList({ "3 agents", "2 agents", "d", "No agent selected" }));
+    }
+
+    void agentsOfBeforeCountNoMore()
+    {
+        record->load({ QStringLiteral("a"), QStringLiteral("b") });
+        auto* const before = qobject_cast<RecordAgentFilter*>(record->agentsFilters()->itemAt(0));
+        record->load({ QStringLiteral("c"), QStringLiteral("d") });
+        before->setchecked(false);
+        QCOMPARE(record->agentsFilterRecap(), QStringLiteral("All agents"));
     }
 
     void aNegativePositionIsTheStart()
