@@ -93,7 +93,8 @@ RecorderInstance::~RecorderInstance()
         _recordFromFile->deleteLater();
         _recordFromFile = nullptr;
     }
-    // The records go with this object, their parent. Not later: Qt would look for each of them among all that go later.
+    // The records go with this object, which owns their parents. Not later: Qt would look for each of them among all
+    // that go later.
     _recordsByUuid.clear();
     _records.clear();
 }

@@ -17,6 +17,7 @@
 #include <QtCore/QHash>
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 #include <QtCore/QTimer>
 #include <QtCore/QUrl>
 
@@ -417,6 +418,7 @@ private:
     bool _takeRecords(const QJsonArray& elements);
     void _removeRecords(const QList<RecorderRecord*>& records);
     /// Null for a record that is not in the list, or no longer.
+    QObject* _parentOfNewRecord();
     RecorderRecord* _knownRecord(const QString& recordUuid) const;
     void _applyWaitingReplayContext();
 
@@ -494,6 +496,8 @@ private:
     ZqCustomItemListModel<RecorderRecord> _records;
     /// May name records that are gone, because whoever has the list may delete them: see _knownRecord().
     QHash<QString, RecorderRecord*> _recordsByUuid;
+    /// Of the last listed record; null or empty when there is none.
+    QPointer<QObject> _recordParent;
     /// Counts the lists that were taken and forgotten: one that others overtake is taken no further.
     unsigned _recordsTurn = 0;
     QString _recordFilters;

@@ -7,6 +7,7 @@
 #include <zqproperty.h>
 
 #include <QtCore/QBitArray>
+#include <QtCore/QChildEvent>
 #include <QtCore/QDebug>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -100,6 +101,24 @@ private:
     QBitArray _isListed;
     qsizetype _expected = 0;
     QHash<const RecorderRecord*, qsizetype> _positions;
+};
+
+/// Stands between an instance and a few of its records, because Qt looks for an object that goes among all its
+/// siblings. Goes with the last of them.
+class RecordParent : public QObject
+{
+public:
+    static constexpr qsizetype MOST_RECORDS = 256;
+
+    using QObject::QObject;
+
+protected:
+    void childEvent(QChildEvent* event) override
+    {
+        if (event->removed() && children().isEmpty()) {
+            deleteLater();
+        }
+    }
 };
 
 } // namespace
@@ -205,7 +224,7 @@ bool RecorderInstance::_takeRecords(const QJsonArray& elements)
         if (!record) {
             const QString startDate = object.value(QLatin1StringView("start_date")).toString();
             record = new RecorderRecord(listed.uuid, listed.name, dates.read(startDate), dates.read(listed.endDate),
-                listed.durationInMicroseconds, this);
+                listed.durationInMicroseconds, _parentOfNewRecord());
             newRecordsByUuid.insert(listed.uuid, record);
             newRecords.append(record);
             continue;
@@ -254,6 +273,16 @@ void RecorderInstance::_removeRecords(const QList<RecorderRecord*>& records)
             record->deleteLater();
         }
     }
+}
+
+QObject* RecorderInstance::_parentOfNewRecord()
+{
+    // One that has no record any more is about to go.
+    if (!_recordParent || _recordParent->children().isEmpty()
+        || _recordParent->children().size() >= RecordParent::MOST_RECORDS) {
+        _recordParent = new RecordParent(this);
+    }
+    return _recordParent;
 }
 
 RecorderRecord* RecorderInstance::_knownRecord(const QString& recordUuid) const

@@ -280,7 +280,8 @@ void tst_RecorderControl::manyRecordsThatAreListedNoMoreAreDeleted()
     ScriptedRecorder recorder(instance);
     QStringList all;
     QStringList half;
-    for (int i = 0; i < 300; ++i) {
+    const qsizetype childrenBefore = instance->children().size();
+    for (int i = 0; i < 1000; ++i) {
         const QString record = recordJson(QStringLiteral("record %1").arg(i), QString::number(i));
         all.append(record);
         if (i % 2 == 1) {
@@ -290,9 +291,12 @@ void tst_RecorderControl::manyRecordsThatAreListedNoMoreAreDeleted()
     recorder.records('[' + all.join(',') + ']');
     const QPointer<QObject> leaving = instance->records()->get(0);
     recorder.records('[' + half.join(',') + ']');
-    QCOMPARE(instance->records()->count(), 150);
-    QCOMPARE(qobject_cast<RecorderRecord*>(instance->records()->get(149))->name(), "299");
+    QCOMPARE(instance->records()->count(), 500);
+    QCOMPARE(qobject_cast<RecorderRecord*>(instance->records()->get(499))->name(), "999");
     QVERIFY(!leaving);
+    QCOMPARE(instance->findChildren<RecorderRecord*>().size(), 500);
+    recorder.records("[]");
+    QCOMPARE(instance->children().size(), childrenBefore);
 }
 
 void tst_RecorderControl::anOpenEndIsAnInvalidDate()

@@ -132,13 +132,23 @@ QString textOf(const QVariant& value, const QHash<const QObject*, QString>& path
     }
 }
 
+// Those of a plain object that only stands between count as the object's own.
+void countChildren(const QObject* object, QMap<QString, int>& counts)
+{
+    for (const QObject* child : object->children()) {
+        if (child->metaObject() == &QObject::staticMetaObject && !child->children().isEmpty()) {
+            countChildren(child, counts);
+        } else {
+            ++counts[QString::fromLatin1(child->metaObject()->className())];
+        }
+    }
+}
+
 // The children by class: what no property shows, such as an open file, is one.
 QString childrenOf(const QObject* object)
 {
     QMap<QString, int> counts;
-    for (const QObject* child : object->children()) {
-        ++counts[QString::fromLatin1(child->metaObject()->className())];
-    }
+    countChildren(object, counts);
     QStringList texts;
     for (auto count = counts.cbegin(); count != counts.cend(); ++count) {
         texts.append(QStringLiteral("%1 %2").arg(count.value()).arg(count.key()));
