@@ -118,7 +118,10 @@ bool HostApplication::_createWindow(QString* error)
         && !qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
         WindowPicture::drawWithoutGraphicsCard();
     }
-    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    // Too late once a page was read, by an earlier window.
+    if (const QString style = QStringLiteral("Basic"); QQuickStyle::name() != style) {
+        QQuickStyle::setStyle(style);
+    }
     connect(Theme::instance(), &Theme::isDarkChanged, this, &dressDialogs);
     dressDialogs();
 

@@ -8,7 +8,10 @@
 
 void WindowPicture::drawWithoutGraphicsCard()
 {
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    // Too late once a window was drawn.
+    if (const QString backend = QStringLiteral("software"); QQuickWindow::sceneGraphBackend() != backend) {
+        QQuickWindow::setSceneGraphBackend(backend);
+    }
 }
 
 void WindowPicture::settle(QQuickWindow& window)
@@ -45,5 +48,5 @@ bool WindowPicture::isBlank(const QImage& picture)
 
 bool WindowPicture::write(const QImage& picture, const QString& path)
 {
-    return picture.save(path, "PNG", 0);
+    return picture.save(path, "PNG");
 }

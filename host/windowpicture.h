@@ -24,7 +24,7 @@ QImage draw(QQuickWindow& window);
 // An empty page has hardly any colours; this is what tells a picture from a blank.
 bool isBlank(const QImage& picture);
 
-// As a PNG file, made as small as it gets.
+// As a PNG file.
 bool write(const QImage& picture, const QString& path);
 
 } // namespace WindowPicture

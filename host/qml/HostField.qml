@@ -15,14 +15,15 @@ TextField {
     topPadding: 0
     bottomPadding: 0
     verticalAlignment: TextInput.AlignVCenter
-    color: Theme.text
+    // Not dimmed while nothing can be typed: a value is there to be read.
+    color: enabled ? Theme.text : Theme.mutedText
     placeholderTextColor: Theme.mutedText
     selectionColor: Theme.accent
     selectedTextColor: Theme.accentText
     font.pixelSize: Theme.textSize
-    opacity: enabled ? 1 : Theme.disabledOpacity
 
     background: Rectangle {
+        opacity: root.enabled ? 1 : Theme.disabledOpacity
         radius: Theme.radius
         color: Theme.raised
         border.width: root.activeFocus ? Theme.focusWidth : 1

@@ -117,57 +117,37 @@ Item {
             Layout.preferredWidth: 200
             Layout.fillWidth: true
 
-            Text {
+            ForeignText {
                 objectName: "instanceName"
                 width: parent.width
                 text: root.instance?.name ?? ""
-                color: Theme.text
-                font.pixelSize: Theme.textSize
                 font.weight: Font.DemiBold
-                elide: Text.ElideRight
-                textFormat: Text.PlainText
             }
-            Text {
-                id: problemText
+            ForeignText {
                 objectName: "instanceProblem"
                 width: parent.width
                 visible: text !== ""
                 text: root.problem !== "" ? root.problem : root.isNarrow ? root.className : ""
                 color: root.problem !== "" ? Theme.recording : Theme.mutedText
                 font.pixelSize: Theme.smallTextSize
-                elide: Text.ElideRight
-                textFormat: Text.PlainText
                 Accessible.role: root.problem !== "" ? Accessible.AlertMessage : Accessible.StaticText
                 Accessible.name: text
-
-                HoverHandler {
-                    id: problemHover
-                }
-                HoverHint {
-                    isHovered: problemText.truncated && problemHover.hovered
-                    text: problemText.text
-                }
             }
         }
-        Text {
+        ForeignText {
             Layout.preferredWidth: 170
             visible: !root.isNarrow
             text: root.className
             color: Theme.mutedText
-            font.pixelSize: Theme.textSize
-            elide: Text.ElideRight
-            textFormat: Text.PlainText
         }
-        Text {
-            Layout.preferredWidth: root.isNarrow ? 96 : 130
+        ForeignText {
+            Layout.preferredWidth: root.isNarrow ? 112 : 130
             text: root.machineText
             color: Theme.mutedText
-            font.pixelSize: Theme.textSize
-            elide: Text.ElideRight
-            textFormat: Text.PlainText
         }
+        // As wide as its longest word.
         Item {
-            Layout.preferredWidth: 96
+            Layout.preferredWidth: 112
             implicitHeight: chip.implicitHeight
 
             StateChip {
@@ -182,7 +162,7 @@ Item {
         HostButton {
             id: startButton
             objectName: "startInstanceButton"
-            Layout.preferredWidth: 128
+            Layout.preferredWidth: 144
             visible: !root.isRunning
             isTabStop: root.isTabStop
             hint: qsTr("Start this agent")
@@ -204,7 +184,7 @@ Item {
         HostButton {
             id: stopButton
             objectName: "stopInstanceButton"
-            Layout.preferredWidth: 128
+            Layout.preferredWidth: 144
             visible: root.isRunning
             isTabStop: root.isTabStop
             hint: qsTr("Ask this agent to stop")

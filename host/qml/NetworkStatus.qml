@@ -55,15 +55,13 @@ ColumnLayout {
             onClicked: root.networkRequested()
         }
     }
-    Text {
+    ForeignText {
         Layout.leftMargin: Theme.spacingSmall
         Layout.fillWidth: true
         visible: !root.isNarrow
         text: root.place
         color: Theme.mutedText
         font.pixelSize: Theme.smallTextSize
-        elide: Text.ElideRight
-        textFormat: Text.PlainText
     }
     Text {
         Layout.leftMargin: Theme.spacingSmall

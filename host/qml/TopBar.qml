@@ -41,16 +41,14 @@ Rectangle {
             Layout.fillWidth: true
             implicitHeight: name.implicitHeight
 
-            Text {
+            ForeignText {
                 id: name
                 objectName: "documentName"
                 width: Math.min(implicitWidth, parent.width - mark.implicitWidth - Theme.spacing)
                 text: root.host.documentName
-                color: Theme.text
                 font.pixelSize: Theme.titleSize
                 font.weight: Font.DemiBold
                 elide: Text.ElideMiddle
-                textFormat: Text.PlainText
                 Accessible.role: Accessible.Heading
                 Accessible.name: text
             }

@@ -19,25 +19,18 @@ Item {
         anchors.rightMargin: Theme.spacingLarge
         spacing: Theme.spacing
 
-        Text {
+        ForeignText {
             Layout.preferredWidth: 200
             Layout.fillWidth: true
             text: root.agent.name
-            color: Theme.text
-            font.pixelSize: Theme.textSize
-            elide: Text.ElideRight
-            textFormat: Text.PlainText
         }
-        Text {
+        ForeignText {
             Layout.preferredWidth: 130
             text: root.agent.isAttachedToCorvane ? qsTr("this machine") : root.agent.host.networkName
             color: Theme.mutedText
-            font.pixelSize: Theme.textSize
-            elide: Text.ElideRight
-            textFormat: Text.PlainText
         }
         Item {
-            Layout.preferredWidth: 96
+            Layout.preferredWidth: 112
             implicitHeight: chip.implicitHeight
 
             StateChip {

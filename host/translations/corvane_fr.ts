@@ -271,7 +271,7 @@
     </message>
     <message>
         <source>Connect</source>
-        <translation>Démarrer</translation>
+        <translation>Connecter</translation>
     </message>
     <message>
         <source>The host is not on the network</source>
@@ -287,7 +287,7 @@
     </message>
     <message>
         <source>Disconnect</source>
-        <translation>Arrêter</translation>
+        <translation>Déconnecter</translation>
     </message>
     <message>
         <source>This agent does not take requests to stop</source>

@@ -16,6 +16,7 @@ private Q_SLOTS:
     void aTypedTimeMovesTheReplay();
     void aTypedTimeThatIsNoneMovesNothing_data();
     void aTypedTimeThatIsNoneMovesNothing();
+    void aTypedTimeThatIsWrongSaysWhyAtOnce();
     void noTimeIsTypedWhileTheRecordIsPlayed();
     void theSliderStandsWhereTheReplayIs();
     void pressingTheSliderPausesAndReleasingItMoves();
@@ -192,6 +193,21 @@ void ReplayTests::aTypedTimeThatIsNoneMovesNothing()
     pages.key(Qt::Key_Return);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
     QCOMPARE(pages.text("positionField"), "00:00:12.000");
+}
+
+void ReplayTests::aTypedTimeThatIsWrongSaysWhyAtOnce()
+{
+    Replay pages;
+    pages.fill("positionField", "abc", false);
+    QTRY_COMPARE(pages.texts("hint"), QStringList({ "Type a time such as 00:02:05.500, 02:05.500 or 5.5" }));
+    pages.fill("positionField", "5:00.001", false);
+    QTRY_COMPARE(pages.texts("hint"), QStringList({ "The record ends at 00:05:00.000" }));
+    pages.fill("positionField", "5:00", false);
+    QTRY_VERIFY(!pages.isShown("hint"));
+    pages.fill("positionField", "5:00:00", false);
+    QTRY_VERIFY(pages.isShown("hint"));
+    pages.key(Qt::Key_Escape);
+    QTRY_VERIFY(!pages.isShown("hint"));
 }
 
 void ReplayTests::noTimeIsTypedWhileTheRecordIsPlayed()

@@ -396,6 +396,14 @@
         <source>Position</source>
         <translation>Position</translation>
     </message>
+    <message>
+        <source>Type a time such as 00:02:05.500, 02:05.500 or 5.5</source>
+        <translation>Saisissez un temps, par exemple 00:02:05.500, 02:05.500 ou 5.5</translation>
+    </message>
+    <message>
+        <source>The record ends at %1</source>
+        <translation>L’enregistrement se termine à %1</translation>
+    </message>
 </context>
 <context>
     <name>ProgressFeedback</name>

@@ -52,7 +52,6 @@ Hinted {
         anchors.fill: parent
         focus: true
         enabled: root.available
-        opacity: root.available ? 1 : Theme.disabledOpacity
         Accessible.role: Accessible.ButtonDropDown
         Accessible.name: qsTr("Agents: %1").arg(root.recapText)
         Accessible.description: root.available ? root.hint : root.unavailableHint
@@ -60,6 +59,7 @@ Hinted {
 
         background: Rectangle {
             radius: Theme.radius
+            opacity: root.available ? 1 : Theme.disabledOpacity
             color: summary.hovered ? Theme.hovered : Theme.raised
             border.width: 1
             border.color: Theme.line
@@ -78,7 +78,8 @@ Hinted {
             anchors.rightMargin: Theme.spacingSmall
             anchors.verticalCenter: parent.verticalCenter
             text: root.recapText
-            color: Theme.text
+            // Not dimmed while nothing can be chosen: it is there to be read.
+            color: root.available ? Theme.text : Theme.mutedText
             font.pixelSize: Theme.textSize
             elide: Text.ElideRight
             textFormat: Text.PlainText
@@ -93,6 +94,7 @@ Hinted {
         }
         Glyph {
             id: chevron
+            opacity: root.available ? 1 : Theme.disabledOpacity
             anchors.right: parent.right
             anchors.rightMargin: Theme.spacingSmall
             anchors.verticalCenter: parent.verticalCenter

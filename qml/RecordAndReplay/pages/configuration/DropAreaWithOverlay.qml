@@ -35,7 +35,6 @@ DropArea {
         visible: root.containsDrag
         radius: Theme.cardRadius
         color: Theme.background
-        opacity: 0.94
 
         DashedFrame {
             anchors.fill: parent

@@ -12,6 +12,18 @@ DarkOrLightTextField {
     readonly property int typedMilliseconds: toMilliseconds(text)
     readonly property bool isMoving: recorder.isMovingRecord || recorder.isStoppingRecord
 
+    // What is wrong with the typed text; nothing for a place in the record.
+    readonly property string problem: {
+        if (!isEdited) {
+            return "";
+        }
+        if (typedMilliseconds < 0) {
+            return qsTr("Type a time such as 00:02:05.500, 02:05.500 or 5.5");
+        }
+        const duration = record?.durationInSeconds ?? 0;
+        return typedMilliseconds > duration * 1000 ? qsTr("The record ends at %1").arg(RecorderUtils.prettyPrintTime(duration, RecorderTimeFormat.HH_MM_SS_ZZZ)) : "";
+    }
+
     // Of "hh:mm:ss.zzz", "mm:ss.zzz" or "ss.zzz"; -1 for any other text.
     function toMilliseconds(text: string): int {
         const parts = /^(?:(?:(\d{1,6}):)?(\d{1,6}):)?(\d{1,9})(?:\.(\d{1,9}))?$/.exec(text.trim());
@@ -29,9 +41,10 @@ DarkOrLightTextField {
     font.features: ({
             "tnum": 1
         })
-    hint: readOnly ? qsTr("Pause to type a time") : qsTr("Position: type a time to move there")
+    hint: problem !== "" ? problem : readOnly ? qsTr("Pause to type a time") : qsTr("Position: type a time to move there")
     accessibleName: qsTr("Position")
-    isWrong: isEdited && (typedMilliseconds < 0 || typedMilliseconds > (record?.durationInSeconds ?? 0) * 1000)
+    isWrong: problem !== ""
+    isInsisting: isWrong
     mayCommit: typedMilliseconds >= 0 && !isMoving
     onReadOnlyChanged: reset()
     onCommitted: text => {

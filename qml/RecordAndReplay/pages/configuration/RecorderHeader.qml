@@ -45,6 +45,7 @@ Item {
             objectName: "recorderName"
             Layout.fillWidth: true
             Layout.maximumWidth: 300
+            Layout.preferredWidth: root.width < 800 ? 160 : 300
             Layout.minimumWidth: 120
             value: root.recorder.name
             isUsed: isEdited && !isBlank(text) && root.recorder.isRecorderNameAlreadyUsed(text)

@@ -9,7 +9,9 @@ Rectangle {
     id: root
 
     required property RecorderInstance recorder
-    readonly property color ink: recorder.isRecordingPaused ? Theme.paused : recorder.isRecording ? Theme.recording : Theme.mutedText
+    // The recorder keeps its flag when a paused recording ends.
+    readonly property bool isPaused: recorder.isRecording && recorder.isRecordingPaused
+    readonly property color ink: isPaused ? Theme.paused : recorder.isRecording ? Theme.recording : Theme.mutedText
 
     implicitHeight: 62
     radius: Theme.cardRadius
@@ -50,7 +52,7 @@ Rectangle {
         anchors.left: time.right
         anchors.leftMargin: Theme.spacing
         anchors.baseline: time.baseline
-        visible: root.recorder.isRecordingPaused
+        visible: root.isPaused
         text: qsTr("paused")
         color: Theme.paused
         font.pixelSize: Theme.titleSize

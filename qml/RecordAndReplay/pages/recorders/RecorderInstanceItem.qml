@@ -77,7 +77,7 @@ Item {
         spacing: Theme.spacing
 
         ForeignText {
-            Layout.preferredWidth: root.isNarrow ? 110 : 180
+            Layout.preferredWidth: root.isNarrow ? 110 : 150
             text: facts.machine
             font.weight: Font.Medium
         }
@@ -87,9 +87,15 @@ Item {
             text: facts.store
             color: Theme.mutedText
         }
-        RecorderState {
-            id: chip
-            recorder: root.recorder
+        // As wide as its longest word, so that what is beside it stands in one column.
+        Item {
+            Layout.preferredWidth: root.isNarrow ? chip.implicitWidth : 144
+            implicitHeight: chip.implicitHeight
+
+            RecorderState {
+                id: chip
+                recorder: root.recorder
+            }
         }
         ForeignText {
             objectName: "recorderProgress"

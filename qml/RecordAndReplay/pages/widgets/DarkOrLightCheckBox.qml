@@ -16,6 +16,8 @@ Hinted {
 
     signal switched(bool checked)
 
+    // What does not fit.
+    hint: label.truncated ? box.text : ""
     implicitWidth: box.implicitWidth
     implicitHeight: Theme.controlHeight
     onValueChanged: box.checkState = root.value
@@ -51,7 +53,7 @@ Hinted {
             radius: 4
             color: box.checkState === Qt.Unchecked ? Theme.surface : Theme.accent
             border.width: box.checkState === Qt.Unchecked ? 1 : 0
-            border.color: box.hovered ? Theme.mutedText : Theme.line
+            border.color: box.hovered ? Theme.text : Theme.mutedText
 
             Glyph {
                 anchors.centerIn: parent
@@ -65,6 +67,7 @@ Hinted {
             }
         }
         contentItem: Text {
+            id: label
             leftPadding: box.indicator.width + box.spacing
             text: box.text
             color: root.available ? Theme.text : Theme.mutedText

@@ -19,6 +19,8 @@ FocusScope {
         }
         return root.shortcut === "" ? root.hint : (root.hint + " (" + root.shortcut + ")").trim();
     }
+    // Shown at once, wherever the pointer is.
+    property bool isInsisting: false
     readonly property bool hovered: hover.hovered
 
     HoverHandler {
@@ -34,11 +36,12 @@ FocusScope {
     }
     // Made when it is needed: a page has more controls than anybody points at.
     Loader {
-        active: hover.hovered && root.hintText !== ""
+        active: (hover.hovered || root.isInsisting) && root.hintText !== ""
         sourceComponent: Component {
             PageToolTip {
                 parent: root
                 text: root.hintText
+                delay: root.isInsisting ? 0 : 500
                 visible: true
             }
         }

@@ -12,6 +12,7 @@ ToolTip {
     margins: 4
 
     contentItem: Text {
+        objectName: "hint"
         text: root.text
         color: Theme.text
         font.pixelSize: Theme.smallTextSize

@@ -48,7 +48,7 @@ Rectangle {
             return Theme.text;
         }
     }
-    // On a grid of 16: a ring, a dot, two bars, a triangle, three dots.
+    // On a grid of 16: a ring, a dot, two bars, a triangle, a half dot.
     readonly property string shape: {
         switch (condition) {
         case "paused":
@@ -56,7 +56,7 @@ Rectangle {
         case "replaying":
             return "M2 1v14L15 8z";
         case "busy":
-            return "M0 8a2 2 0 1 0 4 0a2 2 0 1 0-4 0M6 8a2 2 0 1 0 4 0a2 2 0 1 0-4 0M12 8a2 2 0 1 0 4 0a2 2 0 1 0-4 0";
+            return "M8 0a8 8 0 1 0 0 16a8 8 0 1 0 0-16M8 3.5a4.5 4.5 0 0 1 0 9z";
         case "off":
             return "M0 8a8 8 0 1 0 16 0a8 8 0 1 0-16 0M4 8a4 4 0 1 1 8 0a4 4 0 1 1-8 0";
         default:

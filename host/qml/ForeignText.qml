@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Corvane
+
+// A text from elsewhere: never markup, on one line, and whole under the pointer when it does not fit.
+Text {
+    id: root
+
+    color: Theme.text
+    font.pixelSize: Theme.textSize
+    elide: Text.ElideRight
+    maximumLineCount: 1
+    textFormat: Text.PlainText
+
+    HoverHandler {
+        id: hover
+    }
+    HoverHint {
+        isHovered: root.truncated && hover.hovered
+        text: root.text
+    }
+}
