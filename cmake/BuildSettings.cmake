@@ -41,6 +41,10 @@ function(rr_target_defaults target)
     if(RR_WARNINGS_AS_ERRORS)
         target_compile_options(${target} PRIVATE -Werror)
     endif()
+    if(CMAKE_UNITY_BUILD)
+        # There every source is an included file, so each class that uses an unnamed namespace looks like one of a header.
+        target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+    endif()
     # Broken invariants stop the program in every kind of build.
     target_compile_definitions(${target} PRIVATE QT_FORCE_ASSERTS QT_NO_CAST_FROM_BYTEARRAY)
     target_compile_options(${target} PRIVATE -UNDEBUG)

@@ -2,24 +2,88 @@
 enable_testing()
 find_package(GTest REQUIRED)
 
-# rr_add_test(NAME name SOURCES a.cpp ... LIBS lib ... [GTEST] [TIMEOUT seconds] [LABELS l ...] [ARGS a ...])
+# What ./check runs under the sanitizers of the preset "asan": see rr_run_sanitized().
+add_custom_target(SanitizedTests)
+function(rr_run_sanitized test)
+    if(RR_SANITIZE)
+        add_dependencies(SanitizedTests ${test})
+        set_property(TEST ${test} APPEND PROPERTY LABELS Sanitized)
+    endif()
+endfunction()
+
+# The folder of a test, which only QFINDTESTDATA asks for: no test here does, and where it differs no precompiled headers
+# can be shared.
+get_target_property(RR_QTTEST_DEFINITIONS Qt6::Test INTERFACE_COMPILE_DEFINITIONS)
+list(FILTER RR_QTTEST_DEFINITIONS EXCLUDE REGEX "^QT_TESTCASE_")
+set_target_properties(Qt6::Test PROPERTIES INTERFACE_COMPILE_DEFINITIONS "${RR_QTTEST_DEFINITIONS}")
+
+# rr_test_headers(name LIBS lib ... HEADERS <header> ...): headers that are precompiled once, for all tests that name
+# them after PRECOMPILED and link the same modules of Qt.
+function(rr_test_headers name)
+    if(NOT RR_PRECOMPILED_HEADERS)
+        return()
+    endif()
+    cmake_parse_arguments(T "" "" "LIBS;HEADERS" ${ARGN})
+    file(GENERATE OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp" CONTENT "")
+    add_library(${name} OBJECT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
+    rr_target_defaults(${name})
+    # As executables are compiled.
+    set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+    target_compile_options(${name} PRIVATE -fPIE -O0 -Wno-conversion)
+    target_link_libraries(${name} PRIVATE ${T_LIBS} Qt6::Test)
+    target_precompile_headers(${name} PRIVATE ${T_HEADERS})
+endfunction()
+
+# Most tests are one source that includes its own "name.moc": moc alone is quicker than the search for what wants it.
+function(rr_test_moc name)
+    set(sources ${ARGN})
+    list(FILTER sources INCLUDE REGEX "\\.cpp$")
+    set(headers ${ARGN})
+    list(FILTER headers INCLUDE REGEX "\\.h$")
+    list(LENGTH sources count)
+    foreach(header IN LISTS headers)
+        file(STRINGS "${header}" objects REGEX "Q_OBJECT" LIMIT_COUNT 1)
+        if(objects)
+            math(EXPR count "${count} + 1")
+        endif()
+    endforeach()
+    if(count GREATER 1)
+        set_target_properties(${name} PROPERTIES AUTOMOC ON)
+        return()
+    endif()
+    get_filename_component(base "${sources}" NAME_WE)
+    get_filename_component(source "${sources}" ABSOLUTE)
+    set(folder "${CMAKE_CURRENT_BINARY_DIR}/moc/${name}")
+    file(MAKE_DIRECTORY "${folder}")
+    qt_generate_moc("${source}" "${folder}/${base}.moc" TARGET ${name})
+    target_sources(${name} PRIVATE "${folder}/${base}.moc")
+    target_include_directories(${name} PRIVATE "${folder}")
+endfunction()
+
+# rr_add_test(NAME name SOURCES a.cpp ... LIBS lib ... [GTEST] [TIMEOUT seconds] [LABELS l ...] [ARGS a ...]
+#             [PRECOMPILED headers])
 # One executable, Qt Test unless GTEST is given.
 # Tests draw offscreen, speak English, use only the loopback device, and keep settings, data and caches in the build tree, not in the
 # person's home; RUN_SERIAL is for those that need the machine to themselves.
 function(rr_add_test)
-    cmake_parse_arguments(T "GTEST;RUN_SERIAL" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
+    cmake_parse_arguments(T "GTEST;RUN_SERIAL" "NAME;TIMEOUT;PRECOMPILED" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
     add_executable(${T_NAME} ${T_SOURCES})
     rr_target_defaults(${T_NAME})
     # Tests are built often and run briefly: what they test is optimised, they are not.
     target_compile_options(${T_NAME} PRIVATE -O0)
     set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    # One source a program, mostly: nothing is won.
+    set_target_properties(${T_NAME} PROPERTIES UNITY_BUILD OFF)
     if(T_GTEST)
         target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} GTest::gtest)
     else()
-        set_target_properties(${T_NAME} PROPERTIES AUTOMOC ON)
+        rr_test_moc(${T_NAME} ${T_SOURCES})
         target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} Qt6::Test)
         # QTRY_VERIFY and its like narrow a duration in the caller's own source.
         target_compile_options(${T_NAME} PRIVATE -Wno-conversion)
+    endif()
+    if(T_PRECOMPILED AND TARGET ${T_PRECOMPILED})
+        target_precompile_headers(${T_NAME} REUSE_FROM ${T_PRECOMPILED})
     endif()
     add_test(NAME ${T_NAME} COMMAND ${T_NAME} ${T_ARGS})
     if(NOT T_TIMEOUT)
@@ -27,7 +91,12 @@ function(rr_add_test)
     endif()
     set(T_HOME "${CMAKE_BINARY_DIR}/Testing/home/${T_NAME}")
     set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT}
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=;LC_ALL=C.UTF-8;LANGUAGE=;XDG_CONFIG_HOME=${T_HOME}/config;XDG_DATA_HOME=${T_HOME}/data;XDG_CACHE_HOME=${T_HOME}/cache")
+        ENVIRONMENT "QTEST_DISABLE_STACK_DUMP=1;QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=;LC_ALL=C.UTF-8;LANGUAGE=;XDG_CONFIG_HOME=${T_HOME}/config;XDG_DATA_HOME=${T_HOME}/data;XDG_CACHE_HOME=${T_HOME}/cache")
+    if(RR_SANITIZE)
+        # Leaks are not looked for: that needs rights which not every container gives.
+        set_property(TEST ${T_NAME} APPEND PROPERTY ENVIRONMENT
+            "ASAN_OPTIONS=detect_leaks=0:malloc_context_size=12" "UBSAN_OPTIONS=print_stacktrace=1")
+    endif()
     if(T_RUN_SERIAL)
         set_tests_properties(${T_NAME} PROPERTIES RUN_SERIAL ON)
     endif()

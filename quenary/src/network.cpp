@@ -22,7 +22,7 @@ constexpr int64_t probeMilliseconds = 1000;
 // This thread itself stood still (a stopped process, a sleeping machine): the others are given time to be heard.
 constexpr int64_t standstillMilliseconds = 1500;
 constexpr int64_t farewellMilliseconds = 500;
-constexpr int messagesAtOnce = 256;
+constexpr int beaconsAtOnce = 256;
 
 std::string inBrackets(const std::string& host)
 {
@@ -344,7 +344,7 @@ void Network::receiveBeacons()
     wire::Beacon beacon;
     std::string from;
     bool valid = false;
-    for (int i = 0; i < messagesAtOnce && m_discovery.receive(beacon, from, valid); ++i) {
+    for (int i = 0; i < beaconsAtOnce && m_discovery.receive(beacon, from, valid); ++i) {
         if (!valid) {
             const std::lock_guard lock(m_core.mutex);
             m_core.refuse("a datagram from " + from + " that is no beacon");

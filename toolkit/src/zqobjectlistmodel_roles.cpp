@@ -74,9 +74,14 @@ QVariant ZqObjectListModel::data(const QModelIndex& index, int role) const
         return {};
     }
     if (isAnyItemRole(role)) {
-        return QVariant::fromValue(item);
+        return QVariant::fromValue(keptFromEngine(item));
     }
-    return item->property(_roleNames.value(role).constData());
+    QVariant value = item->property(_roleNames.value(role).constData());
+    if (value.metaType().flags().testFlag(QMetaType::PointerToQObject)) {
+        // A script that reads the property itself would not own its value either.
+        keptFromEngine(value.value<QObject*>());
+    }
+    return value;
 }
 
 bool ZqObjectListModel::setData(const QModelIndex& index, const QVariant& value, int role)

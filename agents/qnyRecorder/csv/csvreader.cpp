@@ -10,7 +10,6 @@ namespace recorder::csv {
 
 namespace {
 
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 constexpr int columns = 6;
 constexpr std::string_view columnNames[columns] = { "agent", "time_us", "kind", "name", "type", "value" };
 // Unfinished rows longer than this are looked at again only when they have doubled.

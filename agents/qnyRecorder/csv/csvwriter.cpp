@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base64.h"
 #include "csv.h"
+#include "utf8.h"
 
 #include <charconv>
 #include <cmath>
@@ -8,8 +9,6 @@
 namespace recorder::csv {
 
 namespace {
-
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 // A field that holds text: an empty one is quoted, so that it differs from a field without content. A byte-order mark
 // at its beginning is quoted too, so that no reader takes it off where a row begins a piece of text.

@@ -5,6 +5,9 @@
 
 namespace recorder::csv {
 
+// What some programs write before the text of a file.
+inline constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
 // Whether the bytes are valid UTF-8: no overlong forms, no surrogates, nothing beyond U+10FFFF.
 bool isUtf8(std::string_view bytes);
 

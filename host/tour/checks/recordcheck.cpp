@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "recordcheck.h"
 
+#include "faults.h"
+
 #include <QtCore/QMultiHash>
 
 #include <algorithm>
@@ -335,13 +337,6 @@ private:
     qsizetype _lastMatched = -1;
     qsizetype _firstRecorded = -1;
 };
-
-void appendFault(QStringList* parts, const QString& kind, const QStringList& faults)
-{
-    if (!faults.isEmpty()) {
-        parts->append(QStringLiteral("%1 %2, first: %3").arg(faults.size()).arg(kind, faults.first()));
-    }
-}
 
 } // namespace
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "replaycheck.h"
 
+#include "faults.h"
+
 #include <QtCore/QHash>
 #include <QtCore/QMap>
 
@@ -192,13 +194,6 @@ void measureTiming(const std::vector<Arrival>& arrivals, double speed, const Rep
     }
     if (std::abs(check->wholeErrorMs) > bounds.wholeMs) {
         check->timing.append(QStringLiteral("the whole %1 ms off").arg(check->wholeErrorMs, 0, 'f', 1));
-    }
-}
-
-void appendFault(QStringList* parts, const QString& kind, const QStringList& faults)
-{
-    if (!faults.isEmpty()) {
-        parts->append(QStringLiteral("%1 %2, first: %3").arg(faults.size()).arg(kind, faults.first()));
     }
 }
 

@@ -24,11 +24,6 @@ namespace {
 // chunk of megabytes does not hold up the pages for longer than the disk takes.
 constexpr qsizetype SLICE_LENGTH = 64 * 1024;
 
-void tell(const QString& problem)
-{
-    SystemViewManager::instance()->raiseProblem(problem);
-}
-
 } // namespace
 
 void RecorderInstance::downloadRecord(RecorderRecord* record)
@@ -46,14 +41,16 @@ void RecorderInstance::downloadRecord(RecorderRecord* record)
     if (!downloadedRecord) {
         qWarning() << "void RecorderInstance::downloadRecord(RecorderRecord *)"
                    << "the record was removed while a file was chosen for it, nothing is written to" << path;
-        tell(tr("The record was removed while a file was chosen for it: nothing is written to \"%1\".").arg(path));
+        SystemViewManager::instance()->raiseProblem(
+            tr("The record was removed while a file was chosen for it: nothing is written to \"%1\".").arg(path));
         return;
     }
 
     if (!_openRecordFile(path)) {
         qWarning() << "void RecorderInstance::downloadRecord(RecorderRecord *)"
                    << "failed to open file" << path;
-        tell(tr("The file \"%1\" can not be written: choose another place for the download.").arg(path));
+        SystemViewManager::instance()->raiseProblem(
+            tr("The file \"%1\" can not be written: choose another place for the download.").arg(path));
         return;
     }
     RecorderUtils::instance().updateDownloadDirectoryFromFilePath(path);
@@ -94,11 +91,13 @@ void RecorderInstance::receiveExport(
     const QFile* const file = _recordFile;
     if (recordUuid.isEmpty()) {
         qWarning() << signature << "recordUuid is empty, closing file";
-        tell(tr("The recorder '%1' ended the download of a record: the file holds what came before.").arg(name()));
+        SystemViewManager::instance()->raiseProblem(
+            tr("The recorder '%1' ended the download of a record: the file holds what came before.").arg(name()));
     } else if (!_writeToRecordFile(content)) {
         qWarning() << signature << "failed to write content to record file, closing file";
         if (file) {
-            tell(tr("The file \"%1\" can not be written further (%2): it holds what came before.")
+            SystemViewManager::instance()->raiseProblem(
+                tr("The file \"%1\" can not be written further (%2): it holds what came before.")
                     .arg(file->fileName(), file->errorString()));
         }
     } else if (!nextUuid.isEmpty()) {

@@ -56,7 +56,8 @@ qint64 firstStrangeLine(QFile& file, qint64 begin, qint64 end)
     return begin;
 }
 
-/// Why a chunk was not sent, and what a person can do about it: in English for the log, and as it is told in the window.
+/// Why a chunk was not sent, and what a person can do about it: in English for the log, and as it is told in the
+/// window.
 struct Refusal
 {
     QString logged;
@@ -104,19 +105,14 @@ Refusal rowTooLong(const QFile& file, qint64 position)
 Refusal noText(QFile& file, qint64 position)
 {
     return refusal(file, position,
-        QT_TRANSLATE_NOOP("RecorderInstance",
-            "has a line at byte %1 that is no text in UTF-8: save it as such and import it again"),
+        QT_TRANSLATE_NOOP(
+            "RecorderInstance", "has a line at byte %1 that is no text in UTF-8: save it as such and import it again"),
         { QString::number(firstStrangeLine(file, position, file.pos())) });
 }
 
 QString notOpened(const QString& path)
 {
     return RecorderInstance::tr("The file \"%1\" does not exist or can not be opened: the import ends here.").arg(path);
-}
-
-void tell(const QString& problem)
-{
-    SystemViewManager::instance()->raiseProblem(problem);
 }
 
 } // namespace
@@ -152,7 +148,7 @@ void RecorderInstance::_startImportTask(
             whenNotOpened();
         } else if (!isSent) {
             qWarning("%s", qUtf8Printable(task.state->refusal.logged));
-            tell(task.state->refusal.told);
+            SystemViewManager::instance()->raiseProblem(task.state->refusal.told);
             if (_isOn) {
                 getRecords(QString());
             }
@@ -167,7 +163,8 @@ void RecorderInstance::_startImportTask(
             return send(task);
         } catch (const std::exception& exception) {
             const QString reason = QString::fromUtf8(exception.what());
-            task.state->refusal = { QStringLiteral("The import ended: %1").arg(reason), tr("The import ended: %1").arg(reason) };
+            task.state->refusal
+                = { QStringLiteral("The import ended: %1").arg(reason), tr("The import ended: %1").arg(reason) };
             return false;
         }
     });
@@ -216,7 +213,7 @@ void RecorderInstance::importRecord(const QUrl& filePath)
     _startImportTask([this, path](const ImportTask& task) { return _sendFirstChunk(task, path); },
         [path] {
             qWarning() << "File" << path << "doesn't exists or cannot be opened";
-            tell(notOpened(path));
+            SystemViewManager::instance()->raiseProblem(notOpened(path));
         });
 }
 
@@ -224,7 +221,8 @@ void RecorderInstance::continueImport(const QString& record_uuid)
 {
     if (record_uuid.isEmpty()) {
         qWarning("Something went wrong in the recorder when importing, check his logs");
-        tell(tr("The recorder '%1' refused a part of what was imported: its log says why.").arg(name()));
+        SystemViewManager::instance()->raiseProblem(
+            tr("The recorder '%1' refused a part of what was imported: its log says why.").arg(name()));
         return;
     }
     if (_importChunksBeingRead > 0) {
@@ -249,7 +247,7 @@ void RecorderInstance::continueImport(const QString& record_uuid)
     _startImportTask([this, record_uuid](const ImportTask& task) { return _sendNextChunk(task, record_uuid); },
         [this] {
             const QMutexLocker locker(&_importFilePathMutex);
-            tell(notOpened(_importFilePath));
+            SystemViewManager::instance()->raiseProblem(notOpened(_importFilePath));
         });
 }
 

@@ -3,6 +3,8 @@
 
 #include "dialoganswer.h"
 
+#include <QtCore/QFutureWatcher>
+
 QString recordsAandB()
 {
     return u'[' + recordJson(RECORD_A, QStringLiteral("A")) + u',' + recordJson(RECORD_B, QStringLiteral("B")) + u']';
@@ -158,4 +160,9 @@ void Stage::_import()
     chunksLeft = 2;
     // The task sends first and knows later that there is more.
     QVERIFY(QTest::qWaitFor([this] { return instance->importingProgress() == 40; }));
+    // And its end is heard later still.
+    QVERIFY(QTest::qWaitFor([this] {
+        ModuleFixture::settle();
+        return instance->findChildren<QFutureWatcherBase*>().isEmpty();
+    }));
 }

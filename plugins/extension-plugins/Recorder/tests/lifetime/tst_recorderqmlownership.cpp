@@ -13,6 +13,7 @@
 #include <QtQml/QQmlComponent>
 #include <QtQml/QQmlContext>
 #include <QtQml/QQmlEngine>
+#include <QtQml/QQmlExpression>
 
 #include <memory>
 
@@ -72,6 +73,15 @@ public:
     RecorderRecord* record = nullptr;
 };
 
+/// Tells scripts the numbers of a list's roles.
+class Roles : public QObject
+{
+    Q_OBJECT
+
+public:
+    Q_INVOKABLE static QList<int> of(const QAbstractItemModel* list) { return list->roleNames().keys(); }
+};
+
 /// An engine as the host makes it, with the module as context of a page.
 class Engine
 {
@@ -81,6 +91,7 @@ public:
         static const RecorderPlugin types;
         registerCorvaneQmlTypes();
         engine.rootContext()->setContextProperty(QStringLiteral("module"), &module);
+        engine.rootContext()->setContextProperty(QStringLiteral("roles"), &roles);
         QQmlComponent component(&engine);
         component.setData(page.toUtf8(), QUrl());
         root.reset(component.create());
@@ -103,6 +114,7 @@ public:
         }
     }
 
+    Roles roles;
     QQmlEngine engine;
     std::unique_ptr<QObject> root;
     QString problem;
@@ -160,7 +172,7 @@ constexpr char BY_ROLE[] = R"({
     let found = 0;
     const visit = list => {
         for (let row = 0; row < list.rowCount(); ++row)
-            for (let role = Qt.UserRole; role < Qt.UserRole + 60; ++role)
+            for (const role of roles.of(list))
                 if (typeof list.data(list.index(row, 0), role) === "object")
                     ++found;
     };

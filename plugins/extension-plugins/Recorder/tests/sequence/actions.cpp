@@ -59,3 +59,11 @@ void doSomething(World& world)
     }
     qWarning("Nothing can be done any more");
 }
+
+RecorderInstance* anyTarget(World& world)
+{
+    RecorderInstance* instance = world.random.chance(85) ? world.anyInstanceThatIsOn() : nullptr;
+    instance = instance ? instance : world.anyInstance();
+    world.journal.note(world.label(instance));
+    return instance;
+}

@@ -31,3 +31,6 @@ extern const QList<Action> REPLY_ACTIONS;
 
 /// Chooses one of all actions and does it, and settles afterwards or does not. Counts as a step.
 void doSomething(World& world);
+
+/// An instance, noted in the journal; mostly one that runs. Null when there is none.
+RecorderInstance* anyTarget(World& world);

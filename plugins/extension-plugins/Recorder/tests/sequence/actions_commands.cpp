@@ -6,15 +6,6 @@
 
 namespace {
 
-// An instance, noted in the journal; mostly one that runs.
-RecorderInstance* target(World& world)
-{
-    RecorderInstance* instance = world.random.chance(80) ? world.anyInstanceThatIsOn() : nullptr;
-    instance = instance ? instance : world.anyInstance();
-    world.journal.note(world.label(instance));
-    return instance;
-}
-
 QString anyName(World& world)
 {
     return world.random.pick({ "Night / shift", "Day", "night / shift", "a \"quoted\" name", "Recorder", "-rec", "R\u00e9" });
@@ -24,7 +15,7 @@ QString anyName(World& world)
 
 bool connectAgent(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     // Starting a process takes its time: mostly those that a launcher would start.
     if (!instance || (instance->encounteredAgentsOnHost()->isAttachedToCorvane() && !world.random.chance(10))) {
         return false;
@@ -36,7 +27,7 @@ bool connectAgent(World& world)
 
 bool disconnectAgent(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -47,7 +38,7 @@ bool disconnectAgent(World& world)
 
 bool askForName(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -57,7 +48,7 @@ bool askForName(World& world)
 
 bool updateName(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -69,7 +60,7 @@ bool updateName(World& world)
 // To another launch line of its class instance.
 bool retarget(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -85,7 +76,7 @@ bool retarget(World& world)
 
 bool startRecording(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -99,7 +90,7 @@ bool startRecording(World& world)
 
 bool stopRecording(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -111,7 +102,7 @@ bool stopRecording(World& world)
 
 bool pauseRecording(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -125,7 +116,7 @@ bool pauseRecording(World& world)
 
 bool resumeRecording(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -153,7 +144,7 @@ bool endSilence(World& world)
 
 bool updateFilters(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -164,7 +155,7 @@ bool updateFilters(World& world)
 
 bool editFilters(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -176,7 +167,7 @@ bool editFilters(World& world)
 
 bool getRecords(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -187,7 +178,7 @@ bool getRecords(World& world)
 
 bool askForRecordName(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -197,7 +188,7 @@ bool askForRecordName(World& world)
 
 bool renameRecord(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     RecorderRecord* const record = instance ? world.anyRecord(*instance) : nullptr;
     if (!record) {
         return false;
@@ -213,7 +204,7 @@ bool renameRecord(World& world)
 
 bool deleteRecord(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }

@@ -44,18 +44,11 @@ private:
     const DialogAnswer _answer;
 };
 
-RecorderInstance* target(World& world)
-{
-    RecorderInstance* const instance = world.random.chance(90) ? world.anyInstanceThatIsOn() : world.anyInstance();
-    world.journal.note(world.label(instance));
-    return instance;
-}
-
 // ---- download ---------------------------------------------------------------------------------------------------
 
 bool downloadRecord(World& world)
 {
-    const QPointer<RecorderInstance> instance = world.isInDialog ? nullptr : target(world);
+    const QPointer<RecorderInstance> instance = world.isInDialog ? nullptr : anyTarget(world);
     const QPointer<RecorderRecord> record = instance ? world.anyRecord(*instance) : nullptr;
     if (!record) {
         return false;
@@ -94,7 +87,7 @@ bool downloadRecord(World& world)
 
 bool stopExport(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -140,7 +133,7 @@ bool chooseFileToImport(World& world)
 
 bool continueImport(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -152,7 +145,7 @@ bool continueImport(World& world)
 
 bool stopImport(World& world)
 {
-    RecorderInstance* const instance = target(world);
+    RecorderInstance* const instance = anyTarget(world);
     if (!instance) {
         return false;
     }
@@ -178,7 +171,7 @@ bool moveFile(World& world)
 
 bool browseFile(World& world)
 {
-    const QPointer<RecorderInstance> instance = world.isInDialog ? nullptr : target(world);
+    const QPointer<RecorderInstance> instance = world.isInDialog ? nullptr : anyTarget(world);
     if (!instance) {
         return false;
     }

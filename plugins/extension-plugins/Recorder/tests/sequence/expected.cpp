@@ -213,6 +213,7 @@ void ExpectedInstance::importStarted(const QString& agent, const QString& path)
     _importingProgress = 0;
     _isImporting = true;
     _importIsStopped = false;
+    _importGoesOn = false;
     _tasks.append({ agent, path, QString() });
 }
 

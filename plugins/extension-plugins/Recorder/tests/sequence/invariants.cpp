@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-using InstancesByUuid = QMultiHash<QString, RecorderInstance*>;
+using InstancesByUuid = QMultiHash<QString, QPointer<RecorderInstance>>;
 static InstancesByUuid RecorderModule::*instancesByUuidOf = nullptr;
 template struct OpenMember<instancesByUuidOf, &RecorderModule::_instancesByUuid>;
 
@@ -89,7 +89,7 @@ QString tableOfTheModuleAgrees(World& world)
     const InstancesByUuid& table = world.module().*instancesByUuidOf;
     const QList<RecorderInstance*> instances = world.instances();
     for (RecorderInstance* instance : instances) {
-        if (table.values(instance->uuid()) != QList<RecorderInstance*>({ instance })) {
+        if (table.values(instance->uuid()) != QList<QPointer<RecorderInstance>>({ instance })) {
             return world.label(instance) + QStringLiteral(" is not found by its uuid");
         }
     }
