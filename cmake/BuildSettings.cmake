@@ -59,9 +59,10 @@ function(rr_target_defaults target)
     endif()
 endfunction()
 
-# Precompiles the named headers for a target of many sources: rr_precompile(target <QtCore> <QtQml>).
+# Precompiles the named headers for a target of many sources: rr_precompile(target <QtCore> <QtQml>). Sources that
+# are compiled together read them once anyway.
 function(rr_precompile target)
-    if(RR_PRECOMPILED_HEADERS)
+    if(RR_PRECOMPILED_HEADERS AND NOT CMAKE_UNITY_BUILD)
         target_precompile_headers(${target} PRIVATE ${ARGN})
     endif()
 endfunction()

@@ -17,21 +17,38 @@ get_target_property(RR_QTTEST_DEFINITIONS Qt6::Test INTERFACE_COMPILE_DEFINITION
 list(FILTER RR_QTTEST_DEFINITIONS EXCLUDE REGEX "^QT_TESTCASE_")
 set_target_properties(Qt6::Test PROPERTIES INTERFACE_COMPILE_DEFINITIONS "${RR_QTTEST_DEFINITIONS}")
 
-# rr_test_headers(name LIBS lib ... HEADERS <header> ...): headers that are precompiled once, for all tests that name
-# them after PRECOMPILED and link the same modules of Qt.
-function(rr_test_headers name)
-    if(NOT RR_PRECOMPILED_HEADERS)
-        return()
-    endif()
-    cmake_parse_arguments(T "" "" "LIBS;HEADERS" ${ARGN})
-    file(GENERATE OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp" CONTENT "")
-    add_library(${name} OBJECT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
+# All tests use the same modules of Qt, so that one set of precompiled headers suits all.
+add_library(QtTestModules INTERFACE)
+target_link_libraries(QtTestModules INTERFACE Qt6::Core Qt6::Concurrent Qt6::Gui Qt6::Network Qt6::Qml Qt6::Quick
+    Qt6::QuickControls2 Qt6::Svg Qt6::Widgets Qt6::Test)
+set(RR_TEST_OPTIONS
+    -fPIE # what a library is made of otherwise differs from what a program is
+    -O0 # tests are built often and run briefly: what they test is optimised, they are not
+    -Wno-conversion) # QTRY_VERIFY and its like narrow a duration in the caller's own source
+if(RR_PRECOMPILED_HEADERS)
+    file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/testheaders.cpp" CONTENT "")
+    add_library(TestHeaders OBJECT "${CMAKE_BINARY_DIR}/testheaders.cpp")
+    rr_target_defaults(TestHeaders)
+    set_target_properties(TestHeaders PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+    target_compile_options(TestHeaders PRIVATE ${RR_TEST_OPTIONS})
+    target_link_libraries(TestHeaders PRIVATE QtTestModules)
+    target_precompile_headers(TestHeaders PRIVATE <QtCore/QtCore> <QtQml/QQmlEngine> <QtQuick/QQuickItem>
+        <QtTest/QSignalSpy> <QtTest/QTest> <QtWidgets/QApplication>)
+endif()
+
+# rr_test_library(name): the objects that several Qt tests share are compiled as the tests are.
+function(rr_test_library name)
     rr_target_defaults(${name})
-    # As executables are compiled.
     set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
-    target_compile_options(${name} PRIVATE -fPIE -O0 -Wno-conversion)
-    target_link_libraries(${name} PRIVATE ${T_LIBS} Qt6::Test)
-    target_precompile_headers(${name} PRIVATE ${T_HEADERS})
+    rr_qt_test_settings(${name})
+endfunction()
+
+function(rr_qt_test_settings name)
+    target_compile_options(${name} PRIVATE ${RR_TEST_OPTIONS})
+    target_link_libraries(${name} PRIVATE QtTestModules)
+    if(TARGET TestHeaders)
+        target_precompile_headers(${name} REUSE_FROM TestHeaders)
+    endif()
 endfunction()
 
 # Most tests are one source that includes its own "name.moc": moc alone is quicker than the search for what wants it.
@@ -60,30 +77,24 @@ function(rr_test_moc name)
     target_include_directories(${name} PRIVATE "${folder}")
 endfunction()
 
-# rr_add_test(NAME name SOURCES a.cpp ... LIBS lib ... [GTEST] [TIMEOUT seconds] [LABELS l ...] [ARGS a ...]
-#             [PRECOMPILED headers])
+# rr_add_test(NAME name SOURCES a.cpp ... LIBS lib ... [GTEST] [TIMEOUT seconds] [LABELS l ...] [ARGS a ...])
 # One executable, Qt Test unless GTEST is given.
 # Tests draw offscreen, speak English, use only the loopback device, and keep settings, data and caches in the build tree, not in the
 # person's home; RUN_SERIAL is for those that need the machine to themselves.
 function(rr_add_test)
-    cmake_parse_arguments(T "GTEST;RUN_SERIAL" "NAME;TIMEOUT;PRECOMPILED" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
+    cmake_parse_arguments(T "GTEST;RUN_SERIAL" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS;ARGS" ${ARGN})
     add_executable(${T_NAME} ${T_SOURCES})
     rr_target_defaults(${T_NAME})
-    # Tests are built often and run briefly: what they test is optimised, they are not.
-    target_compile_options(${T_NAME} PRIVATE -O0)
     set_target_properties(${T_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     # One source a program, mostly: nothing is won.
     set_target_properties(${T_NAME} PROPERTIES UNITY_BUILD OFF)
     if(T_GTEST)
         target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} GTest::gtest)
+        target_compile_options(${T_NAME} PRIVATE -O0)
     else()
         rr_test_moc(${T_NAME} ${T_SOURCES})
-        target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} Qt6::Test)
-        # QTRY_VERIFY and its like narrow a duration in the caller's own source.
-        target_compile_options(${T_NAME} PRIVATE -Wno-conversion)
-    endif()
-    if(T_PRECOMPILED AND TARGET ${T_PRECOMPILED})
-        target_precompile_headers(${T_NAME} REUSE_FROM ${T_PRECOMPILED})
+        target_link_libraries(${T_NAME} PRIVATE ${T_LIBS})
+        rr_qt_test_settings(${T_NAME})
     endif()
     add_test(NAME ${T_NAME} COMMAND ${T_NAME} ${T_ARGS})
     if(NOT T_TIMEOUT)
