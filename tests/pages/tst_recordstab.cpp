@@ -231,6 +231,7 @@ void RecordsTabTests::anEmptyOrUsedRecordNameIsRefusedWithAWord_data()
     QTest::newRow("nothing") << "" << "Cannot be empty";
     QTest::newRow("blanks") << "  " << "Cannot be empty";
     QTest::newRow("another's") << "Second" << "This name is already used";
+    QTest::newRow("another's between blanks") << " Second " << "This name is already used";
 }
 
 void RecordsTabTests::anEmptyOrUsedRecordNameIsRefusedWithAWord()

@@ -176,6 +176,11 @@ void WaysOutTests::aDownloadThatTheRecorderEndsIsTold()
     pages.recorder.reply("receive_export", { "", 0, "", "" });
     QCOMPARE(told.texts(), QStringList("The recorder 'Recorder' ended the download of a record: the file holds what came before."));
     QCOMPARE(pages.overlay(), QStringList());
+
+    // The same again, when nothing is downloaded, ends nothing.
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("recordUuid is empty, closing file"));
+    pages.recorder.reply("receive_export", { "", 0, "", "" });
+    QCOMPARE(told.texts().size(), 1);
 }
 
 void WaysOutTests::aDownloadThatCanNotBeWrittenIsTold()

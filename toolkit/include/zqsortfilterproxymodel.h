@@ -17,8 +17,8 @@ class AbstractZqCustomItemListModel;
 /// with the smaller source row comes first. Whatever isLessThan() answers, also contradictions, every accepted row is
 /// shown once. Main thread only.
 ///
-/// Whoever is told of a change, by the source or by the view, may change the source's items and rows and ask again at
-/// once. What the view was about to do is then reckoned anew; `countChanged` of a removal comes when the source has
+/// Whoever is told of a change that is done, by the source or by the view, may change the source's items and rows and
+/// ask again at once; what the view only announces ("AboutToBe") is no moment for that. What the view was about to do is then reckoned anew; `countChanged` of a removal comes when the source has
 /// completed it.
 class ZQTOOLKIT_EXPORT ZqSortFilterProxyModel : public QAbstractProxyModel
 {

@@ -38,7 +38,7 @@ QList<RecorderInstance*> preferLine(const QList<RecorderInstance*>& recorderInst
 // must not see itself, an instance is left alone.
 QObject* parentThatQmlDoesNotSee()
 {
-    static auto* const parent = new QObject; // never deleted, as it owns nothing: who deletes instances is the registry
+    static auto* const parent = new QObject; // never deleted: it would delete the instances, which is for the registry
     return parent;
 }
 

@@ -417,8 +417,8 @@ private:
     void _readRecords(const QString& json);
     bool _takeRecords(const QJsonArray& elements);
     void _removeRecords(const QList<RecorderRecord*>& records);
-    /// Null for a record that is not in the list, or no longer.
     QObject* _parentOfNewRecord();
+    /// Null for a record that is not in the list, or no longer.
     RecorderRecord* _knownRecord(const QString& recordUuid) const;
     void _applyWaitingReplayContext();
 
@@ -496,7 +496,7 @@ private:
     ZqCustomItemListModel<RecorderRecord> _records;
     /// May name records that are gone, because whoever has the list may delete them: see _knownRecord().
     QHash<QString, RecorderRecord*> _recordsByUuid;
-    /// Of the last listed record; null or empty when there is none.
+    /// Of the record that was made last; null, or without children, once all that it was made for are gone.
     QPointer<QObject> _recordParent;
     /// Counts the lists that were taken and forgotten: one that others overtake is taken no further.
     unsigned _recordsTurn = 0;

@@ -91,8 +91,10 @@ void RecorderInstance::receiveExport(
     const QFile* const file = _recordFile;
     if (recordUuid.isEmpty()) {
         qWarning() << signature << "recordUuid is empty, closing file";
-        SystemViewManager::instance()->raiseProblem(
-            tr("The recorder '%1' ended the download of a record: the file holds what came before.").arg(name()));
+        if (file) {
+            SystemViewManager::instance()->raiseProblem(
+                tr("The recorder '%1' ended the download of a record: the file holds what came before.").arg(name()));
+        }
     } else if (!_writeToRecordFile(content)) {
         qWarning() << signature << "failed to write content to record file, closing file";
         if (file) {

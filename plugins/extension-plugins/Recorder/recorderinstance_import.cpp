@@ -85,12 +85,17 @@ Refusal refusal(const QFile& file, qint64 position, const char* what, const QStr
 
 Refusal unreadable(const QFile& file, qint64 position)
 {
-    const QString reason
-        = file.error() == QFileDevice::NoError ? QStringLiteral("it ends too early") : file.errorString();
+    if (file.error() == QFileDevice::NoError) {
+        return refusal(file, position,
+            QT_TRANSLATE_NOOP("RecorderInstance",
+                "can not be read from byte %1 on, where it ends too early: copy it to a disk of this machine and "
+                "import the copy"),
+            { QString::number(position) });
+    }
     return refusal(file, position,
         QT_TRANSLATE_NOOP("RecorderInstance",
             "can not be read from byte %1 on (%2): copy it to a disk of this machine and import the copy"),
-        { QString::number(position), reason });
+        { QString::number(position), file.errorString() });
 }
 
 Refusal rowTooLong(const QFile& file, qint64 position)
@@ -246,8 +251,13 @@ void RecorderInstance::continueImport(const QString& record_uuid)
 
     _startImportTask([this, record_uuid](const ImportTask& task) { return _sendNextChunk(task, record_uuid); },
         [this] {
-            const QMutexLocker locker(&_importFilePathMutex);
-            SystemViewManager::instance()->raiseProblem(notOpened(_importFilePath));
+            QString path;
+            {
+                const QMutexLocker locker(&_importFilePathMutex);
+                path = _importFilePath;
+            }
+            // Who hears of it may start another import: the path must not be held then.
+            SystemViewManager::instance()->raiseProblem(notOpened(path));
         });
 }
 

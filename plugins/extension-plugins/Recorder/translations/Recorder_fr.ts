@@ -663,6 +663,10 @@
         <source>The recorder &apos;%1&apos; refused a part of what was imported: its log says why.</source>
         <translation>L’enregistreur «&#xa0;%1&#xa0;» a refusé une partie de ce qui était importé&#xa0;: son journal dit pourquoi.</translation>
     </message>
+    <message>
+        <source>can not be read from byte %1 on, where it ends too early: copy it to a disk of this machine and import the copy</source>
+        <translation>ne peut pas être lu à partir de l’octet %1, où il se termine trop tôt&#xa0;: copiez-le sur un disque de cette machine et importez la copie</translation>
+    </message>
 </context>
 <context>
     <name>RecorderInstanceItem</name>

@@ -9,7 +9,7 @@ DarkOrLightTextField {
 
     required property RecorderInstance recorder
     required property RecorderRecord record
-    readonly property int typedMilliseconds: toMilliseconds(text)
+    readonly property real typedMilliseconds: toMilliseconds(text)
     readonly property bool isMoving: recorder.isMovingRecord || recorder.isStoppingRecord
 
     // What is wrong with the typed text; nothing for a place in the record.
@@ -25,7 +25,7 @@ DarkOrLightTextField {
     }
 
     // Of "hh:mm:ss.zzz", "mm:ss.zzz" or "ss.zzz"; -1 for any other text.
-    function toMilliseconds(text: string): int {
+    function toMilliseconds(text: string): real {
         const parts = /^(?:(?:(\d{1,6}):)?(\d{1,6}):)?(\d{1,9})(?:\.(\d{1,9}))?$/.exec(text.trim());
         if (parts === null || (parts[1] !== undefined && Number(parts[2]) > 59) || (parts[2] !== undefined && Number(parts[3]) > 59)) {
             return -1;

@@ -14,7 +14,7 @@ DarkOrLightTextFieldErrorHandler {
 
     objectName: "recordName"
     value: record?.name ?? ""
-    isUsed: isEdited && !isBlank(text) && recorder.isRecordNameAlreadyUsed(text)
+    isUsed: isEdited && !isBlank(text) && recorder.isRecordNameAlreadyUsed(text.trim())
     errorIsBeside: true
     placeholderText: qsTr("Record name")
     onCommitted: text => root.recorder.updateRecordName(root.record, text.trim())
