@@ -36,12 +36,17 @@ public:
     virtual StoreResult create(const RecordFacts& facts) = 0;
     // Takes an imported record over that nobody writes, and says where to go on.
     virtual StoreResult adopt(const std::string& uuid, WriterStart& start) = 0;
-    // Takes over a record that `formerOwner`, which has died, left behind, whoever closed it meanwhile. NotFound when it
-    // was deleted, or never made.
+    // Takes over a record that `formerOwner` left behind, whoever closed it meanwhile: an owner that has died, or this
+    // object itself, which another recorder took for dead while the database was out of reach. NotFound when it was
+    // deleted, or never made. InUse while anybody else alive owns it.
     virtual StoreResult reclaim(const std::string& uuid, const std::string& formerOwner) = 0;
     // Writes into a record that this object owns. Its writes fail while the database is out of reach; NotFound when the
-    // record was deleted or taken over.
+    // record was deleted or taken over. Made at once, whether the database answers or not.
     virtual std::unique_ptr<ChunkSink> sink(const std::string& uuid) = 0;
+    // Closes a record that this object owns and that nobody writes any more from what is stored of it, as it is done
+    // with the record of an owner that died: state, length, counts and the remark that it was not closed. Gives up
+    // ownership.
+    virtual StoreResult repair(const std::string& uuid) = 0;
 };
 
 } // namespace recorder
