@@ -3,7 +3,7 @@
 #include "log.h"
 #include "services/controller.h"
 #include "stopsignals.h"
-#include "store/embedded/embeddedstore.h"
+#include "storechoice.h"
 
 #include <QDebug>
 #include <QDir>
@@ -34,26 +34,6 @@ QString prepareDirectory(const QString& path)
             .arg(path, probe.errorString());
     }
     return {};
-}
-
-/// Null, with the reason in `problem`, when it cannot be opened; null without one when none is wanted.
-std::unique_ptr<recorder::Store> openStore(const recorder::Settings& settings, QString& problem)
-{
-    if (settings.store != recorder::StoreKind::Embedded) {
-        return nullptr;
-    }
-    // Each keyspace of the built-in database is a database of its own.
-    const QString directory = settings.keyspace.isEmpty() ? settings.dataDirectory
-                                                          : QDir(settings.dataDirectory).filePath(settings.keyspace);
-    recorder::EmbeddedOptions options;
-    options.directory = directory.toStdString();
-    options.onMessage = [](const std::string& message) { qWarning().noquote() << QString::fromStdString(message); };
-    recorder::StoreResult result;
-    std::unique_ptr<recorder::Store> store = recorder::openEmbeddedStore(options, result);
-    if (!store) {
-        problem = QString::fromStdString(result.message);
-    }
-    return store;
 }
 
 } // namespace
