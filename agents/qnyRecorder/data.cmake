@@ -19,6 +19,7 @@ add_library(qnyRecorderData STATIC
     ${CMAKE_CURRENT_LIST_DIR}/store/chunkedreader.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/chunkedwriter.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/recordlist.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/recordrow.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/tally.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/context.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/database.cpp

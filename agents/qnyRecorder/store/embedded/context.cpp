@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "context.h"
 
-#include "../../chunk/packedchunk.h"
 #include "schema.h"
 #include "statements.h"
 
@@ -19,17 +18,6 @@ namespace {
 constexpr std::uintmax_t mostReserveBytes = 32 * 1024 * 1024;
 constexpr std::uintmax_t leastReserveBytes = 1024 * 1024;
 constexpr const char* reserveName = "reserve";
-
-Completeness parsed(const std::string& json)
-{
-    Completeness completeness;
-    std::string reason;
-    if (!json.empty() && !Completeness::fromJson(json, completeness, reason)) {
-        completeness = {};
-        completeness.remarks.push_back("What was stored about its completeness cannot be read: " + reason);
-    }
-    return completeness;
-}
 
 } // namespace
 
@@ -93,7 +81,7 @@ bool EmbeddedContext::makeRoom(Database& database) const
     return spent || emptied;
 }
 
-StoreResult readRecord(Database& database, std::int64_t id, RecordRow& row)
+StoreResult readRecord(Database& database, std::int64_t id, EmbeddedRow& row)
 {
     Statement statement(database, sql::readRecord);
     if (!statement.bind(0, id).step()) {
@@ -114,8 +102,8 @@ StoreResult readRecord(Database& database, std::int64_t id, RecordRow& row)
     row.extent.highUs = statement.integer(10);
     row.extent.maxSpanUs = statement.integer(11);
     row.extent.maxLateUs = statement.integer(12);
-    row.claimed = parsed(statement.text(13));
-    row.counted = parsed(statement.text(14));
+    row.claimed = storedCompleteness(statement.text(13));
+    row.counted = storedCompleteness(statement.text(14));
     row.countedThrough = static_cast<std::uint64_t>(statement.integer(15));
     row.facts.durationUs = row.extent.durationUs;
     row.facts.completeness = withClaim(row.claimed, row.counted);
@@ -137,20 +125,18 @@ StoreResult readInitials(Database& database, std::int64_t id, std::vector<Initia
     Statement statement(database, sql::readInitials);
     statement.bind(0, id);
     while (statement.step()) {
-        const std::string packed = statement.text(3);
-        ChunkHeader header;
-        std::vector<EventView> events;
-        std::string reason;
-        // A damaged initial value costs only itself: the output starts without one.
-        if (unpackChunk(packed, header, events, reason) && events.size() == 1) {
-            rows.push_back({ static_cast<std::uint32_t>(statement.integer(0)),
-                { statement.text(1), statement.text(2), events.front().value } });
+        InitialRow row;
+        row.ordinal = static_cast<std::uint32_t>(statement.integer(0));
+        row.initial.agent = statement.text(1);
+        row.initial.output = statement.text(2);
+        if (unpackInitial(statement.text(3), row.initial)) {
+            rows.push_back(std::move(row));
         }
     }
     return statement.result();
 }
 
-StoreResult restoreTally(Database& database, const RecordRow& row, Tally& tally, int& damaged)
+StoreResult restoreTally(Database& database, const EmbeddedRow& row, Tally& tally, int& damaged)
 {
     damaged = 0;
     tally.restoreCounts(row.counted);
@@ -198,7 +184,7 @@ namespace {
 
 StoreResult repairOne(Database& database, std::int64_t id, std::vector<std::string>& messages)
 {
-    RecordRow row;
+    EmbeddedRow row;
     if (StoreResult result = readRecord(database, id, row); !result) {
         return result;
     }
@@ -210,12 +196,7 @@ StoreResult repairOne(Database& database, std::int64_t id, std::vector<std::stri
     if (StoreResult result = restoreTally(database, row, tally, damaged); !result) {
         return result;
     }
-    tally.remark(row.facts.origin == RecordOrigin::Imported
-            ? "The import ended before its first part was whole."
-            : "The recorder ended without closing this record: up to a second at its end may be missing.");
-    if (damaged > 0) {
-        tally.remark(std::to_string(damaged) + " chunks near its end are damaged.");
-    }
+    remarkRepair(tally, row, damaged);
     const std::string counted = tally.completeness().toJson();
     Statement repair(database, sql::repairRecord);
     repair.bind(0, row.extent.highUs).bindText(1, counted);
@@ -223,9 +204,7 @@ StoreResult repairOne(Database& database, std::int64_t id, std::vector<std::stri
     if (StoreResult result = repair.run(); !result) {
         return result;
     }
-    messages.push_back("The record \"" + row.facts.name + "\" (" + row.facts.uuid
-        + ") was left open by a recorder that ended: it is closed now with " + std::to_string(row.extent.events)
-        + " events.");
+    messages.push_back(repairMessage(row));
     return StoreResult::done();
 }
 

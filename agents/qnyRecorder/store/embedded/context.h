@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "../chunkbackend.h"
-#include "../tally.h"
+#include "../recordrow.h"
 #include "database.h"
 #include "embeddedstore.h"
 #include "ownerlock.h"
@@ -66,16 +65,10 @@ struct EmbeddedContext
     }
 };
 
-// A record's row.
-struct RecordRow
+// A record's row with its key.
+struct EmbeddedRow : RecordRow
 {
     std::int64_t id = 0;
-    RecordFacts facts; // the completeness is the merged one
-    RecordState state = RecordState::Recording;
-    Extent extent;
-    Completeness claimed;
-    Completeness counted;
-    std::uint64_t countedThrough = 0;
 };
 
 inline std::int64_t chunkKey(std::int64_t record, std::uint64_t sequence)
@@ -83,11 +76,11 @@ inline std::int64_t chunkKey(std::int64_t record, std::uint64_t sequence)
     return (record << 32) + static_cast<std::int64_t>(sequence);
 }
 
-StoreResult readRecord(Database& database, std::int64_t id, RecordRow& row);
+StoreResult readRecord(Database& database, std::int64_t id, EmbeddedRow& row);
 StoreResult readDefinitions(Database& database, std::int64_t id, std::vector<DefinitionRow>& rows);
 StoreResult readInitials(Database& database, std::int64_t id, std::vector<InitialRow>& rows);
 // The tally as it stood when the record was last written. `damaged` counts chunks that cannot be read.
-StoreResult restoreTally(Database& database, const RecordRow& row, Tally& tally, int& damaged);
+StoreResult restoreTally(Database& database, const EmbeddedRow& row, Tally& tally, int& damaged);
 
 // Takes records away from owners that have died: closes them, with a message each.
 StoreResult repairAbandoned(Database& database, EmbeddedContext& context);

@@ -238,7 +238,7 @@ StoreResult EmbeddedStore::resume(const std::string& uuid, std::unique_ptr<Recor
 {
     const std::lock_guard guard(m_mutex);
     WriterStart start;
-    RecordRow row;
+    EmbeddedRow row;
     {
         Transaction transaction(m_database);
         if (!transaction.result()) {
@@ -307,7 +307,7 @@ StoreResult EmbeddedStore::open(const std::string& uuid, std::unique_ptr<RecordR
         if (StoreResult result = find(uuid, record); !result) {
             return result;
         }
-        RecordRow row;
+        EmbeddedRow row;
         std::vector<DefinitionRow> definitionRows;
         std::vector<InitialRow> initialRows;
         if (StoreResult result = readRecord(m_database, record.id, row); !result) {

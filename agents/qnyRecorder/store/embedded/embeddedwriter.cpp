@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "embeddedwriter.h"
 
-#include "../../chunk/packedchunk.h"
 #include "statements.h"
 
 namespace recorder {
@@ -52,9 +51,7 @@ StoreResult writeInitials(Database& database, std::int64_t record, const std::ve
 {
     Statement statement(database, sql::putInitial);
     for (const InitialRow& row : rows) {
-        ChunkBuilder builder;
-        builder.add(builder.declare(row.initial.agent, row.initial.output), 0, row.initial.value);
-        const std::string packed = builder.finish(ChunkKind::State, 0);
+        const std::string packed = packInitial(row.initial);
         statement.bind(0, record).bindText(1, row.initial.agent).bindText(2, row.initial.output);
         if (StoreResult result = statement.bind(3, row.ordinal).bindBlob(4, packed).run(); !result) {
             return result;
@@ -82,9 +79,7 @@ StoreResult writeRest(Database& database, std::int64_t record, const Batch& batc
     }
     if (batch.facts) {
         Statement statement(database, sql::updateFacts);
-        const Completeness& claimed = batch.facts->completeness;
-        const bool claims = !claimed.outputs.empty() || !claimed.remarks.empty();
-        const std::string json = claims ? claimed.toJson() : std::string();
+        const std::string json = claimToStore(batch.facts->completeness);
         statement.bindText(0, batch.facts->description).bind(1, batch.facts->startUs).bindText(2, json).bind(3, record);
         if (StoreResult result = statement.run(); !result) {
             return result;
