@@ -77,6 +77,13 @@ function(rr_test_moc name)
     target_include_directories(${name} PRIVATE "${folder}")
 endfunction()
 
+# What tests fetch once and keep (a database server) is shared by all builds, unlike their other caches.
+if(DEFINED ENV{XDG_CACHE_HOME})
+    set(RR_TEST_CACHE "$ENV{XDG_CACHE_HOME}/record-and-replay")
+else()
+    set(RR_TEST_CACHE "$ENV{HOME}/.cache/record-and-replay")
+endif()
+
 # rr_add_test(NAME name SOURCES a.cpp ... LIBS lib ... [GTEST] [TIMEOUT seconds] [LABELS l ...] [ARGS a ...])
 # One executable, Qt Test unless GTEST is given.
 # Tests draw offscreen, speak English, use only the loopback device, and keep settings, data and caches in the build tree, not in the
@@ -102,7 +109,7 @@ function(rr_add_test)
     endif()
     set(T_HOME "${CMAKE_BINARY_DIR}/Testing/home/${T_NAME}")
     set_tests_properties(${T_NAME} PROPERTIES TIMEOUT ${T_TIMEOUT}
-        ENVIRONMENT "QTEST_DISABLE_STACK_DUMP=1;QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=;LC_ALL=C.UTF-8;LANGUAGE=;XDG_CONFIG_HOME=${T_HOME}/config;XDG_DATA_HOME=${T_HOME}/data;XDG_CACHE_HOME=${T_HOME}/cache")
+        ENVIRONMENT "QTEST_DISABLE_STACK_DUMP=1;QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=;LC_ALL=C.UTF-8;LANGUAGE=;XDG_CONFIG_HOME=${T_HOME}/config;XDG_DATA_HOME=${T_HOME}/data;XDG_CACHE_HOME=${T_HOME}/cache;RR_TEST_CACHE=${RR_TEST_CACHE}")
     if(RR_SANITIZE)
         # Leaks are not looked for: that needs rights which not every container gives.
         set_property(TEST ${T_NAME} APPEND PROPERTY ENVIRONMENT
