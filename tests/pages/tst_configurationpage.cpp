@@ -137,7 +137,7 @@ void ConfigurationPageTests::deletingTheRecorderAsksFirstAndReturnsToTheList()
     QCOMPARE(pages.module.currentRecorder(), instance);
 
     pages.click("deleteRecorderButton");
-    pages.click("acceptDeletionButton");
+    pages.click("acceptButton");
     QVERIFY(pages.isShown("recordersPage"));
     QCOMPARE(pages.module.recorders()->count(), 0);
 

@@ -23,6 +23,8 @@ private Q_SLOTS:
     void thePasswordIsMaskedUnlessItIsToBeShown();
     void theFieldsFollowTheSettings();
     void nothingCanBeChangedWhileTheRecorderIsOn();
+    void whatIsTypedWhenTheAgentStartsIsKeptAndSaidToBeNoValue_data();
+    void whatIsTypedWhenTheAgentStartsIsKeptAndSaidToBeNoValue();
     void aRunningRecorderShowsOnlyTheSectionsThatAreChecked();
     void theSecurityWarningIsThereWhileOnlyTheRecorderIsSecured();
     void aCertificateIsChosenInADialog();
@@ -209,6 +211,49 @@ void ConfigurationTabTests::nothingCanBeChangedWhileTheRecorderIsOn()
     }
 }
 
+void ConfigurationTabTests::whatIsTypedWhenTheAgentStartsIsKeptAndSaidToBeNoValue_data()
+{
+    aFieldWritesItsSetting_data();
+}
+
+void ConfigurationTabTests::whatIsTypedWhenTheAgentStartsIsKeptAndSaidToBeNoValue()
+{
+    QFETCH(const QString, section);
+    QFETCH(const QString, field);
+    QFETCH(const QString, typed);
+    QFETCH(const QByteArray, property);
+    QFETCH(const QString, option);
+    Settings pages;
+    pages.toggle(section);
+    const QStringList before = pages.arguments();
+    pages.fill(field, typed, false);
+    ModuleFixture::run(pages.instance);
+    QCOMPARE(pages.instance->property(property.constData()).toString(), "");
+    QCOMPARE(pages.arguments(), before);
+    QCOMPARE(pages.text(field), typed);
+    QCOMPARE(pages.texts("heldBack"), QStringList({ "Not in force" }));
+
+    // Once the agent has gone it is taken over when typing ends.
+    ModuleFixture::leave(pages.instance->agentInstanceUuid());
+    QCOMPARE(pages.text(field), typed);
+    QCOMPARE(pages.texts("heldBack"), QStringList({ "Not in force" }));
+    QCOMPARE(pages.arguments(), before);
+    pages.focusOn(field);
+    pages.key(Qt::Key_Return);
+    QCOMPARE(pages.instance->property(property.constData()).toString(), typed);
+    QVERIFY(pages.arguments().contains(option));
+    QVERIFY(!pages.isShown("heldBack"));
+
+    // Or given up.
+    pages.fill(field, typed + typed, false);
+    ModuleFixture::run(pages.instance);
+    ModuleFixture::leave(pages.instance->agentInstanceUuid());
+    pages.focusOn(field);
+    pages.key(Qt::Key_Escape);
+    QCOMPARE(pages.text(field), typed);
+    QVERIFY(!pages.isShown("heldBack"));
+}
+
 void ConfigurationTabTests::aRunningRecorderShowsOnlyTheSectionsThatAreChecked()
 {
     for (const QString& checked : SECTIONS) {
@@ -310,6 +355,7 @@ void ConfigurationTabTests::filtersCanBeAppliedWhileTheRecorderIsOnAndHasADataba
     {
         Settings offline(false);
         QVERIFY(!offline.isAvailable("applyFiltersButton"));
+        QVERIFY(!offline.property("filtersText", "readOnly").toBool());
         ModuleFixture::run(offline.instance);
         QVERIFY(!offline.isAvailable("applyFiltersButton"));
         QCOMPARE(offline.hint("applyFiltersButton"), "A recorder without a database keeps no filters");
@@ -317,15 +363,20 @@ void ConfigurationTabTests::filtersCanBeAppliedWhileTheRecorderIsOnAndHasADataba
     }
     Settings pages;
     QVERIFY(!pages.isAvailable("applyFiltersButton"));
-    QCOMPARE(pages.hint("applyFiltersButton"), "Connect the recorder to change its filters");
-    QVERIFY(pages.property("filtersText", "readOnly").toBool());
+    QCOMPARE(pages.hint("applyFiltersButton"), "Connect the recorder to apply its filters");
+    QVERIFY(!pages.property("filtersText", "readOnly").toBool());
+    pages.focusOn("filtersText");
+    pages.type("-Valve");
+    QCOMPARE(pages.text("filtersChanged"), "Not in force");
 
+    // What was typed before is there when it can be applied, and can be changed then too.
     ModuleFixture::run(pages.instance);
     QuenaryDouble::clearCalls();
     QVERIFY(pages.isAvailable("applyFiltersButton"));
     QVERIFY(!pages.property("filtersText", "readOnly").toBool());
+    QCOMPARE(pages.text("filtersText"), "-Valve");
     pages.focusOn("filtersText");
-    pages.type("-Valve");
+    pages.key(Qt::Key_End);
     pages.key(Qt::Key_Return);
     pages.type("-Operator/note");
     pages.click("applyFiltersButton");

@@ -292,11 +292,11 @@ void KeyboardTests::aQuestionTakesTheKeyboardAndGivesItBack()
     pages.key(Qt::Key_Down);
     pages.key(Qt::Key_Delete);
     QVERIFY(pages.isShown("question"));
-    QCOMPARE(pages.focus(), "cancelDeletionButton");
+    QCOMPARE(pages.focus(), "declineButton");
     pages.key(Qt::Key_Tab);
-    QCOMPARE(pages.focus(), "acceptDeletionButton");
+    QCOMPARE(pages.focus(), "acceptButton");
     pages.key(Qt::Key_Tab);
-    QCOMPARE(pages.focus(), "cancelDeletionButton");
+    QCOMPARE(pages.focus(), "declineButton");
     pages.key(Qt::Key_Escape);
     QVERIFY(!pages.isShown("question"));
     QCOMPARE(pages.focus(), "recordsList");
@@ -383,7 +383,7 @@ void KeyboardTests::theKeyOfAControlStandsInItsTooltip_data()
     QTest::newRow("delete a record") << "records" << "deleteRecordButton" << "(Del)";
     QTest::newRow("play") << "records" << "playButton" << "(Space)";
     QTest::newRow("back") << "records" << "backButton" << "(Alt+Left)";
-    QTest::newRow("keep") << "question" << "cancelDeletionButton" << "(Esc)";
+    QTest::newRow("keep") << "question" << "declineButton" << "(Esc)";
     QTest::newRow("open") << "list" << "configureButton" << "(Enter)";
     QTest::newRow("delete a recorder") << "listOff" << "deleteRecorderButton" << "(Del)";
 }

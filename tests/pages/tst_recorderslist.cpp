@@ -251,16 +251,16 @@ void RecordersListTests::aRecorderIsDeletedOnceThatIsAgreedTo()
 
     pages.click("deleteRecorderButton", 1);
     QCOMPARE(pages.text("question"), "Do you want to delete recorder 'Bee' ?");
-    QCOMPARE(pages.text("cancelDeletionButton"), "Cancel");
-    QCOMPARE(pages.text("acceptDeletionButton"), "DELETE");
-    pages.click("cancelDeletionButton");
+    QCOMPARE(pages.text("declineButton"), "Cancel");
+    QCOMPARE(pages.text("acceptButton"), "DELETE");
+    pages.click("declineButton");
     QVERIFY(!pages.isShown("question"));
     QCOMPARE(pages.texts("recorderTitle"), QStringList({ "Ant", "Bee" }));
 
     pages.focusOn("recorderInstance", 1);
     pages.key(Qt::Key_Delete);
     QCOMPARE(pages.text("question"), "Do you want to delete recorder 'Bee' ?");
-    pages.click("acceptDeletionButton");
+    pages.click("acceptButton");
     QVERIFY(!pages.isShown("question"));
     QCOMPARE(pages.texts("recorderTitle"), QStringList({ "Ant" }));
 }

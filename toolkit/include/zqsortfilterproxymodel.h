@@ -97,6 +97,7 @@ private:
     static QList<int> _idsOf(const QList<SourceRow>& rows);
     SourceRow _row(int id) const;
     bool _accepts(const SourceRow& row) const;
+    QList<int> _sourceIds(int first, int last) const;
     QList<SourceRow> _sourceRows(int first, int last) const;
     QList<SourceRow> _acceptedRows(int first, int last) const;
     bool _noteKey(const SourceRow& row);
