@@ -24,7 +24,10 @@ ConfirmPopup {
     text: qsTr("Do you want to end the recording and load '%1' ?").arg(name)
     acceptText: qsTr("END AND LOAD")
     isDestructive: false
-    onAccepted: root.load()
+    onAccepted: {
+        const load = root.load;
+        load();
+    }
     // It ended already, or what was to be loaded is gone: there is nothing to ask any more.
     onIsRecordingChanged: {
         if (!isRecording) {

@@ -37,7 +37,7 @@ Item {
     }
 
     function end(): void {
-        const hadKeyboard = editor.item?.activeFocus ?? false;
+        const hadKeyboard = (editor.item as RecordNameEditor)?.activeFocus ?? false;
         root.isEditing = false;
         if (hadKeyboard) {
             root.finished();
