@@ -11,6 +11,8 @@ add_library(qnyRecorderData STATIC
     ${CMAKE_CURRENT_LIST_DIR}/csv/csvwriter.cpp
     ${CMAKE_CURRENT_LIST_DIR}/csv/export.cpp
     ${CMAKE_CURRENT_LIST_DIR}/csv/facts.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/filebackend.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/csv/fileindex.cpp
     ${CMAKE_CURRENT_LIST_DIR}/csv/filerecord.cpp
     ${CMAKE_CURRENT_LIST_DIR}/csv/import.cpp
     ${CMAKE_CURRENT_LIST_DIR}/csv/utf8.cpp
@@ -21,6 +23,13 @@ add_library(qnyRecorderData STATIC
     ${CMAKE_CURRENT_LIST_DIR}/store/recordlist.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/recordrow.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/tally.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/closing.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/context.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/csvfilestore.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/csvfilewriter.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/filenames.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/recordfile.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/repair.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/context.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/database.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/embeddedreader.cpp
@@ -46,6 +55,7 @@ add_library(qnyRecorderStoreSuite STATIC
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_crash.cpp
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_events.cpp
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_exchange.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_fulldisk.cpp
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_records.cpp
 )
 rr_target_defaults(qnyRecorderStoreSuite)
@@ -55,3 +65,5 @@ target_compile_definitions(qnyRecorderStoreSuite PUBLIC RR_GOLDEN_DIRECTORY="${C
 
 rr_add_test(NAME tst_recorder_embeddedstore SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/store/tst_embeddedstore.cpp
     LIBS qnyRecorderStoreSuite PkgConfig::SQLITE3 TIMEOUT 240)
+rr_add_test(NAME tst_recorder_csvfilestore SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/store/tst_csvfilestore.cpp
+    LIBS qnyRecorderStoreSuite TIMEOUT 240)

@@ -15,16 +15,6 @@ class TestZqSortFilterProxyModel : public QObject
 {
     Q_OBJECT
 
-    /// With the ranks 0, 10, 20 and so on.
-    QList<TestItem*> rankedItems(int count)
-    {
-        QList<TestItem*> items;
-        for (int i = 0; i < count; ++i) {
-            items.append(new TestItem({}, 10 * i, this));
-        }
-        return items;
-    }
-
 private slots:
     void init() { QTest::failOnWarning(); }
 
@@ -275,7 +265,10 @@ private slots:
     void aNewOrderIsToldInTheFewestMoves()
     {
         List list;
-        const QList<TestItem*> items = rankedItems(100);
+        QList<TestItem*> items;
+        for (int i = 0; i < 100; ++i) {
+            items.append(new TestItem({}, 10 * i, this));
+        }
         list.appendRows(items);
         ByRank view;
         view.setSourceModel(&list);
@@ -349,7 +342,10 @@ private slots:
     void aChangeInALargeSortedViewAsksAFewQuestions()
     {
         List list;
-        const QList<TestItem*> items = rankedItems(20000);
+        QList<TestItem*> items;
+        for (int i = 0; i < 20000; ++i) {
+            items.append(new TestItem({}, 10 * i, this));
+        }
         list.appendRows(items);
         ByRank view;
         view.setSourceModel(&list);
@@ -365,7 +361,11 @@ private slots:
     void aFewItemsIntoALargeSortedViewAskAFewQuestions()
     {
         List list;
-        list.appendRows(rankedItems(20000));
+        QList<TestItem*> items;
+        for (int i = 0; i < 20000; ++i) {
+            items.append(new TestItem({}, 10 * i, this));
+        }
+        list.appendRows(items);
         ByRank view;
         view.setSourceModel(&list);
         view.questions = 0;

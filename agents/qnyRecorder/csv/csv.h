@@ -30,6 +30,8 @@ struct Error
     std::uint64_t line = 0; // from 1
     int column = 0; // field of the row, from 1; 0: the row as a whole
     std::string reason;
+    bool isRowWhole = false; // the row's end is known: what follows it can be read
+    bool isNewerVersion = false; // the file needs a newer recorder
     std::string text() const; // "line 3, column 2 (time_us): …"
 };
 
@@ -73,6 +75,9 @@ public:
 
     void feed(std::string_view bytes); // copied
     void finish();
+    // For when nothing more comes for now: a long row is not looked at again with every little piece of it, and may be
+    // there already.
+    void lookAgain() { m_tried = 0; }
     Step next(Entry& entry);
     const Error& error() const { return m_error; }
     std::uint64_t line() const { return m_line; } // of the next row

@@ -72,7 +72,10 @@ void Reader::finish()
 Reader::Step Reader::fail(std::uint64_t line, int column, std::string reason)
 {
     m_failed = true;
-    m_error = { line, column, std::move(reason) };
+    m_error = Error();
+    m_error.line = line;
+    m_error.column = column;
+    m_error.reason = std::move(reason);
     return Step::Failed;
 }
 
@@ -258,6 +261,7 @@ Reader::Scan Reader::scanLineEnd(Place& place)
 bool Reader::refuse(int column, std::string reason)
 {
     fail(m_rowLine, column, std::move(reason));
+    m_error.isRowWhole = true;
     return false;
 }
 
@@ -331,9 +335,11 @@ bool Reader::understandFact(Entry& entry)
             return refuse(6, shown(fact.value) + " is no version");
         }
         if (version > formatVersion) {
-            return refuse(6,
+            refuse(6,
                 "the file has version " + std::to_string(version) + ", and this recorder reads up to "
                     + std::to_string(formatVersion) + ": use a newer recorder");
+            m_error.isNewerVersion = true;
+            return false;
         }
     }
     entry = std::move(fact);

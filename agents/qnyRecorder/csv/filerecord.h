@@ -2,15 +2,12 @@
 #pragma once
 
 #include "../store/store.h"
+#include "fileindex.h"
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 
 namespace recorder::csv {
-
-// Called with 0 to 100 while a file is looked through; false gives up.
-using Progress = std::function<bool(int percent)>;
 
 // Opens a record CSV file for reading: looks through it once, keeping a small index, and reads the events from the file
 // afterwards. The facts' uuid is the path as given. Null with the reason (line, column and reason for what is no

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "recordingfilter.h"
 
-#include "csv/utf8.h"
-
 #include <algorithm>
 
 namespace recorder {
@@ -87,8 +85,9 @@ bool RecordingFilter::parse(std::string_view text, RecordingFilter& filter, std:
         reason = "line " + std::to_string(number) + ": " + why;
         return false;
     };
-    if (text.starts_with(csv::byteOrderMark)) {
-        text.remove_prefix(csv::byteOrderMark.size());
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (text.starts_with(byteOrderMark)) {
+        text.remove_prefix(byteOrderMark.size());
     }
     while (!text.empty()) {
         ++number;

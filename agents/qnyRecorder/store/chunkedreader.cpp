@@ -3,6 +3,7 @@
 
 #include "../chunk/packedchunk.h"
 #include "chunkcursor.h"
+#include "tally.h"
 
 #include <algorithm>
 #include <iterator>
@@ -21,13 +22,6 @@ struct Held
 };
 // Sorted by agent, then output; both joined by a byte that no name holds, so that one look-up needs no second string.
 using Values = std::map<std::string, Held, std::less<>>;
-
-void joinName(std::string& key, std::string_view agent, std::string_view output)
-{
-    key.assign(agent);
-    key += '\0';
-    key += output;
-}
 
 } // namespace
 

@@ -257,18 +257,7 @@ StoreResult ChunkedWriter::storeIfTime()
 
 void ChunkedWriter::countLost(std::string_view agent, std::string_view output, LostIn where, std::uint64_t events)
 {
-    OutputCompleteness& counts = m_tally.output(agent, output).counts;
-    switch (where) {
-    case LostIn::Network:
-        counts.lostNetwork += events;
-        break;
-    case LostIn::Queue:
-        counts.lostQueue += events;
-        break;
-    case LostIn::Store:
-        counts.lostStore += events;
-        break;
-    }
+    m_tally.countLost(agent, output, where, events);
 }
 
 StoreResult ChunkedWriter::tick(std::int64_t elapsedUs)

@@ -8,14 +8,6 @@ namespace recorder {
 
 namespace {
 
-// Both names with a byte between them that no name holds.
-void joinName(std::string& key, std::string_view agent, std::string_view output)
-{
-    key.assign(agent);
-    key += '\0';
-    key += output;
-}
-
 std::vector<const Tally::Output*> sorted(const std::deque<Tally::Output>& outputs)
 {
     std::vector<const Tally::Output*> order;
@@ -30,6 +22,13 @@ std::vector<const Tally::Output*> sorted(const std::deque<Tally::Output>& output
 }
 
 } // namespace
+
+void joinName(std::string& key, std::string_view agent, std::string_view output)
+{
+    key.assign(agent);
+    key += '\0';
+    key += output;
+}
 
 Tally::Output& Tally::output(std::string_view agent, std::string_view name)
 {
@@ -59,6 +58,22 @@ void Tally::count(Output& output, std::int64_t timeUs)
     }
     ++counts.stored;
     output.lastUs = std::max(output.lastUs, timeUs);
+}
+
+void Tally::countLost(std::string_view agent, std::string_view name, LostIn where, std::uint64_t events)
+{
+    OutputCompleteness& counts = output(agent, name).counts;
+    switch (where) {
+    case LostIn::Network:
+        counts.lostNetwork += events;
+        break;
+    case LostIn::Queue:
+        counts.lostQueue += events;
+        break;
+    case LostIn::Store:
+        counts.lostStore += events;
+        break;
+    }
 }
 
 void Tally::remember(Output& output, const ValueView& value)
@@ -148,47 +163,75 @@ std::string Tally::packState(std::uint64_t throughSequence) const
     return builder.finish(ChunkKind::State, throughSequence);
 }
 
-Completeness withClaim(const Completeness& claimed, const Completeness& counted)
+namespace {
+
+// What was said of the outputs, with the numbers that were counted. `missing` are events said to be stored that are not
+// there.
+Completeness merged(const Completeness& said, const Completeness& counted, bool missingAreLost, std::uint64_t& missing)
 {
-    if (claimed.outputs.empty() && claimed.remarks.empty()) {
-        return counted;
-    }
     // Both lists are sorted in the same way: merged in one pass.
     const auto before = [](const OutputCompleteness& left, const OutputCompleteness& right) {
         return std::tie(left.agent, left.output) < std::tie(right.agent, right.output);
     };
     Completeness result;
-    result.remarks = claimed.remarks;
-    std::uint64_t missing = 0;
+    result.remarks = said.remarks;
+    missing = 0;
     auto came = counted.outputs.begin();
-    for (const OutputCompleteness& claim : claimed.outputs) {
+    for (const OutputCompleteness& claim : said.outputs) {
         for (; came != counted.outputs.end() && before(*came, claim); ++came) {
             result.outputs.push_back(*came);
         }
-        OutputCompleteness merged = claim;
+        OutputCompleteness both = claim;
         const bool here = came != counted.outputs.end() && !before(claim, *came);
         const std::uint64_t stored = here ? came->stored : 0;
         if (stored != claim.stored) {
-            missing += claim.stored > stored ? claim.stored - stored : 0;
-            merged.stored = stored;
-            merged.longestGapUs = here ? came->longestGapUs : 0;
+            const std::uint64_t less = claim.stored > stored ? claim.stored - stored : 0;
+            missing += less;
+            both.stored = stored;
+            both.longestGapUs = here ? came->longestGapUs : 0;
+            both.lostStore += missingAreLost ? less : 0;
         }
         if (here) {
-            merged.lostStore += came->lostStore;
+            both.lostStore += came->lostStore;
             ++came;
         }
-        result.outputs.push_back(std::move(merged));
+        result.outputs.push_back(std::move(both));
     }
     result.outputs.insert(result.outputs.end(), came, counted.outputs.end());
+    return result;
+}
+
+void addRemarks(std::vector<std::string>& remarks, const std::vector<std::string>& more)
+{
+    for (const std::string& sentence : more) {
+        if (std::find(remarks.begin(), remarks.end(), sentence) == remarks.end()) {
+            remarks.push_back(sentence);
+        }
+    }
+}
+
+} // namespace
+
+Completeness withClaim(const Completeness& claimed, const Completeness& counted)
+{
+    if (claimed.outputs.empty() && claimed.remarks.empty()) {
+        return counted;
+    }
+    std::uint64_t missing = 0;
+    Completeness result = merged(claimed, counted, false, missing);
     if (missing > 0) {
         result.remarks.push_back("Imported in part: " + std::to_string(missing) + " of "
             + std::to_string(claimed.stored()) + " events did not come.");
     }
-    for (const std::string& sentence : counted.remarks) {
-        if (std::find(result.remarks.begin(), result.remarks.end(), sentence) == result.remarks.end()) {
-            result.remarks.push_back(sentence);
-        }
-    }
+    addRemarks(result.remarks, counted.remarks);
+    return result;
+}
+
+Completeness withMissing(const Completeness& said, const Completeness& counted)
+{
+    std::uint64_t missing = 0;
+    Completeness result = merged(said, counted, true, missing);
+    addRemarks(result.remarks, counted.remarks);
     return result;
 }
 

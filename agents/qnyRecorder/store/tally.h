@@ -13,6 +13,9 @@
 
 namespace recorder {
 
+// Both names of an output as one key, with a byte between them that no name holds.
+void joinName(std::string& key, std::string_view agent, std::string_view output);
+
 // What a writer knows of each output: how much was stored and lost, and its last value. Kept in memory while a record
 // is written, and made again from what is stored when a record is taken up or repaired.
 class Tally
@@ -34,7 +37,8 @@ public:
     // Counts one stored event. The value is remembered by the caller.
     static void count(Output& output, std::int64_t timeUs);
     void remember(Output& output, const ValueView& value);
-    // The same for every event of a chunk. False with the reason when it is damaged.
+    void countLost(std::string_view agent, std::string_view name, LostIn where, std::uint64_t events);
+    // The same as counting and remembering for every event of a chunk. False with the reason when it is damaged.
     bool addChunk(std::string_view packed, bool countsToo, std::string& reason);
     // Takes back what a chunk added to the counts, because it was not stored after all.
     void loseChunk(std::string_view packed);
@@ -66,5 +70,8 @@ private:
 
 // What an imported record's completeness is: what its file claimed, corrected by what really came.
 Completeness withClaim(const Completeness& claimed, const Completeness& counted);
+// What a recorded record's completeness is: what was said of it last, where events that are not there any more are lost
+// in the store.
+Completeness withMissing(const Completeness& said, const Completeness& counted);
 
 } // namespace recorder

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The whole program among other agents, started with other options, and on machines that fail it.
 #include "scriptedhost.h"
+#include "smalldisk.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -14,7 +15,6 @@
 
 #include <csignal>
 #include <netinet/in.h>
-#include <sys/mount.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -46,29 +46,6 @@ Ended run(
     }
     return { process.exitCode(), QString::fromUtf8(process.readAllStandardError()) };
 }
-
-/// A small file system of its own, gone with the object.
-class SmallDisk
-{
-public:
-    explicit SmallDisk(const QString& path, const char* options)
-        : _path(path.toUtf8())
-    {
-        _isMounted = mount("tmpfs", _path.constData(), "tmpfs", 0, options) == 0;
-    }
-    ~SmallDisk()
-    {
-        if (_isMounted) {
-            // Detached at once: a recorder that has only just ended may still hold a file on it.
-            umount2(_path.constData(), MNT_DETACH);
-        }
-    }
-    bool isMounted() const { return _isMounted; }
-
-private:
-    QByteArray _path;
-    bool _isMounted = false;
-};
 
 } // namespace
 
@@ -404,7 +381,7 @@ private slots:
     {
         const QString path = _directory.filePath("small");
         QVERIFY(QDir().mkpath(path));
-        const SmallDisk disk(path, "size=4m");
+        const SmallDisk disk(path.toStdString(), "size=4m");
         if (!disk.isMounted()) {
             QSKIP("a small disk can be made only as root");
         }

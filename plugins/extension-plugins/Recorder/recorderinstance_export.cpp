@@ -4,6 +4,7 @@
 #include "recorderservicecall.h"
 #include "recorderutils.h"
 
+#include <systemviewmanager.h>
 #include <zqproperty.h>
 
 #include <QtCore/QDebug>
@@ -40,7 +41,7 @@ void RecorderInstance::downloadRecord(RecorderRecord* record)
     if (!downloadedRecord) {
         qWarning() << "void RecorderInstance::downloadRecord(RecorderRecord *)"
                    << "the record was removed while a file was chosen for it, nothing is written to" << path;
-        _raiseProblem(
+        SystemViewManager::instance()->raiseProblem(
             tr("The record was removed while a file was chosen for it: nothing is written to \"%1\".").arg(path));
         return;
     }
@@ -48,7 +49,8 @@ void RecorderInstance::downloadRecord(RecorderRecord* record)
     if (!_openRecordFile(path)) {
         qWarning() << "void RecorderInstance::downloadRecord(RecorderRecord *)"
                    << "failed to open file" << path;
-        _raiseProblem(tr("The file \"%1\" can not be written: choose another place for the download.").arg(path));
+        SystemViewManager::instance()->raiseProblem(
+            tr("The file \"%1\" can not be written: choose another place for the download.").arg(path));
         return;
     }
     RecorderUtils::instance().updateDownloadDirectoryFromFilePath(path);
@@ -90,14 +92,15 @@ void RecorderInstance::receiveExport(
     if (recordUuid.isEmpty()) {
         qWarning() << signature << "recordUuid is empty, closing file";
         if (file) {
-            _raiseProblem(
+            SystemViewManager::instance()->raiseProblem(
                 tr("The recorder '%1' ended the download of a record: the file holds what came before.").arg(name()));
         }
     } else if (!_writeToRecordFile(content)) {
         qWarning() << signature << "failed to write content to record file, closing file";
         if (file) {
-            _raiseProblem(tr("The file \"%1\" can not be written further (%2): it holds what came before.")
-                              .arg(file->fileName(), file->errorString()));
+            SystemViewManager::instance()->raiseProblem(
+                tr("The file \"%1\" can not be written further (%2): it holds what came before.")
+                    .arg(file->fileName(), file->errorString()));
         }
     } else if (!nextUuid.isEmpty()) {
         if (!_isCancelingExport) {

@@ -6,13 +6,11 @@ import QtQuick.Controls.Basic
 import Corvane
 import "../pages/widgets"
 
-// Asks before something is done that cannot be taken back.
+// Asks before something is deleted.
 Popup {
     id: root
 
     property string text
-    property string acceptText: qsTr("DELETE")
-    property bool isDestructive: true
 
     signal accepted
     // After the answer, whichever it was.
@@ -83,17 +81,17 @@ Popup {
 
                 DarkOrLightTextButton {
                     id: cancel
-                    objectName: "declineButton"
+                    objectName: "cancelDeletionButton"
                     focus: true
                     text: qsTr("Cancel")
-                    hint: qsTr("Leave it as it is")
+                    hint: qsTr("Keep it")
                     shortcut: qsTr("Esc")
                     onClicked: root.close()
                 }
                 DarkOrLightTextButton {
-                    objectName: "acceptButton"
-                    text: root.acceptText
-                    destructive: root.isDestructive
+                    objectName: "acceptDeletionButton"
+                    text: qsTr("DELETE")
+                    destructive: true
                     onClicked: {
                         root.accepted();
                         root.close();

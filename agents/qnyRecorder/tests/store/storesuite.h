@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -109,6 +110,8 @@ protected:
     std::string exportAll(Store& store, const std::string& uuid, const csv::ExportLimits& limits = {});
     // As the module sends a file: chunks of so many rows, line feeds doubled.
     static std::vector<std::string> moduleChunks(const std::string& file, std::size_t rows);
+    // For stores on this machine's disks: what happens on a full one. `open` opens a store in a directory.
+    void checkFullDisk(const std::function<std::unique_ptr<Store>(const std::string& directory)>& open);
     std::string importAll(Store& store, const std::string& name, const std::string& file, std::size_t rows);
 
     StoreUnderTest& m_under;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "fulldisk.h"
 #include "store/embedded/embeddedstore.h"
 #include "storesuite.h"
 
@@ -7,8 +8,6 @@
 #include <QThread>
 
 #include <sqlite3.h>
-#include <sys/mount.h>
-#include <unistd.h>
 
 using namespace recorder;
 using namespace recorder::testing;
@@ -57,11 +56,6 @@ bool runSql(const QString& directory, const QByteArray& sql, std::int64_t* numbe
     return good;
 }
 
-Event numbered(int i, std::size_t bytes = 0)
-{
-    return { i, "agent", "o", ValueView::fromString(std::to_string(i) + std::string(bytes, '.')) };
-}
-
 } // namespace
 
 // Runs the suite over the embedded store, and what only this store has.
@@ -97,7 +91,7 @@ std::string TestEmbeddedStore::recordNumbered(Store& store, int count, std::size
 {
     std::vector<Event> events;
     for (int i = 0; i < count; ++i) {
-        events.push_back(numbered(i, bytes));
+        events.push_back(numberedText(i, bytes));
     }
     return record(store, events);
 }
@@ -124,7 +118,7 @@ void TestEmbeddedStore::aDamagedChunkCostsOnlyItself()
     QCOMPARE(static_cast<std::int64_t>(events.size()), 4'000 - count);
     for (const Event& event : events) {
         QVERIFY(event.timeUs < first || event.timeUs >= first + count);
-        QVERIFY(event == numbered(static_cast<int>(event.timeUs), 100));
+        QVERIFY(event == numberedText(static_cast<int>(event.timeUs), 100));
     }
     const std::vector<Damage> damages = cursor->takeDamages();
     QCOMPARE(damages.size(), std::size_t(1));
@@ -242,28 +236,6 @@ std::unique_ptr<Store> TestEmbeddedStore::openBounded(std::uint32_t pages, const
     return store;
 }
 
-namespace {
-
-struct UntilFull
-{
-    int appended = 0;
-    int certain = 0; // stored before it became full
-};
-
-// Records until the store is full, and says of that what the store said.
-UntilFull recordUntilFull(RecordWriter& writer, StoreResult& result)
-{
-    UntilFull until;
-    result = StoreResult::done();
-    while (result && until.appended < 2'000'000) {
-        until.certain = static_cast<int>(writer.eventsStored());
-        result = writer.append(numbered(until.appended++, 1'000).view());
-    }
-    return until;
-}
-
-} // namespace
-
 void TestEmbeddedStore::aFullStoreEndsTheRecordingAndLosesNothing()
 {
     const auto store = openBounded(1'000);
@@ -292,73 +264,14 @@ void TestEmbeddedStore::aFullStoreEndsTheRecordingAndLosesNothing()
     const std::vector<Event> events = eventsOf(*reader);
     QVERIFY(static_cast<int>(events.size()) >= certain);
     for (std::size_t i = 0; i < events.size(); ++i) {
-        QVERIFY(events[i] == numbered(static_cast<int>(i), 1'000));
+        QVERIFY(events[i] == numberedText(static_cast<int>(i), 1'000));
     }
     QCOMPARE(eventsOf(*read(*reopened, before)).size(), std::size_t(1'000));
 }
 
 void TestEmbeddedStore::aFullDiskEndsTheRecordingAndLosesNothing()
 {
-    const std::string disk = (m_under.place() + "/disk").toStdString();
-    QVERIFY(QDir().mkpath(QString::fromStdString(disk)));
-    if (::geteuid() != 0 || ::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=12m") != 0) {
-        QSKIP("A full disk needs a small tmpfs, which only root may mount.");
-    }
-    struct Unmounter
-    {
-        std::string path;
-        ~Unmounter() { ::umount2(path.c_str(), MNT_DETACH); }
-    } const unmounter { disk };
-
-    const RecordFacts facts = newFacts("too long");
-    UntilFull until;
-    {
-        const auto store = openBounded(0, disk);
-        std::unique_ptr<RecordWriter> writer;
-        RR_DONE(store->create(facts, writer));
-        StoreResult result;
-        until = recordUntilFull(*writer, result);
-        QVERIFY2(result.error == StoreError::Full, result.message.c_str());
-        QVERIFY(until.certain > 1'000);
-        RR_DONE(writer->close(0)); // the reserve is for this
-        const Completeness completeness = writer->completeness();
-        QCOMPARE(completeness.stored() + completeness.lost(), static_cast<std::uint64_t>(until.appended));
-        QVERIFY(completeness.stored() >= static_cast<std::uint64_t>(until.certain));
-        // The disk stays full: it can be read, and a new recording says why it does not start.
-        QCOMPARE(eventsOf(*read(*store, facts.uuid)).size(), completeness.stored());
-        StoreResult refused = StoreResult::done();
-        for (int attempt = 0; attempt < 50 && refused; ++attempt) {
-            std::unique_ptr<RecordWriter> next;
-            refused = store->create(newFacts("next"), next);
-            if (refused) {
-                for (int i = 0; i < 200 && refused; ++i) {
-                    refused = next->append(numbered(i, 100'000).view());
-                }
-            }
-        }
-        QVERIFY(refused.error == StoreError::Full);
-        QVERIFY2(refused.message.find("full") != std::string::npos, refused.message.c_str());
-    }
-    const auto store = openBounded(0, disk);
-    const std::vector<Event> events = eventsOf(*read(*store, facts.uuid));
-    QVERIFY(static_cast<int>(events.size()) >= until.certain);
-    for (std::size_t i = 0; i < events.size(); ++i) {
-        QVERIFY(events[i] == numbered(static_cast<int>(i), 1'000));
-    }
-    // Deleting makes room for the next recording: of all, as the refused ones may hold the most.
-    std::vector<RecordSummary> held;
-    RR_DONE(store->records({}, held));
-    for (const RecordSummary& one : held) {
-        RR_DONE(store->remove(one.uuid));
-    }
-    const QDeadlineTimer deadline(20'000);
-    bool isRecorded = false;
-    while (!isRecorded && !deadline.hasExpired()) {
-        std::unique_ptr<RecordWriter> writer;
-        isRecorded = store->create(newFacts("after"), writer) && writer->append(numbered(1).view()) && writer->close(0);
-        QThread::msleep(50);
-    }
-    QVERIFY(isRecorded);
+    checkFullDisk([this](const std::string& directory) { return openBounded(0, directory); });
 }
 
 void TestEmbeddedStore::aDeletedRecordGivesItsSpaceBack()
@@ -389,7 +302,7 @@ void TestEmbeddedStore::aLeaseThatEndedIsSeenWithoutALockToAsk()
         const auto store = openStore();
         std::unique_ptr<RecordWriter> writer;
         RR_DONE(store->create(facts, writer));
-        RR_DONE(writer->append(numbered(5).view()));
+        RR_DONE(writer->append(numberedText(5).view()));
         RR_DONE(writer->close(0));
     }
     const auto own = [&](const char* expires) {
@@ -423,7 +336,7 @@ void TestEmbeddedStore::deadOwnersLeaveNoLockFilesBehind()
     {
         const auto store = openStore();
         const auto other = openStore();
-        record(*store, { numbered(1) });
+        record(*store, { numberedText(1) });
         QCOMPARE(locks(), 2);
     }
     QCOMPARE(locks(), 0);
@@ -457,7 +370,7 @@ void TestEmbeddedStore::eventsBeyondTheBoundAreCountedWhenTheStoreIsBlocked()
     QCOMPARE(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
     int failures = 0;
     for (int i = 0; i < 3'000; ++i) {
-        failures += writer->append(numbered(i, 1'000).view()) ? 0 : 1;
+        failures += writer->append(numberedText(i, 1'000).view()) ? 0 : 1;
     }
     QVERIFY(failures > 0);
     QCOMPARE(sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr), SQLITE_OK);
@@ -471,7 +384,7 @@ void TestEmbeddedStore::eventsBeyondTheBoundAreCountedWhenTheStoreIsBlocked()
     QCOMPARE(completeness.outputs.at(0).lostStore + events.size(), 3'000U);
     QVERIFY(events.size() > 500);
     for (std::size_t i = 0; i < events.size(); ++i) {
-        QVERIFY(events[i] == numbered(static_cast<int>(i), 1'000));
+        QVERIFY(events[i] == numberedText(static_cast<int>(i), 1'000));
     }
 }
 

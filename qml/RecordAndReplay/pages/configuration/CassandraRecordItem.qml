@@ -18,6 +18,7 @@ Item {
     required property RecorderRecord record
     // Where the arrow keys are.
     property bool isCursor: false
+    property bool isRenaming: false
     readonly property bool isCurrent: record !== null && recorder.currentRecord === record
     readonly property bool isOpen: isCurrent && record.isLoaded
     readonly property bool isNarrow: width < 640
@@ -25,11 +26,12 @@ Item {
     readonly property string date: (record?.startDateTime ?? new Date(NaN)).toLocaleString(Qt.locale(), qsTr("d MMM yyyy, hh:mm"))
     readonly property string duration: RecorderUtils.prettyPrintTime(record?.durationInSeconds ?? 0, RecorderTimeFormat.HH_MM_SS_ZZZ)
 
-    // With the pointer, or with a key.
+    // Pressed once: the list decides whether that loads the record.
     signal pressed
     signal loadRequested
 
     implicitHeight: Theme.rowHeight + (isOpen ? transport.height + Theme.spacingLarge : 0)
+    onRecordChanged: isRenaming = false
     // The row itself, not the list: from inside a list Tab does not lead back to it.
     activeFocusOnTab: isCursor || activeFocus
     Accessible.role: Accessible.ListItem
@@ -45,7 +47,7 @@ Item {
     }
     Keys.onPressed: event => {
         if (event.key === Qt.Key_F2) {
-            name.edit(-1);
+            root.isRenaming = root.recorder.isOn;
             event.accepted = true;
         }
     }
@@ -70,20 +72,22 @@ Item {
     }
     TapHandler {
         onTapped: root.pressed()
+        onDoubleTapped: root.loadRequested()
     }
-    RecordNameField {
-        id: name
+    ForeignText {
+        objectName: "recordNameText"
         x: Theme.spacingLarge
-        y: (Theme.rowHeight - height) / 2
+        height: Theme.rowHeight
         width: root.nameWidth
-        recorder: root.recorder
-        record: root.record
-        onFinished: root.forceActiveFocus()
+        visible: !root.isRenaming
+        verticalAlignment: Text.AlignVCenter
+        text: root.record?.name ?? ""
+        font.weight: Font.Medium
     }
     Text {
         x: Theme.spacingLarge + root.nameWidth + Theme.pageMargin
         height: Theme.rowHeight
-        visible: !name.hasError && !root.isNarrow
+        visible: !root.isRenaming && !root.isNarrow
         verticalAlignment: Text.AlignVCenter
         text: root.date
         color: Theme.mutedText
@@ -93,10 +97,9 @@ Item {
             })
     }
     Figures {
-        objectName: "recordDuration"
         x: Theme.spacingLarge + root.nameWidth + Theme.pageMargin + (root.isNarrow ? 0 : 176)
         height: Theme.rowHeight
-        visible: !name.hasError
+        visible: !root.isRenaming
         verticalAlignment: Text.AlignVCenter
         text: root.duration
     }
@@ -107,8 +110,28 @@ Item {
         recorder: root.recorder
         record: root.record
         isTabStop: root.isCursor
-        showsRename: (root.isCursor || root.isCurrent || hover.hovered) && !name.isEditing
-        onRenameRequested: name.edit(-1)
+        showsRename: (root.isCursor || root.isCurrent || hover.hovered) && !root.isRenaming
+        onRenameRequested: root.isRenaming = true
+    }
+    Loader {
+        active: root.isRenaming
+        x: Theme.spacingLarge
+        y: (Theme.rowHeight - height) / 2
+        width: root.nameWidth
+        sourceComponent: Component {
+            RecordNameField {
+                id: nameField
+                recorder: root.recorder
+                record: root.record
+                onFinished: {
+                    const hadKeyboard = nameField.activeFocus;
+                    root.isRenaming = false;
+                    if (hadKeyboard) {
+                        root.forceActiveFocus();
+                    }
+                }
+            }
+        }
     }
     Loader {
         id: transport

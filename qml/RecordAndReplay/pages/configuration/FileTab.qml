@@ -17,12 +17,9 @@ FocusScope {
     readonly property RecorderRecord fileRecord: recorder.recordFromFile
     readonly property string path: pathField.text.trim()
 
-    signal loadRequested(string path)
-    signal loadOfUrlRequested(url file)
-
     function load(): void {
         if (root.recorder.isOn && root.path !== "") {
-            root.loadRequested(root.path);
+            root.recorder.loadRecordFile(root.path);
         }
     }
 
@@ -106,7 +103,7 @@ FocusScope {
         text: qsTr("Drop to load CSV file")
         onCsvDropped: file => {
             if (root.recorder.isOn) {
-                root.loadOfUrlRequested(file);
+                root.recorder.loadRecordUrl(file);
             } else {
                 root.recorder.recordCsvFileDropped(file);
             }

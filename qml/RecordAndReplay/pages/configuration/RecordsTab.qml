@@ -19,8 +19,6 @@ FocusScope {
     // The current record is kept in view while its row grows by its controls, until somebody scrolls.
     property bool isFollowing: false
 
-    signal loadRequested(RecorderRecord record)
-
     function follow(): void {
         root.isFollowing = true;
         Qt.callLater(showCurrent);
@@ -50,18 +48,32 @@ FocusScope {
 
         target: root.current
     }
-    LoadFailure {
-        id: failure
+    Column {
+        id: notes
         width: parent.width
-        height: visible ? implicitHeight + Theme.spacing : 0
-        visible: root.showsFailure && root.recorder.loadingFailReason !== ""
-        recorder: root.recorder
+        spacing: Theme.spacingSmall
+        bottomPadding: children.some(note => note.visible) ? Theme.spacing : 0
+
+        LoadFailure {
+            width: parent.width
+            visible: root.showsFailure && root.recorder.loadingFailReason !== ""
+            recorder: root.recorder
+        }
+        Text {
+            objectName: "recordingNote"
+            width: parent.width
+            visible: root.recorder.isRecording && list.count > 0
+            text: qsTr("A recording runs: a double click on a record ends it and loads the record.")
+            color: Theme.mutedText
+            font.pixelSize: Theme.smallTextSize
+            wrapMode: Text.Wrap
+        }
     }
     ListView {
         id: list
 
         objectName: "recordsList"
-        anchors.top: failure.bottom
+        anchors.top: notes.bottom
         anchors.bottom: parent.bottom
         width: parent.width
         clip: true
@@ -109,7 +121,9 @@ FocusScope {
             onPressed: {
                 list.currentIndex = index;
                 list.forceActiveFocus();
-                root.loadRequested(record);
+                if (!root.recorder.isRecording) {
+                    root.recorder.loadRecord(record);
+                }
             }
             // A popup gives the keyboard back to the row that it was asked from, though that may be gone by then.
             onActiveFocusChanged: {
@@ -117,7 +131,7 @@ FocusScope {
                     list.currentItem?.forceActiveFocus();
                 }
             }
-            onLoadRequested: root.loadRequested(record)
+            onLoadRequested: root.recorder.loadRecord(record)
         }
     }
     EmptyHint {
