@@ -78,6 +78,8 @@ bool HostApplication::start(const HostOptions& options, QString* error)
         &HostApplication::documentPathChanged);
     connect(SystemDocumentHandler::instance(), &SystemDocumentHandler::documentSaved, this,
         &HostApplication::documentPathChanged);
+    connect(SystemDocumentHandler::instance(), &SystemDocumentHandler::documentSaved, this,
+        &HostApplication::_takeBackSaveProblem);
     connect(this, &HostApplication::documentPathChanged, this, &HostApplication::_rememberDocument);
     connect(SystemViewManager::instance(), &SystemViewManager::problemRaised, this, &HostApplication::addNotice);
     setTheme(options.theme);
@@ -374,6 +376,12 @@ void HostApplication::dismissNotice(int index)
         _d->notices.removeAt(index);
         Q_EMIT noticesChanged();
     }
+}
+
+// It was mended, or another one took its place.
+void HostApplication::_takeBackSaveProblem()
+{
+    dismissNotice(static_cast<int>(_d->notices.indexOf(_d->saveProblem)));
 }
 
 void HostApplication::setTheme(const QString& theme)

@@ -132,6 +132,7 @@ private:
     bool _mayReplaceDocument();
     void _rememberNetwork() const;
     void _rememberDocument();
+    void _takeBackSaveProblem();
 
     struct Private;
     std::unique_ptr<Private> _d;

@@ -14,6 +14,7 @@ struct HostApplication::Private
 {
     HostOptions options;
     QStringList notices;
+    QString saveProblem; // the notice of it, until the document was saved
     std::unique_ptr<SamplePlant> plant;
     std::unique_ptr<QQmlApplicationEngine> engine;
     QPointer<CorvaneModuleEntry> currentEntry;

@@ -27,6 +27,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QMessageBox>
+#include <QtWidgets/QPushButton>
 
 namespace {
 
@@ -104,6 +105,7 @@ QString askForFile(const QString& what, const QString& documentPath, QFileDialog
     if (mode == QFileDialog::AcceptSave) {
         // Before the dialog asks whether it is to replace the file of that name.
         dialog.setDefaultSuffix(QStringLiteral("json"));
+        dialog.setLabelText(QFileDialog::Accept, HostApplication::tr("Save"));
         dialog.selectFile(documentPath.isEmpty() ? QStringLiteral("system.json") : QFileInfo(documentPath).fileName());
     }
     return ask(dialog, window) == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
@@ -211,6 +213,7 @@ bool HostApplication::_mayReplaceDocument()
             tr("The system itself did not change, only what modules keep with it, such as a file or a filter."));
     }
     question.setDefaultButton(QMessageBox::Save);
+    question.button(QMessageBox::Save)->setText(tr("Save")); // as on its button, in every language
     switch (ask(question, window())) {
     case QMessageBox::Save:
         return saveDocumentAsked(false);
@@ -278,6 +281,8 @@ bool HostApplication::saveDocumentAsked(bool underANewName)
     }
     QString error;
     if (!saveDocument(path, &error)) {
+        _takeBackSaveProblem();
+        _d->saveProblem = error;
         addNotice(error);
         return false;
     }

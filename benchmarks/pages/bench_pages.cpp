@@ -109,8 +109,7 @@ void print(const QString& what, double figure, double limit, const QString& besi
     const bool isMet = figure <= limit;
     isMissed = isMissed || !isMet;
     out() << what.leftJustified(62) << QString::number(figure, 'f', 1).rightJustified(8) << "  limit "
-          << QString::number(limit, 'f', 0).rightJustified(3) << (isMet ? ": met     " : ": MISSED  ") << beside
-          << Qt::endl;
+          << QString::number(limit, 'f', 0).rightJustified(3) << (isMet ? ": met     " : ": MISSED  ") << beside << Qt::endl;
 }
 
 /// The whole work from a click to the frame after which nothing changes any more.
@@ -185,8 +184,7 @@ void measureOpenings(LargePages& large, int rounds)
     measureOpening("open it with a loaded record", large.watch, rounds, [&] { large.open(); }, leave);
     large.open();
     large.watch.awaitRest();
-    measureOpening(
-        "open the list of recorders", large.watch, rounds, [&] { pages.module.setcurrentRecorder(nullptr); },
+    measureOpening("open the list of recorders", large.watch, rounds, [&] { pages.module.setcurrentRecorder(nullptr); },
         [&] { large.open(); });
     const QPoint filter = pages.middle("agentsFilter");
     measureOpening("open the agents of the filter", large.watch, rounds, [&] { press(pages, filter); }, close);
@@ -202,14 +200,17 @@ void measureAgents(LargePages& large)
     measureFrames("scroll the agents with the wheel", large.watch, 120, [&](int) { turnWheel(pages, place, -120); });
     must(list->property("contentY").toDouble() > 0, "agents that moved");
     const QPoint all = pages.middle("allAgents");
-    measureFrames("switch all agents", large.watch, 20, [&](int) { press(pages, all); });
+    measureFrames("switch all agents", large.watch, 20, [&](int) {
+        press(pages, all);
+        large.recorder.reply("filter_applied");
+    });
     pages.focusOn("agentsSearch");
     const QString letters = QStringLiteral("valve 01");
-    measureFrames("find agents, letter by letter", large.watch, static_cast<int>(letters.size()), [&](int letter) {
-        QTest::sendKeyEvent(QTest::Click, &pages.window, Qt::Key_unknown, letters.mid(letter, 1), Qt::NoModifier);
-    });
+    measureFrames("find agents, letter by letter", large.watch, static_cast<int>(letters.size()),
+        [&](int letter) {
+            QTest::sendKeyEvent(QTest::Click, &pages.window, Qt::Key_unknown, letters.mid(letter, 1), Qt::NoModifier);
+        });
     pages.key(Qt::Key_Escape);
-    large.recorder.reply("filter_applied");
     large.watch.awaitRest();
 }
 
@@ -237,8 +238,9 @@ void measureScrolling(LargePages& large)
     measureFrames("page with the keys", large.watch, 60, [&](int) { QTest::keyClick(&pages.window, Qt::Key_PageUp); });
     measureFrames("go to the end and the beginning with the keys", large.watch, 20,
         [&](int frame) { QTest::keyClick(&pages.window, frame % 2 == 0 ? Qt::Key_End : Qt::Key_Home); });
-    measureFrames("play the loaded record, each frame a position", large.watch, 100,
-        [&](int frame) { large.recorder.progress(large.instance->replayProgressInput(), frame * 0.1); });
+    measureFrames("play the loaded record, each frame a position", large.watch, 100, [&](int frame) {
+        large.recorder.progress(large.instance->replayProgressInput(), frame * 0.1);
+    });
 }
 
 void measureSorting(LargePages& large, int rounds)
@@ -260,8 +262,9 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     PagesProgram program(argc, argv);
-    const auto argument
-        = [argc, argv](int index, int otherwise) { return argc > index ? QByteArray(argv[index]).toInt() : otherwise; };
+    const auto argument = [argc, argv](int index, int otherwise) {
+        return argc > index ? QByteArray(argv[index]).toInt() : otherwise;
+    };
     const int records = argument(1, 100000);
     const int agents = argument(2, 500);
     const int rounds = argument(3, 5);

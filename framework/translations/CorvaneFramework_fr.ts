@@ -101,11 +101,11 @@
     </message>
     <message>
         <source>It is not a system document: the number &quot;%1&quot; is missing. Open a file that Corvane saved.</source>
-        <translation>Ce n’est pas un document système&#xa0;: le nombre «&#xa0;%1&#xa0;» manque. Ouvrez un fichier enregistré par Corvane.</translation>
+        <translation>Ce n’est pas un document système&#xa0;: le nombre «&#xa0;%1&#xa0;» manque. Ouvrez un fichier sauvegardé par Corvane.</translation>
     </message>
     <message>
         <source>It was saved by a newer Corvane (document version %1, this one reads %2). Open it with that one.</source>
-        <translation>Il a été enregistré par une version plus récente de Corvane (document en version %1, celle-ci lit la version %2). Ouvrez-le avec cette version.</translation>
+        <translation>Il a été sauvegardé par une version plus récente de Corvane (document en version %1, celle-ci lit la version %2). Ouvrez-le avec cette version.</translation>
     </message>
     <message>
         <source>It is not a system document: &quot;%1&quot; must be a list. Open another file, or mend this one.</source>
@@ -164,19 +164,19 @@
     </message>
     <message>
         <source>There is no document to save.</source>
-        <translation>Il n’y a pas de document à enregistrer.</translation>
+        <translation>Il n’y a pas de document à sauvegarder.</translation>
     </message>
     <message>
         <source>The document has no file yet: choose one with Save as.</source>
-        <translation>Le document n’a pas encore de fichier&#xa0;: choisissez-en un avec «&#xa0;Enregistrer sous&#xa0;».</translation>
+        <translation>Le document n’a pas encore de fichier&#xa0;: choisissez-en un avec «&#xa0;Sauvegarder sous&#xa0;».</translation>
     </message>
     <message>
         <source>The document was not saved: no file was named.</source>
-        <translation>Le document n’a pas été enregistré&#xa0;: aucun fichier n’a été indiqué.</translation>
+        <translation>Le document n’a pas été sauvegardé&#xa0;: aucun fichier n’a été indiqué.</translation>
     </message>
     <message>
         <source>%1 could not be saved: %2. The file is as it was before; save under another name.</source>
-        <translation>Impossible d’enregistrer %1&#xa0;: %2. Le fichier est resté tel quel&#x202f;; enregistrez sous un autre nom.</translation>
+        <translation>Impossible de sauvegarder %1&#xa0;: %2. Le fichier est resté tel quel&#x202f;; sauvegardez sous un autre nom.</translation>
     </message>
     <message>
         <source>The agent was not added: open a document first, and choose a known class.</source>

@@ -213,7 +213,7 @@
     </message>
     <message>
         <source>Save the changes of &quot;%1&quot; before it is closed?</source>
-        <translation>Enregistrer les modifications de «&#xa0;%1&#xa0;» avant de le fermer&#x202f;?</translation>
+        <translation>Sauvegarder les modifications de «&#xa0;%1&#xa0;» avant de le fermer&#x202f;?</translation>
     </message>
     <message>
         <source>Open a system document</source>
@@ -221,11 +221,15 @@
     </message>
     <message>
         <source>Save the system document</source>
-        <translation>Enregistrer le document système</translation>
+        <translation>Sauvegarder le document système</translation>
     </message>
     <message>
         <source>The system itself did not change, only what modules keep with it, such as a file or a filter.</source>
         <translation>Le système lui-même n’a pas changé, seulement ce que des modules gardent avec lui, comme un fichier ou un filtre.</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Sauvegarder</translation>
     </message>
 </context>
 <context>
@@ -577,11 +581,11 @@
     </message>
     <message>
         <source>Save</source>
-        <translation>Enregistrer</translation>
+        <translation>Sauvegarder</translation>
     </message>
     <message>
         <source>Save as…</source>
-        <translation>Enregistrer sous…</translation>
+        <translation>Sauvegarder sous…</translation>
     </message>
     <message>
         <source>Begin a new document</source>
@@ -613,11 +617,11 @@
     </message>
     <message>
         <source>No document was opened or saved yet</source>
-        <translation>Aucun document n’a encore été ouvert ni enregistré</translation>
+        <translation>Aucun document n’a encore été ouvert ni sauvegardé</translation>
     </message>
     <message>
         <source>Save this document</source>
-        <translation>Enregistrer ce document</translation>
+        <translation>Sauvegarder ce document</translation>
     </message>
     <message>
         <source>Ctrl+S</source>
@@ -625,7 +629,7 @@
     </message>
     <message>
         <source>Save this document under another name</source>
-        <translation>Enregistrer ce document sous un autre nom</translation>
+        <translation>Sauvegarder ce document sous un autre nom</translation>
     </message>
     <message>
         <source>Ctrl+Shift+S</source>

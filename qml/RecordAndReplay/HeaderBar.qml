@@ -22,7 +22,11 @@ Rectangle {
         anchors.verticalCenter: parent.verticalCenter
         source: "qrc:/resources/RecordAndReplay/header.svg"
         sourceSize: Qt.size(480, 56)
-        visible: root.width >= 640
+        // Beside the title: of a narrow head it fills what is left.
+        width: Math.max(0, Math.min(480, root.width - title.x - title.width - Theme.spacing))
+        height: 56
+        fillMode: Image.Pad
+        horizontalAlignment: Image.AlignRight
         opacity: 0.7
     }
     DarkOrLightTextButton {
@@ -39,6 +43,8 @@ Rectangle {
         onClicked: root.backRequested()
     }
     Text {
+        id: title
+        objectName: "headerTitle"
         anchors.left: root.hasBack ? back.right : parent.left
         anchors.leftMargin: root.hasBack ? Theme.spacing : Theme.pageMargin
         anchors.verticalCenter: parent.verticalCenter

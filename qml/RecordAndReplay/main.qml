@@ -26,7 +26,7 @@ Rectangle {
     readonly property bool canceling: current !== null && (current.isCancelingImport || current.isCancelingExport)
 
     readonly property bool isBlocked: progressFeedback.visible || busyFeedback.visible
-    readonly property bool isAsked: recordDeletion.visible || recorderDeletion.visible
+    readonly property bool isAsked: recordDeletion.visible || recorderDeletion.visible || endOfRecording.visible
 
     function leave(): void {
         root.corvaneModule.currentRecorder = null;
@@ -64,6 +64,7 @@ Rectangle {
     Connections {
         function onCurrentRecorderChanged(): void {
             recordDeletion.close();
+            endOfRecording.close();
             root.showCurrent();
         }
 
@@ -131,6 +132,7 @@ Rectangle {
                     recorder: holder.recorder
                     hasShortcuts: !root.isAsked
                     onDeletionRequested: recorderDeletion.ask(holder.recorder)
+                    onEndOfRecordingRequested: (record, name, load) => endOfRecording.ask(holder.recorder, record, name, load)
                 }
             }
         }
@@ -191,6 +193,11 @@ Rectangle {
         parent: root
         onHidden: root.takeKeyboard()
         onDeletionAccepted: record => root.current?.deleteRecord(record)
+    }
+    ConfirmEndOfRecording {
+        id: endOfRecording
+        parent: root
+        onHidden: root.takeKeyboard()
     }
     ConfirmRecorderDeletion {
         id: recorderDeletion

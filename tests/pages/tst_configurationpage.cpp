@@ -37,8 +37,7 @@ void ConfigurationPageTests::aNewNameIsTakenWhenTypingEnds()
     QCOMPARE(instance->name(), "Plant");
     pages.key(Qt::Key_Return);
     QCOMPARE(instance->name(), "Line 2");
-    QVERIFY2(instance->encounteredAgentInfo()->commandLine().contains("Line 2"),
-        qPrintable(instance->encounteredAgentInfo()->commandLine()));
+    QVERIFY2(instance->encounteredAgentInfo()->commandLine().contains("Line 2"), qPrintable(instance->encounteredAgentInfo()->commandLine()));
     QCOMPARE(pages.text("recorderName"), "Line 2");
 
     // Leaving the field ends typing, Escape gives up what was typed.
@@ -138,7 +137,7 @@ void ConfigurationPageTests::deletingTheRecorderAsksFirstAndReturnsToTheList()
     QCOMPARE(pages.module.currentRecorder(), instance);
 
     pages.click("deleteRecorderButton");
-    pages.click("acceptDeletionButton");
+    pages.click("acceptButton");
     QVERIFY(pages.isShown("recordersPage"));
     QCOMPARE(pages.module.recorders()->count(), 0);
 
@@ -286,8 +285,7 @@ void ConfigurationPageTests::theTabsAreNamedAndCountTheRecords()
         QStringList found;
         for (int i = 0; i < pages.property("recorderTabs", "count").toInt(); ++i) {
             QQuickItem* tab = nullptr;
-            QMetaObject::invokeMethod(
-                pages.item("recorderTabs"), "itemAt", Q_RETURN_ARG(QQuickItem*, tab), Q_ARG(int, i));
+            QMetaObject::invokeMethod(pages.item("recorderTabs"), "itemAt", Q_RETURN_ARG(QQuickItem*, tab), Q_ARG(int, i));
             found.append(tab->property("text").toString());
         }
         return found;
@@ -297,8 +295,7 @@ void ConfigurationPageTests::theTabsAreNamedAndCountTheRecords()
     QCOMPARE(names(), QStringList({ "CONFIG", "RECORDS (2)", "CSV FILE" }));
 
     QVERIFY(pages.isShown("recordsTab"));
-    for (const auto& [tab, shown] : { std::pair { Pages::Configuration, "configurationTab" },
-             { Pages::Records, "recordsTab" }, { Pages::File, "fileTab" } }) {
+    for (const auto& [tab, shown] : { std::pair { Pages::Configuration, "configurationTab" }, { Pages::Records, "recordsTab" }, { Pages::File, "fileTab" } }) {
         pages.showTab(tab);
         for (const char* const name : { "configurationTab", "recordsTab", "fileTab" }) {
             QCOMPARE(pages.isShown(name), QLatin1StringView(name) == QLatin1StringView(shown));

@@ -23,6 +23,8 @@ private Q_SLOTS:
     void thePasswordIsMaskedUnlessItIsToBeShown();
     void theFieldsFollowTheSettings();
     void nothingCanBeChangedWhileTheRecorderIsOn();
+    void whatIsTypedWhenTheAgentStartsIsKeptAndSaidToBeNoValue_data();
+    void whatIsTypedWhenTheAgentStartsIsKeptAndSaidToBeNoValue();
     void aRunningRecorderShowsOnlyTheSectionsThatAreChecked();
     void theSecurityWarningIsThereWhileOnlyTheRecorderIsSecured();
     void aCertificateIsChosenInADialog();
@@ -42,8 +44,8 @@ class Settings : public Pages
 {
 public:
     explicit Settings(bool hasDatabase = true)
-        : instance(fixture.firstInstanceOf(fixture.addRecorder(
-              "Plant", hasDatabase ? QString() : ModuleFixture::commandLine({ "--name", "Plant" }))))
+        : instance(fixture.firstInstanceOf(fixture.addRecorder("Plant",
+              hasDatabase ? QString() : ModuleFixture::commandLine({ "--name", "Plant" }))))
     {
         open(instance, Pages::Configuration);
         for (const QString& section : SECTIONS) {
@@ -127,17 +129,11 @@ void ConfigurationTabTests::aFieldWritesItsSetting_data()
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QByteArray>("property");
     QTest::addColumn<QString>("option");
-    QTest::newRow("keyspace") << "keyspaceSection" << "keyspaceField" << "plant_2026" << QByteArray("customKeyspace")
-                              << "--keyspace";
-    QTest::newRow("user name") << "authenticationSection" << "usernameField" << "operator" << QByteArray("username")
-                               << "--cassandra_username";
-    QTest::newRow("password") << "authenticationSection" << "passwordField" << "a b\"c" << QByteArray("password")
-                              << "--cassandra_password";
-    QTest::newRow("private certificate") << "securitySection" << "privateCertificate/pathField"
-                                         << "/etc/quenary/own cert" << QByteArray("privateAgentCertificateFilePath")
-                                         << "--qnyCert";
-    QTest::newRow("public certificates") << "securitySection" << "publicCertificates/pathField" << "/etc/quenary/others"
-                                         << QByteArray("publicCertificatesDirectoryPath") << "--publicCerts";
+    QTest::newRow("keyspace") << "keyspaceSection" << "keyspaceField" << "plant_2026" << QByteArray("customKeyspace") << "--keyspace";
+    QTest::newRow("user name") << "authenticationSection" << "usernameField" << "operator" << QByteArray("username") << "--cassandra_username";
+    QTest::newRow("password") << "authenticationSection" << "passwordField" << "a b\"c" << QByteArray("password") << "--cassandra_password";
+    QTest::newRow("private certificate") << "securitySection" << "privateCertificate/pathField" << "/etc/quenary/own cert" << QByteArray("privateAgentCertificateFilePath") << "--qnyCert";
+    QTest::newRow("public certificates") << "securitySection" << "publicCertificates/pathField" << "/etc/quenary/others" << QByteArray("publicCertificatesDirectoryPath") << "--publicCerts";
 }
 
 void ConfigurationTabTests::aFieldWritesItsSetting()
@@ -205,8 +201,7 @@ void ConfigurationTabTests::nothingCanBeChangedWhileTheRecorderIsOn()
         QVERIFY2(pages.property(section, "value").toBool(), qPrintable(section));
     }
     for (const char* const field : { "keyspaceField", "usernameField", "passwordField", "privateCertificate/pathField",
-             "privateCertificate/pathBrowseButton", "publicCertificates/pathField",
-             "publicCertificates/pathBrowseButton" }) {
+             "privateCertificate/pathBrowseButton", "publicCertificates/pathField", "publicCertificates/pathBrowseButton" }) {
         QVERIFY2(!pages.isAvailable(field), field);
         QCOMPARE(pages.hint(field), why);
     }
@@ -214,6 +209,49 @@ void ConfigurationTabTests::nothingCanBeChangedWhileTheRecorderIsOn()
     for (const QString& section : SECTIONS) {
         QVERIFY2(pages.box(section)->isEnabled(), qPrintable(section));
     }
+}
+
+void ConfigurationTabTests::whatIsTypedWhenTheAgentStartsIsKeptAndSaidToBeNoValue_data()
+{
+    aFieldWritesItsSetting_data();
+}
+
+void ConfigurationTabTests::whatIsTypedWhenTheAgentStartsIsKeptAndSaidToBeNoValue()
+{
+    QFETCH(const QString, section);
+    QFETCH(const QString, field);
+    QFETCH(const QString, typed);
+    QFETCH(const QByteArray, property);
+    QFETCH(const QString, option);
+    Settings pages;
+    pages.toggle(section);
+    const QStringList before = pages.arguments();
+    pages.fill(field, typed, false);
+    ModuleFixture::run(pages.instance);
+    QCOMPARE(pages.instance->property(property.constData()).toString(), "");
+    QCOMPARE(pages.arguments(), before);
+    QCOMPARE(pages.text(field), typed);
+    QCOMPARE(pages.texts("heldBack"), QStringList({ "Not in force" }));
+
+    // Once the agent has gone it is taken over when typing ends.
+    ModuleFixture::leave(pages.instance->agentInstanceUuid());
+    QCOMPARE(pages.text(field), typed);
+    QCOMPARE(pages.texts("heldBack"), QStringList({ "Not in force" }));
+    QCOMPARE(pages.arguments(), before);
+    pages.focusOn(field);
+    pages.key(Qt::Key_Return);
+    QCOMPARE(pages.instance->property(property.constData()).toString(), typed);
+    QVERIFY(pages.arguments().contains(option));
+    QVERIFY(!pages.isShown("heldBack"));
+
+    // Or given up.
+    pages.fill(field, typed + typed, false);
+    ModuleFixture::run(pages.instance);
+    ModuleFixture::leave(pages.instance->agentInstanceUuid());
+    pages.focusOn(field);
+    pages.key(Qt::Key_Escape);
+    QCOMPARE(pages.text(field), typed);
+    QVERIFY(!pages.isShown("heldBack"));
 }
 
 void ConfigurationTabTests::aRunningRecorderShowsOnlyTheSectionsThatAreChecked()
@@ -282,8 +320,7 @@ void ConfigurationTabTests::aCertificateIsChosenInADialog()
         Pages::settle();
         QCOMPARE(pages.text(QString(field) + "/pathField"), path);
         QString read;
-        QMetaObject::invokeMethod(
-            pages.item(field), "toPath", Q_RETURN_ARG(QString, read), Q_ARG(QUrl, QUrl::fromLocalFile(path)));
+        QMetaObject::invokeMethod(pages.item(field), "toPath", Q_RETURN_ARG(QString, read), Q_ARG(QUrl, QUrl::fromLocalFile(path)));
         QCOMPARE(read, path);
     }
 }
@@ -309,8 +346,7 @@ void ConfigurationTabTests::filesOfOtherMachinesCanNotBeChosen()
     for (const char* const field : { "privateCertificate", "publicCertificates" }) {
         QVERIFY(pages.isAvailable(QString(field) + "/pathField"));
         QVERIFY(!pages.isAvailable(QString(field) + "/pathBrowseButton"));
-        QCOMPARE(
-            pages.hint(QString(field) + "/pathBrowseButton"), "Cannot browse local files to give to remote Recorders");
+        QCOMPARE(pages.hint(QString(field) + "/pathBrowseButton"), "Cannot browse local files to give to remote Recorders");
     }
 }
 
@@ -319,6 +355,7 @@ void ConfigurationTabTests::filtersCanBeAppliedWhileTheRecorderIsOnAndHasADataba
     {
         Settings offline(false);
         QVERIFY(!offline.isAvailable("applyFiltersButton"));
+        QVERIFY(!offline.property("filtersText", "readOnly").toBool());
         ModuleFixture::run(offline.instance);
         QVERIFY(!offline.isAvailable("applyFiltersButton"));
         QCOMPARE(offline.hint("applyFiltersButton"), "A recorder without a database keeps no filters");
@@ -326,15 +363,20 @@ void ConfigurationTabTests::filtersCanBeAppliedWhileTheRecorderIsOnAndHasADataba
     }
     Settings pages;
     QVERIFY(!pages.isAvailable("applyFiltersButton"));
-    QCOMPARE(pages.hint("applyFiltersButton"), "Connect the recorder to change its filters");
-    QVERIFY(pages.property("filtersText", "readOnly").toBool());
+    QCOMPARE(pages.hint("applyFiltersButton"), "Connect the recorder to apply its filters");
+    QVERIFY(!pages.property("filtersText", "readOnly").toBool());
+    pages.focusOn("filtersText");
+    pages.type("-Valve");
+    QCOMPARE(pages.text("filtersChanged"), "Not in force");
 
+    // What was typed before is there when it can be applied, and can be changed then too.
     ModuleFixture::run(pages.instance);
     QuenaryDouble::clearCalls();
     QVERIFY(pages.isAvailable("applyFiltersButton"));
     QVERIFY(!pages.property("filtersText", "readOnly").toBool());
+    QCOMPARE(pages.text("filtersText"), "-Valve");
     pages.focusOn("filtersText");
-    pages.type("-Valve");
+    pages.key(Qt::Key_End);
     pages.key(Qt::Key_Return);
     pages.type("-Operator/note");
     pages.click("applyFiltersButton");
@@ -348,8 +390,7 @@ void ConfigurationTabTests::aPressAnywhereInTheFiltersFrameIsOneInTheText()
     const QQuickItem* const section = pages.item("filtersSection");
     const QQuickItem* const area = pages.item("filtersText");
     QVERIFY2(area->width() > section->width() - 20 && area->height() > 90, qPrintable(QString::number(area->height())));
-    QTest::mouseClick(&pages.window, Qt::LeftButton, {},
-        area->mapToScene(QPointF(area->width() - 20, area->height() - 10)).toPoint());
+    QTest::mouseClick(&pages.window, Qt::LeftButton, {}, area->mapToScene(QPointF(area->width() - 20, area->height() - 10)).toPoint());
     Pages::settle();
     QCOMPARE(pages.focus(), "filtersText");
     pages.type("-Valve");

@@ -16,6 +16,7 @@ private Q_SLOTS:
     void aRemoteUrlOnTheRecordsTabAsksForAFile();
     void oneCsvFileOnTheFileTabIsLoadedWhileTheRecorderIsOn();
     void oneCsvFileOnTheFileTabIsKeptWhileTheRecorderIsOff();
+    void aDropThatWouldEndARecordingAsksFirst();
     void otherDropsOnTheFileTabDoNothing_data();
     void otherDropsOnTheFileTabDoNothing();
     void theWordsAreThereOnlyWhileSomethingIsDragged();
@@ -48,6 +49,7 @@ void DroppedFilesTests::oneCsvFileOnTheRecordsTabIsImported()
     pages.open(instance, Pages::Records);
     QVERIFY(pages.drop("recordsTab", { QUrl::fromLocalFile(files.path("night #1.csv")) }));
     QCOMPARE(pages.dropText, "Drop to import file");
+    QVERIFY(!pages.isShown("dropRefusal"));
     QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList("import"));
     // Every row is sent with its own line end and one more.
     const QString rows = QString::fromUtf8(FileFolder::rows(3)).replace("\n", "\n\n");
@@ -66,8 +68,10 @@ void DroppedFilesTests::droppingTwoFilesOrAnotherEndingOnTheRecordsTabDoesNothin
     Pages pages;
     RecorderInstance* const instance = pages.fixture.addRunningRecorder();
     pages.open(instance, Pages::Records);
+    pages.drag("recordsTab", urls);
+    QCOMPARE(pages.text("dropText"), "Drop to import file");
+    QCOMPARE(pages.text("dropRefusal"), WRONG);
     pages.drop("recordsTab", urls);
-    QCOMPARE(pages.dropText, WRONG);
     QVERIFY(!instance->isImportingRecord());
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
 }
@@ -128,6 +132,24 @@ void DroppedFilesTests::oneCsvFileOnTheFileTabIsKeptWhileTheRecorderIsOff()
     QCOMPARE(selected.at(0).at(0).toString(), "/data/plant.csv");
     QCOMPARE(pages.text("filePathField"), "/data/plant.csv");
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void DroppedFilesTests::aDropThatWouldEndARecordingAsksFirst()
+{
+    Pages pages;
+    RecorderInstance* const instance = pages.fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    pages.open(instance, Pages::File);
+    recorder.progress(instance->recordProgressInput(), 1);
+    pages.drop("fileTab", { QUrl("file:///data/plant%20one.csv") });
+    QCOMPARE(pages.text("question"), "Do you want to end the recording and load 'plant one.csv' ?");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    QCOMPARE(pages.text("filePathField"), "");
+    recorder.progress(instance->recordProgressInput(), 2);
+    pages.click("acceptButton");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "stop_recording", "load_file" }));
+    QCOMPARE(lastServiceCall().arguments, QVariantList({ "/data/plant one.csv" }));
+    QCOMPARE(pages.text("filePathField"), "/data/plant one.csv");
 }
 
 void DroppedFilesTests::otherDropsOnTheFileTabDoNothing_data()

@@ -19,6 +19,8 @@ private Q_SLOTS:
     void filesOfOtherMachinesCanNotBeBrowsed();
     void aLoadThatFailedSaysWhyOnThisTab();
     void theLoadedFileHasItsReplay();
+    void aLoadThatWouldEndARecordingAsksFirst();
+    void aLoadedFileIsRenamedWhileItIsLoaded();
 };
 
 void FileTabTests::aTypedPathIsLoadedWithTheButtonOrTheKey()
@@ -113,11 +115,11 @@ void FileTabTests::theLoadedFileHasItsReplay()
     RecorderInstance* const instance = pages.fixture.addRunningRecorder();
     ScriptedRecorder recorder(instance);
     pages.open(instance, Pages::File);
-    QVERIFY(!pages.isShown("fileRecordName"));
+    QVERIFY(!pages.isShown("recordNameText"));
     instance->loadRecordFile("/data/plant.csv");
     recorder.loaded("/data/plant.csv", 480.5, "[\"a\",\"b\"]");
     QVERIFY(instance->recordFromFile());
-    QCOMPARE(pages.text("fileRecordName"), instance->recordFromFile()->name());
+    QCOMPARE(pages.text("recordNameText"), instance->recordFromFile()->name());
     QCOMPARE(pages.text("fileTab/durationText"), "/00:08:00.500");
     QuenaryDouble::clearCalls();
     pages.click("fileTab/playButton");
@@ -125,7 +127,52 @@ void FileTabTests::theLoadedFileHasItsReplay()
     recorder.reply("paused");
     pages.click("fileTab/unloadButton");
     compareCall(instance, "unload", {});
-    QVERIFY(!pages.isShown("fileRecordName"));
+    QVERIFY(!pages.isShown("recordNameText"));
+}
+
+void FileTabTests::aLoadThatWouldEndARecordingAsksFirst()
+{
+    Pages pages;
+    RecorderInstance* const instance = pages.fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    pages.open(instance, Pages::File);
+    pages.fill("filePathField", "/data/plant.csv", false);
+    recorder.progress(instance->recordProgressInput(), 1);
+    pages.click("loadButton");
+    QCOMPARE(pages.text("question"), "Do you want to end the recording and load 'plant.csv' ?");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    recorder.progress(instance->recordProgressInput(), 2);
+    pages.key(Qt::Key_Escape);
+    QVERIFY(instance->isRecording());
+    pages.click("loadButton");
+    recorder.progress(instance->recordProgressInput(), 3);
+    pages.click("acceptButton");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "stop_recording", "load_file" }));
+    QCOMPARE(lastServiceCall().arguments, QVariantList({ "/data/plant.csv" }));
+}
+
+void FileTabTests::aLoadedFileIsRenamedWhileItIsLoaded()
+{
+    Pages pages;
+    RecorderInstance* const instance = pages.fixture.addRunningRecorder();
+    ScriptedRecorder recorder(instance);
+    pages.open(instance, Pages::File);
+    instance->loadRecordFile("/data/plant.csv");
+    recorder.loaded("/data/plant.csv", 480.5, "[\"a\"]");
+    QuenaryDouble::clearCalls();
+    pages.click("renameRecordButton");
+    QCOMPARE(pages.text("recordName"), "/data/plant.csv");
+    pages.type("Cold start"); // over what was selected
+    pages.key(Qt::Key_Return);
+    compareCall(instance, "rename", { "/data/plant.csv", "Cold start" });
+    QCOMPARE(pages.text("recordNameText"), "Cold start");
+    QCOMPARE(pages.focus(), "renameRecordButton");
+    QCOMPARE(pages.text("filePathField"), "/data/plant.csv");
+
+    pages.click("recordNameFrame");
+    QCOMPARE(pages.focus(), "recordName");
+    pages.key(Qt::Key_Escape);
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
 }
 
 static const RegisterPageTest<FileTabTests> fileTabTests;

@@ -12,6 +12,7 @@ class FrameTests : public QObject
 
 private Q_SLOTS:
     void theWindowHasTheModulesTitleAndItsHeaderImage();
+    void theHeaderImageStandsBesideTheTitleAtEveryWidth();
     void aWarningStandsAboveThePagesWhileTheHostIsNotConnected();
     void theListIsShownWithoutACurrentRecorderAndTheConfigurationPageWithOne();
     void theBackButtonAndItsKeyReturnToTheList();
@@ -26,6 +27,23 @@ void FrameTests::theWindowHasTheModulesTitleAndItsHeaderImage()
     QCOMPARE(pages.property("recordAndReplay", "title").toString(), "Record & Replay");
     QCOMPARE(pages.property("headerImage", "status").toInt(), 1);
     QCOMPARE(pages.property("headerImage", "source").toUrl(), QUrl("qrc:/resources/RecordAndReplay/header.svg"));
+}
+
+void FrameTests::theHeaderImageStandsBesideTheTitleAtEveryWidth()
+{
+    for (const int width : { 1400, 800, 560, 400 }) {
+        Pages pages(Pages::Network::Joined, QSize(width, 600));
+        RecorderInstance* const instance = pages.fixture.firstInstanceOf(pages.fixture.addRecorder("Plant"));
+        for (RecorderInstance* const shown : { static_cast<RecorderInstance*>(nullptr), instance }) {
+            pages.module.setcurrentRecorder(shown);
+            Pages::settle();
+            const QQuickItem* const image = pages.item("headerImage");
+            const QQuickItem* const title = pages.item("headerTitle");
+            QVERIFY2(image->width() >= 100, qPrintable(QString::number(width)));
+            QCOMPARE(image->x() + image->width(), width);
+            QVERIFY(title->x() + title->width() < image->x());
+        }
+    }
 }
 
 void FrameTests::aWarningStandsAboveThePagesWhileTheHostIsNotConnected()
@@ -125,8 +143,8 @@ void FrameTests::everyIconAndImageIsThere()
     }
     // Whatever the pages name beside those; an icon that is not there would only be an empty button.
     const QDir icons(":/resources/RecordAndReplay/icons");
-    for (const char* const name : { "back", "download", "folder", "import", "pause", "play", "plug", "plus", "record",
-             "rename", "settings", "stop", "trash" }) {
+    for (const char* const name :
+        { "back", "download", "folder", "import", "pause", "play", "plug", "plus", "record", "rename", "settings", "stop", "trash" }) {
         QVERIFY2(icons.exists(QStringLiteral("%1.svg").arg(name)), name);
     }
 }

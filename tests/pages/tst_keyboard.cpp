@@ -136,8 +136,7 @@ QStringList namelessControls(const QQuickItem* within)
             continue;
         }
         const bool isControl = child->inherits("QQuickAbstractButton") || child->inherits("QQuickTextField")
-            || child->inherits("QQuickTextArea") || child->inherits("QQuickSlider")
-            || child->inherits("QQuickComboBox");
+            || child->inherits("QQuickTextArea") || child->inherits("QQuickSlider") || child->inherits("QQuickComboBox");
         if (isControl || child->activeFocusOnTab()) {
             QAccessibleInterface* const accessible = QAccessible::queryAccessibleInterface(child);
             if (!accessible || accessible->text(QAccessible::Name).trimmed().isEmpty()
@@ -192,8 +191,7 @@ void KeyboardTests::tabLeadsThroughTheControlsOfALoadedRecord()
     pages.recorder.reply("moved_to", { 20.0 });
     pages.focusOn("recordsList");
     const QStringList places = pages.tour(12);
-    const QStringList expected { "playButton", "stopButton", "positionField", "recordSlider", "speedChooser",
-        "unloadButton" };
+    const QStringList expected { "playButton", "stopButton", "positionField", "recordSlider", "speedChooser", "unloadButton" };
     QStringList met = places;
     met.removeIf([&expected](const QString& place) { return !expected.contains(place); });
     QCOMPARE(met, expected);
@@ -294,11 +292,11 @@ void KeyboardTests::aQuestionTakesTheKeyboardAndGivesItBack()
     pages.key(Qt::Key_Down);
     pages.key(Qt::Key_Delete);
     QVERIFY(pages.isShown("question"));
-    QCOMPARE(pages.focus(), "cancelDeletionButton");
+    QCOMPARE(pages.focus(), "declineButton");
     pages.key(Qt::Key_Tab);
-    QCOMPARE(pages.focus(), "acceptDeletionButton");
+    QCOMPARE(pages.focus(), "acceptButton");
     pages.key(Qt::Key_Tab);
-    QCOMPARE(pages.focus(), "cancelDeletionButton");
+    QCOMPARE(pages.focus(), "declineButton");
     pages.key(Qt::Key_Escape);
     QVERIFY(!pages.isShown("question"));
     QCOMPARE(pages.focus(), "recordsList");
@@ -349,8 +347,7 @@ void KeyboardTests::anOverlayTakesTheKeyboardAndGivesItBack()
 void KeyboardTests::escapeClosesWhatUnfolds()
 {
     Running pages;
-    for (const auto& [button, unfolded] :
-        { std::pair { "agentsFilter", "agentsList" }, { "speedChooser", "speeds" } }) {
+    for (const auto& [button, unfolded] : { std::pair { "agentsFilter", "agentsList" }, { "speedChooser", "speeds" } }) {
         pages.focusOn(button);
         pages.key(Qt::Key_Space);
         QVERIFY2(pages.isShown(unfolded), unfolded);
@@ -386,7 +383,7 @@ void KeyboardTests::theKeyOfAControlStandsInItsTooltip_data()
     QTest::newRow("delete a record") << "records" << "deleteRecordButton" << "(Del)";
     QTest::newRow("play") << "records" << "playButton" << "(Space)";
     QTest::newRow("back") << "records" << "backButton" << "(Alt+Left)";
-    QTest::newRow("keep") << "question" << "cancelDeletionButton" << "(Esc)";
+    QTest::newRow("keep") << "question" << "declineButton" << "(Esc)";
     QTest::newRow("open") << "list" << "configureButton" << "(Enter)";
     QTest::newRow("delete a recorder") << "listOff" << "deleteRecorderButton" << "(Del)";
 }

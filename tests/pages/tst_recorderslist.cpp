@@ -89,7 +89,8 @@ void RecordersListTests::everyRecorderStandsWithItsInstancesInTheOrderOfTheSorte
     pages.fixture.addRecorder("Monkey");
     auto* const document = SystemDocumentHandler::instance()->currentSystemDocument();
     for (const char* const host : { "bench-03", "bench-02" }) {
-        ant->getOrCreateEncounteredAgentInfo(ant->getOrCreateEncounteredAgentsOnHost(document->getOrCreateHost(host)),
+        ant->getOrCreateEncounteredAgentInfo(
+            ant->getOrCreateEncounteredAgentsOnHost(document->getOrCreateHost(host)),
             ModuleFixture::commandLine({ "--name", "Ant", "--cassandra", QString(host) + ":9042" }));
     }
     Pages::settle();
@@ -146,8 +147,7 @@ void RecordersListTests::anEntrySaysWhereItsRecorderIsAndWhatItDoes()
     instance->playRecord(record);
     recorder.progress(instance->replayProgressInput(), 21.3);
     QCOMPARE(allTexts(pages.item("recorderInstance")).at(2), "Replaying");
-    QVERIFY2(pages.text("recorderProgress").startsWith("00 : 00 : 21 / 00 : 05 : 00"),
-        qPrintable(pages.text("recorderProgress")));
+    QVERIFY2(pages.text("recorderProgress").startsWith("00 : 00 : 21 / 00 : 05 : 00"), qPrintable(pages.text("recorderProgress")));
     QVERIFY(pages.text("recorderProgress").endsWith(QStringLiteral("“Night <b>run</b>”")));
     QCOMPARE(pages.property("recorderProgress", "textFormat").toInt(), int(Qt::PlainText));
 }
@@ -232,14 +232,11 @@ void RecordersListTests::anEntryIsOpenedWithItsButtonAClickAndTheKeyboard()
         pages.click("configureButton", 1);
     } else if (how == QStringLiteral("click")) {
         const QQuickItem* const entry = pages.item("recorderInstance", 1);
-        QTest::mouseClick(
-            &pages.window, Qt::LeftButton, {}, entry->mapToScene(QPointF(40, entry->height() / 2)).toPoint());
+        QTest::mouseClick(&pages.window, Qt::LeftButton, {}, entry->mapToScene(QPointF(40, entry->height() / 2)).toPoint());
         Pages::settle();
     } else {
         pages.focusOn("recorderInstance", 1);
-        pages.key(how == QStringLiteral("Return") ? Qt::Key_Return
-                : how == QStringLiteral("Enter")  ? Qt::Key_Enter
-                                                  : Qt::Key_Space);
+        pages.key(how == QStringLiteral("Return") ? Qt::Key_Return : how == QStringLiteral("Enter") ? Qt::Key_Enter : Qt::Key_Space);
     }
     QCOMPARE(pages.module.currentRecorder(), bee);
     QVERIFY(pages.isShown("configurationPage"));
@@ -254,16 +251,16 @@ void RecordersListTests::aRecorderIsDeletedOnceThatIsAgreedTo()
 
     pages.click("deleteRecorderButton", 1);
     QCOMPARE(pages.text("question"), "Do you want to delete recorder 'Bee' ?");
-    QCOMPARE(pages.text("cancelDeletionButton"), "Cancel");
-    QCOMPARE(pages.text("acceptDeletionButton"), "DELETE");
-    pages.click("cancelDeletionButton");
+    QCOMPARE(pages.text("declineButton"), "Cancel");
+    QCOMPARE(pages.text("acceptButton"), "DELETE");
+    pages.click("declineButton");
     QVERIFY(!pages.isShown("question"));
     QCOMPARE(pages.texts("recorderTitle"), QStringList({ "Ant", "Bee" }));
 
     pages.focusOn("recorderInstance", 1);
     pages.key(Qt::Key_Delete);
     QCOMPARE(pages.text("question"), "Do you want to delete recorder 'Bee' ?");
-    pages.click("acceptDeletionButton");
+    pages.click("acceptButton");
     QVERIFY(!pages.isShown("question"));
     QCOMPARE(pages.texts("recorderTitle"), QStringList({ "Ant" }));
 }

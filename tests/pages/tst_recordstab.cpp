@@ -16,9 +16,11 @@ private Q_SLOTS:
     void aRowSaysTheNameTheDateAndTheDuration();
     void selectingARowLoadsItsRecord_data();
     void selectingARowLoadsItsRecord();
-    void whileARecordingRunsOnlyADoubleClickLoads();
+    void aLoadThatWouldEndARecordingAsksFirst();
+    void theQuestionWhetherToEndARecordingGoesWithWhatItIsAbout();
     void theCurrentRecordIsHighlightedAndOpenedInItsRow();
     void theCurrentRecordIsScrolledIntoView();
+    void everyRowHasANameField();
     void aRecordIsRenamedInItsRow();
     void anEmptyOrUsedRecordNameIsRefusedWithAWord_data();
     void anEmptyOrUsedRecordNameIsRefusedWithAWord();
@@ -49,17 +51,17 @@ public:
         second = qobject_cast<RecorderRecord*>(instance->records()->get(1));
         open(instance, Pages::Records);
     }
-    /// The name in a row, where nothing else is pressed.
-    void pressRow(int row) { click("recordNameText", row); }
-    void load(const RecorderRecord* record)
-    {
-        recorder.loaded(record->uuid(), record->durationInSeconds(), "[\"a\",\"b\"]");
-    }
+    /// Beside the name, where nothing else is pressed.
+    void pressRow(int row) { click("recordDuration", row); }
+    QQuickItem* row(int index) const { return item("recordDuration", index)->parentItem(); }
+    void record() { recorder.progress(instance->recordProgressInput(), ++seconds); }
+    void load(const RecorderRecord* record) { recorder.loaded(record->uuid(), record->durationInSeconds(), "[\"a\",\"b\"]"); }
 
     RecorderInstance* instance;
     ScriptedRecorder recorder;
     RecorderRecord* first = nullptr;
     RecorderRecord* second = nullptr;
+    double seconds = 0;
 };
 
 QVariantList loadArguments(const RecorderRecord* record)
@@ -89,8 +91,7 @@ void RecordsTabTests::recordsAreListedNewestFirst()
     Listed pages;
     QCOMPARE(pages.texts("recordNameText"), QStringList({ "Second", "First" }));
     pages.recorder.records(u'[' + recordJson(RECORD_A, "First") + u','
-        + recordJson(
-            QString(RECORD_B).replace('b', 'c'), "Third", 3000000, "2026-11-23 10:00:00.000", "2026-11-23 10:00:03.000")
+        + recordJson(QString(RECORD_B).replace('b', 'c'), "Third", 3000000, "2026-11-23 10:00:00.000", "2026-11-23 10:00:03.000")
         + u']');
     QCOMPARE(pages.texts("recordNameText"), QStringList({ "Third", "First" }));
 }
@@ -98,7 +99,7 @@ void RecordsTabTests::recordsAreListedNewestFirst()
 void RecordsTabTests::aRowSaysTheNameTheDateAndTheDuration()
 {
     const Listed pages;
-    const QQuickItem* const row = pages.item("recordNameText", 0)->parentItem();
+    const QQuickItem* const row = pages.row(0);
     QCOMPARE(row->property("date").toString(), "22 Nov 2026, 10:00");
     QCOMPARE(row->property("duration").toString(), "01:02:03.340");
     QStringList shown;
@@ -108,7 +109,8 @@ void RecordsTabTests::aRowSaysTheNameTheDateAndTheDuration()
             shown.append(part->property("text").toString());
         }
     }
-    QCOMPARE(shown, QStringList({ "Second", "22 Nov 2026, 10:00", "01:02:03.340" }));
+    QCOMPARE(shown, QStringList({ "22 Nov 2026, 10:00", "01:02:03.340" }));
+    QCOMPARE(pages.text("recordNameText", 0), "Second");
 }
 
 void RecordsTabTests::selectingARowLoadsItsRecord_data()
@@ -143,25 +145,64 @@ void RecordsTabTests::selectingARowLoadsItsRecord()
     QCOMPARE(pages.instance->currentRecord(), pages.second);
 }
 
-void RecordsTabTests::whileARecordingRunsOnlyADoubleClickLoads()
+void RecordsTabTests::aLoadThatWouldEndARecordingAsksFirst()
 {
     Listed pages;
-    pages.recorder.progress(pages.instance->recordProgressInput(), 1);
-    QCOMPARE(pages.text("recordingNote"), "A recording runs: a double click on a record ends it and loads the record.");
+    pages.record();
     QuenaryDouble::clearCalls();
     pages.pressRow(1);
+    QCOMPARE(pages.text("question"), "Do you want to end the recording and load 'First' ?");
+    QCOMPARE(pages.text("declineButton"), "Cancel");
+    QCOMPARE(pages.text("acceptButton"), "END AND LOAD");
+    pages.record();
+    pages.click("declineButton");
+    QVERIFY(!pages.isShown("question"));
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
-    pages.recorder.progress(pages.instance->recordProgressInput(), 2);
-    pages.doubleClick("recordNameText", 1);
+    QVERIFY(pages.instance->isRecording());
+
+    // With the key as well.
+    pages.record();
+    pages.key(Qt::Key_Return);
+    pages.record();
+    QCOMPARE(pages.text("question"), "Do you want to end the recording and load 'First' ?");
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    pages.click("acceptButton");
+    QVERIFY(!pages.isShown("question"));
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "stop_recording", "load" }));
-    QVERIFY(!pages.isShown("recordingNote"));
+    QCOMPARE(lastServiceCall().arguments, loadArguments(pages.first));
+    QVERIFY(!pages.instance->isRecording());
+    QCOMPARE(pages.instance->currentRecord(), pages.first);
+}
+
+void RecordsTabTests::theQuestionWhetherToEndARecordingGoesWithWhatItIsAbout()
+{
+    Listed pages;
+    pages.record();
+    pages.pressRow(1);
+    QVERIFY(pages.isShown("question"));
+    pages.recorder.reply("recording_stopped");
+    QVERIFY(!pages.isShown("question"));
+
+    pages.record();
+    pages.pressRow(1);
+    QVERIFY(pages.isShown("question"));
+    pages.record();
+    pages.recorder.records(u'[' + recordJson(RECORD_B, "Second") + u']');
+    QVERIFY(pages.instance->isRecording());
+    QVERIFY(!pages.isShown("question"));
+
+    pages.pressRow(0);
+    QVERIFY(pages.isShown("question"));
+    pages.module.setcurrentRecorder(nullptr);
+    Pages::settle();
+    QVERIFY(!pages.isShown("question"));
+    QVERIFY(!QuenaryDouble::calledServices().contains("load"));
 }
 
 void RecordsTabTests::theCurrentRecordIsHighlightedAndOpenedInItsRow()
 {
     Listed pages;
-    const auto isCurrent
-        = [&pages](int row) { return pages.item("recordNameText", row)->parentItem()->property("isCurrent").toBool(); };
+    const auto isCurrent = [&pages](int row) { return pages.row(row)->property("isCurrent").toBool(); };
     QVERIFY(!isCurrent(0) && !isCurrent(1));
     pages.instance->loadRecord(pages.first);
     Pages::settle();
@@ -169,9 +210,9 @@ void RecordsTabTests::theCurrentRecordIsHighlightedAndOpenedInItsRow()
     QVERIFY(!pages.isShown("playButton"));
     pages.load(pages.first);
     QVERIFY(pages.isShown("playButton"));
-    const QQuickItem* const row = pages.item("recordNameText", 1)->parentItem();
+    const QQuickItem* const row = pages.row(1);
     QVERIFY(pages.item("playButton")->mapToItem(row, QPointF()).y() > 0);
-    QVERIFY(row->height() > pages.item("recordNameText", 0)->parentItem()->height());
+    QVERIFY(row->height() > pages.row(0)->height());
 
     QuenaryDouble::clearCalls();
     pages.click("unloadButton");
@@ -185,8 +226,7 @@ void RecordsTabTests::theCurrentRecordIsScrolledIntoView()
     QStringList records;
     for (int i = 0; i < 200; ++i) {
         const QString date = QDateTime(QDate(2026, 1, 1), QTime(10, 0)).addDays(i).toString("yyyy-MM-dd HH:mm:ss.zzz");
-        records.append(recordJson(QStringLiteral("aaaaaaaa-0000-4000-8000-%1").arg(i, 12, 10, QChar('0')),
-            QStringLiteral("Record %1").arg(i), 3000000, date, date));
+        records.append(recordJson(QStringLiteral("aaaaaaaa-0000-4000-8000-%1").arg(i, 12, 10, QChar('0')), QStringLiteral("Record %1").arg(i), 3000000, date, date));
     }
     pages.recorder.records(u'[' + records.join(u',') + u']');
     RecorderRecord* oldest = nullptr;
@@ -205,6 +245,41 @@ void RecordsTabTests::theCurrentRecordIsScrolledIntoView()
         return top >= 0 && top + item->height() <= list->height();
     };
     QTRY_VERIFY(isWithin(pages.item("playButton")) && isWithin(pages.item("unloadButton")));
+}
+
+void RecordsTabTests::everyRowHasANameField()
+{
+    Listed pages;
+    // Looked at it is a text, and under the pointer a field.
+    QCOMPARE(pages.items("recordNameFrame").size(), 2);
+    const auto hasFrame = [&pages](int row) {
+        return pages.item("recordNameFrame", row)->property("border").value<QObject*>()->property("width").toReal() > 0;
+    };
+    QTest::mouseMove(&pages.window, QPoint(1, 1));
+    QVERIFY(!hasFrame(0) && !hasFrame(1));
+    QTest::mouseMove(&pages.window, pages.middle("recordNameFrame", 1));
+    QTRY_VERIFY(hasFrame(1));
+    QVERIFY(!hasFrame(0));
+
+    // A click begins typing where it was made, and loads nothing.
+    const QQuickItem* const frame = pages.item("recordNameFrame", 1);
+    QTest::mouseClick(&pages.window, Qt::LeftButton, {}, frame->mapToScene(QPointF(frame->width() - 12, frame->height() / 2)).toPoint());
+    Pages::settle();
+    QCOMPARE(pages.text("recordName"), "First");
+    QCOMPARE(pages.focus(), "recordName");
+    pages.type(" run");
+    pages.key(Qt::Key_Return);
+    compareCall(pages.instance, "rename", { RECORD_A, "First run" });
+    QVERIFY(!pages.instance->isLoadingRecord());
+
+    // Leaving the field ends typing as well.
+    pages.click("recordNameFrame", 0);
+    pages.key(Qt::Key_End);
+    pages.type("!");
+    pages.click("recordNameFrame", 0); // of the other row
+    compareCall(pages.instance, "rename", { RECORD_B, "Second!" });
+    QCOMPARE(pages.items("recordName").size(), 1);
+    QCOMPARE(pages.text("recordName"), "First run");
 }
 
 void RecordsTabTests::aRecordIsRenamedInItsRow()
@@ -297,9 +372,9 @@ void RecordsTabTests::aRecordIsDeletedOnceThatIsAgreedTo()
     Listed pages;
     pages.click("deleteRecordButton", 1);
     QCOMPARE(pages.text("question"), "Do you want to delete record 'First' ?");
-    QCOMPARE(pages.text("cancelDeletionButton"), "Cancel");
-    QCOMPARE(pages.text("acceptDeletionButton"), "DELETE");
-    pages.click("cancelDeletionButton");
+    QCOMPARE(pages.text("declineButton"), "Cancel");
+    QCOMPARE(pages.text("acceptButton"), "DELETE");
+    pages.click("declineButton");
     QVERIFY(!pages.isShown("question"));
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
     QCOMPARE(pages.texts("recordNameText"), QStringList({ "Second", "First" }));
@@ -308,7 +383,7 @@ void RecordsTabTests::aRecordIsDeletedOnceThatIsAgreedTo()
     pages.key(Qt::Key_End);
     pages.key(Qt::Key_Delete);
     QCOMPARE(pages.text("question"), "Do you want to delete record 'First' ?");
-    pages.click("acceptDeletionButton");
+    pages.click("acceptButton");
     compareCall(pages.instance, "delete", { RECORD_A });
     QVERIFY(!pages.isShown("question"));
     QCOMPARE(pages.texts("recordNameText"), QStringList({ "Second" }));

@@ -25,7 +25,8 @@ private Q_SLOTS:
     void neitherTheSliderNorATypedTimeMovesWhileTheRecorderMoves();
     void theSpeedIsChosenAmongThoseOfTheRecord();
     void theAgentsAreChosenAtTheStartOnly();
-    void theChosenAgentsAreSentWhenTheListCloses();
+    void everyChangeOfTheAgentsIsSentAtOnce();
+    void theListOfAgentsWaitsWhileTheRecorderFilters();
     void allAgentsAreSwitchedAtOnce();
     void manyAgentsCanBeSearched();
     void unloadingEndsTheReplayAndKeepsTheRecord();
@@ -59,10 +60,12 @@ public:
         return slider->mapToScene(QPointF(8 + (slider->width() - 16) * position, slider->height() / 2)).toPoint();
     }
     QQuickItem* slider() const { return property("recordSlider", "slider").value<QQuickItem*>(); }
-    RecordAgentFilter* agent(int index) const
+    void filterApplied()
     {
-        return qobject_cast<RecordAgentFilter*>(record->agentsFilters()->get(index));
+        recorder.reply("filter_applied");
+        QuenaryDouble::clearCalls();
     }
+    RecordAgentFilter* agent(int index) const { return qobject_cast<RecordAgentFilter*>(record->agentsFilters()->get(index)); }
     /// The replay stands somewhere, and nothing is under way.
     void standAt(double seconds)
     {
@@ -271,8 +274,7 @@ void ReplayTests::theSliderMovesWithKeys()
     const auto compareMove = [&pages](Qt::Key key, double seconds) {
         pages.key(key);
         QCOMPARE(QuenaryDouble::calledServices(), QStringList("move_to"));
-        QVERIFY2(qFuzzyCompare(lastServiceCall().arguments.at(0).toDouble() + 1, seconds + 1),
-            qPrintable(lastServiceCall().arguments.at(0).toString()));
+        QVERIFY2(qFuzzyCompare(lastServiceCall().arguments.at(0).toDouble() + 1, seconds + 1), qPrintable(lastServiceCall().arguments.at(0).toString()));
         pages.recorder.reply("moved_to", { seconds });
         QuenaryDouble::clearCalls();
         pages.slider()->forceActiveFocus(Qt::TabFocusReason);
@@ -351,7 +353,7 @@ void ReplayTests::theAgentsAreChosenAtTheStartOnly()
     QVERIFY(pages.isAvailable("agentsFilter"));
 }
 
-void ReplayTests::theChosenAgentsAreSentWhenTheListCloses()
+void ReplayTests::everyChangeOfTheAgentsIsSentAtOnce()
 {
     Replay pages;
     pages.click("agentsFilter");
@@ -359,23 +361,51 @@ void ReplayTests::theChosenAgentsAreSentWhenTheListCloses()
     QCOMPARE(pages.focus(), "agentsList");
     QVERIFY(!pages.isShown("agentsSearch"));
     pages.key(Qt::Key_Space);
+    QVERIFY(!pages.agent(0)->checked());
+    compareCall(pages.instance, "filter_replaying_agents", { "[\"agent 001\",\"agent 002\"]" });
+    pages.filterApplied();
     pages.key(Qt::Key_Down);
     pages.key(Qt::Key_Space);
-    QVERIFY(!pages.agent(0)->checked());
     QVERIFY(!pages.agent(1)->checked());
-    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+    compareCall(pages.instance, "filter_replaying_agents", { "[\"agent 002\"]" });
+    pages.filterApplied();
+    QCOMPARE(pages.text("agentsFilterRecap"), pages.record->agentsFilterRecap());
+
+    // With the mouse as well.
+    const QQuickItem* const list = pages.item("agentsList");
+    QTest::mouseClick(&pages.window, Qt::LeftButton, {}, list->mapToScene(QPointF(20, 18)).toPoint());
+    Pages::settle();
+    QVERIFY(pages.agent(0)->checked());
+    compareCall(pages.instance, "filter_replaying_agents", { "[\"agent 000\",\"agent 002\"]" });
+    pages.filterApplied();
+
+    // Closing the list is no change.
     pages.key(Qt::Key_Escape);
     QVERIFY(!pages.isShown("agentsList"));
-    compareCall(pages.instance, "filter_replaying_agents", { "[\"agent 002\"]" });
-    QCOMPARE(pages.text("agentsFilterRecap"), pages.record->agentsFilterRecap());
-    QVERIFY(pages.instance->isFilteringRecord());
-    pages.recorder.reply("filter_applied");
-
-    // Nothing changed, nothing is sent.
-    pages.click("agentsFilter");
-    pages.key(Qt::Key_Return);
-    QVERIFY(!pages.isShown("agentsList"));
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void ReplayTests::theListOfAgentsWaitsWhileTheRecorderFilters()
+{
+    Replay pages;
+    pages.click("agentsFilter");
+    pages.key(Qt::Key_Down);
+    pages.key(Qt::Key_Space);
+    QVERIFY(pages.instance->isFilteringRecord());
+    QCOMPARE(pages.text("busyFeedback/feedbackText"), "Filtering record, please wait...");
+    QuenaryDouble::clearCalls();
+    pages.click("agentsList");
+    pages.key(Qt::Key_Space);
+    QVERIFY(pages.agent(0)->checked() && !pages.agent(1)->checked() && pages.agent(2)->checked());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+
+    // Then it has the keyboard again, on the agent on which it was.
+    pages.filterApplied();
+    QVERIFY(pages.isShown("agentsList"));
+    QCOMPARE(pages.focus(), "agentsList");
+    pages.key(Qt::Key_Space);
+    QVERIFY(pages.agent(1)->checked());
+    compareCall(pages.instance, "filter_replaying_agents", { "[]" });
 }
 
 void ReplayTests::allAgentsAreSwitchedAtOnce()
@@ -386,12 +416,17 @@ void ReplayTests::allAgentsAreSwitchedAtOnce()
     const QQuickItem* const all = pages.property("allAgents", "box").value<QQuickItem*>();
     QCOMPARE(pages.text("allAgents"), "All agents");
     QCOMPARE(all->property("checkState").toInt(), int(Qt::PartiallyChecked));
+    pages.instance->updateRecordAgentsFilter(pages.record);
+    pages.filterApplied();
     pages.click("allAgents");
     QCOMPARE(all->property("checkState").toInt(), int(Qt::Checked));
     QVERIFY(pages.agent(1)->checked());
+    compareCall(pages.instance, "filter_replaying_agents", { "[]" });
+    pages.filterApplied();
     pages.click("allAgents");
     QCOMPARE(all->property("checkState").toInt(), int(Qt::Unchecked));
     QVERIFY(!pages.agent(0)->checked() && !pages.agent(1)->checked() && !pages.agent(2)->checked());
+    compareCall(pages.instance, "filter_replaying_agents", { "[]" });
 }
 
 void ReplayTests::manyAgentsCanBeSearched()
@@ -408,6 +443,7 @@ void ReplayTests::manyAgentsCanBeSearched()
     for (int i = 0; i < 40; ++i) {
         QCOMPARE(pages.agent(i)->checked(), i < 30);
     }
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList("filter_replaying_agents"));
 }
 
 void ReplayTests::unloadingEndsTheReplayAndKeepsTheRecord()

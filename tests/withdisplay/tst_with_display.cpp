@@ -47,6 +47,7 @@ private Q_SLOTS:
     void thePlantIsStoppedOnTheSystemPage();
     void aClickOnARecordLoadsIt();
     void oneAgentAloneIsChosenWithTheKeyboard();
+    void aDragOfTheSliderMovesWhereItIsReleased();
     void aPressInTheMiddleOfTheSliderMovesThere();
     void theSpeedIsChosenFromItsList();
     void onlyTheChosenAgentIsPlayedFromTheMiddleAtFourTimesTheSpeed();
@@ -317,7 +318,7 @@ void tst_with_display::aClickOnARecordLoadsIt()
     QTRY_COMPARE_WITH_TIMEOUT(_window->textsOf("recordNameText").size(), 1, boundMs);
     _record = textOf("recordNameText");
     QVERIFY(!_record.isEmpty());
-    QVERIFY(clickNamed("recordNameText"));
+    QVERIFY(clickNamed("recordDuration"));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("recordSlider"), boundMs);
     QTRY_VERIFY_WITH_TIMEOUT(!textOf("durationText").isEmpty(), boundMs);
     _duration = secondsOf(textOf("durationText").mid(1));
@@ -340,13 +341,35 @@ void tst_with_display::oneAgentAloneIsChosenWithTheKeyboard()
     for (const QString& agent : agents) {
         if (agent != QLatin1String("Tank")) {
             _hand->key("space");
-            QTRY_VERIFY2_WITH_TIMEOUT(!isChecked(agent), qPrintable(agent), boundMs);
+            // Each change is sent, and the list waits for the recorder.
+            QTRY_VERIFY2_WITH_TIMEOUT(!isChecked(agent) && !_window->named("busyFeedback"), qPrintable(agent), boundMs);
         }
         _hand->key("Down");
     }
     _hand->key("Escape");
     QTRY_VERIFY_WITH_TIMEOUT(!_window->named("agentsList"), boundMs);
     QTRY_VERIFY_WITH_TIMEOUT(shows("agentsFilterRecap", "Tank"), boundMs);
+}
+
+void tst_with_display::aDragOfTheSliderMovesWhereItIsReleased()
+{
+    const auto slider = _window->named("recordSlider");
+    QVERIFY(slider);
+    const auto place = [&slider](double part) {
+        constexpr int handle = 16;
+        const QRect& all = slider->rectangle;
+        return QPoint(all.left() + handle / 2 + qRound((all.width() - handle) * part), all.center().y());
+    };
+    const auto position = [this] { return secondsOf(textOf("positionField")); };
+    _hand->moveTo(place(0.1));
+    _hand->press();
+    for (const double part : { 0.3, 0.5, 0.7, 0.9, 0.8, 0.65 }) {
+        _hand->moveTo(place(part));
+    }
+    QCOMPARE(position(), 0.0);
+    _hand->release();
+    QTRY_VERIFY_WITH_TIMEOUT(position() > 0 && !_window->named("busyFeedback"), boundMs);
+    QVERIFY2(std::abs(position() - 0.65 * _duration) < _duration / 100, qPrintable(textOf("positionField")));
 }
 
 void tst_with_display::aPressInTheMiddleOfTheSliderMovesThere()
@@ -449,7 +472,7 @@ void tst_with_display::theCopyIsDeletedThroughTheQuestion()
     QVERIFY(click([this] { return inRowOf("plant copy", "deleteRecordButton"); }));
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("question"), boundMs);
     QVERIFY2(textOf("question").contains("plant copy"), qPrintable(textOf("question")));
-    QVERIFY(clickNamed("acceptDeletionButton"));
+    QVERIFY(clickNamed("acceptButton"));
     QTRY_VERIFY_WITH_TIMEOUT(_window->withText("RECORDS (1)"), boundMs);
     QTRY_COMPARE_WITH_TIMEOUT(_window->textsOf("recordNameText"), QStringList(_record), boundMs);
     QTRY_VERIFY_WITH_TIMEOUT(!_window->named("question"), boundMs);
@@ -467,7 +490,7 @@ void tst_with_display::aFileIsImportedThroughTheButton()
 void tst_with_display::aFileDroppedOnTheTabForFilesIsLoaded()
 {
     QVERIFY(click([this] { return _window->withText("CSV FILE"); }));
-    dropFileOn("fileDropArea", "Drop to load CSV file", [this] { return shows("fileRecordName", _csv); });
+    dropFileOn("fileDropArea", "Drop to load CSV file", [this] { return shows("recordNameText", _csv); });
     QTRY_VERIFY_WITH_TIMEOUT(shows("filePathField", _csv), boundMs);
     QTRY_VERIFY_WITH_TIMEOUT(_window->named("recordSlider"), boundMs);
 }

@@ -18,8 +18,8 @@ class AbstractZqCustomItemListModel;
 /// shown once. Main thread only.
 ///
 /// Whoever is told of a change that is done, by the source or by the view, may change the source's items and rows and
-/// ask again at once; what the view only announces ("AboutToBe") is no moment for that. What the view was about to do
-/// is then reckoned anew; `countChanged` of a removal comes when the source has completed it.
+/// ask again at once; what the view only announces ("AboutToBe") is no moment for that. What the view was about to do is then reckoned anew; `countChanged` of a removal comes when the source has
+/// completed it.
 class ZQTOOLKIT_EXPORT ZqSortFilterProxyModel : public QAbstractProxyModel
 {
     Q_OBJECT
@@ -97,6 +97,7 @@ private:
     static QList<int> _idsOf(const QList<SourceRow>& rows);
     SourceRow _row(int id) const;
     bool _accepts(const SourceRow& row) const;
+    QList<int> _sourceIds(int first, int last) const;
     QList<SourceRow> _sourceRows(int first, int last) const;
     QList<SourceRow> _acceptedRows(int first, int last) const;
     bool _noteKey(const SourceRow& row);

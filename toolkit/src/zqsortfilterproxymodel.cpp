@@ -125,10 +125,15 @@ bool ZqSortFilterProxyModel::_accepts(const SourceRow& row) const
     return row.item && !isGoing && filterAccepts(row.item, row.sourceRow);
 }
 
-/// A range of the source's rows, as far as they still exist.
+/// Of a range of the source's rows, as far as they still exist.
+QList<int> ZqSortFilterProxyModel::_sourceIds(int first, int last) const
+{
+    return _source->rowIds(first, qMax(0, qMin(last + 1, _source->size()) - first));
+}
+
 QList<ZqSortFilterProxyModel::SourceRow> ZqSortFilterProxyModel::_sourceRows(int first, int last) const
 {
-    const QList<int> ids = _source->rowIds(first, qMax(0, qMin(last + 1, _source->size()) - first));
+    const QList<int> ids = _sourceIds(first, last);
     QList<SourceRow> rows;
     rows.reserve(ids.size());
     for (const int id : ids) {

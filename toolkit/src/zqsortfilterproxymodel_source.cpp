@@ -110,7 +110,7 @@ void ZqSortFilterProxyModel::_onSourceRowsInserted(const QModelIndex&, int first
 void ZqSortFilterProxyModel::_onSourceRowsAboutToBeRemoved(const QModelIndex&, int first, int last)
 {
     const unsigned entry = ++_entries;
-    const QList<int> ids = _idsOf(_sourceRows(first, last));
+    const QList<int> ids = _sourceIds(first, last);
     _going.append(QSet<int>(ids.cbegin(), ids.cend()));
     if (!_isInStep()) {
         _reset();

@@ -15,6 +15,16 @@ class TestZqSortFilterProxyModel : public QObject
 {
     Q_OBJECT
 
+    /// With the ranks 0, 10, 20 and so on.
+    QList<TestItem*> rankedItems(int count)
+    {
+        QList<TestItem*> items;
+        for (int i = 0; i < count; ++i) {
+            items.append(new TestItem({}, 10 * i, this));
+        }
+        return items;
+    }
+
 private slots:
     void init() { QTest::failOnWarning(); }
 
@@ -265,10 +275,7 @@ private slots:
     void aNewOrderIsToldInTheFewestMoves()
     {
         List list;
-        QList<TestItem*> items;
-        for (int i = 0; i < 100; ++i) {
-            items.append(new TestItem({}, 10 * i, this));
-        }
+        const QList<TestItem*> items = rankedItems(100);
         list.appendRows(items);
         ByRank view;
         view.setSourceModel(&list);
@@ -342,10 +349,7 @@ private slots:
     void aChangeInALargeSortedViewAsksAFewQuestions()
     {
         List list;
-        QList<TestItem*> items;
-        for (int i = 0; i < 20000; ++i) {
-            items.append(new TestItem({}, 10 * i, this));
-        }
+        const QList<TestItem*> items = rankedItems(20000);
         list.appendRows(items);
         ByRank view;
         view.setSourceModel(&list);
@@ -361,11 +365,7 @@ private slots:
     void aFewItemsIntoALargeSortedViewAskAFewQuestions()
     {
         List list;
-        QList<TestItem*> items;
-        for (int i = 0; i < 20000; ++i) {
-            items.append(new TestItem({}, 10 * i, this));
-        }
-        list.appendRows(items);
+        list.appendRows(rankedItems(20000));
         ByRank view;
         view.setSourceModel(&list);
         view.questions = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "recordingfilter.h"
 
+#include "csv/utf8.h"
+
 #include <algorithm>
 
 namespace recorder {
@@ -85,9 +87,8 @@ bool RecordingFilter::parse(std::string_view text, RecordingFilter& filter, std:
         reason = "line " + std::to_string(number) + ": " + why;
         return false;
     };
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    if (text.starts_with(byteOrderMark)) {
-        text.remove_prefix(byteOrderMark.size());
+    if (text.starts_with(csv::byteOrderMark)) {
+        text.remove_prefix(csv::byteOrderMark.size());
     }
     while (!text.empty()) {
         ++number;

@@ -152,9 +152,14 @@ void RecorderInstance::updateFromRunningAgentInfo(RunningAgentInfo* runningAgent
     } else {
         resetOnDisconnect();
         if (!loss.isEmpty()) {
-            SystemViewManager::instance()->raiseProblem(loss.arg(name()));
+            _raiseProblem(loss.arg(name()));
         }
     }
+}
+
+void RecorderInstance::_raiseProblem(const QString& text)
+{
+    SystemViewManager::instance()->raiseProblem(text);
 }
 
 void RecorderInstance::setisOn(bool isOn)
@@ -217,14 +222,13 @@ void RecorderInstance::connectAgent()
         const QString program = splittedCommandLine.takeFirst();
         if (!QFileInfo::exists(program)) {
             qCritical() << program << "not found.";
-            SystemViewManager::instance()->raiseProblem(
-                tr("The recorder's program \"%1\" was not found.").arg(program));
+            _raiseProblem(tr("The recorder's program \"%1\" was not found.").arg(program));
             return;
         }
         qDebug() << "Start agent instance locally with command line" << _encounteredAgentInfo->commandLine();
         if (!QProcess::startDetached(program, splittedCommandLine, QString())) {
             qCritical() << program << "could not be started. Check that it may be executed.";
-            SystemViewManager::instance()->raiseProblem(
+            _raiseProblem(
                 tr("The recorder's program \"%1\" could not be started. Check that it may be executed.").arg(program));
         }
     } else if (_encounteredAgentsOnHost->host()->hasLauncher() && _encounteredAgentInfo->canBeLaunched()) {

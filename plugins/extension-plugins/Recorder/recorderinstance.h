@@ -399,6 +399,8 @@ private:
     void _setEncounteredAgentInfo(EncounteredAgentInfo* encounteredAgentInfo);
     void _setDefaultCommandLine(const QString& commandLine);
     bool _isOnLocalMachine();
+    /// Tells the person what happened, in the host's window.
+    static void _raiseProblem(const QString& text);
 
     // ---- commands
     bool _refuseWhenOff(const char* service) const;
@@ -434,6 +436,7 @@ private:
     RecorderRecord* _createRecordFromFile(
         const QString& path, const QDateTime& startDateTime, double durationInSeconds);
     void _setRecordFromFile(RecorderRecord* record);
+    static QString _folderForDialog(const QString& folder);
     static QStringList _parseAgentsList(const QString& json);
     static bool _isRecordAgentsFilterChanged(RecorderRecord* record);
 
@@ -457,7 +460,7 @@ private:
     void _setimportingProgress(int percent);
     void _setisCancelingImport(bool isCancelingImport);
     void _startImportTask(
-        const std::function<bool(const ImportTask&)>& send, const std::function<void()>& whenNotOpened);
+        const std::function<bool(const ImportTask&)>& send, const std::function<void(const QString&)>& whenNotOpened);
     QByteArray _readCsvLines(QFile& file, int maxLines, RecordCsvFault& fault);
     bool _sendFirstChunk(const ImportTask& task, const QString& filePath);
     bool _sendNextChunk(const ImportTask& task, const QString& recordUuid);

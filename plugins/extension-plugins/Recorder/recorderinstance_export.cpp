@@ -4,7 +4,6 @@
 #include "recorderservicecall.h"
 #include "recorderutils.h"
 
-#include <systemviewmanager.h>
 #include <zqproperty.h>
 
 #include <QtCore/QDebug>
@@ -41,7 +40,7 @@ void RecorderInstance::downloadRecord(RecorderRecord* record)
     if (!downloadedRecord) {
         qWarning() << "void RecorderInstance::downloadRecord(RecorderRecord *)"
                    << "the record was removed while a file was chosen for it, nothing is written to" << path;
-        SystemViewManager::instance()->raiseProblem(
+        _raiseProblem(
             tr("The record was removed while a file was chosen for it: nothing is written to \"%1\".").arg(path));
         return;
     }
@@ -49,8 +48,7 @@ void RecorderInstance::downloadRecord(RecorderRecord* record)
     if (!_openRecordFile(path)) {
         qWarning() << "void RecorderInstance::downloadRecord(RecorderRecord *)"
                    << "failed to open file" << path;
-        SystemViewManager::instance()->raiseProblem(
-            tr("The file \"%1\" can not be written: choose another place for the download.").arg(path));
+        _raiseProblem(tr("The file \"%1\" can not be written: choose another place for the download.").arg(path));
         return;
     }
     RecorderUtils::instance().updateDownloadDirectoryFromFilePath(path);
@@ -92,15 +90,14 @@ void RecorderInstance::receiveExport(
     if (recordUuid.isEmpty()) {
         qWarning() << signature << "recordUuid is empty, closing file";
         if (file) {
-            SystemViewManager::instance()->raiseProblem(
+            _raiseProblem(
                 tr("The recorder '%1' ended the download of a record: the file holds what came before.").arg(name()));
         }
     } else if (!_writeToRecordFile(content)) {
         qWarning() << signature << "failed to write content to record file, closing file";
         if (file) {
-            SystemViewManager::instance()->raiseProblem(
-                tr("The file \"%1\" can not be written further (%2): it holds what came before.")
-                    .arg(file->fileName(), file->errorString()));
+            _raiseProblem(tr("The file \"%1\" can not be written further (%2): it holds what came before.")
+                              .arg(file->fileName(), file->errorString()));
         }
     } else if (!nextUuid.isEmpty()) {
         if (!_isCancelingExport) {

@@ -5,7 +5,6 @@
 #include "recorderservicecall.h"
 #include "recorderutils.h"
 
-#include <systemviewmanager.h>
 #include <zqproperty.h>
 
 #include <QtConcurrent/QtConcurrentRun>
@@ -133,6 +132,8 @@ struct RecorderInstance::ImportTask
     {
         /// It has not read its chunk yet.
         bool isReading = true;
+        /// Of the file that it tried to read; read after the task.
+        QString filePath;
         /// Why the chunk of a file that could be opened was not sent; read after the task.
         Refusal refusal;
     };
@@ -141,7 +142,7 @@ struct RecorderInstance::ImportTask
 
 // `send` runs on a worker thread and tells whether it sent a chunk; `whenNotOpened` on this one.
 void RecorderInstance::_startImportTask(
-    const std::function<bool(const ImportTask&)>& send, const std::function<void()>& whenNotOpened)
+    const std::function<bool(const ImportTask&)>& send, const std::function<void(const QString&)>& whenNotOpened)
 {
     const ImportTask task { _agentInstanceUuid, _actionToken("import") };
     auto* const watcher = new QFutureWatcher<bool>(this);
@@ -150,10 +151,10 @@ void RecorderInstance::_startImportTask(
         watcher->deleteLater();
         if (!isSent && task.state->refusal.isEmpty()) {
             _setisImportingRecord(false);
-            whenNotOpened();
+            whenNotOpened(task.state->filePath);
         } else if (!isSent) {
             qWarning("%s", qUtf8Printable(task.state->refusal.logged));
-            SystemViewManager::instance()->raiseProblem(task.state->refusal.told);
+            _raiseProblem(task.state->refusal.told);
             if (_isOn) {
                 getRecords(QString());
             }
@@ -194,8 +195,8 @@ void RecorderInstance::importRecord(const QUrl& filePath)
     } else {
         // The dialog runs its own event loop, in which the agent and the instance may go.
         const QPointer<RecorderInstance> self(this);
-        path = QFileDialog::getOpenFileName(
-            nullptr, tr("Import record"), RecorderUtils::instance().downloadFilePath(QString()), tr("CSV (*.csv)"));
+        path = QFileDialog::getOpenFileName(nullptr, tr("Import record"),
+            _folderForDialog(RecorderUtils::instance().downloadFilePath(QString())), tr("CSV (*.csv)"));
         if (!self) {
             return;
         }
@@ -216,9 +217,9 @@ void RecorderInstance::importRecord(const QUrl& filePath)
     _importMustContinue = false; // still set when the agent left during the import before
 
     _startImportTask([this, path](const ImportTask& task) { return _sendFirstChunk(task, path); },
-        [path] {
-            qWarning() << "File" << path << "doesn't exists or cannot be opened";
-            SystemViewManager::instance()->raiseProblem(notOpened(path));
+        [](const QString& file) {
+            qWarning() << "File" << file << "doesn't exists or cannot be opened";
+            _raiseProblem(notOpened(file));
         });
 }
 
@@ -226,8 +227,7 @@ void RecorderInstance::continueImport(const QString& record_uuid)
 {
     if (record_uuid.isEmpty()) {
         qWarning("Something went wrong in the recorder when importing, check his logs");
-        SystemViewManager::instance()->raiseProblem(
-            tr("The recorder '%1' refused a part of what was imported: its log says why.").arg(name()));
+        _raiseProblem(tr("The recorder '%1' refused a part of what was imported: its log says why.").arg(name()));
         return;
     }
     if (_importChunksBeingRead > 0) {
@@ -250,15 +250,7 @@ void RecorderInstance::continueImport(const QString& record_uuid)
     }
 
     _startImportTask([this, record_uuid](const ImportTask& task) { return _sendNextChunk(task, record_uuid); },
-        [this] {
-            QString path;
-            {
-                const QMutexLocker locker(&_importFilePathMutex);
-                path = _importFilePath;
-            }
-            // Who hears of it may start another import: the path must not be held then.
-            SystemViewManager::instance()->raiseProblem(notOpened(path));
-        });
+        [](const QString& file) { _raiseProblem(notOpened(file)); });
 }
 
 void RecorderInstance::stopImport()
@@ -293,6 +285,7 @@ void RecorderInstance::_waitForImportTasks()
 
 bool RecorderInstance::_sendFirstChunk(const ImportTask& task, const QString& filePath)
 {
+    task.state->filePath = filePath;
     QFile file(filePath);
     QByteArray chunk;
     if (!_readChunk(task, file, 0, chunk)) {
@@ -322,7 +315,7 @@ bool RecorderInstance::_sendFirstChunk(const ImportTask& task, const QString& fi
 
 bool RecorderInstance::_sendNextChunk(const ImportTask& task, const QString& recordUuid)
 {
-    QString filePath;
+    QString& filePath = task.state->filePath;
     {
         const QMutexLocker locker(&_importFilePathMutex);
         filePath = _importFilePath;

@@ -7,6 +7,7 @@
 #include <zqproperty.h>
 
 #include <QtCore/QDebug>
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -49,13 +50,19 @@ void RecorderInstance::browseFileToLoad(const QString& hintPath)
 
     // The dialog runs its own event loop, in which this instance may go.
     const QPointer<RecorderInstance> self(this);
-    const QString path
-        = QFileDialog::getOpenFileName(nullptr, tr("Load CSV record file"), folder, tr("CSV Record (*.csv)"));
+    const QString path = QFileDialog::getOpenFileName(
+        nullptr, tr("Load CSV record file"), _folderForDialog(folder), tr("CSV Record (*.csv)"));
     if (!self || path.isEmpty()) {
         return;
     }
     _setcurrentFilePath(path);
     Q_EMIT filePathSelectedForLoad(path);
+}
+
+// A dialog takes the last part of a folder that is not there for the name of a file.
+QString RecorderInstance::_folderForDialog(const QString& folder)
+{
+    return QFileInfo(folder).isDir() ? folder : QDir::homePath();
 }
 
 void RecorderInstance::loadRecordUrl(const QUrl& url)

@@ -52,6 +52,7 @@ RecorderRecord::Offer& RecorderRecord::_offer()
 {
     if (!_madeOffer) {
         _madeOffer = std::make_unique<Offer>();
+        _watchAgents();
     }
     return *_madeOffer;
 }
@@ -121,18 +122,12 @@ void RecorderRecord::_load(const QStringList& agents, bool updatesAgentsFilterDa
     }
 
     const QStringList sorted = sortedAgents(agents);
-    _deleteAgents();
+    _offer().agentsFilters.deleteAllItems();
     QList<RecordAgentFilter*> filters;
     filters.reserve(sorted.size());
     for (const QString& agent : sorted) {
-        auto* filter = new RecordAgentFilter(agent, this);
-        connect(filter, &RecordAgentFilter::checkedChanged, this, [this, filter] {
-            _checkedAgents += filter->checked() ? 1 : -1;
-            _updateAgentsFilterData();
-        });
-        filters.append(filter);
+        filters.append(new RecordAgentFilter(agent, this));
     }
-    _checkedAgents = filters.size();
     _offer().agentsFilters.appendRows(filters);
 
     // Everything is active after a load.
@@ -175,7 +170,7 @@ void RecorderRecord::unload()
         emit replayProgressInSecondChanged();
     }
     _setlastActiveAgentsFilter({});
-    _deleteAgents();
+    _offer().agentsFilters.deleteAllItems();
     _updateAgentsFilterData();
     updateSpeed(nullptr);
     _offer().speeds.deleteAllItems();
@@ -247,15 +242,37 @@ QStringList RecorderRecord::saveActiveAgentsFilters()
     return agents;
 }
 
-void RecorderRecord::_deleteAgents()
+// Pages have the list as well, so that it is the list that tells which agents are offered.
+void RecorderRecord::_watchAgents()
 {
-    // Deleted later: what becomes of them until then counts no more.
+    using Model = QAbstractItemModel;
+    const auto* const agents = &_madeOffer->agentsFilters;
+    connect(agents, &Model::rowsInserted, this, [this, agents](const QModelIndex&, int first, int last) {
+        for (int row = first; row <= last; ++row) {
+            const RecordAgentFilter* const filter = agents->at(row);
+            connect(filter, &RecordAgentFilter::checkedChanged, this, [this, filter] {
+                _checkedAgents += filter->checked() ? 1 : -1;
+                _updateAgentsFilterData();
+            });
+        }
+        _countCheckedAgents();
+    });
+    // What becomes of those that leave counts no more: they may be deleted later, or live on elsewhere.
+    connect(agents, &Model::rowsAboutToBeRemoved, this, [this, agents](const QModelIndex&, int first, int last) {
+        for (int row = first; row <= last; ++row) {
+            if (const QObject* const agent = agents->itemAt(row)) { // null for one that is being destroyed
+                disconnect(agent, nullptr, this, nullptr);
+            }
+        }
+    });
+    connect(agents, &Model::rowsRemoved, this, &RecorderRecord::_countCheckedAgents);
+}
+
+void RecorderRecord::_countCheckedAgents()
+{
     const QList<RecordAgentFilter*> filters = _offeredAgents();
-    for (RecordAgentFilter* filter : filters) {
-        disconnect(filter, &RecordAgentFilter::checkedChanged, this, nullptr);
-    }
-    _checkedAgents = 0;
-    _offer().agentsFilters.deleteAllItems();
+    _checkedAgents = std::count_if(
+        filters.cbegin(), filters.cend(), [](const RecordAgentFilter* filter) { return filter->checked(); });
 }
 
 // After every check mark: of many agents, whose marks may change one after another, each is not looked at every time.

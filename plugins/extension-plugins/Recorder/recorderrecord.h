@@ -172,7 +172,8 @@ private:
     /// thousand records few are ever loaded.
     Offer& _offer();
     QList<RecordAgentFilter*> _offeredAgents() const;
-    void _deleteAgents();
+    void _watchAgents();
+    void _countCheckedAgents();
     void _load(const QStringList& agents, bool updatesAgentsFilterData);
     void _setreplayIsAtStarted(bool replayIsAtStart);
     void _setlastActiveAgentsFilter(const QStringList& lastActiveAgentsFilter);

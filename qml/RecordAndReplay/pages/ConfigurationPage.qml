@@ -21,6 +21,20 @@ FocusScope {
     property bool loadsFile: false
 
     signal deletionRequested
+    // A load ends the recording that runs: that is asked for. `record` is null for a file.
+    signal endOfRecordingRequested(RecorderRecord record, string name, var load)
+
+    function load(record: RecorderRecord, name: string, load: var): void {
+        if (root.recorder.isRecording) {
+            root.endOfRecordingRequested(record, name, load);
+        } else {
+            load();
+        }
+    }
+
+    function nameOf(path: string): string {
+        return path.slice(path.lastIndexOf("/") + 1);
+    }
 
     objectName: "configurationPage"
     Component.onCompleted: loadsFile = recorder.currentRecord === null || recorder.currentRecord === recorder.recordFromFile
@@ -133,11 +147,14 @@ FocusScope {
                 objectName: "recordsTab"
                 recorder: root.recorder
                 showsFailure: !root.loadsFile
+                onLoadRequested: record => root.load(record, record.name, () => root.recorder.loadRecord(record))
             }
             FileTab {
                 objectName: "fileTab"
                 recorder: root.recorder
                 showsFailure: root.loadsFile
+                onLoadRequested: path => root.load(null, root.nameOf(path), () => root.recorder.loadRecordFile(path))
+                onLoadOfUrlRequested: file => root.load(null, root.nameOf(decodeURIComponent(file.toString())), () => root.recorder.loadRecordUrl(file))
             }
         }
     }

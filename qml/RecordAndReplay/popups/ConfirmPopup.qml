@@ -6,11 +6,13 @@ import QtQuick.Controls.Basic
 import Corvane
 import "../pages/widgets"
 
-// Asks before something is deleted.
+// Asks before something is done that cannot be taken back.
 Popup {
     id: root
 
     property string text
+    property string acceptText: qsTr("DELETE")
+    property bool isDestructive: true
 
     signal accepted
     // After the answer, whichever it was.
@@ -81,17 +83,17 @@ Popup {
 
                 DarkOrLightTextButton {
                     id: cancel
-                    objectName: "cancelDeletionButton"
+                    objectName: "declineButton"
                     focus: true
                     text: qsTr("Cancel")
-                    hint: qsTr("Keep it")
+                    hint: qsTr("Leave it as it is")
                     shortcut: qsTr("Esc")
                     onClicked: root.close()
                 }
                 DarkOrLightTextButton {
-                    objectName: "acceptDeletionButton"
-                    text: qsTr("DELETE")
-                    destructive: true
+                    objectName: "acceptButton"
+                    text: root.acceptText
+                    destructive: root.isDestructive
                     onClicked: {
                         root.accepted();
                         root.close();

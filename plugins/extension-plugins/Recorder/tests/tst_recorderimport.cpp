@@ -5,6 +5,8 @@
 
 #include "recorderutils.h"
 
+#include <systemviewmanager.h>
+
 #include <QtCore/QFutureWatcher>
 #include <QtCore/QScopeGuard>
 #include <QtCore/QSemaphore>
@@ -39,6 +41,8 @@ private Q_SLOTS:
     void theOpenDialogIsTranslated();
     void progressIsToldToTheListOfInstances();
     void twoImportsAtOnceEachSendTheirFirstChunk();
+    void anImportThatEndsNamesItsOwnFileWhileAnotherBegins();
+    void theOpenDialogBeginsInAFolderThatIsThere();
     void anAcknowledgementNeverWaitsForTheDisk();
     void anAgentThatLeavesEndsTheImport();
     void anInstanceThatGoesWaitsForItsTask();
@@ -349,6 +353,44 @@ void tst_RecorderImport::twoImportsAtOnceEachSendTheirFirstChunk()
         names.sort();
         QCOMPARE(names, QStringList({ "one", "two" }));
     }
+}
+
+void tst_RecorderImport::anImportThatEndsNamesItsOwnFileWhileAnotherBegins()
+{
+    Files files;
+    files.write("one.csv", Files::rows(25000));
+    files.write("two.csv", Files::rows(3));
+    files.import("one.csv");
+    QTRY_COMPARE(QuenaryDouble::calledServices(), QStringList({ "import" }));
+    ModuleFixture::settle();
+    QVERIFY(QFile::remove(files.path("one.csv")));
+    const QSignalSpy told(SystemViewManager::instance(), &SystemViewManager::problemRaised);
+    QTest::ignoreMessage(
+        QtWarningMsg, qPrintable("File \"" + files.path("one.csv") + "\" doesn't exists or cannot be opened"));
+    files.instance->continueImport(RECORD_B);
+    // The task has ended, but this thread hears of it only after the other import sent its file.
+    QThreadPool::globalInstance()->waitForDone();
+    files.import("two.csv");
+    QThreadPool::globalInstance()->waitForDone();
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "import", "import" }));
+    ModuleFixture::settle();
+    QCOMPARE(told.size(), 1);
+    QVERIFY2(told.at(0).at(0).toString().contains(files.path("one.csv")), qPrintable(told.at(0).at(0).toString()));
+}
+
+void tst_RecorderImport::theOpenDialogBeginsInAFolderThatIsThere()
+{
+    Files files;
+    const QDir before = RecorderUtils::instance().downloadDirectory();
+    const auto restore
+        = qScopeGuard([&] { RecorderUtils::instance().updateDownloadDirectoryFromFilePath(before.filePath("any")); });
+    RecorderUtils::instance().updateDownloadDirectoryFromFilePath(files.path("Documents/any"));
+    const DialogAnswer answer { QString() };
+    QTest::ignoreMessage(QtWarningMsg, "Path is empty");
+    files.instance->importRecord();
+    QVERIFY(answer.wasAsked);
+    QCOMPARE(answer.folder, QDir::homePath());
+    QCOMPARE(answer.selectedFiles, QStringList());
 }
 
 void tst_RecorderImport::anAcknowledgementNeverWaitsForTheDisk()

@@ -158,7 +158,7 @@ void tst_RecorderImportRefusals::anExceptionInATaskEndsTheImport()
     QTRY_COMPARE_GE(files.instance->importingProgress(), 30);
     QuenaryDouble::clearCalls();
     QTest::ignoreMessage(QtWarningMsg, "The import ended: no memory");
-    (files.instance->*taskStart())([](const auto&) -> bool { throw std::runtime_error("no memory"); }, [] {});
+    (files.instance->*taskStart())([](const auto&) -> bool { throw std::runtime_error("no memory"); }, [](const QString&) {});
     compareRefused(files);
     // And the next one does not wait for a chunk that was never read.
     files.write("small.csv", "a;0;output\n");

@@ -354,6 +354,15 @@ void tst_RecorderReplay::browsingOffersTheDocumentsFirst()
     QCOMPARE(answer.folder, documents);
     QCOMPARE(answer.parentWidget, nullptr);
     QCOMPARE(instance->filePathHint(), "");
+    if (!hadDocuments) {
+        // Without such a folder its name is none to propose.
+        QVERIFY(QDir().rmdir(documents));
+        const DialogAnswer atHome { QString() };
+        instance->browseFileToLoad(QString());
+        QVERIFY(atHome.wasAsked);
+        QCOMPARE(atHome.folder, QDir::homePath());
+        QCOMPARE(atHome.selectedFiles, QStringList());
+    }
 }
 
 void tst_RecorderReplay::browsingStartsAtTheHintAndRemembersIt()

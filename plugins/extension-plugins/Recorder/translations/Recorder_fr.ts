@@ -133,14 +133,21 @@
     </message>
 </context>
 <context>
+    <name>ConfirmEndOfRecording</name>
+    <message>
+        <source>Do you want to end the recording and load &apos;%1&apos; ?</source>
+        <translation>Voulez-vous arrêter l’enregistrement en cours et charger «&#xa0;%1&#xa0;»&#x202f;?</translation>
+    </message>
+    <message>
+        <source>END AND LOAD</source>
+        <translation>ARRÊTER ET CHARGER</translation>
+    </message>
+</context>
+<context>
     <name>ConfirmPopup</name>
     <message>
         <source>Cancel</source>
         <translation>Annuler</translation>
-    </message>
-    <message>
-        <source>Keep it</source>
-        <translation>Le garder</translation>
     </message>
     <message>
         <source>Esc</source>
@@ -149,6 +156,10 @@
     <message>
         <source>DELETE</source>
         <translation>SUPPRIMER</translation>
+    </message>
+    <message>
+        <source>Leave it as it is</source>
+        <translation>Ne rien changer</translation>
     </message>
 </context>
 <context>
@@ -228,6 +239,13 @@
     </message>
 </context>
 <context>
+    <name>DarkOrLightTextField</name>
+    <message>
+        <source>Not in force</source>
+        <translation>Pas appliqué</translation>
+    </message>
+</context>
+<context>
     <name>DarkOrLightTextFieldErrorHandler</name>
     <message>
         <source>Cannot be empty</source>
@@ -250,6 +268,10 @@
     <message>
         <source>d MMM yyyy, hh:mm</source>
         <translation>d MMM yyyy, hh:mm</translation>
+    </message>
+    <message>
+        <source>Rename while it is loaded; the file keeps its name</source>
+        <translation>Renommer tant qu’il est chargé&#x202f;; le fichier garde son nom</translation>
     </message>
 </context>
 <context>
@@ -306,10 +328,6 @@
         <translation>Un enregistreur sans base de données ne garde pas de filtres</translation>
     </message>
     <message>
-        <source>Connect the recorder to change its filters</source>
-        <translation>Connectez l’enregistreur pour modifier ses filtres</translation>
-    </message>
-    <message>
         <source>Recording filters</source>
         <translation>Filtres d’enregistrement</translation>
     </message>
@@ -332,6 +350,10 @@
     <message>
         <source>Not in force</source>
         <translation>Pas encore appliqués</translation>
+    </message>
+    <message>
+        <source>Connect the recorder to apply its filters</source>
+        <translation>Connectez l’enregistreur pour appliquer ses filtres</translation>
     </message>
 </context>
 <context>
@@ -471,6 +493,13 @@
     </message>
 </context>
 <context>
+    <name>RecordNameEditor</name>
+    <message>
+        <source>Record name</source>
+        <translation>Nom de l’enregistrement</translation>
+    </message>
+</context>
+<context>
     <name>RecordNameField</name>
     <message>
         <source>Record name</source>
@@ -516,7 +545,7 @@
     <name>Recorder</name>
     <message>
         <source>The recorder &apos;%1&apos; runs but is shown as off: two of its launch lines are the same. Disconnect it in the system view, then connect it again: one of the two lines is enough, and the other goes.</source>
-        <translation>L’enregistreur «&#xa0;%1&#xa0;» tourne mais il est affiché comme éteint&#xa0;: deux de ses lignes de lancement sont identiques. Déconnectez-le dans la vue système, puis reconnectez-le&#xa0;: une des deux lignes suffit, et l’autre disparaît.</translation>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» tourne mais il est affiché comme arrêté&#xa0;: deux de ses lignes de lancement sont identiques. Déconnectez-le dans la vue système, puis reconnectez-le&#xa0;: une des deux lignes suffit, et l’autre disparaît.</translation>
     </message>
 </context>
 <context>
@@ -731,7 +760,7 @@
     <name>RecorderState</name>
     <message>
         <source>Off</source>
-        <translation>Éteint</translation>
+        <translation>Arrêté</translation>
     </message>
     <message>
         <source>paused</source>
@@ -801,7 +830,7 @@
     </message>
     <message>
         <source>Record</source>
-        <translation>Enregistrer</translation>
+        <translation>Démarrer l’enregistrement</translation>
     </message>
     <message>
         <source>Stop recording</source>
@@ -846,10 +875,6 @@
 <context>
     <name>RecordsTab</name>
     <message>
-        <source>A recording runs: a double click on a record ends it and loads the record.</source>
-        <translation>Un enregistrement est en cours&#xa0;: un double-clic sur un élément de la liste y met fin et charge cet élément.</translation>
-    </message>
-    <message>
         <source>Records</source>
         <translation>Enregistrements</translation>
     </message>
@@ -859,7 +884,7 @@
     </message>
     <message>
         <source>The recorder is off</source>
-        <translation>L’enregistreur est éteint</translation>
+        <translation>L’enregistreur est arrêté</translation>
     </message>
     <message>
         <source>Connect the recorder to see its records.</source>
@@ -871,7 +896,7 @@
     </message>
     <message>
         <source>Press Record to make one, or drop a CSV file here to import it.</source>
-        <translation>Cliquez sur «&#xa0;Enregistrer&#xa0;» pour en créer un, ou déposez ici un fichier CSV pour l’importer.</translation>
+        <translation>Cliquez sur «&#xa0;Démarrer l’enregistrement&#xa0;» pour en créer un, ou déposez ici un fichier CSV pour l’importer.</translation>
     </message>
     <message>
         <source>Drop to import file</source>

@@ -11,6 +11,8 @@ Item {
     required property RecordAgentFilter agent
     property bool isCurrent: false
 
+    signal switched(bool checked)
+
     implicitHeight: 36
     Accessible.role: Accessible.CheckBox
     Accessible.name: agent?.name ?? ""
@@ -32,6 +34,6 @@ Item {
         anchors.rightMargin: Theme.spacingSmall
         text: root.agent?.name ?? ""
         value: (root.agent?.checked ?? false) ? Qt.Checked : Qt.Unchecked
-        onSwitched: checked => root.agent.checked = checked
+        onSwitched: checked => root.switched(checked)
     }
 }

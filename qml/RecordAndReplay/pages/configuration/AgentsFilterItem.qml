@@ -24,7 +24,6 @@ Hinted {
     function finish(): void {
         choice.active = false;
         summary.forceActiveFocus();
-        root.recorder.beforeUpdateRecordAgentsFilter(root.record);
     }
 
     implicitHeight: Theme.controlHeight
@@ -111,7 +110,9 @@ Hinted {
                 y: root.height + 4
                 width: Math.max(280, root.width)
                 record: root.record
+                isBusy: root.recorder.isFilteringRecord
                 visible: true
+                onChanged: root.recorder.beforeUpdateRecordAgentsFilter(root.record)
                 onClosed: root.finish()
             }
         }

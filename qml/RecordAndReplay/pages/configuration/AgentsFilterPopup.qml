@@ -12,12 +12,17 @@ Popup {
     id: root
 
     required property RecorderRecord record
+    // The recorder takes over the last change.
+    required property bool isBusy
     readonly property string wanted: search.text.trim().toLowerCase()
     // Read anew when the record's agents change.
     readonly property int count: record?.agentsFilters.count ?? 0
     readonly property var found: count > 0 ? find(wanted) : []
     // Of those that were found. Read once for all the changes of one turn: hundreds may be switched together.
     property int foundState: Qt.Unchecked
+
+    // Check marks were changed, by the person who looks at them.
+    signal changed
 
     function find(wanted: string): var {
         return root.record.agentsFilters.toVariantList().filter(agent => agent.name.toLowerCase().includes(wanted));
@@ -28,10 +33,20 @@ Popup {
         root.foundState = checked === 0 ? Qt.Unchecked : checked === root.found.length ? Qt.Checked : Qt.PartiallyChecked;
     }
 
+    function switchOne(agent: RecordAgentFilter, checked: bool): void {
+        agent.checked = checked;
+        root.changed();
+    }
+
     function switchAll(checked: bool): void {
         for (const agent of root.found) {
             agent.checked = checked;
         }
+        root.changed();
+    }
+
+    function takeKeyboard(): void {
+        root.forceActiveFocus();
     }
 
     height: Math.min(420, 20 + header.height + list.contentHeight)
@@ -39,12 +54,25 @@ Popup {
     margins: 8
     focus: true
     closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutside
+    enabled: !isBusy
+    opacity: isBusy ? Theme.disabledOpacity : 1
+    // The page takes the keyboard while the recorder is busy, and gives it back to its own parts.
+    onEnabledChanged: {
+        if (enabled) {
+            Qt.callLater(root.takeKeyboard);
+        }
+    }
     onFoundChanged: readFoundState()
     onOpened: {
         search.text = "";
         list.forceActiveFocus();
     }
 
+    Behavior on opacity {
+        NumberAnimation {
+            duration: Theme.fadeDuration
+        }
+    }
     background: Rectangle {
         radius: Theme.radius
         color: Theme.surface
@@ -126,7 +154,7 @@ Popup {
         Keys.onSpacePressed: {
             const agent = root.found[currentIndex] as RecordAgentFilter;
             if (agent !== null) {
-                agent.checked = !agent.checked;
+                root.switchOne(agent, !agent.checked);
             }
         }
         Keys.onReturnPressed: root.close()
@@ -138,6 +166,7 @@ Popup {
             width: ListView.view?.width ?? 0
             agent: modelData
             isCurrent: ListView.isCurrentItem && list.activeFocus
+            onSwitched: checked => root.switchOne(agent, checked)
         }
     }
 }

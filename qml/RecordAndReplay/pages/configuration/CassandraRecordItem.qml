@@ -18,7 +18,6 @@ Item {
     required property RecorderRecord record
     // Where the arrow keys are.
     property bool isCursor: false
-    property bool isRenaming: false
     readonly property bool isCurrent: record !== null && recorder.currentRecord === record
     readonly property bool isOpen: isCurrent && record.isLoaded
     readonly property bool isNarrow: width < 640
@@ -26,12 +25,11 @@ Item {
     readonly property string date: (record?.startDateTime ?? new Date(NaN)).toLocaleString(Qt.locale(), qsTr("d MMM yyyy, hh:mm"))
     readonly property string duration: RecorderUtils.prettyPrintTime(record?.durationInSeconds ?? 0, RecorderTimeFormat.HH_MM_SS_ZZZ)
 
-    // Pressed once: the list decides whether that loads the record.
+    // With the pointer, or with a key.
     signal pressed
     signal loadRequested
 
     implicitHeight: Theme.rowHeight + (isOpen ? transport.height + Theme.spacingLarge : 0)
-    onRecordChanged: isRenaming = false
     // The row itself, not the list: from inside a list Tab does not lead back to it.
     activeFocusOnTab: isCursor || activeFocus
     Accessible.role: Accessible.ListItem
@@ -47,7 +45,7 @@ Item {
     }
     Keys.onPressed: event => {
         if (event.key === Qt.Key_F2) {
-            root.isRenaming = root.recorder.isOn;
+            name.edit(-1);
             event.accepted = true;
         }
     }
@@ -72,22 +70,20 @@ Item {
     }
     TapHandler {
         onTapped: root.pressed()
-        onDoubleTapped: root.loadRequested()
     }
-    ForeignText {
-        objectName: "recordNameText"
+    RecordNameField {
+        id: name
         x: Theme.spacingLarge
-        height: Theme.rowHeight
+        y: (Theme.rowHeight - height) / 2
         width: root.nameWidth
-        visible: !root.isRenaming
-        verticalAlignment: Text.AlignVCenter
-        text: root.record?.name ?? ""
-        font.weight: Font.Medium
+        recorder: root.recorder
+        record: root.record
+        onFinished: root.forceActiveFocus()
     }
     Text {
         x: Theme.spacingLarge + root.nameWidth + Theme.pageMargin
         height: Theme.rowHeight
-        visible: !root.isRenaming && !root.isNarrow
+        visible: !name.hasError && !root.isNarrow
         verticalAlignment: Text.AlignVCenter
         text: root.date
         color: Theme.mutedText
@@ -97,9 +93,10 @@ Item {
             })
     }
     Figures {
+        objectName: "recordDuration"
         x: Theme.spacingLarge + root.nameWidth + Theme.pageMargin + (root.isNarrow ? 0 : 176)
         height: Theme.rowHeight
-        visible: !root.isRenaming
+        visible: !name.hasError
         verticalAlignment: Text.AlignVCenter
         text: root.duration
     }
@@ -110,28 +107,8 @@ Item {
         recorder: root.recorder
         record: root.record
         isTabStop: root.isCursor
-        showsRename: (root.isCursor || root.isCurrent || hover.hovered) && !root.isRenaming
-        onRenameRequested: root.isRenaming = true
-    }
-    Loader {
-        active: root.isRenaming
-        x: Theme.spacingLarge
-        y: (Theme.rowHeight - height) / 2
-        width: root.nameWidth
-        sourceComponent: Component {
-            RecordNameField {
-                id: nameField
-                recorder: root.recorder
-                record: root.record
-                onFinished: {
-                    const hadKeyboard = nameField.activeFocus;
-                    root.isRenaming = false;
-                    if (hadKeyboard) {
-                        root.forceActiveFocus();
-                    }
-                }
-            }
-        }
+        showsRename: (root.isCursor || root.isCurrent || hover.hovered) && !name.isEditing
+        onRenameRequested: name.edit(-1)
     }
     Loader {
         id: transport

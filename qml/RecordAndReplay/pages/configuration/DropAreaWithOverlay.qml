@@ -40,17 +40,33 @@ DropArea {
             anchors.fill: parent
             ink: root.usable ? Theme.accent : Theme.mutedText
         }
-        Text {
-            objectName: "dropText"
+        Column {
             anchors.centerIn: parent
             width: parent.width - 2 * Theme.pageMargin
-            horizontalAlignment: Text.AlignHCenter
-            text: root.usable ? root.text : qsTr("Only one file that ends in \".csv\" can be dropped here")
-            color: root.usable ? Theme.accent : Theme.mutedText
-            font.pixelSize: Theme.titleSize
-            font.weight: Font.DemiBold
-            wrapMode: Text.Wrap
-            textFormat: Text.PlainText
+            spacing: 4
+
+            Text {
+                objectName: "dropText"
+                width: parent.width
+                horizontalAlignment: Text.AlignHCenter
+                text: root.text
+                color: root.usable ? Theme.accent : Theme.mutedText
+                font.pixelSize: Theme.titleSize
+                font.weight: Font.DemiBold
+                wrapMode: Text.Wrap
+                textFormat: Text.PlainText
+            }
+            Text {
+                objectName: "dropRefusal"
+                width: parent.width
+                visible: !root.usable
+                horizontalAlignment: Text.AlignHCenter
+                text: qsTr("Only one file that ends in \".csv\" can be dropped here")
+                color: Theme.text
+                font.pixelSize: Theme.textSize
+                wrapMode: Text.Wrap
+                textFormat: Text.PlainText
+            }
         }
     }
 }

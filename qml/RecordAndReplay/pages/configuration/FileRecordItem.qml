@@ -4,7 +4,7 @@ import Corvane
 import RecordAndReplay
 import "../widgets"
 
-// The CSV file that is loaded, with its replay.
+// The CSV file that is loaded, with its replay. It bears another name as long as it is loaded; the file keeps its own.
 Rectangle {
     id: root
 
@@ -17,19 +17,30 @@ Rectangle {
     border.width: 1
     border.color: Theme.line
     Accessible.role: Accessible.Grouping
-    Accessible.name: name.text
+    Accessible.name: root.record?.name ?? ""
 
-    ForeignText {
+    RecordNameField {
         id: name
-        objectName: "fileRecordName"
         anchors.left: parent.left
         anchors.leftMargin: Theme.spacingLarge
-        anchors.right: date.left
-        anchors.rightMargin: Theme.pageMargin
+        anchors.right: renameButton.left
+        anchors.rightMargin: Theme.spacing
         y: (Theme.rowHeight - height) / 2
-        text: root.record?.name ?? ""
+        recorder: root.recorder
+        record: root.record
         elide: Text.ElideMiddle
-        font.weight: Font.Medium
+        onFinished: renameButton.button.forceActiveFocus()
+    }
+    DarkOrLightTextButton {
+        id: renameButton
+        objectName: "renameRecordButton"
+        anchors.right: date.left
+        anchors.rightMargin: Theme.spacing
+        anchors.verticalCenter: name.verticalCenter
+        quiet: true
+        iconName: "rename"
+        hint: qsTr("Rename while it is loaded; the file keeps its name")
+        onClicked: name.edit(-1)
     }
     Text {
         id: date

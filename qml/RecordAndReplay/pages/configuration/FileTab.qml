@@ -17,9 +17,12 @@ FocusScope {
     readonly property RecorderRecord fileRecord: recorder.recordFromFile
     readonly property string path: pathField.text.trim()
 
+    signal loadRequested(string path)
+    signal loadOfUrlRequested(url file)
+
     function load(): void {
         if (root.recorder.isOn && root.path !== "") {
-            root.recorder.loadRecordFile(root.path);
+            root.loadRequested(root.path);
         }
     }
 
@@ -103,7 +106,7 @@ FocusScope {
         text: qsTr("Drop to load CSV file")
         onCsvDropped: file => {
             if (root.recorder.isOn) {
-                root.recorder.loadRecordUrl(file);
+                root.loadOfUrlRequested(file);
             } else {
                 root.recorder.recordCsvFileDropped(file);
             }

@@ -12,14 +12,15 @@ Column {
     id: root
 
     required property RecorderInstance recorder
-    readonly property bool isEditable: recorder.isOn && !recorder.offlineMode
-    readonly property string why: recorder.isOn ? qsTr("A recorder without a database keeps no filters") : qsTr("Connect the recorder to change its filters")
+    readonly property bool isApplicable: recorder.isOn && !recorder.offlineMode
+    readonly property bool isEditable: isApplicable || !recorder.isOn
+    readonly property string why: recorder.isOn ? qsTr("A recorder without a database keeps no filters") : qsTr("Connect the recorder to apply its filters")
     // The filters that the text was taken from.
     property string shown
     readonly property bool isChanged: area.text !== recorder.recordFilters
 
     function apply(): void {
-        if (root.isEditable) {
+        if (root.isApplicable) {
             root.recorder.updateRecordFilters(area.text);
         }
     }
@@ -106,7 +107,7 @@ Column {
             objectName: "applyFiltersButton"
             text: qsTr("APPLY")
             hint: qsTr("Send the filters to the recorder")
-            available: root.isEditable
+            available: root.isApplicable
             unavailableHint: root.why
             onClicked: root.apply()
         }

@@ -1,30 +1,102 @@
 // SPDX-License-Identifier: Apache-2.0
-import QtQuick
-import RecordAndReplay
+pragma ComponentBehavior: Bound
 
-// Renames a record, in its row.
-DarkOrLightTextFieldErrorHandler {
+import QtQuick
+import Corvane
+import RecordAndReplay
+import "../widgets"
+
+// The name of a record, to read and to change: it looks like a text until the pointer or the keyboard comes to it. A list
+// may have many thousands, so that what can be typed in is made for the one in which somebody types.
+Item {
     id: root
 
     required property RecorderInstance recorder
+    // Null for the moment between a record's end and its row's.
     required property RecorderRecord record
+    property alias elide: label.elide
+    property bool isEditing: false
+    readonly property bool hasError: (editor.item as RecordNameEditor)?.isWrong ?? false
 
-    // Renamed or not: the field has done.
+    // The keyboard is given back.
     signal finished
 
-    objectName: "recordName"
-    value: record?.name ?? ""
-    isUsed: isEdited && !isBlank(text) && recorder.isRecordNameAlreadyUsed(text.trim())
-    errorIsBeside: true
-    placeholderText: qsTr("Record name")
-    onCommitted: text => root.recorder.updateRecordName(root.record, text.trim())
-    field.onEditingFinished: Qt.callLater(finished)
-    // These end typing, and mean nothing to the row around it.
-    Keys.onReturnPressed: {}
-    Keys.onEnterPressed: {}
-    Keys.onEscapePressed: root.finished()
-    Component.onCompleted: {
-        root.forceActiveFocus();
-        field.selectAll();
+    // With everything chosen, to be typed over; or where the pointer is.
+    function edit(x: real): void {
+        root.isEditing = root.recorder.isOn && root.record !== null;
+        const field = (editor.item as RecordNameEditor)?.field ?? null;
+        if (field === null) {
+            return;
+        }
+        field.forceActiveFocus();
+        if (x >= 0) {
+            field.cursorPosition = field.positionAt(x, field.height / 2);
+        } else {
+            field.selectAll();
+        }
+    }
+
+    function end(): void {
+        const hadKeyboard = (editor.item as RecordNameEditor)?.activeFocus ?? false;
+        root.isEditing = false;
+        if (hadKeyboard) {
+            root.finished();
+        }
+    }
+
+    implicitHeight: Theme.controlHeight
+    onRecordChanged: isEditing = false
+
+    // As far as the name goes: what is beside it belongs to the row.
+    Rectangle {
+        id: frame
+
+        objectName: "recordNameFrame"
+        x: -Theme.spacingSmall
+        width: Math.min(root.width, Math.max(48, label.contentWidth)) + 2 * Theme.spacingSmall
+        height: root.height
+        visible: !root.isEditing && root.recorder.isOn
+        radius: Theme.radius
+        color: hover.hovered ? Theme.surface : "transparent"
+        border.width: hover.hovered ? 1 : 0
+        border.color: Theme.mutedText
+        Accessible.role: Accessible.EditableText
+        Accessible.name: qsTr("Record name")
+        Accessible.onPressAction: root.edit(-1)
+
+        HoverHandler {
+            id: hover
+        }
+        MouseArea {
+            anchors.fill: parent
+            cursorShape: Qt.IBeamCursor
+            onClicked: mouse => root.edit(mouse.x)
+        }
+    }
+    ForeignText {
+        id: label
+
+        objectName: "recordNameText"
+        width: root.width
+        height: root.height
+        visible: !root.isEditing
+        verticalAlignment: Text.AlignVCenter
+        text: root.record?.name ?? ""
+        font.weight: Font.Medium
+    }
+    Loader {
+        id: editor
+
+        active: root.isEditing
+        x: -Theme.spacingSmall
+        width: root.width + 2 * Theme.spacingSmall
+        height: root.height
+        sourceComponent: Component {
+            RecordNameEditor {
+                recorder: root.recorder
+                record: root.record
+                onFinished: root.end()
+            }
+        }
     }
 }

@@ -19,6 +19,8 @@ FocusScope {
     // The current record is kept in view while its row grows by its controls, until somebody scrolls.
     property bool isFollowing: false
 
+    signal loadRequested(RecorderRecord record)
+
     function follow(): void {
         root.isFollowing = true;
         Qt.callLater(showCurrent);
@@ -48,32 +50,18 @@ FocusScope {
 
         target: root.current
     }
-    Column {
-        id: notes
+    LoadFailure {
+        id: failure
         width: parent.width
-        spacing: Theme.spacingSmall
-        bottomPadding: children.some(note => note.visible) ? Theme.spacing : 0
-
-        LoadFailure {
-            width: parent.width
-            visible: root.showsFailure && root.recorder.loadingFailReason !== ""
-            recorder: root.recorder
-        }
-        Text {
-            objectName: "recordingNote"
-            width: parent.width
-            visible: root.recorder.isRecording && list.count > 0
-            text: qsTr("A recording runs: a double click on a record ends it and loads the record.")
-            color: Theme.mutedText
-            font.pixelSize: Theme.smallTextSize
-            wrapMode: Text.Wrap
-        }
+        height: visible ? implicitHeight + Theme.spacing : 0
+        visible: root.showsFailure && root.recorder.loadingFailReason !== ""
+        recorder: root.recorder
     }
     ListView {
         id: list
 
         objectName: "recordsList"
-        anchors.top: notes.bottom
+        anchors.top: failure.bottom
         anchors.bottom: parent.bottom
         width: parent.width
         clip: true
@@ -121,9 +109,7 @@ FocusScope {
             onPressed: {
                 list.currentIndex = index;
                 list.forceActiveFocus();
-                if (!root.recorder.isRecording) {
-                    root.recorder.loadRecord(record);
-                }
+                root.loadRequested(record);
             }
             // A popup gives the keyboard back to the row that it was asked from, though that may be gone by then.
             onActiveFocusChanged: {
@@ -131,7 +117,7 @@ FocusScope {
                     list.currentItem?.forceActiveFocus();
                 }
             }
-            onLoadRequested: root.recorder.loadRecord(record)
+            onLoadRequested: root.loadRequested(record)
         }
     }
     EmptyHint {

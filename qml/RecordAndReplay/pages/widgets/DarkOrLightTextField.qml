@@ -26,6 +26,8 @@ Hinted {
     property bool flat: false
     // The text is another one than the value.
     property bool isEdited: false
+    // Typing was cut off, because nothing could be typed any more: the text stays, and is said to be no value.
+    property bool isHeldBack: false
 
     // Typing ended with another text than the value.
     signal committed(string text)
@@ -33,6 +35,7 @@ Hinted {
     function reset(): void {
         field.text = root.value;
         root.isEdited = false;
+        root.isHeldBack = false;
         if (!field.activeFocus) {
             field.cursorPosition = 0; // shows the beginning of a long text
         }
@@ -40,11 +43,9 @@ Hinted {
 
     implicitWidth: 240
     implicitHeight: Theme.controlHeight
-    // Whoever is typing is not interrupted.
+    // Whoever is typing, or was kept from ending it, is not interrupted.
     onValueChanged: {
-        if (field.activeFocus && root.isEdited) {
-            root.isEdited = field.text !== root.value;
-        } else {
+        if ((!field.activeFocus && !root.isHeldBack) || !root.isEdited || field.text === root.value) {
             reset();
         }
     }
@@ -57,7 +58,7 @@ Hinted {
         focus: true
         enabled: root.available
         leftPadding: root.flat ? 0 : Theme.spacingSmall
-        rightPadding: leftPadding
+        rightPadding: leftPadding + (root.isHeldBack ? heldBack.width + Theme.spacingSmall : 0)
         topPadding: 0
         bottomPadding: 0
         verticalAlignment: TextInput.AlignVCenter
@@ -73,6 +74,10 @@ Hinted {
         onTextChanged: root.isEdited = text !== root.value
         onEditingFinished: {
             if (root.keepsText) {
+                return;
+            }
+            root.isHeldBack = root.isEdited && root.mayCommit && !root.available;
+            if (root.isHeldBack) {
                 return;
             }
             if (root.isEdited && root.mayCommit) {
@@ -96,5 +101,18 @@ Hinted {
             border.width: field.activeFocus ? Theme.focusWidth : 1
             border.color: root.isWrong ? Theme.recording : field.activeFocus ? Theme.accent : Theme.line
         }
+    }
+    Text {
+        id: heldBack
+        objectName: "heldBack"
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.spacingSmall
+        anchors.verticalCenter: parent.verticalCenter
+        visible: root.isHeldBack
+        text: qsTr("Not in force")
+        color: Theme.paused
+        font.pixelSize: Theme.smallTextSize
+        Accessible.role: Accessible.AlertMessage
+        Accessible.name: text
     }
 }

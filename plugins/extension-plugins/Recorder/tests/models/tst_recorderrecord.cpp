@@ -8,6 +8,8 @@
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
+#include <memory>
+
 class TestRecorderRecord : public QObject
 {
     Q_OBJECT
@@ -210,6 +212,35 @@ private slots:
         QCOMPARE(record.agentsFilterRecap(), QStringLiteral("All agents"));
         QCOMPARE(states.count(), 2);
         QCOMPARE(recaps.count(), 2);
+    }
+
+    void agentsThatOthersAddAndTakeOutCountToo()
+    {
+        RecorderRecord record({}, {}, start, end, 0, nullptr);
+        record.load({ QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d") });
+        auto& list = static_cast<ZqCustomItemListModel<RecordAgentFilter>&>(*record.agentsFilters());
+        // Taken out: what becomes of it counts no more.
+        const std::unique_ptr<RecordAgentFilter> taken(list.takeRow(0));
+        taken->setchecked(false);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("All agents"));
+        filters(record).at(0)->setchecked(false);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("2 agents"));
+        // Deleted by the list, and by itself.
+        list.deleteNItems(0, 1);
+        filters(record).at(0)->setchecked(false);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("d"));
+        delete list.at(0);
+        list.at(0)->setchecked(false);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("No agent selected"));
+        // Added, with and without its mark.
+        list.appendRow(new RecordAgentFilter(QStringLiteral("e"), &record));
+        list.prependRow(taken.get());
+        list.at(1)->setchecked(true);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("2 agents"));
+        taken->setchecked(true);
+        QCOMPARE(record.agentsFilterState(), Qt::Checked);
+        QCOMPARE(record.agentsFilterRecap(), QStringLiteral("All agents"));
+        list.takeRow(0);
     }
 
     void theActiveAgentsAreTheCheckedOnesSorted()

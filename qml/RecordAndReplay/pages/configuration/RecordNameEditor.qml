@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import RecordAndReplay
+
+// What a RecordNameField is while somebody types in it.
+DarkOrLightTextFieldErrorHandler {
+    id: root
+
+    required property RecorderInstance recorder
+    required property RecorderRecord record
+
+    // Renamed or not: the field has done.
+    signal finished
+
+    objectName: "recordName"
+    value: record?.name ?? ""
+    isUsed: isEdited && !isBlank(text) && recorder.isRecordNameAlreadyUsed(text.trim())
+    errorIsBeside: true
+    placeholderText: qsTr("Record name")
+    font.weight: Font.Medium
+    onCommitted: text => root.recorder.updateRecordName(root.record, text.trim())
+    field.onEditingFinished: Qt.callLater(finished)
+    // These end typing, and mean nothing to the row around it.
+    Keys.onReturnPressed: {}
+    Keys.onEnterPressed: {}
+    Keys.onEscapePressed: root.finished()
+}
