@@ -24,6 +24,12 @@ if(RR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${RR_CCACHE}")
 endif()
 
+# A tenth of the time for each of more than a hundred programs.
+find_program(RR_MOLD mold)
+if(RR_MOLD)
+    add_link_options(-fuse-ld=mold)
+endif()
+
 find_package(Qt6 6.8 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 Widgets Concurrent Svg Test Network LinguistTools)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ZMQ REQUIRED IMPORTED_TARGET libzmq>=4.3)

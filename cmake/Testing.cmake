@@ -21,9 +21,14 @@ set_target_properties(Qt6::Test PROPERTIES INTERFACE_COMPILE_DEFINITIONS "${RR_Q
 add_library(QtTestModules INTERFACE)
 target_link_libraries(QtTestModules INTERFACE Qt6::Core Qt6::Concurrent Qt6::Gui Qt6::Network Qt6::Qml Qt6::Quick
     Qt6::QuickControls2 Qt6::Svg Qt6::Widgets Qt6::Test)
+# Tests are built often and run briefly: what they test is optimised, they are not. Under sanitizers they run longer.
+set(RR_TEST_OPTIMIZATION -O0)
+if(RR_SANITIZE)
+    set(RR_TEST_OPTIMIZATION -O1)
+endif()
 set(RR_TEST_OPTIONS
+    ${RR_TEST_OPTIMIZATION}
     -fPIE # what a library is made of otherwise differs from what a program is
-    -O0 # tests are built often and run briefly: what they test is optimised, they are not
     -Wno-conversion) # QTRY_VERIFY and its like narrow a duration in the caller's own source
 if(RR_PRECOMPILED_HEADERS)
     file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/testheaders.cpp" CONTENT "")

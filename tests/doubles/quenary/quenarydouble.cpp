@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "librarythread.h"
 #include "state.h"
 
 #include <QtCore/QUuid>
@@ -6,7 +7,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <thread>
 
 namespace QuenaryDouble {
 
@@ -122,7 +122,8 @@ qny_result_t record(const char* function, const QStringList& arguments)
 
 void onLibraryThread(const std::function<void()>& action)
 {
-    std::thread(action).join();
+    static LibraryThread thread;
+    thread.run(action);
 }
 
 bool isAgent(const qny_agent* agent)
