@@ -260,6 +260,11 @@ void RecordsTabTests::everyRowHasANameField()
     QTest::mouseMove(&pages.window, pages.middle("recordNameFrame", 1));
     QTRY_VERIFY(hasFrame(1));
     QVERIFY(!hasFrame(0));
+    pages.second->setname(QStringLiteral("A long name ").repeated(20));
+    QTest::mouseMove(&pages.window, pages.middle("recordNameFrame", 0));
+    QTRY_VERIFY(hasFrame(0));
+    QVERIFY(!hasFrame(1));
+    pages.second->setname(QStringLiteral("Second"));
 
     // A click begins typing where it was made, and loads nothing.
     const QQuickItem* const frame = pages.item("recordNameFrame", 1);

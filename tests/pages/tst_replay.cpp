@@ -27,6 +27,7 @@ private Q_SLOTS:
     void theAgentsAreChosenAtTheStartOnly();
     void everyChangeOfTheAgentsIsSentAtOnce();
     void theListOfAgentsWaitsWhileTheRecorderFilters();
+    void theListOfAgentsIsNotInTheWayOfARecorderThatFiltersForLong();
     void allAgentsAreSwitchedAtOnce();
     void manyAgentsCanBeSearched();
     void unloadingEndsTheReplayAndKeepsTheRecord();
@@ -406,6 +407,30 @@ void ReplayTests::theListOfAgentsWaitsWhileTheRecorderFilters()
     pages.key(Qt::Key_Space);
     QVERIFY(pages.agent(1)->checked());
     compareCall(pages.instance, "filter_replaying_agents", { "[]" });
+}
+
+void ReplayTests::theListOfAgentsIsNotInTheWayOfARecorderThatFiltersForLong()
+{
+    Replay pages;
+    pages.setPatience(1, 3600000);
+    pages.click("agentsFilter");
+    const QQuickItem* popup = pages.item("agentsList");
+    while (!popup->inherits("QQuickPopupItem")) {
+        popup = popup->parentItem();
+    }
+    pages.key(Qt::Key_Space);
+    QTRY_COMPARE(popup->opacity(), 0.0);
+    QTRY_VERIFY(pages.isShown("leaveButton"));
+    // Also where the list was.
+    for (int y = 100; y < 700; y += 50) {
+        QTest::mouseClick(&pages.window, Qt::LeftButton, {}, QPoint(qRound(popup->x() + 20), y));
+    }
+    Pages::settle();
+    QVERIFY(pages.agent(1)->checked());
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList("filter_replaying_agents"));
+    pages.click("leaveButton");
+    QVERIFY(pages.isShown("recordersPage"));
+    QVERIFY(!pages.isShown("agentsList"));
 }
 
 void ReplayTests::allAgentsAreSwitchedAtOnce()

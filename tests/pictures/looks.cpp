@@ -135,6 +135,9 @@ QString cutOff(const ShownText& shown, const QRectF& window)
             .arg(item->property("contentWidth").toDouble() - item->width());
     }
     const QRectF visible = visiblePart(item, window);
+    if (visible.isEmpty() && isScrolled(item)) {
+        return QString(); // somebody has to scroll to see it
+    }
     if (shown.place.left() < visible.left() - TOLERANCE || shown.place.right() > visible.right() + TOLERANCE) {
         return QStringLiteral("is cut off at the side");
     }

@@ -87,6 +87,28 @@ void recordingPaused(Stage& stage)
     };
 }
 
+/// A record was pressed meanwhile.
+void recordingAsked(Stage& stage)
+{
+    recording(stage);
+    stage.meanwhile = [&stage, goOn = stage.meanwhile] {
+        goOn();
+        if (!stage.isShown(QStringLiteral("question"))) {
+            stage.click(QStringLiteral("recordDuration"), 1);
+        }
+    };
+}
+
+/// It started while somebody typed.
+void heldBack(Stage& stage)
+{
+    stage.recorder()->updateUseCustomKeyspace(true);
+    stage.recorder()->updateUseAuthentication(true);
+    stage.open(stage.recorder(), Stage::Configuration);
+    stage.fill(QStringLiteral("keyspaceField"), QStringLiteral("plant_2026"), false);
+    Stage::started(stage.recorder());
+}
+
 void unavailable(Stage& stage)
 {
     stage.open(stage.recorder(), Stage::Configuration);
@@ -107,5 +129,7 @@ Scenes recorderScenes()
         { "recorder-unavailable", unavailable },
         { "recording", recording },
         { "recording-paused", recordingPaused },
+        { "recording-asked", recordingAsked },
+        { "recorder-held-back", heldBack },
     };
 }

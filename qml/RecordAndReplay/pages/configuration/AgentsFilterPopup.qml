@@ -55,7 +55,8 @@ Popup {
     focus: true
     closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutside
     enabled: !isBusy
-    opacity: isBusy ? Theme.disabledOpacity : 1
+    // Out of the way when that takes long: what the page says of it is behind.
+    opacity: isBusy ? 0 : 1
     // The page takes the keyboard while the recorder is busy, and gives it back to its own parts.
     onEnabledChanged: {
         if (enabled) {
@@ -69,8 +70,13 @@ Popup {
     }
 
     Behavior on opacity {
-        NumberAnimation {
-            duration: Theme.fadeDuration
+        SequentialAnimation {
+            PauseAnimation {
+                duration: root.isBusy ? 200 : 0
+            }
+            NumberAnimation {
+                duration: Theme.fadeDuration
+            }
         }
     }
     background: Rectangle {

@@ -55,7 +55,7 @@ Item {
         x: -Theme.spacingSmall
         width: Math.min(root.width, Math.max(48, label.contentWidth)) + 2 * Theme.spacingSmall
         height: root.height
-        visible: !root.isEditing && root.recorder.isOn
+        visible: !root.isEditing
         radius: Theme.radius
         color: hover.hovered ? Theme.surface : "transparent"
         border.width: hover.hovered ? 1 : 0
@@ -66,23 +66,25 @@ Item {
 
         HoverHandler {
             id: hover
+            enabled: root.recorder.isOn
         }
         MouseArea {
             anchors.fill: parent
+            enabled: root.recorder.isOn
             cursorShape: Qt.IBeamCursor
             onClicked: mouse => root.edit(mouse.x)
         }
-    }
-    ForeignText {
-        id: label
+        ForeignText {
+            id: label
 
-        objectName: "recordNameText"
-        width: root.width
-        height: root.height
-        visible: !root.isEditing
-        verticalAlignment: Text.AlignVCenter
-        text: root.record?.name ?? ""
-        font.weight: Font.Medium
+            objectName: "recordNameText"
+            x: Theme.spacingSmall
+            width: root.width
+            height: parent.height
+            verticalAlignment: Text.AlignVCenter
+            text: root.record?.name ?? ""
+            font.weight: Font.Medium
+        }
     }
     Loader {
         id: editor

@@ -53,7 +53,7 @@ FocusScope {
     LoadFailure {
         id: failure
         width: parent.width
-        height: visible ? implicitHeight + Theme.spacing : 0
+        height: visible ? implicitHeight : 0
         visible: root.showsFailure && root.recorder.loadingFailReason !== ""
         recorder: root.recorder
     }
@@ -62,6 +62,7 @@ FocusScope {
 
         objectName: "recordsList"
         anchors.top: failure.bottom
+        anchors.topMargin: failure.visible ? Theme.spacing : 0
         anchors.bottom: parent.bottom
         width: parent.width
         clip: true
