@@ -38,10 +38,13 @@ add_library(qnyRecorderData STATIC
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/ownerlock.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/schema.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/upkeep.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/cassandra/replication.cpp
 )
 rr_target_defaults(qnyRecorderData)
 target_include_directories(qnyRecorderData PUBLIC ${CMAKE_CURRENT_LIST_DIR} PRIVATE ${CMAKE_SOURCE_DIR}/quenary/include)
 target_link_libraries(qnyRecorderData PUBLIC Qt6::Core PRIVATE PkgConfig::SQLITE3 Threads::Threads)
+
+include(${CMAKE_CURRENT_LIST_DIR}/store/cassandra/cassandra.cmake)
 
 foreach(name packedchunk csv recordingfilter event)
     rr_add_test(NAME tst_recorder_${name} SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/tst_${name}.cpp LIBS qnyRecorderData)

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "../chunkdatabase.h"
+#include "../chunkedwriter.h"
+
+namespace recorder {
+
+struct CassandraOptions
+{
+    std::string host; // a node that is asked first: a name or an address, IPv6 without brackets
+    std::uint16_t port = 9042;
+    std::string user; // empty: without authentication
+    std::string password;
+    std::string keyspace = "record_and_replay"; // made when missing …
+    std::string replication = "SimpleStrategy:1"; // … so, or "NetworkTopologyStrategy:dc1=3,dc2=2"
+    std::string consistency = "LOCAL_QUORUM"; // of reads and writes
+    bool tls = false;
+    std::string tlsCaFile; // PEM; empty: the authorities that the system trusts
+    Store::MessageHandler onMessage; // null: messages are dropped
+    ChunkingOptions chunking;
+    std::int64_t leaseUs = 5'000'000; // how long an owner on another machine is believed to live without a sign
+    std::int64_t upkeepUs = 1'000'000; // leases, repairs and deletions in the background
+};
+
+// A database that is not connected yet.
+std::unique_ptr<ChunkDatabase> makeCassandraDatabase(const CassandraOptions& options);
+
+// A store on a database that answers. Null with the reason in `result`: nobody there, a wrong password, a keyspace of a
+// newer version. Records whose owner is dead are closed before this returns.
+std::unique_ptr<Store> openCassandraStore(const CassandraOptions& options, StoreResult& result);
+
+} // namespace recorder
