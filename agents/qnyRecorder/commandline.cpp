@@ -60,7 +60,7 @@ struct Options
     QCommandLineOption name { { "n", "name" }, "Name of the recorder on the network.", "name" };
     QCommandLineOption cassandra { { "c", "cassandra" },
         "The database that keeps the records: \"embedded\" with any port is the built-in one, the only one of this "
-        "build. Without this option nothing can be recorded, and CSV files can be replayed.",
+        "build. Without this option each record is a CSV file in the data directory.",
         "host:port" };
     QCommandLineOption keyspace { { "k", "keyspace" }, "Keyspace of the database.", "keyspace" };
     QCommandLineOption username { { "u", "cassandra_username" }, "User name for Cassandra.", "user" };

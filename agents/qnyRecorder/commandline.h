@@ -9,7 +9,7 @@ namespace recorder {
 /// Where the records are kept.
 enum class StoreKind
 {
-    None, ///< no database was named: record files in the data directory
+    None, ///< no database was named: CSV files in the data directory
     Embedded, ///< the built-in database in the data directory
     Cassandra
 };

@@ -67,10 +67,10 @@ int main(int argc, char* argv[])
         return failed(problem);
     }
     std::unique_ptr<Store> store = openStore(settings, problem);
-    if (!problem.isEmpty()) {
+    if (!store) {
         return failed(problem);
     }
-    const QString storePlace = store ? QString::fromStdString(store->describe()) : QStringLiteral("none: no database");
+    const QString storePlace = QString::fromStdString(store->describe());
     Controller controller(settings, std::move(store), [&stopSignals] { stopSignals.request(); });
     problem = controller.start();
     if (!problem.isEmpty()) {

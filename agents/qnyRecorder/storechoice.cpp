@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "storechoice.h"
 
+#include "store/csvfile/csvfilestore.h"
 #include "store/embedded/embeddedstore.h"
 
 #include <QDebug>
@@ -13,6 +14,14 @@ namespace {
 void logMessage(const std::string& message)
 {
     qWarning().noquote() << QString::fromStdString(message);
+}
+
+std::unique_ptr<Store> openCsvFiles(const Settings& settings, StoreResult& result)
+{
+    CsvFileOptions options;
+    options.directory = settings.dataDirectory.toStdString();
+    options.onMessage = logMessage;
+    return openCsvFileStore(options, result);
 }
 
 std::unique_ptr<Store> openEmbedded(const Settings& settings, StoreResult& result)
@@ -34,6 +43,8 @@ std::unique_ptr<Store> openStore(const Settings& settings, QString& problem)
     std::unique_ptr<Store> store;
     switch (settings.store) {
     case StoreKind::None:
+        store = openCsvFiles(settings, result);
+        break;
     case StoreKind::Cassandra: // refused with the command line
         return nullptr;
     case StoreKind::Embedded:

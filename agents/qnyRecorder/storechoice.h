@@ -8,8 +8,7 @@
 
 namespace recorder {
 
-/// Opens the store that the settings name. Null, with the reason in `problem`, when it cannot be opened; null without
-/// one when none is wanted.
+/// Opens the store that the settings name. Null, with the reason in `problem`, when it cannot be opened.
 std::unique_ptr<Store> openStore(const Settings& settings, QString& problem);
 
 } // namespace recorder

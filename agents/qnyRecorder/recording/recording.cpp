@@ -20,6 +20,12 @@ constexpr int64_t CLOCK_STEP_US = 1'000'000;
 constexpr int CLOSE_ATTEMPTS = 10;
 constexpr std::chrono::milliseconds CLOSE_PAUSE { 200 };
 
+/// Whether trying again is of no use: there is no room, or the record was deleted under the recorder's hands.
+bool isForGood(const StoreResult& failure)
+{
+    return failure.error == StoreError::Full || failure.error == StoreError::NotFound;
+}
+
 } // namespace
 
 class Recording::Source
@@ -291,9 +297,10 @@ void Recording::noteResult(const StoreResult& result)
         _lastProblem = result.message;
         qWarning().noquote() << "The record could not be written to:" << QString::fromStdString(result.message);
     }
-    if (result.error == StoreError::Full && !_hasFailed) {
+    if (isForGood(result) && !_hasFailed) {
         _hasFailed = true;
-        _writer->remark("The recording ended because the store was full: " + result.message);
+        const char* why = result.error == StoreError::Full ? "the store was full: " : "its record was taken away: ";
+        _writer->remark(std::string("The recording ended because ") + why + result.message);
         if (_options.onFailed) {
             _options.onFailed(result.message);
         }
@@ -327,7 +334,7 @@ void Recording::closeRecord()
     }
     _durationUs = std::max(elapsedUs(), _writer->lastEventUs());
     StoreResult result = _writer->close(_durationUs);
-    for (int attempt = 1; !result && result.error != StoreError::Full && attempt < CLOSE_ATTEMPTS; ++attempt) {
+    for (int attempt = 1; !result && !isForGood(result) && attempt < CLOSE_ATTEMPTS; ++attempt) {
         std::this_thread::sleep_for(CLOSE_PAUSE);
         result = _writer->close(_durationUs);
     }

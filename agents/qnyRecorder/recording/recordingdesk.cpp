@@ -72,9 +72,6 @@ bool RecordingDesk::record(const Call& call)
         _with.answers.recordingStopped(call.caller.underPlainToken());
         return false;
     };
-    if (!_with.store) {
-        return refuse(QStringLiteral("this recorder has no database; start it with --cassandra embedded:9042"));
-    }
     const QString filterText = call.bytes(2).isEmpty() ? _filters.text() : call.text(2);
     RecordingFilter filter;
     std::string reason;
@@ -96,7 +93,7 @@ bool RecordingDesk::record(const Call& call)
     facts.description = call.text(1).toStdString();
     facts.startUs = options.now();
     std::unique_ptr<RecordWriter> writer;
-    const StoreResult created = _with.store->create(facts, writer);
+    const StoreResult created = _with.store.create(facts, writer);
     if (!created) {
         return refuse(QString::fromStdString(created.message));
     }

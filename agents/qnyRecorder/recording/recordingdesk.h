@@ -26,7 +26,7 @@ public:
     {
         Network& network;
         Answers& answers;
-        Store* store; ///< null: there is nothing to record into
+        Store& store;
         std::function<void(std::function<void()>)> postCommand; ///< runs a task on the command thread
     };
 

@@ -5,9 +5,9 @@
 
 namespace recorder {
 
-LoadJob::LoadJob(Request request, Store* store, Done done)
+LoadJob::LoadJob(Request request, Store& store, Done done)
     : _request(std::move(request))
-    , _thread([this, store, done = std::move(done)] { run(store, done); })
+    , _thread([this, &store, done = std::move(done)] { run(store, done); })
 {
 }
 
@@ -17,7 +17,7 @@ LoadJob::~LoadJob()
     _thread.join();
 }
 
-void LoadJob::run(Store* store, const Done& done)
+void LoadJob::run(Store& store, const Done& done)
 {
     StoreResult result;
     std::unique_ptr<RecordReader> reader;
@@ -28,7 +28,7 @@ void LoadJob::run(Store* store, const Done& done)
         };
         reader = csv::openFileRecord(_request.id.toStdString(), progress, result);
     } else {
-        result = store->open(_request.id.toStdString(), reader);
+        result = store.open(_request.id.toStdString(), reader);
     }
     done(std::move(reader), result);
 }

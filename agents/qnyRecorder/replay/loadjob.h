@@ -28,8 +28,7 @@ public:
     /// Called on the job's thread, also after it was given up.
     using Done = std::function<void(std::unique_ptr<RecordReader> reader, const StoreResult& result)>;
 
-    /// `store` may be null for a file.
-    LoadJob(Request request, Store* store, Done done);
+    LoadJob(Request request, Store& store, Done done);
     /// Gives up and waits for the thread.
     ~LoadJob();
     LoadJob(const LoadJob&) = delete;
@@ -39,7 +38,7 @@ public:
     int percent() const { return _percent; }
 
 private:
-    void run(Store* store, const Done& done);
+    void run(Store& store, const Done& done);
 
     const Request _request;
     std::atomic<int> _percent { 0 };

@@ -58,10 +58,6 @@ void ReplayDesk::load(const Call& call, const QString& recordBeingMade)
         || request.durationSeconds < 0.0) {
         return refuse(QStringLiteral("Start and duration must be seconds from 0 on."));
     }
-    if (!_with.store) {
-        return refuse(
-            QStringLiteral("This recorder has no database: load a record file, or start it with a database."));
-    }
     if (!recordBeingMade.isEmpty() && request.id == recordBeingMade) {
         return refuse(QStringLiteral("This record is being recorded: stop the recording first."));
     }

@@ -26,7 +26,7 @@ public:
     {
         Network& network;
         Answers& answers;
-        Store* store; ///< null: only files can be replayed
+        Store& store;
         std::function<void(std::function<void()>)> postCommand; ///< runs a task on the command thread
         bool isTimestamped = false;
         bool replayOverLive = false;

@@ -30,13 +30,12 @@ Controller::Controller(const Settings& settings, std::unique_ptr<Store> store, N
     , _commands(TICK, [this] { tick(); })
     , _network([this](Call call) { take(std::move(call)); }, std::move(onStopRequest))
     , _answers(_network)
-    , _records({ _network.directory(), _answers, _store.get(), settings.store != StoreKind::None })
-    , _transfers({ _network.directory(), _answers, _store.get(),
+    , _records({ _network.directory(), _answers, *_store, settings.store != StoreKind::None })
+    , _transfers({ _network.directory(), _answers, *_store,
           [this](TaskThread::Task task) { _commands.post(std::move(task)); } })
-    , _replay({ _network, _answers, _store.get(), [this](TaskThread::Task task) { _commands.post(std::move(task)); },
+    , _replay({ _network, _answers, *_store, [this](TaskThread::Task task) { _commands.post(std::move(task)); },
           settings.timestampedReplay, settings.replayOverLive, settings.name })
-    , _recording(
-          { _network, _answers, _store.get(), [this](TaskThread::Task task) { _commands.post(std::move(task)); } },
+    , _recording({ _network, _answers, *_store, [this](TaskThread::Task task) { _commands.post(std::move(task)); } },
           filtersPath(settings))
 {
     _network.directory().addListener([this](qny_agent_event_t event, const KnownAgent& agent) {

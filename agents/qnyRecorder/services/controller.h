@@ -23,7 +23,6 @@ namespace recorder {
 class Controller
 {
 public:
-    /// `store` may be null: then record files can be replayed, and nothing can be recorded.
     Controller(const Settings& settings, std::unique_ptr<Store> store, Network::StopHandler onStopRequest);
     ~Controller();
 

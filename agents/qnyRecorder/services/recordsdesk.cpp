@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds LOOK_INTERVAL { 200 };
 RecordsDesk::RecordsDesk(Dependencies dependencies)
     : _with(std::move(dependencies))
 {
-    if (_with.store && !_with.store->listRevision(_sentRevision)) {
+    if (!_with.store.listRevision(_sentRevision)) {
         _sentRevision = 0; // the list is sent once more than needed
     }
 }
@@ -24,11 +24,9 @@ RecordsDesk::RecordsDesk(Dependencies dependencies)
 QByteArray RecordsDesk::listJson(const QByteArray& namePart)
 {
     std::vector<RecordSummary> list;
-    if (_with.store) {
-        const StoreResult result = _with.store->records(namePart.toStdString(), list);
-        if (!result) {
-            qCritical().noquote() << "The records cannot be listed:" << QString::fromStdString(result.message);
-        }
+    const StoreResult result = _with.store.records(namePart.toStdString(), list);
+    if (!result) {
+        qCritical().noquote() << "The records cannot be listed:" << QString::fromStdString(result.message);
     }
     return QByteArray::fromStdString(recordsToJson(list));
 }
@@ -44,9 +42,7 @@ void RecordsDesk::rename(const Call& call)
         qWarning().noquote() << "A record's name cannot be empty:" << call.text(0) << "keeps its name";
         return;
     }
-    const StoreResult result = _with.store
-        ? _with.store->rename(call.bytes(0).toStdString(), call.bytes(1).toStdString())
-        : StoreResult::failed(StoreError::NotFound, "this recorder has no database");
+    const StoreResult result = _with.store.rename(call.bytes(0).toStdString(), call.bytes(1).toStdString());
     if (!result) {
         qWarning().noquote() << "Cannot rename" << call.text(0) << ":" << QString::fromStdString(result.message);
     }
@@ -54,8 +50,7 @@ void RecordsDesk::rename(const Call& call)
 
 void RecordsDesk::remove(const QString& recordUuid)
 {
-    const StoreResult result = _with.store ? _with.store->remove(recordUuid.toStdString())
-                                           : StoreResult::failed(StoreError::NotFound, "this recorder has no database");
+    const StoreResult result = _with.store.remove(recordUuid.toStdString());
     if (!result) {
         qWarning().noquote() << "Cannot delete" << recordUuid << ":" << QString::fromStdString(result.message);
     }
@@ -76,14 +71,14 @@ void RecordsDesk::onContextAnswered(const Caller& caller)
 void RecordsDesk::tick()
 {
     const auto now = std::chrono::steady_clock::now();
-    if (_with.hasDatabase || !_with.store || now < _nextLook) {
+    if (_with.hasDatabase || now < _nextLook) {
         return;
     }
     _nextLook = now + LOOK_INTERVAL;
     std::erase_if(
         _hosts, [this](const Caller& host) { return !_with.directory.isPresent(host.agentUuid.toStdString()); });
     uint64_t revision = 0;
-    if (!_with.store->listRevision(revision) || revision == _sentRevision) {
+    if (!_with.store.listRevision(revision) || revision == _sentRevision) {
         return;
     }
     _sentRevision = revision;

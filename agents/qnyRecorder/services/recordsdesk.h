@@ -19,7 +19,7 @@ public:
     {
         AgentDirectory& directory;
         Answers& answers;
-        Store* store; ///< null: there are no records
+        Store& store;
         bool hasDatabase; ///< the hosts ask for the list themselves
     };
 

@@ -37,12 +37,6 @@ void TransferDesk::stop()
 void TransferDesk::exportChunk(const Call& call, Done done)
 {
     const QString recordUuid = call.text(0);
-    if (!_with.store) {
-        qWarning() << "Asked to export, but this recorder has no database";
-        refuseExport(call.caller);
-        done();
-        return;
-    }
     std::shared_ptr<Export>& session = _exports[{ call.caller.agentUuid, recordUuid }];
     if (!session) {
         session = std::make_shared<Export>();
@@ -55,7 +49,7 @@ void TransferDesk::exportChunk(const Call& call, Done done)
         const bool isFirst = call.boolean(4);
         if (isFirst || !session->reader) {
             session->reader.reset();
-            result = _with.store->open(session->recordUuid.toStdString(), session->reader);
+            result = _with.store.open(session->recordUuid.toStdString(), session->reader);
         }
         csv::ExportChunk chunk;
         if (result) {
@@ -103,15 +97,9 @@ void TransferDesk::refuseExport(const Caller& caller)
 
 void TransferDesk::import(const Call& call, Done done)
 {
-    if (!_with.store) {
-        qWarning() << "Asked to import, but this recorder has no database";
-        refuseImport(call.caller, QString::fromStdString(newRecordUuid()));
-        done();
-        return;
-    }
     const QString name = call.text(0).trimmed().isEmpty() ? QStringLiteral("imported") : call.text(0);
     auto session = std::make_shared<Import>();
-    session->import = std::make_unique<csv::Import>(*_with.store, name.toStdString());
+    session->import = std::make_unique<csv::Import>(_with.store, name.toStdString());
     session->recordUuid = QString::fromStdString(session->import->uuid());
     session->agentUuid = call.caller.agentUuid;
     _imports[session->recordUuid] = session;
@@ -124,12 +112,6 @@ void TransferDesk::append(const Call& call, Done done)
     const QString recordUuid = call.text(0);
     if (_failedImports.contains(recordUuid)) {
         _with.answers.recordUuid(call.caller, recordUuid);
-        done();
-        return;
-    }
-    if (!_with.store) {
-        qWarning() << "Asked to go on with an import, but this recorder has no database";
-        refuseImport(call.caller, recordUuid);
         done();
         return;
     }
@@ -150,7 +132,7 @@ void TransferDesk::feed(const Call& call, const std::shared_ptr<Import>& session
     _worker.post([this, call, session, chunkArgument, done = std::move(done)] {
         StoreResult result;
         if (!session->import) {
-            session->import = csv::Import::resume(*_with.store, session->recordUuid.toStdString(), result);
+            session->import = csv::Import::resume(_with.store, session->recordUuid.toStdString(), result);
         }
         if (session->import) {
             const QByteArray& chunk = call.bytes(chunkArgument);

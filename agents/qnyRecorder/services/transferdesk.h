@@ -24,7 +24,7 @@ public:
     {
         AgentDirectory& directory;
         Answers& answers;
-        Store* store; ///< null: nothing can be exported or imported
+        Store& store;
         std::function<void(std::function<void()>)> postCommand; ///< runs a task on the command thread
     };
     /// Called on the command thread when the call was answered.

@@ -264,6 +264,26 @@ void ScriptedHost::onReply(
     host->_changed.notify_all();
 }
 
+QByteArray ScriptedHost::exported(const QString& recorder, const QString& recordUuid)
+{
+    QByteArray text;
+    QByteArray cursor;
+    int32_t bucket = 0;
+    bool isFirst = true;
+    do {
+        call(recorder, "export", { recordUuid.toUtf8(), bucket, cursor, -1, isFirst, false });
+        const auto chunk = reply("receive_export");
+        if (!chunk || chunk->text(0) != recordUuid) {
+            return "failed";
+        }
+        text += chunk->text(3).toUtf8() + '\n';
+        bucket = chunk->integer(1);
+        cursor = chunk->text(2).toUtf8();
+        isFirst = false;
+    } while (!cursor.isEmpty());
+    return text;
+}
+
 void ScriptedHost::listen(const std::string& agent, const std::string& output)
 {
     if (std::find(_mappings.begin(), _mappings.end(), std::pair(agent, output)) != _mappings.end()) {

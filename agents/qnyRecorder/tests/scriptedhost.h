@@ -110,6 +110,9 @@ public:
     /// Whether a reply of this service comes within the time.
     bool hears(const char* service, int ms);
 
+    /// A record as CSV, chunk by chunk to its end. "failed" when an answer is not of this record.
+    QByteArray exported(const QString& recorder, const QString& recordUuid);
+
     /// Receives an output of the agents of a name.
     void listen(const std::string& agent, const std::string& output);
     std::vector<Arrival> arrivals(const std::string& output = {}) const;

@@ -638,25 +638,7 @@ private slots:
     void aRecordGoesOutAsCsvAndComesBackTheSame()
     {
         const QString uuid = makeRecord(40, 5, "to export");
-        const auto exportAll = [this](const QString& record) {
-            QByteArray text;
-            QByteArray cursor;
-            int32_t bucket = 0;
-            bool isFirst = true;
-            do {
-                call("export", { record.toUtf8(), bucket, cursor, -1, isFirst, false });
-                const auto chunk = _host->reply("receive_export");
-                if (!chunk || chunk->text(0) != record) {
-                    return QByteArray("failed");
-                }
-                text += chunk->text(3).toUtf8() + '\n';
-                bucket = chunk->integer(1);
-                cursor = chunk->text(2).toUtf8();
-                isFirst = false;
-            } while (!cursor.isEmpty());
-            return text;
-        };
-        const QByteArray exported = exportAll(uuid);
+        const QByteArray exported = _host->exported(_name, uuid);
         QCOMPARE(exported.count(";output;level;double;"), 40);
 
         // The module doubles line ends.
@@ -669,7 +651,7 @@ private slots:
         QVERIFY(!copy.isEmpty() && copy != uuid);
         QCOMPARE(recordOf(copy)["name"].toString(), "copy");
         QCOMPARE(recordOf(copy)["duration_us"].toDouble(), recordOf(uuid)["duration_us"].toDouble());
-        QByteArray again = exportAll(copy);
+        QByteArray again = _host->exported(_name, copy);
         again.replace("copy", "to export");
         QCOMPARE(again, exported);
 
@@ -883,27 +865,6 @@ private slots:
         startRecorder(storeOptions());
         QVERIFY(!recordOf(uuid)["end_date"].toString().isEmpty());
         QVERIFY(recordOf(uuid)["duration_us"].toDouble() >= 250'000);
-    }
-
-    void withoutADatabaseFilesAreReplayedAndTheListComesUnasked()
-    {
-        QCOMPARE(_recorder->terminate(), 0);
-        startRecorder({ "--data-directory", _directory.filePath("files"), "-v" });
-        call("get_context", {}, QByteArray("host-id##x"));
-        QVERIFY(_host->reply("context", "host-id##x"));
-        QVERIFY(_host->reply("records", "host-id"));
-        QFile file(_directory.filePath("small.csv"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(csvRows(10));
-        file.close();
-        call("load_file", { file.fileName().toUtf8() });
-        QVERIFY(_host->reply("loaded"));
-        _host->listen("sheet", "level");
-        call("play");
-        QVERIFY(_host->reply("replay_ended"));
-        QCOMPARE(_host->arrivals("sheet/level").back().number, 9.0);
-        QCOMPARE(_recorder->terminate(), 0);
-        startRecorder(storeOptions());
     }
 
 private:

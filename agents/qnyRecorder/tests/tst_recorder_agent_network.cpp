@@ -365,27 +365,25 @@ private slots:
         QVERIFY(_host->reply("replay_ended"));
     }
 
-    // ---- without a database, and without room
+    // ---- without room
 
-    void withoutADatabaseRecordIsAnsweredAsOneThatCannotStart()
+    void aFullDiskEndsTheRecordingAndKeepsWhatWasStored_data()
     {
-        QVERIFY(start({ "--data-directory", _directory.filePath("none") }));
-        _host->call(_recorder->name(), "record", { QByteArray("x"), QByteArray(""), QByteArray("") },
-            QByteArray("host-id##record"));
-        QVERIFY(_host->reply("recording_stopped"));
-        QVERIFY(!_host->hears("record_uuid", 100));
-        QVERIFY(waitUntil([&] { return _recorder->log().contains("Cannot record"); }));
+        QTest::addColumn<QStringList>("options");
+        QTest::newRow("the built-in database") << QStringList { "-c", "embedded:9042" };
+        QTest::newRow("files") << QStringList {};
     }
 
     void aFullDiskEndsTheRecordingAndKeepsWhatWasStored()
     {
+        QFETCH(QStringList, options);
         const QString path = _directory.filePath("small");
         QVERIFY(QDir().mkpath(path));
         const SmallDisk disk(path.toStdString(), "size=4m");
         if (!disk.isMounted()) {
             QSKIP("a small disk can be made only as root");
         }
-        QVERIFY(start({ "-c", "embedded:9042", "--data-directory", path }));
+        QVERIFY(start(options + QStringList { "--data-directory", path }));
         PlantAgent pump("pump");
         QTest::qWait(PRESENCE_MS);
         const QString uuid = record();

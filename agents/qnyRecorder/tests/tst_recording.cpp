@@ -377,10 +377,18 @@ private slots:
         QCOMPARE(bench.written.events.size() + lost, size_t(COUNT));
     }
 
-    void aFullStoreEndsTheRecordingOnceAndSaysWhy()
+    void aStoreThatTakesNothingMoreEndsTheRecordingOnceAndSaysWhy_data()
     {
+        QTest::addColumn<StoreError>("error");
+        QTest::newRow("full") << StoreError::Full;
+        QTest::newRow("the record was deleted") << StoreError::NotFound;
+    }
+
+    void aStoreThatTakesNothingMoreEndsTheRecordingOnceAndSaysWhy()
+    {
+        QFETCH(StoreError, error);
         Bench bench;
-        bench.written.failWith = StoreError::Full;
+        bench.written.failWith = error;
         auto* pump = bench.add("pump");
         bench.publish(pump, "level", 1.0, START_US + 1);
         bench.publish(pump, "level", 2.0, START_US + 2);
