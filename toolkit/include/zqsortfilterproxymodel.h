@@ -8,6 +8,8 @@
 #include <QtCore/QList>
 #include <QtCore/QSet>
 
+#include <optional>
+
 class AbstractZqCustomItemListModel;
 
 /// A sorted and filtered view of an item list, with the list's roles.
@@ -45,6 +47,11 @@ public:
     /// isLessThan() and stands, without disturbing the others' order, behind the last row that its source row allows:
     /// the row before it comes earlier in the source, the row behind it later. By default every item does.
     virtual bool hasSortKey(QObject* item, int sourceRow) const;
+
+    /// A number by which items with a sort key stand as isLessThan() wants them, the smaller one first; by default none.
+    /// When all items have one a long list is sorted by these numbers alone, without a look at items all over memory for
+    /// every comparison.
+    virtual std::optional<qint64> sortNumber(QObject* item, int sourceRow) const;
 
     int count() const { return static_cast<int>(_ids.size()); }
 
@@ -108,6 +115,7 @@ private:
     int _placeFor(const SourceRow& added, int begin, int end) const;
     QList<int> _placesFor(const QList<SourceRow>& sorted) const;
     void _reposition(int row);
+    void _sortKeyed(QList<SourceRow>& rows) const;
     QList<SourceRow> _sorted(QList<SourceRow> rows) const;
     bool _isInStep(int added = 0) const;
     void _rebuild();

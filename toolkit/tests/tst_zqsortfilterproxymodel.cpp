@@ -346,6 +346,38 @@ private slots:
         QCOMPARE(view.count(), 1);
     }
 
+    void itemsThatAllHaveANumberAreSortedWithoutComparingThem()
+    {
+        class Numbered : public ByRank
+        {
+        public:
+            std::optional<qint64> sortNumber(QObject* item, int) const override
+            {
+                const auto* const ranked = qobject_cast<TestItem*>(item);
+                return ranked->name() == withoutNumber ? std::nullopt : std::optional<qint64>(ranked->rank());
+            }
+            QString withoutNumber;
+        };
+        List list;
+        char16_t name = u'a';
+        for (const int rank : { 3, 1, 2, 1, 0, 3, 2, 1 }) {
+            list.appendRow(new TestItem(QChar(name++), rank, this));
+        }
+        ByRank compared;
+        compared.setSourceModel(&list);
+        QVERIFY(compared.questions > 0);
+        Numbered view;
+        view.setSourceModel(&list);
+        QCOMPARE(view.questions, 0);
+        QCOMPARE(shown(view), shown(compared));
+        // One alone without a number has all compared.
+        view.withoutNumber = QStringLiteral("h");
+        view.setSourceModel(nullptr);
+        view.setSourceModel(&list);
+        QVERIFY(view.questions > 0);
+        QCOMPARE(shown(view), shown(compared));
+    }
+
     void aChangeInALargeSortedViewAsksAFewQuestions()
     {
         List list;

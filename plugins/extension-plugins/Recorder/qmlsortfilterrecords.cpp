@@ -33,3 +33,9 @@ bool QmlSortFilterRecords::hasSortKey(QObject* item, int) const
     const auto* record = qobject_cast<RecorderRecord*>(item);
     return record && record->start().isValid();
 }
+
+std::optional<qint64> QmlSortFilterRecords::sortNumber(QObject* item, int) const
+{
+    const auto* record = qobject_cast<RecorderRecord*>(item);
+    return record ? std::optional(~record->start().instant()) : std::nullopt; // the later the smaller
+}

@@ -17,4 +17,5 @@ public:
     bool filterAccepts(QObject* item, int sourceRow) const override;
     bool isLessThan(QObject* left, int leftSourceRow, QObject* right, int rightSourceRow) const override;
     bool hasSortKey(QObject* item, int sourceRow) const override;
+    std::optional<qint64> sortNumber(QObject* item, int sourceRow) const override;
 };
