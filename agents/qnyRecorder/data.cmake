@@ -30,6 +30,11 @@ add_library(qnyRecorderData STATIC
     ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/filenames.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/recordfile.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/csvfile/repair.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/spill/batchbytes.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/spill/journal.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/spill/spillcontext.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/spill/spilledrecord.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/store/spill/spillingstore.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/context.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/database.cpp
     ${CMAKE_CURRENT_LIST_DIR}/store/embedded/embeddedreader.cpp
@@ -53,6 +58,7 @@ endforeach()
 
 # The behaviour that every store must show; a store's test links it and runs it over that store.
 add_library(qnyRecorderStoreSuite STATIC
+    ${CMAKE_CURRENT_LIST_DIR}/tests/store/childrecorder.cpp
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite.cpp
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite.h
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_crash.cpp
@@ -70,3 +76,10 @@ rr_add_test(NAME tst_recorder_embeddedstore SOURCES ${CMAKE_CURRENT_LIST_DIR}/te
     LIBS qnyRecorderStoreSuite PkgConfig::SQLITE3 TIMEOUT 240)
 rr_add_test(NAME tst_recorder_csvfilestore SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/store/tst_csvfilestore.cpp
     LIBS qnyRecorderStoreSuite TIMEOUT 240)
+
+rr_add_test(NAME tst_recorder_spilljournal SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/store/tst_spilljournal.cpp
+    LIBS qnyRecorderData)
+target_compile_definitions(tst_recorder_spilljournal PRIVATE RR_GOLDEN_DIRECTORY="${CMAKE_CURRENT_LIST_DIR}/tests/golden")
+
+rr_add_test(NAME tst_recorder_spillingstore LIBS qnyRecorderStoreSuite PkgConfig::SQLITE3 TIMEOUT 240
+    SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/store/tst_spillingstore.cpp ${CMAKE_CURRENT_LIST_DIR}/tests/store/faultydatabase.cpp)

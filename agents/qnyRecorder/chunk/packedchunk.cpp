@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "packedchunk.h"
 
+#include "bytes.h"
 #include "checksum.h"
 
 #include <algorithm>
@@ -14,141 +15,39 @@ namespace {
 constexpr std::string_view magic = "RRCH";
 constexpr std::size_t checksumAt = 48;
 
-// ---- writing
-
-template <typename Number> void putLittle(std::string& out, Number number)
+ValueView takeValue(Taker& taker)
 {
-    using Unsigned = std::make_unsigned_t<Number>;
-    auto rest = static_cast<std::uint64_t>(static_cast<Unsigned>(number));
-    for (std::size_t i = 0; i < sizeof(Number); ++i, rest >>= 8) {
-        out += static_cast<char>(rest & 0xFF);
-    }
-}
-
-void putVarint(std::string& out, std::uint64_t number)
-{
-    while (number >= 0x80) {
-        out += static_cast<char>(number | 0x80);
-        number >>= 7;
-    }
-    out += static_cast<char>(number);
-}
-
-// Small magnitudes of either sign become small numbers.
-std::uint64_t zigzag(std::int64_t number)
-{
-    return (static_cast<std::uint64_t>(number) << 1) ^ static_cast<std::uint64_t>(number >> 63);
-}
-
-std::int64_t unzigzag(std::uint64_t number)
-{
-    return static_cast<std::int64_t>(number >> 1) ^ -static_cast<std::int64_t>(number & 1);
-}
-
-void putBytes(std::string& out, std::string_view bytes)
-{
-    putVarint(out, bytes.size());
-    out += bytes;
-}
-
-// ---- reading
-
-// Takes numbers and bytes off the front; after a failure everything fails.
-class Taker
-{
-public:
-    explicit Taker(std::string_view bytes)
-        : m_bytes(bytes)
-    {
-    }
-
-    bool isGood() const { return m_good; }
-    bool isAtEnd() const { return m_bytes.empty(); }
-    std::size_t left() const { return m_bytes.size(); }
-
-    template <typename Number> Number little()
-    {
-        if (!has(sizeof(Number))) {
-            return 0;
-        }
-        std::uint64_t number = 0;
-        for (std::size_t i = 0; i < sizeof(Number); ++i) {
-            number |= static_cast<std::uint64_t>(static_cast<unsigned char>(m_bytes[i])) << (8 * i);
-        }
-        m_bytes.remove_prefix(sizeof(Number));
-        return static_cast<Number>(number);
-    }
-
-    std::uint64_t varint()
-    {
-        std::uint64_t number = 0;
-        for (unsigned shift = 0; shift < 64; shift += 7) {
-            if (!has(1)) {
-                return 0;
-            }
-            const auto byte = static_cast<unsigned char>(m_bytes.front());
-            m_bytes.remove_prefix(1);
-            number |= static_cast<std::uint64_t>(byte & 0x7F) << shift;
-            if (!(byte & 0x80)) {
-                return number;
-            }
-        }
-        m_good = false;
-        return 0;
-    }
-
-    std::string_view bytes()
-    {
-        const std::uint64_t size = varint();
-        if (!has(size)) {
-            return {};
-        }
-        const std::string_view taken = m_bytes.substr(0, static_cast<std::size_t>(size));
-        m_bytes.remove_prefix(static_cast<std::size_t>(size));
-        return taken;
-    }
-
-    ValueView value()
-    {
-        const auto type = little<std::uint8_t>();
-        if (!m_good || !isValueType(type)) {
-            m_good = false;
-            return {};
-        }
-        switch (static_cast<ValueType>(type)) {
-        case ValueType::Impulse:
-            return ValueView::impulse();
-        case ValueType::Bool: {
-            const auto number = little<std::uint8_t>();
-            m_good = m_good && number <= 1;
-            return ValueView::fromBool(number == 1);
-        }
-        case ValueType::Integer: {
-            const std::int64_t number = unzigzag(varint());
-            m_good = m_good && number >= std::numeric_limits<std::int32_t>::min()
-                && number <= std::numeric_limits<std::int32_t>::max();
-            return ValueView::fromInteger(static_cast<std::int32_t>(number));
-        }
-        case ValueType::Double:
-            return ValueView::fromDouble(std::bit_cast<double>(little<std::uint64_t>()));
-        case ValueType::String:
-            return ValueView::fromString(bytes());
-        case ValueType::Data:
-            return ValueView::fromData(bytes());
-        }
+    const auto type = taker.little<std::uint8_t>();
+    if (!taker.isGood() || !isValueType(type)) {
+        taker.fail();
         return {};
     }
-
-private:
-    bool has(std::uint64_t size)
-    {
-        m_good = m_good && m_bytes.size() >= size;
-        return m_good;
+    switch (static_cast<ValueType>(type)) {
+    case ValueType::Impulse:
+        return ValueView::impulse();
+    case ValueType::Bool: {
+        const auto number = taker.little<std::uint8_t>();
+        if (number > 1) {
+            taker.fail();
+        }
+        return ValueView::fromBool(number == 1);
     }
-
-    std::string_view m_bytes;
-    bool m_good = true;
-};
+    case ValueType::Integer: {
+        const std::int64_t number = unzigzag(taker.varint());
+        if (number < std::numeric_limits<std::int32_t>::min() || number > std::numeric_limits<std::int32_t>::max()) {
+            taker.fail();
+        }
+        return ValueView::fromInteger(static_cast<std::int32_t>(number));
+    }
+    case ValueType::Double:
+        return ValueView::fromDouble(std::bit_cast<double>(taker.little<std::uint64_t>()));
+    case ValueType::String:
+        return ValueView::fromString(taker.bytes());
+    case ValueType::Data:
+        return ValueView::fromData(taker.bytes());
+    }
+    return {};
+}
 
 struct OutputName
 {
@@ -254,7 +153,7 @@ std::size_t ChunkBuilder::add(std::uint32_t output, std::int64_t timeUs, const V
 ValueView ChunkBuilder::valueAt(std::size_t offset) const
 {
     Taker taker(std::string_view(m_events).substr(offset));
-    return taker.value();
+    return takeValue(taker);
 }
 
 std::string ChunkBuilder::finish(ChunkKind kind, std::uint64_t sequence) const
@@ -357,7 +256,7 @@ bool unpackChunk(std::string_view packed, ChunkHeader& header, std::vector<Event
     for (std::uint32_t i = 0; i < header.count; ++i) {
         timeUs += static_cast<std::uint64_t>(unzigzag(taker.varint()));
         const std::uint64_t output = taker.varint();
-        const ValueView value = taker.value();
+        const ValueView value = takeValue(taker);
         const auto time = static_cast<std::int64_t>(timeUs);
         if (!taker.isGood() || output >= outputs.size() || time < header.firstUs || time > header.lastUs) {
             events.clear();

@@ -125,6 +125,7 @@ StoreResult ChunkedWriter::append(const EventView& event)
         output.chunk = m_extent.nextSequence;
         output.numberInChunk = m_builder.declare(event.agent, event.output);
         output.lastOffset = noOffset;
+        m_tally.touch(output);
         m_inChunk.push_back(&output);
     }
     const std::int64_t timeUs = std::max<std::int64_t>(event.timeUs, 0);
@@ -229,21 +230,58 @@ StoreResult ChunkedWriter::store(RecordState recordState, bool last)
     m_batch.listChanged = last || recordState != m_storedState || m_batch.facts.has_value()
         || (recordState == RecordState::Whole && !m_batch.chunks.empty());
     StoreResult result = m_sink->write(m_batch);
-    const auto now = Clock::now();
+    if (!result && result.error == StoreError::Overflow) {
+        return storeLosses(result);
+    }
     if (!result) {
         m_failure = result;
-        m_failedAt = now;
+        m_failedAt = Clock::now();
         return result;
     }
-    m_failure = StoreResult::done();
     m_batch = Batch();
     m_batchBytes = 0;
     m_dirty = false;
+    noteStored(recordState, last);
+    return result;
+}
+
+void ChunkedWriter::noteStored(RecordState recordState, bool last)
+{
+    m_tally.settle();
+    m_failure = StoreResult::done();
     m_storedExtent = m_extent;
     m_storedState = recordState;
-    m_storedAt = now;
+    m_storedAt = Clock::now();
     m_closed = last;
-    return result;
+}
+
+// There is no room for the events of the batch: they are lost, and that is stored in their place. Definitions and
+// initial values go on waiting for room, but for the last batch, which takes them along.
+StoreResult ChunkedWriter::storeLosses(const StoreResult& reason)
+{
+    loseChunks();
+    m_extent.nextSequence = m_storedExtent.nextSequence;
+    remark(reason.message);
+    Batch losses = m_batch;
+    losses.completeness = m_tally.completeness().toJson();
+    losses.completenessThrough = m_extent.nextSequence;
+    losses.extent = m_extent;
+    if (!losses.last) {
+        losses.definitions.clear();
+        losses.initials.clear();
+    }
+    // The next batch brings the counts as well, whatever becomes of these.
+    m_batch.completeness = losses.completeness;
+    const StoreResult result = m_sink->write(losses);
+    if (!result) {
+        m_failure = result;
+        m_failedAt = Clock::now();
+        return result;
+    }
+    noteStored(losses.recordState, losses.last);
+    m_dirty = !m_batch.definitions.empty() || !m_batch.initials.empty();
+    m_dirtySince = Clock::now();
+    return losses.last ? result : reason;
 }
 
 // Stores unless the store has failed just now.
@@ -311,17 +349,20 @@ StoreResult ChunkedWriter::settle()
 void ChunkedWriter::dropUnstored()
 {
     closeChunk();
-    for (const ChunkRow& row : m_batch.chunks) {
-        m_tally.loseChunk(row.packed);
-    }
-    m_batch.chunks.clear();
-    m_batch.states.clear();
+    loseChunks();
     m_batch.definitions.clear();
     m_batch.initials.clear();
+}
+
+// Takes back what was packed and not stored. The numbers of its chunks are not used again: they may be stored after
+// all.
+void ChunkedWriter::loseChunks()
+{
+    m_tally.loseRound();
+    m_batch.chunks.clear();
+    m_batch.states.clear();
     m_batchBytes = 0;
-    // The last values that the tally holds were never stored: no state may be made of them any more.
     m_bytesSinceState = 0;
-    m_stateUs = m_extent.highUs;
     const std::uint64_t nextSequence = m_extent.nextSequence;
     const std::int64_t durationUs = m_extent.durationUs;
     m_extent = m_storedExtent;

@@ -72,7 +72,10 @@ private:
     void addState();
     void addCounts(RecordState recordState);
     StoreResult store(RecordState recordState, bool last);
+    StoreResult storeLosses(const StoreResult& reason);
     StoreResult storeIfTime();
+    void noteStored(RecordState recordState, bool last);
+    void loseChunks();
     StoreResult refuseClosed() const;
 
     std::unique_ptr<ChunkSink> m_sink;

@@ -25,6 +25,7 @@ enum class StoreError
     NewerVersion, // written by a newer program
     Damaged, // what is stored cannot be read
     Refused, // the request makes no sense now
+    Overflow, // there is no room for these events, and waiting for it is not worth it: they are lost, recording goes on
     Other
 };
 

@@ -165,7 +165,7 @@ public:
     // Stores everything that was given since the last settling, in one piece: all of it or nothing. After it the record
     // is whole as far as it goes: whatever happens then, it needs no repair. Imports store only by this and by close().
     virtual StoreResult settle() = 0;
-    // Gives up what is not stored yet: it counts as lost in the store. Only close() makes sense afterwards.
+    // Gives up what is not stored yet: it counts as lost in the store.
     virtual void dropUnstored() = 0;
 
     // Stores the rest and gives the record its end; nothing may be written afterwards. durationUs below the last

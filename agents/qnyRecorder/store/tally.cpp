@@ -104,19 +104,32 @@ bool Tally::addChunk(std::string_view packed, bool countsToo, std::string& reaso
     return true;
 }
 
-void Tally::loseChunk(std::string_view packed)
+void Tally::touch(Output& output)
 {
-    ChunkHeader header;
-    std::vector<EventView> events;
-    std::string reason;
-    if (!unpackChunk(packed, header, events, reason)) {
-        return;
+    if (output.round != m_round) {
+        output.round = m_round;
+        m_before.push_back(
+            { &output, output.counts.stored, output.counts.longestGapUs, output.lastUs, Value(output.last) });
     }
-    for (const EventView& event : events) {
-        OutputCompleteness& counts = output(event.agent, event.output).counts;
-        --counts.stored;
-        ++counts.lostStore;
+}
+
+void Tally::settle()
+{
+    m_before.clear();
+    ++m_round;
+}
+
+void Tally::loseRound()
+{
+    for (const Before& before : m_before) {
+        Output& output = *before.output;
+        output.counts.lostStore += output.counts.stored - before.stored;
+        output.counts.stored = before.stored;
+        output.counts.longestGapUs = before.longestGapUs;
+        output.lastUs = before.lastUs;
+        remember(output, before.last);
     }
+    settle();
 }
 
 void Tally::restoreCounts(const Completeness& completeness)

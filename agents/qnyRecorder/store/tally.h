@@ -26,6 +26,7 @@ public:
         OutputCompleteness counts;
         std::int64_t lastUs = -1; // time of the last event; -1: none yet
         Value last;
+        std::uint64_t round = 0; // in which it was touched last
         // The writer's notes about its present chunk.
         std::uint64_t chunk = ~std::uint64_t(0);
         std::uint32_t numberInChunk = 0;
@@ -40,8 +41,14 @@ public:
     void countLost(std::string_view agent, std::string_view name, LostIn where, std::uint64_t events);
     // The same as counting and remembering for every event of a chunk. False with the reason when it is damaged.
     bool addChunk(std::string_view packed, bool countsToo, std::string& reason);
-    // Takes back what a chunk added to the counts, because it was not stored after all.
-    void loseChunk(std::string_view packed);
+
+    // A round is what is stored in one piece. Called for an output before its first event in a round, or more often.
+    void touch(Output& output);
+    // Everything counted so far is stored: the next round begins.
+    void settle();
+    // What was counted in this round is not stored and will not be: counts and values are again what they were before
+    // it, and its events are counted as lost in the store.
+    void loseRound();
 
     // Starts again from what was stored.
     void restoreCounts(const Completeness& completeness);
@@ -60,7 +67,19 @@ private:
         std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
     };
 
+    // What an output was when the round began.
+    struct Before
+    {
+        Output* output = nullptr;
+        std::uint64_t stored = 0;
+        std::int64_t longestGapUs = 0;
+        std::int64_t lastUs = -1;
+        Value last;
+    };
+
     std::deque<Output> m_outputs;
+    std::vector<Before> m_before;
+    std::uint64_t m_round = 1;
     std::unordered_map<std::string, Output*, Hash, std::equal_to<>> m_byName;
     std::string m_key;
     Output* m_recent = nullptr;

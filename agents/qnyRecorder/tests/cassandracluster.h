@@ -8,8 +8,8 @@
 
 namespace recorder::testing {
 
-// A real Cassandra of a test's own: scripts/cassandra, with what a test does to its nodes. It ends with this object, and
-// when the test's process dies.
+// A real Cassandra of a test's own: scripts/cassandra, with what a test does to its nodes. It ends with this object,
+// and when the test's process dies.
 class CassandraCluster
 {
 public:
@@ -28,8 +28,8 @@ public:
     CassandraCluster(const CassandraCluster&) = delete;
     CassandraCluster& operator=(const CassandraCluster&) = delete;
 
-    // Takes 5 to 10 seconds a node; the first time on a machine the server is fetched as well. Each of these returns what
-    // went wrong, or nothing.
+    // Takes 5 to 10 seconds a node; the first time on a machine the server is fetched as well. Each of these returns
+    // what went wrong, or nothing.
     [[nodiscard]] QString start(const Options& options);
     [[nodiscard]] QString start() { return start(Options()); }
     // Starts a node again that was killed, on its data.
