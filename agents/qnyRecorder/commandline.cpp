@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commandline.h"
 
+#include "store/cassandra/replication.h"
+
 #include <QCommandLineOption>
 #include <QCommandLineParser>
 #include <QDir>
@@ -14,6 +16,12 @@ namespace recorder {
 namespace {
 
 constexpr char EMBEDDED_HOST[] = "embedded";
+
+#ifdef RR_HAS_CASSANDRA
+constexpr bool HAS_CASSANDRA = true;
+#else
+constexpr bool HAS_CASSANDRA = false;
+#endif
 
 CommandLine refusal(const QString& why)
 {
@@ -59,12 +67,24 @@ struct Options
 {
     QCommandLineOption name { { "n", "name" }, "Name of the recorder on the network.", "name" };
     QCommandLineOption cassandra { { "c", "cassandra" },
-        "The database that keeps the records: \"embedded\" with any port is the built-in one, the only one of this "
-        "build. Without this option each record is a CSV file in the data directory.",
+        "The database that keeps the records: \"embedded\" with any port is the built-in one, anything else a node "
+        "of a Cassandra cluster. Without this option each record is a CSV file in the data directory.",
         "host:port" };
-    QCommandLineOption keyspace { { "k", "keyspace" }, "Keyspace of the database.", "keyspace" };
+    QCommandLineOption keyspace { { "k", "keyspace" },
+        "Keyspace of the database (default in Cassandra: record_and_replay); made when it is missing.", "keyspace" };
     QCommandLineOption username { { "u", "cassandra_username" }, "User name for Cassandra.", "user" };
     QCommandLineOption password { { "a", "cassandra_password" }, "Password for Cassandra.", "password" };
+    QCommandLineOption replication { "replication",
+        "Copies that Cassandra keeps in a keyspace which has to be made, such as NetworkTopologyStrategy:dc1=3,dc2=2 "
+        "(default: SimpleStrategy:1).",
+        "strategy:copies" };
+    QCommandLineOption consistency { "consistency",
+        "How many nodes of Cassandra must have answered, such as ONE or QUORUM (default: LOCAL_QUORUM).", "level" };
+    QCommandLineOption tls { "tls", "Speak to Cassandra encrypted; its certificates must name the nodes' addresses." };
+    QCommandLineOption tlsCa { "tls-ca",
+        "The authorities that vouch for Cassandra's certificates, in PEM form (default: those that the system trusts); "
+        "means --tls.",
+        "file" };
     QCommandLineOption verbose { { "v", "verbose" }, "Log every command and answer." };
     QCommandLineOption certificate { { "1", "qnyCert" }, "This agent's private certificate.", "file" };
     QCommandLineOption certificates { { "2", "publicCerts" }, "Public certificates of the agents let in.",
@@ -85,8 +105,8 @@ struct Options
 
     QList<QCommandLineOption> all() const
     {
-        return { name, cassandra, keyspace, username, password, verbose, certificate, certificates, timestamped, device,
-            port, peers, dataDirectory, replayOverLive, help, version };
+        return { name, cassandra, keyspace, username, password, replication, consistency, tls, tlsCa, verbose,
+            certificate, certificates, timestamped, device, port, peers, dataDirectory, replayOverLive, help, version };
     }
 };
 
@@ -102,6 +122,45 @@ QString readDatabase(const QString& text, Settings& settings)
     settings.databaseHost = host;
     settings.databasePort = portFromText(text.mid(colon + 1));
     settings.store = host == QLatin1String(EMBEDDED_HOST) ? StoreKind::Embedded : StoreKind::Cassandra;
+    return {};
+}
+
+/// What says how to use the database. Returns what is wrong, or nothing.
+QString readCassandraOptions(const QCommandLineParser& parser, const Options& options, Settings& settings)
+{
+    if (parser.isSet(options.keyspace)) {
+        settings.keyspace = parser.value(options.keyspace);
+        if (!isKeyspaceName(settings.keyspace)) {
+            return QStringLiteral("--keyspace \"%1\" is not 1 to 48 letters, digits and underscores")
+                .arg(settings.keyspace);
+        }
+    }
+    if (parser.isSet(options.username) != parser.isSet(options.password)) {
+        return QStringLiteral("--cassandra_username and --cassandra_password go together");
+    }
+    settings.username = parser.value(options.username);
+    settings.password = parser.value(options.password);
+    if (parser.isSet(options.replication)) {
+        settings.replication = parser.value(options.replication);
+        if (!cassandra::replicationMap(settings.replication.toStdString())) {
+            return QStringLiteral("--replication \"%1\" is neither like SimpleStrategy:1 nor like "
+                                  "NetworkTopologyStrategy:dc1=3,dc2=2, with 1 to 100 copies")
+                .arg(settings.replication);
+        }
+    }
+    if (parser.isSet(options.consistency)) {
+        settings.consistency = parser.value(options.consistency).toUpper();
+        if (!cassandra::isConsistency(settings.consistency.toStdString())) {
+            return QStringLiteral("--consistency \"%1\" is none of ONE, TWO, THREE, QUORUM, ALL, LOCAL_ONE and "
+                                  "LOCAL_QUORUM")
+                .arg(parser.value(options.consistency));
+        }
+    }
+    settings.tlsCaFile = parser.value(options.tlsCa);
+    if (parser.isSet(options.tlsCa) && settings.tlsCaFile.isEmpty()) {
+        return QStringLiteral("--tls-ca is empty");
+    }
+    settings.tls = parser.isSet(options.tls) || parser.isSet(options.tlsCa);
     return {};
 }
 
@@ -168,29 +227,21 @@ CommandLine parseCommandLine(const QStringList& arguments)
     }
 
     if (parser.isSet(options.cassandra)) {
-        const QString problem = readDatabase(parser.value(options.cassandra), settings);
-        if (!problem.isEmpty()) {
-            return refusal(problem);
+        const QString wrong = readDatabase(parser.value(options.cassandra), settings);
+        if (!wrong.isEmpty()) {
+            return refusal(wrong);
         }
-        if (settings.store == StoreKind::Cassandra) {
-            return refusal(QStringLiteral("--cassandra %1: this build has no Cassandra; use the built-in database with "
+        if (settings.store == StoreKind::Cassandra && !HAS_CASSANDRA) {
+            return refusal(QStringLiteral("--cassandra %1: this build has no Cassandra; install cargo 1.85 or later and "
+                                          "the headers of OpenSSL and build again, or use the built-in database with "
                                           "--cassandra embedded:9042")
                     .arg(parser.value(options.cassandra)));
         }
     }
-    if (parser.isSet(options.keyspace)) {
-        settings.keyspace = parser.value(options.keyspace);
-        if (!isKeyspaceName(settings.keyspace)) {
-            return refusal(QStringLiteral("--keyspace \"%1\" is not 1 to 48 letters, digits and underscores")
-                    .arg(settings.keyspace));
-        }
+    const QString problem = readCassandraOptions(parser, options, settings);
+    if (!problem.isEmpty()) {
+        return refusal(problem);
     }
-    if (parser.isSet(options.username) != parser.isSet(options.password)) {
-        return refusal(QStringLiteral("--cassandra_username and --cassandra_password go together"));
-    }
-    settings.username = parser.value(options.username);
-    settings.password = parser.value(options.password);
-
     settings.device = parser.value(options.device);
     if (parser.isSet(options.device) && settings.device.isEmpty()) {
         return refusal(QStringLiteral("--device is empty"));

@@ -24,6 +24,10 @@ struct Settings
     QString keyspace;
     QString username;
     QString password;
+    QString replication = QStringLiteral("SimpleStrategy:1"); ///< of a keyspace that has to be made
+    QString consistency = QStringLiteral("LOCAL_QUORUM"); ///< of reads and writes
+    bool tls = false;
+    QString tlsCaFile; ///< empty: the authorities that the system trusts
     bool verbose = false;
     bool timestampedReplay = false; ///< publications of a replay carry their recorded time, not the present one
     bool replayOverLive = false; ///< replay also for agents that are on the network themselves

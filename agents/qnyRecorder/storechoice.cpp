@@ -3,6 +3,9 @@
 
 #include "store/csvfile/csvfilestore.h"
 #include "store/embedded/embeddedstore.h"
+#ifdef RR_HAS_CASSANDRA
+#include "store/cassandra/cassandrastore.h"
+#endif
 
 #include <QDebug>
 #include <QDir>
@@ -35,6 +38,28 @@ std::unique_ptr<Store> openEmbedded(const Settings& settings, StoreResult& resul
     return openEmbeddedStore(options, result);
 }
 
+std::unique_ptr<Store> openCassandra([[maybe_unused]] const Settings& settings, [[maybe_unused]] StoreResult& result)
+{
+#ifdef RR_HAS_CASSANDRA
+    CassandraOptions options;
+    options.host = settings.databaseHost.toStdString();
+    options.port = settings.databasePort;
+    options.user = settings.username.toStdString();
+    options.password = settings.password.toStdString();
+    if (!settings.keyspace.isEmpty()) {
+        options.keyspace = settings.keyspace.toStdString();
+    }
+    options.replication = settings.replication.toStdString();
+    options.consistency = settings.consistency.toStdString();
+    options.tls = settings.tls;
+    options.tlsCaFile = settings.tlsCaFile.toStdString();
+    options.onMessage = logMessage;
+    return openCassandraStore(options, result);
+#else
+    return nullptr; // the command line was refused
+#endif
+}
+
 } // namespace
 
 std::unique_ptr<Store> openStore(const Settings& settings, QString& problem)
@@ -45,10 +70,11 @@ std::unique_ptr<Store> openStore(const Settings& settings, QString& problem)
     case StoreKind::None:
         store = openCsvFiles(settings, result);
         break;
-    case StoreKind::Cassandra: // refused with the command line
-        return nullptr;
     case StoreKind::Embedded:
         store = openEmbedded(settings, result);
+        break;
+    case StoreKind::Cassandra:
+        store = openCassandra(settings, result);
         break;
     }
     if (!store) {

@@ -98,7 +98,8 @@ const QStringList& CorvaneUtils::recorderOptionsWithValue()
         QStringLiteral("--cassandra_username"), QStringLiteral("-u"), QStringLiteral("--cassandra_password"),
         QStringLiteral("-a"), QStringLiteral("--qnyCert"), QStringLiteral("-1"), QStringLiteral("--publicCerts"),
         QStringLiteral("-2"), QStringLiteral("--device"), QStringLiteral("--port"), QStringLiteral("--peers"),
-        QStringLiteral("--data-directory") };
+        QStringLiteral("--data-directory"), QStringLiteral("--replication"), QStringLiteral("--consistency"),
+        QStringLiteral("--tls-ca") };
     return OPTIONS;
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commandline.h"
+#include "store/cassandra/replication.h"
 
 #include <QTest>
 
@@ -58,6 +59,50 @@ private slots:
         QVERIFY(line.settings.replayOverLive);
     }
 
+    void optionsOfCassandraArrive()
+    {
+        const CommandLine plain = parseCommandLine({ "qnyRecorder" });
+        QCOMPARE(plain.settings.replication, "SimpleStrategy:1");
+        QCOMPARE(plain.settings.consistency, "LOCAL_QUORUM");
+        QVERIFY(!plain.settings.tls);
+        const CommandLine line = parseCommandLine({ "qnyRecorder", "--replication",
+            "NetworkTopologyStrategy:dc1=3,dc-2=2", "--consistency", "quorum", "--tls-ca", "/ca.pem" });
+        QCOMPARE(line.outcome, CommandLine::Outcome::Run);
+        QCOMPARE(line.settings.replication, "NetworkTopologyStrategy:dc1=3,dc-2=2");
+        QCOMPARE(line.settings.consistency, "QUORUM");
+        QVERIFY(line.settings.tls);
+        QCOMPARE(line.settings.tlsCaFile, "/ca.pem");
+        QVERIFY(parseCommandLine({ "qnyRecorder", "--tls" }).settings.tls);
+    }
+
+#ifdef RR_HAS_CASSANDRA
+    void aClusterIsANodeOfIt_data()
+    {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<QString>("host");
+        QTest::newRow("name") << "db:9042" << "db";
+        QTest::newRow("IPv4") << "127.0.0.1:9042" << "127.0.0.1";
+        QTest::newRow("IPv6") << "::1:9042" << "::1";
+    }
+    void aClusterIsANodeOfIt()
+    {
+        QFETCH(QString, given);
+        QFETCH(QString, host);
+        const CommandLine line = parseCommandLine({ "qnyRecorder", "--cassandra", given });
+        QCOMPARE(line.outcome, CommandLine::Outcome::Run);
+        QCOMPARE(line.settings.store, StoreKind::Cassandra);
+        QCOMPARE(line.settings.databaseHost, host);
+        QCOMPARE(line.settings.databasePort, quint16(9042));
+    }
+#endif
+
+    void replicationBecomesTheMapThatTheDatabaseWants()
+    {
+        QVERIFY(cassandra::replicationMap("SimpleStrategy:3") == "{'class': 'SimpleStrategy', 'replication_factor': 3}");
+        QVERIFY(cassandra::replicationMap("NetworkTopologyStrategy:dc1=3,east=2")
+            == "{'class': 'NetworkTopologyStrategy', 'dc1': 3, 'east': 2}");
+    }
+
     void aBadCommandLineIsRefusedInOneLineThatNamesTheCulprit_data()
     {
         QTest::addColumn<QStringList>("arguments");
@@ -72,8 +117,18 @@ private slots:
         QTest::newRow("database without host") << QStringList { "--cassandra", ":9042" } << "HOST:PORT";
         QTest::newRow("database port 0") << QStringList { "--cassandra", "embedded:0" } << "HOST:PORT";
         QTest::newRow("database port too high") << QStringList { "--cassandra", "embedded:65536" } << "HOST:PORT";
-        QTest::newRow("database of others") << QStringList { "--cassandra", "db:9042" } << "embedded:9042";
-        QTest::newRow("IPv6 database") << QStringList { "--cassandra", "::1:9042" } << "embedded:9042";
+#ifndef RR_HAS_CASSANDRA
+        QTest::newRow("Cassandra") << QStringList { "--cassandra", "db:9042" } << "cargo";
+        QTest::newRow("Cassandra, IPv6") << QStringList { "--cassandra", "::1:9042" } << "embedded:9042";
+#endif
+        QTest::newRow("replication of no kind") << QStringList { "--replication", "Simple:1" } << "Simple:1";
+        QTest::newRow("no replicas") << QStringList { "--replication", "SimpleStrategy:0" } << "SimpleStrategy:0";
+        QTest::newRow("replicas nowhere") << QStringList { "--replication", "NetworkTopologyStrategy:3" }
+                                          << "NetworkTopologyStrategy:3";
+        QTest::newRow("replication with a quote")
+            << QStringList { "--replication", "NetworkTopologyStrategy:d'=3" } << "--replication";
+        QTest::newRow("consistency") << QStringList { "--consistency", "MOST" } << "MOST";
+        QTest::newRow("empty CA") << QStringList { "--tls-ca", "" } << "--tls-ca";
         QTest::newRow("bad keyspace") << QStringList { "--keyspace", "a-b" } << "a-b";
         QTest::newRow("user without password")
             << QStringList { "--cassandra", "embedded:1", "--cassandra_username", "u" } << "go together";
@@ -99,7 +154,8 @@ private slots:
         QCOMPARE(help.outcome, CommandLine::Outcome::Print);
         QVERIFY(help.text.startsWith("Usage: qnyRecorder [options]\n"));
         for (const char* option : { "--device", "--port", "--peers", "--data-directory", "--version",
-                 "--replay_over_live", "--cassandra_password", "--timestamped_replay" }) {
+                 "--replay_over_live", "--cassandra_password", "--timestamped_replay", "--replication", "--consistency", "--tls",
+                 "--tls-ca" }) {
             QVERIFY2(help.text.contains(QLatin1String(option)), option);
         }
         const CommandLine version = parseCommandLine({ "qnyRecorder", "--version" });

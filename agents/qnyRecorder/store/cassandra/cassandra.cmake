@@ -62,11 +62,6 @@ set_target_properties(CassandraDriver PROPERTIES IMPORTED_LOCATION "${RR_CASSAND
     INTERFACE_LINK_LIBRARIES "ssl;crypto;m;${CMAKE_DL_LIBS};Threads::Threads")
 add_dependencies(CassandraDriver CassandraDriverBuild)
 
-add_test(NAME cassandra_driver
-    COMMAND "${RR_CARGO}" test --quiet --release --locked --offline --target-dir "${RR_CASSANDRA_TARGETS}"
-    WORKING_DIRECTORY "${RR_CASSANDRA_DRIVER}")
-set_tests_properties(cassandra_driver PROPERTIES TIMEOUT 300)
-
 add_library(qnyRecorderCassandra STATIC
     ${CMAKE_CURRENT_LIST_DIR}/cassandradatabase.cpp
     ${CMAKE_CURRENT_LIST_DIR}/cassandrastore.cpp

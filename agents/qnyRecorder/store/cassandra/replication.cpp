@@ -61,8 +61,7 @@ std::optional<std::string> replicationMap(std::string_view text)
 
 bool isConsistency(std::string_view text)
 {
-    static constexpr std::array names { "ONE", "TWO", "THREE", "QUORUM", "ALL", "LOCAL_ONE", "LOCAL_QUORUM",
-        "EACH_QUORUM" };
+    static constexpr std::array names { "ONE", "TWO", "THREE", "QUORUM", "ALL", "LOCAL_ONE", "LOCAL_QUORUM" };
     return std::find(names.begin(), names.end(), text) != names.end();
 }
 

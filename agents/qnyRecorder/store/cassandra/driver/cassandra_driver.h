@@ -108,6 +108,9 @@ int32_t cassandra_answer_has_more(const cassandra_answer* answer);
 cassandra_value cassandra_answer_value(const cassandra_answer* answer, size_t row, size_t column);
 void cassandra_answer_free(cassandra_answer* answer);
 
+/* For tests: panics inside. */
+cassandra_answer* cassandra_panic_on_purpose(void);
+
 #ifdef __cplusplus
 }
 #endif

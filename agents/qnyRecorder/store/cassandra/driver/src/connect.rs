@@ -45,7 +45,6 @@ fn consistency_of(name: &str) -> Result<Consistency, Failure> {
         "ALL" => Consistency::All,
         "LOCAL_ONE" => Consistency::LocalOne,
         "" | "LOCAL_QUORUM" => Consistency::LocalQuorum,
-        "EACH_QUORUM" => Consistency::EachQuorum,
         other => return Err(Failure::new(Kind::Internal, format!("There is no consistency \"{other}\"."))),
     })
 }
