@@ -13,6 +13,7 @@ private Q_SLOTS:
     void anEmptyOrUsedNameIsRefusedWithAWord_data();
     void anEmptyOrUsedNameIsRefusedWithAWord();
     void theNameCanNotBeChangedWhileTheAgentRuns();
+    void aNameThatIsTypedWhenTheAgentStartsIsSaidToBeNone();
     void thePageSaysWhereTheRecorderIsAndWhatItDoes();
     void theConnectButtonAsksTheAgentToStopAndSaysWhenItRefuses();
     void deletingTheRecorderAsksFirstAndReturnsToTheList();
@@ -85,6 +86,23 @@ void ConfigurationPageTests::theNameCanNotBeChangedWhileTheAgentRuns()
     QCOMPARE(pages.hint("recorderName"), "The name cannot be changed while the recorder's agent runs");
     ModuleFixture::leave(instance->agentInstanceUuid());
     QVERIFY(pages.isAvailable("recorderName"));
+}
+
+void ConfigurationPageTests::aNameThatIsTypedWhenTheAgentStartsIsSaidToBeNone()
+{
+    Pages pages;
+    RecorderInstance* const instance = pages.fixture.firstInstanceOf(pages.fixture.addRecorder("Plant"));
+    pages.open(instance, Pages::Configuration);
+    pages.fill("recorderName", "Line <b>2</b>", false);
+    ModuleFixture::run(instance);
+    QCOMPARE(instance->name(), "Plant");
+    QCOMPARE(pages.text("recorderName"), "Plant");
+    QCOMPARE(pages.text("recorderProblem"), QStringLiteral("The agent runs, so that the name did not become “Line <b>2</b>”"));
+    QVERIFY(!pages.isShown("heldBack"));
+    ModuleFixture::leave(instance->agentInstanceUuid());
+    QCOMPARE(pages.text("recorderProblem"), "");
+    pages.fill("recorderName", "Line 2");
+    QCOMPARE(instance->name(), "Line 2");
 }
 
 void ConfigurationPageTests::thePageSaysWhereTheRecorderIsAndWhatItDoes()

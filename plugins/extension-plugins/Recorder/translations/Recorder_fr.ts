@@ -593,6 +593,10 @@
         <source>Disconnect the recorder to delete it</source>
         <translation>Déconnectez l’enregistreur pour le supprimer</translation>
     </message>
+    <message>
+        <source>The agent runs, so that the name did not become “%1”</source>
+        <translation>L’agent tourne, le nom n’est donc pas devenu «&#xa0;%1&#xa0;»</translation>
+    </message>
 </context>
 <context>
     <name>RecorderInstance</name>

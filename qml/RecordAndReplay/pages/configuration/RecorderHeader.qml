@@ -56,6 +56,18 @@ Item {
             available: facts.mayBeRenamed
             unavailableHint: qsTr("The name cannot be changed while the recorder's agent runs")
             onCommitted: text => root.rename(text)
+            // The head of the page never shows a name that the recorder has not.
+            onIsHeldBackChanged: {
+                if (isHeldBack) {
+                    root.renameProblem = qsTr("The agent runs, so that the name did not become “%1”").arg(text);
+                    reset();
+                }
+            }
+            onAvailableChanged: {
+                if (available) {
+                    root.renameProblem = "";
+                }
+            }
         }
         RecorderState {
             objectName: "recorderState"
