@@ -232,9 +232,10 @@ CommandLine parseCommandLine(const QStringList& arguments)
             return refusal(wrong);
         }
         if (settings.store == StoreKind::Cassandra && !HAS_CASSANDRA) {
-            return refusal(QStringLiteral("--cassandra %1: this build has no Cassandra; install cargo 1.85 or later and "
-                                          "the headers of OpenSSL and build again, or use the built-in database with "
-                                          "--cassandra embedded:9042")
+            return refusal(
+                QStringLiteral("--cassandra %1: this build has no Cassandra; install cargo 1.85 or later and "
+                               "the headers of OpenSSL and build again, or use the built-in database with "
+                               "--cassandra embedded:9042")
                     .arg(parser.value(options.cassandra)));
         }
     }

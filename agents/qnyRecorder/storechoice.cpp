@@ -53,6 +53,11 @@ std::unique_ptr<Store> openCassandra([[maybe_unused]] const Settings& settings, 
     options.consistency = settings.consistency.toStdString();
     options.tls = settings.tls;
     options.tlsCaFile = settings.tlsCaFile.toStdString();
+    // What waits for one database is never brought into another.
+    const QString journals = QStringLiteral("journals-%1-%2-%3")
+                                 .arg(settings.databaseHost, QString::number(settings.databasePort),
+                                     QString::fromStdString(options.keyspace));
+    options.journals = QDir(settings.dataDirectory).filePath(journals).toStdString();
     options.onMessage = logMessage;
     return openCassandraStore(options, result);
 #else

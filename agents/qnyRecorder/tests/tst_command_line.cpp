@@ -98,7 +98,8 @@ private slots:
 
     void replicationBecomesTheMapThatTheDatabaseWants()
     {
-        QVERIFY(cassandra::replicationMap("SimpleStrategy:3") == "{'class': 'SimpleStrategy', 'replication_factor': 3}");
+        QVERIFY(
+            cassandra::replicationMap("SimpleStrategy:3") == "{'class': 'SimpleStrategy', 'replication_factor': 3}");
         QVERIFY(cassandra::replicationMap("NetworkTopologyStrategy:dc1=3,east=2")
             == "{'class': 'NetworkTopologyStrategy', 'dc1': 3, 'east': 2}");
     }
@@ -123,8 +124,8 @@ private slots:
 #endif
         QTest::newRow("replication of no kind") << QStringList { "--replication", "Simple:1" } << "Simple:1";
         QTest::newRow("no replicas") << QStringList { "--replication", "SimpleStrategy:0" } << "SimpleStrategy:0";
-        QTest::newRow("replicas nowhere") << QStringList { "--replication", "NetworkTopologyStrategy:3" }
-                                          << "NetworkTopologyStrategy:3";
+        QTest::newRow("replicas nowhere")
+            << QStringList { "--replication", "NetworkTopologyStrategy:3" } << "NetworkTopologyStrategy:3";
         QTest::newRow("replication with a quote")
             << QStringList { "--replication", "NetworkTopologyStrategy:d'=3" } << "--replication";
         QTest::newRow("consistency") << QStringList { "--consistency", "MOST" } << "MOST";
@@ -154,8 +155,8 @@ private slots:
         QCOMPARE(help.outcome, CommandLine::Outcome::Print);
         QVERIFY(help.text.startsWith("Usage: qnyRecorder [options]\n"));
         for (const char* option : { "--device", "--port", "--peers", "--data-directory", "--version",
-                 "--replay_over_live", "--cassandra_password", "--timestamped_replay", "--replication", "--consistency", "--tls",
-                 "--tls-ca" }) {
+                 "--replay_over_live", "--cassandra_password", "--timestamped_replay", "--replication", "--consistency",
+                 "--tls", "--tls-ca" }) {
             QVERIFY2(help.text.contains(QLatin1String(option)), option);
         }
         const CommandLine version = parseCommandLine({ "qnyRecorder", "--version" });

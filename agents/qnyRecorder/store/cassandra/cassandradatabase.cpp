@@ -249,8 +249,8 @@ StoreResult CassandraDatabase::markDeleted(const StoredRecord& record)
     if (record.isOwned && (record.owner == m_context->token || owners.isAlive(record.owner))) {
         return StoreResult::failed(StoreError::InUse, "The record is being written and cannot be deleted now.");
     }
-    const StoreResult inUse = StoreResult::failed(
-        StoreError::InUse, "The record is being replayed or exported and cannot be deleted now.");
+    const StoreResult inUse
+        = StoreResult::failed(StoreError::InUse, "The record is being replayed or exported and cannot be deleted now.");
     bool isRead = false;
     if (StoreResult result = Hold::isRead(*m_context, uuid, isRead); !result || isRead) {
         return isRead ? inUse : result;
@@ -259,8 +259,8 @@ StoreResult CassandraDatabase::markDeleted(const StoredRecord& record)
         return result;
     }
     bool applied = false;
-    if (StoreResult result = connection.executeIf(
-            cql::markRecord, { 2, uuid, record.ownerArgument(), record.stateNumber() }, applied);
+    if (StoreResult result
+        = connection.executeIf(cql::markRecord, { 2, uuid, record.ownerArgument(), record.stateNumber() }, applied);
         !result) {
         return result;
     }
@@ -274,8 +274,8 @@ StoreResult CassandraDatabase::markDeleted(const StoredRecord& record)
     // Whoever began to read it meanwhile either sees that it is deleted or is seen here.
     if (StoreResult result = Hold::isRead(*m_context, uuid, isRead); !result || isRead) {
         if (isRead) {
-            (void)connection.executeIf(cql::markRecord,
-                { static_cast<std::int64_t>(record.state), uuid, Argument::null(), 2 }, applied);
+            (void)connection.executeIf(
+                cql::markRecord, { static_cast<std::int64_t>(record.state), uuid, Argument::null(), 2 }, applied);
             return inUse;
         }
         return StoreResult::unknown(result.error, result.message);

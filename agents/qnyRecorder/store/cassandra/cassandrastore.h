@@ -4,6 +4,8 @@
 #include "../chunkdatabase.h"
 #include "../chunkedwriter.h"
 
+#include <filesystem>
+
 namespace recorder {
 
 struct CassandraOptions
@@ -17,6 +19,7 @@ struct CassandraOptions
     std::string consistency = "LOCAL_QUORUM"; // of reads and writes
     bool tls = false;
     std::string tlsCaFile; // PEM; empty: the authorities that the system trusts
+    std::filesystem::path journals; // folder for what the database cannot take; of this keyspace alone
     Store::MessageHandler onMessage; // null: messages are dropped
     ChunkingOptions chunking;
     std::int64_t leaseUs = 5'000'000; // how long an owner on another machine is believed to live without a sign
@@ -26,8 +29,9 @@ struct CassandraOptions
 // A database that is not connected yet.
 std::unique_ptr<ChunkDatabase> makeCassandraDatabase(const CassandraOptions& options);
 
-// A store on a database that answers. Null with the reason in `result`: nobody there, a wrong password, a keyspace of a
-// newer version. Records whose owner is dead are closed before this returns.
+// A store over it, which goes on recording into journals while nobody answers. Null with the reason in `result` when
+// waiting would not help: a wrong password, no permission, a keyspace of a newer version, no place for the journals.
+// Records whose owner is dead are closed before this returns when the database answers.
 std::unique_ptr<Store> openCassandraStore(const CassandraOptions& options, StoreResult& result);
 
 } // namespace recorder

@@ -95,8 +95,8 @@ const cassandra_statement* Connection::known(const Cql& cql)
 Answer Connection::prepare(const Cql& cql, const cassandra_statement*& statement)
 {
     cassandra_statement* fresh = nullptr;
-    Answer answer(cassandra_prepare(m_session, cql.text, static_cast<cassandra_kind>(cql.kind), cql.pageRows,
-        patienceFor(cql.kind), &fresh));
+    Answer answer(cassandra_prepare(
+        m_session, cql.text, static_cast<cassandra_kind>(cql.kind), cql.pageRows, patienceFor(cql.kind), &fresh));
     if (answer) {
         const std::lock_guard guard(m_mutex);
         const auto [place, isNew] = m_statements.emplace(&cql, fresh);

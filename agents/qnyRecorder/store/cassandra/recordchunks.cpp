@@ -156,8 +156,8 @@ std::uint64_t RecordChunks::endOf(std::size_t bucket) const
 StoreResult RecordChunks::infos(std::size_t bucket, const std::vector<ChunkInfo>*& byTime)
 {
     const std::int32_t number = m_buckets[bucket].number;
-    const auto known = std::find_if(
-        m_infos.begin(), m_infos.end(), [number](const Infos& infos) { return infos.bucket == number; });
+    const auto known
+        = std::find_if(m_infos.begin(), m_infos.end(), [number](const Infos& infos) { return infos.bucket == number; });
     if (known != m_infos.end()) {
         m_infos.splice(m_infos.begin(), m_infos, known);
         byTime = &m_infos.front().byTime;
@@ -214,7 +214,7 @@ StoreResult RecordChunks::chunksAfter(std::int64_t firstUs, std::uint64_t sequen
         }
         std::size_t taken = 0;
         for (auto info = std::upper_bound(byTime->begin(), byTime->end(), after, comesBefore);
-             info != byTime->end() && info->firstUs <= mostFirstUs && taken < most; ++info) {
+            info != byTime->end() && info->firstUs <= mostFirstUs && taken < most; ++info) {
             if (info->lastUs >= leastLastUs) {
                 chunks.push_back(*info);
                 ++taken;
@@ -238,8 +238,8 @@ StoreResult RecordChunks::load(const ChunkInfo& chunk, std::string& packed)
     const std::uint64_t end = chunk.sequence + (isNext ? chunksAhead : 1);
     Parts parts;
     std::size_t bytes = 0;
-    StoreResult result = m_context->connection.forEach(cql::loadChunks,
-        { m_record, chunk.bucket, chunk.sequence, end }, [&](const Answer& answer, std::size_t row) {
+    StoreResult result = m_context->connection.forEach(
+        cql::loadChunks, { m_record, chunk.bucket, chunk.sequence, end }, [&](const Answer& answer, std::size_t row) {
             if (answer.integer(row, 1) == 0) {
                 parts = Parts();
             }
@@ -264,8 +264,7 @@ StoreResult RecordChunks::stateUpTo(std::int64_t timeUs, StoredState& state, boo
 }
 
 // The latest state of timeUs or before that covers no chunk from mostSequence on.
-StoreResult RecordChunks::latestState(
-    std::int64_t timeUs, std::uint64_t mostSequence, StoredState& state, bool& found)
+StoreResult RecordChunks::latestState(std::int64_t timeUs, std::uint64_t mostSequence, StoredState& state, bool& found)
 {
     found = false;
     if (!m_isSeen) {
@@ -322,8 +321,7 @@ StoreResult RecordChunks::restoreTally(const StoredRecord& record, Tally& tally,
     std::string reason;
     StoredState state;
     bool found = false;
-    if (StoreResult result
-        = latestState(std::numeric_limits<std::int64_t>::max(), record.countedThrough, state, found);
+    if (StoreResult result = latestState(std::numeric_limits<std::int64_t>::max(), record.countedThrough, state, found);
         !result) {
         return result;
     }

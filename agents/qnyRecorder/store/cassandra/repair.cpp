@@ -89,8 +89,7 @@ StoreResult purge(Context& context, const Work& work)
     StoreResult result = context.connection.forEach(
         cql::bucketsFrom, { work.record, 0 }, [&](const Answer& answer, std::size_t row) {
             for (const Cql* statement : { &cql::purgeChunks, &cql::purgeInfos, &cql::purgeStates }) {
-                rows.emplace_back(
-                    *statement, std::initializer_list<Argument> { work.record, answer.integer(row, 0) });
+                rows.emplace_back(*statement, std::initializer_list<Argument> { work.record, answer.integer(row, 0) });
             }
             return true;
         });

@@ -80,12 +80,11 @@ StoreResult readRest(Connection& connection, StoredRecord& record)
 
 StoreResult readDefinitions(Connection& connection, const std::string& uuid, std::vector<DefinitionRow>& rows)
 {
-    StoreResult result
-        = connection.forEach(cql::readDefinitions, { uuid }, [&](const Answer& answer, std::size_t row) {
-              rows.push_back({ static_cast<std::uint32_t>(answer.integer(row, 0)),
-                  { answer.text(row, 1), answer.text(row, 2) } });
-              return true;
-          });
+    StoreResult result = connection.forEach(cql::readDefinitions, { uuid }, [&](const Answer& answer, std::size_t row) {
+        rows.push_back(
+            { static_cast<std::uint32_t>(answer.integer(row, 0)), { answer.text(row, 1), answer.text(row, 2) } });
+        return true;
+    });
     std::sort(rows.begin(), rows.end(),
         [](const DefinitionRow& left, const DefinitionRow& right) { return left.ordinal < right.ordinal; });
     return result;

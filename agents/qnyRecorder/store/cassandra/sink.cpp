@@ -21,8 +21,7 @@ void addChunk(Rows& rows, const std::string& record, const ChunkRow& chunk)
 {
     const ChunkInfo& info = chunk.info;
     rows.rows.emplace_back(cql::putInfo,
-        std::initializer_list<Argument> {
-            record, info.bucket, info.sequence, info.firstUs, info.lastUs, info.count });
+        std::initializer_list<Argument> { record, info.bucket, info.sequence, info.firstUs, info.lastUs, info.count });
     const std::int64_t parts = partsOf(chunk.packed);
     for (std::int64_t part = 0; part < parts; ++part) {
         rows.rows.emplace_back(cql::putChunk,
@@ -207,8 +206,8 @@ StoreResult Sink::store(const Batch& batch)
     for (const StoredState& state : batch.states) {
         addState(rows, m_record, bucketOf(batch, state), state);
     }
-    for (const DefinitionRow* row :
-        lastOfEach(batch.definitions, [](const DefinitionRow& one) { return std::string_view(one.definition.agent); })) {
+    for (const DefinitionRow* row : lastOfEach(
+             batch.definitions, [](const DefinitionRow& one) { return std::string_view(one.definition.agent); })) {
         rows.rows.emplace_back(cql::putDefinition,
             std::initializer_list<Argument> { m_record, row->definition.agent, row->ordinal, row->definition.json });
     }
@@ -267,8 +266,7 @@ StoreResult Sink::show(const Batch& batch, std::optional<std::int64_t> slot)
         { static_cast<std::int64_t>(batch.recordState), extent.durationUs, extent.events, extent.nextSequence,
             extent.bucket, extent.highUs, extent.maxSpanUs, extent.maxLateUs,
             batch.facts ? Argument(batch.facts->startUs) : Argument::unset(),
-            slot ? Argument(*slot) : Argument::unset(),
-            slot ? Argument(batch.completenessThrough) : Argument::unset(),
+            slot ? Argument(*slot) : Argument::unset(), slot ? Argument(batch.completenessThrough) : Argument::unset(),
             Argument::textOrNull(!batch.last, m_context->token), m_record, m_context->token },
         applied);
     return result && !applied ? recognise(batch) : result;
@@ -285,10 +283,9 @@ StoreResult Sink::recognise(const Batch& batch)
     const bool isStored = batch.last && record.isThere && !record.isOwned && record.lastOwner == m_context->token
         && record.state == batch.recordState && record.extent.nextSequence == batch.extent.nextSequence
         && record.extent.events == batch.extent.events;
-    return isStored
-        ? StoreResult::done()
-        : StoreResult::failed(StoreError::NotFound,
-              "The record was deleted, or another recorder took it over: nothing more is stored in it.");
+    return isStored ? StoreResult::done()
+                    : StoreResult::failed(StoreError::NotFound,
+                          "The record was deleted, or another recorder took it over: nothing more is stored in it.");
 }
 
 } // namespace recorder::cassandra

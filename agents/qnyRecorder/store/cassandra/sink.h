@@ -7,8 +7,8 @@
 
 namespace recorder::cassandra {
 
-// Brings a writer's batches into the database: first everything that belongs to the record, then its row, which makes it
-// visible. A batch that is sent again changes nothing that it had brought before.
+// Brings a writer's batches into the database: first everything that belongs to the record, then its row, which makes
+// it visible. A batch that is sent again changes nothing that it had brought before.
 class Sink : public ChunkSink
 {
 public:

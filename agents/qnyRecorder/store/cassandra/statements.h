@@ -51,8 +51,9 @@ inline constexpr Cql takeRecord {
     "UPDATE records SET owner = ?, last_owner = ? WHERE uuid = ? IF owner = ? AND state = ?", Kind::Conditional
 };
 // new state, uuid, owner, state
-inline constexpr Cql markRecord { "UPDATE records SET state = ?, owner = null WHERE uuid = ? IF owner = ? AND state = ?",
-    Kind::Conditional };
+inline constexpr Cql markRecord {
+    "UPDATE records SET state = ?, owner = null WHERE uuid = ? IF owner = ? AND state = ?", Kind::Conditional
+};
 // state, duration, events, next sequence, bucket, high, max span, max late, start or unset, slot or unset, counted
 // through or unset, new owner, uuid, owner
 inline constexpr Cql updateExtent {

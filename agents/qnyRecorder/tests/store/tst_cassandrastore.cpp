@@ -23,9 +23,8 @@ public:
     }
     void makeEmpty() override
     {
-        if (m_place.isEmpty()) {
-            m_place = m_cluster.endpoint() + QStringLiteral("/record_and_replay");
-        }
+        m_journals = std::make_unique<QTemporaryDir>();
+        m_place = m_cluster.endpoint() + QStringLiteral("/record_and_replay") + m_journals->path();
         StoreResult result = m_tables.connect(options());
         if (result) {
             result = m_tables.makeEmpty();
@@ -48,7 +47,8 @@ public:
         CassandraOptions options;
         options.host = m_place.section(u':', 0, 0).toStdString();
         options.port = m_place.section(u':', 1).section(u'/', 0, 0).toUShort();
-        options.keyspace = m_place.section(u'/', 1).toStdString();
+        options.keyspace = m_place.section(u'/', 1, 1).toStdString();
+        options.journals = (u'/' + m_place.section(u'/', 2)).toStdString();
         return options;
     }
     CassandraTables& tables() { return m_tables; }
@@ -56,7 +56,8 @@ public:
 private:
     CassandraCluster m_cluster;
     CassandraTables m_tables;
-    QString m_place;
+    std::unique_ptr<QTemporaryDir> m_journals;
+    QString m_place; // "ADDRESS:PORT/KEYSPACE/FOLDER OF THE JOURNALS"
 };
 
 } // namespace
