@@ -356,6 +356,7 @@ void ConfigurationTabTests::filtersCanBeAppliedWhileTheRecorderIsOnAndHasADataba
         Settings offline(false);
         QVERIFY(!offline.isAvailable("applyFiltersButton"));
         QVERIFY(!offline.property("filtersText", "readOnly").toBool());
+        QCOMPARE(offline.hint("applyFiltersButton"), "A recorder without a database keeps no filters");
         ModuleFixture::run(offline.instance);
         QVERIFY(!offline.isAvailable("applyFiltersButton"));
         QCOMPARE(offline.hint("applyFiltersButton"), "A recorder without a database keeps no filters");
