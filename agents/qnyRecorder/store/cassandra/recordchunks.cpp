@@ -125,13 +125,23 @@ StoreResult RecordChunks::see(const Extent& extent)
                 bucket.firstStateUs = answer.integer(row, 4);
             }
             // Others were written by an owner that lost the record before it could say so.
-            if (bucket.number <= extent.bucket && bucket.firstSequence < extent.nextSequence) {
+            if (bucket.number <= extent.bucket) {
                 fresh.push_back(bucket);
             }
             return true;
         });
     if (!result) {
         return result;
+    }
+    // So was one that does not begin before those after it.
+    std::uint64_t end = extent.nextSequence;
+    for (auto bucket = fresh.end(); bucket != fresh.begin();) {
+        --bucket;
+        if (bucket->firstSequence >= end) {
+            bucket = fresh.erase(bucket);
+        } else {
+            end = bucket->firstSequence;
+        }
     }
     if (!m_buckets.empty()) {
         m_buckets.pop_back();

@@ -50,7 +50,7 @@ StoreResult readRecord(Connection& connection, const std::string& uuid, Certaint
     record.extent.highUs = answer.integer(0, 10);
     record.extent.maxSpanUs = answer.integer(0, 11);
     record.extent.maxLateUs = answer.integer(0, 12);
-    record.countsSlot = answer.integer(0, 13);
+    record.countsSlot = answer.text(0, 13);
     record.countedThrough = answer.number(0, 14);
     record.facts.durationUs = record.extent.durationUs;
     return StoreResult::done();

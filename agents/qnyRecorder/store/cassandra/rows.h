@@ -15,7 +15,7 @@ struct StoredRecord : RecordRow
     bool isOwned = false;
     std::string owner;
     std::string lastOwner;
-    std::int64_t countsSlot = 0;
+    std::string countsSlot;
 
     // Somebody closes it because its owner died.
     bool isBeingRepaired() const { return isOwned && owner != lastOwner; }

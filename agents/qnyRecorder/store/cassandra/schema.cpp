@@ -38,11 +38,11 @@ constexpr const char* tables[] = {
 
     "records (uuid text PRIMARY KEY, name text, start_us bigint, origin bigint, state bigint, owner text,"
     " last_owner text, duration_us bigint, events bigint, next_sequence bigint, bucket bigint, high_us bigint,"
-    " max_span_us bigint, max_late_us bigint, counts_slot bigint, counted_through bigint)",
+    " max_span_us bigint, max_late_us bigint, counts_slot text, counted_through bigint)",
 
     "facts (record text PRIMARY KEY, description text, claimed text)",
 
-    "counts (record text, slot bigint, part bigint, parts bigint, json blob, PRIMARY KEY (record, slot, part))",
+    "counts (record text, slot text, part bigint, parts bigint, json blob, PRIMARY KEY (record, slot, part))",
 
     "definitions (record text, agent text, ordinal bigint, json text, PRIMARY KEY (record, agent))",
 
@@ -135,7 +135,10 @@ StoreResult prepareSchema(Connection& connection, const std::string& keyspace, c
         version = connection.execute(readVersion, {});
     }
     if (!version) {
-        return version.result();
+        return advised(version.result(),
+            "The tables of the keyspace \"" + keyspace
+                + "\" cannot be read: give the user the permission, or another keyspace with --keyspace if that one "
+                  "belongs to another program.");
     }
     const std::string_view text = version.bytes(0, 0);
     int found = 0;

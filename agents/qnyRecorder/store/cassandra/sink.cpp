@@ -78,6 +78,7 @@ template <typename Row, typename Key> std::vector<const Row*> lastOfEach(const s
 Sink::Sink(std::shared_ptr<Context> context, std::string record)
     : m_context(std::move(context))
     , m_record(std::move(record))
+    , m_name(newRecordUuid())
 {
 }
 
@@ -88,9 +89,7 @@ StoreResult Sink::write(const Batch& batch)
     }
     StoreResult result = store(batch);
     if (!result) {
-        // What holds now is looked up before the next attempt.
-        m_last.reset();
-        m_slot.reset();
+        m_last.reset(); // what is stored now is looked up before the next attempt
     }
     return result;
 }
@@ -166,18 +165,20 @@ void Sink::addRow(std::vector<RowToWrite>& rows, const Bucket& bucket) const
             bucket.firstStateUs ? Argument(*bucket.firstStateUs) : Argument::unset() });
 }
 
-// Counts go where those that hold do not lie.
-StoreResult Sink::chooseSlot(std::int64_t& slot)
+// Counts go where those that hold do not lie, and where no other sink writes, not even that of an owner that was taken
+// for dead.
+int Sink::chooseSlot() const
 {
-    if (!m_slot) {
-        StoredRecord record;
-        if (StoreResult result = readRecord(m_context->connection, m_record, Certainty::Settled, record); !result) {
-            return result;
-        }
-        m_slot = record.countsSlot;
+    int slot = 0;
+    while (m_slotsInUse.contains(slot)) {
+        ++slot;
     }
-    slot = 1 - *m_slot;
-    return StoreResult::done();
+    return slot;
+}
+
+std::string Sink::slotName(int slot) const
+{
+    return m_name + '/' + std::to_string(slot);
 }
 
 StoreResult Sink::store(const Batch& batch)
@@ -221,23 +222,24 @@ StoreResult Sink::store(const Batch& batch)
         rows.rows.emplace_back(
             cql::putFacts, std::initializer_list<Argument> { m_record, batch.facts->description, claimed });
     }
-    std::optional<std::int64_t> slot;
+    std::optional<int> slot;
     if (batch.completeness) {
-        slot.emplace();
-        if (StoreResult result = chooseSlot(*slot); !result) {
-            return result;
-        }
+        slot = chooseSlot();
+        const std::string& name = rows.kept.emplace_back(slotName(*slot));
         const std::int64_t parts = partsOf(*batch.completeness);
         for (std::int64_t part = 0; part < parts; ++part) {
             rows.rows.emplace_back(cql::putCounts,
                 std::initializer_list<Argument> {
-                    m_record, *slot, part, parts, Argument::blob(partOf(*batch.completeness, part)) });
+                    m_record, name, part, parts, Argument::blob(partOf(*batch.completeness, part)) });
         }
     }
     if (!rows.rows.empty()) {
         if (StoreResult result = connection.write(rows.rows); !result) {
             return result;
         }
+    }
+    if (slot) {
+        m_slotsInUse.insert(*slot);
     }
     if (StoreResult result = show(batch, slot); !result) {
         return result;
@@ -248,7 +250,7 @@ StoreResult Sink::store(const Batch& batch)
         m_last->isChanged = false;
     }
     if (slot) {
-        m_slot = slot;
+        m_slotsInUse = { *slot };
     }
     if (batch.last) {
         // Left behind, it is found to mean nothing.
@@ -258,15 +260,16 @@ StoreResult Sink::store(const Batch& batch)
 }
 
 // Changes the record's row, as long as the record is ours.
-StoreResult Sink::show(const Batch& batch, std::optional<std::int64_t> slot)
+StoreResult Sink::show(const Batch& batch, std::optional<int> slot)
 {
+    const std::string name = slot ? slotName(*slot) : std::string();
     const Extent& extent = batch.extent;
     bool applied = false;
     const StoreResult result = m_context->connection.executeIf(cql::updateExtent,
         { static_cast<std::int64_t>(batch.recordState), extent.durationUs, extent.events, extent.nextSequence,
             extent.bucket, extent.highUs, extent.maxSpanUs, extent.maxLateUs,
-            batch.facts ? Argument(batch.facts->startUs) : Argument::unset(),
-            slot ? Argument(*slot) : Argument::unset(), slot ? Argument(batch.completenessThrough) : Argument::unset(),
+            batch.facts ? Argument(batch.facts->startUs) : Argument::unset(), slot ? Argument(name) : Argument::unset(),
+            slot ? Argument(batch.completenessThrough) : Argument::unset(),
             Argument::textOrNull(!batch.last, m_context->token), m_record, m_context->token },
         applied);
     return result && !applied ? recognise(batch) : result;

@@ -4,6 +4,7 @@
 #include "rows.h"
 
 #include <optional>
+#include <set>
 
 namespace recorder::cassandra {
 
@@ -33,15 +34,17 @@ private:
     StoreResult store(const Batch& batch);
     StoreResult bucketsOf(const Batch& batch, Buckets& buckets);
     StoreResult findBucket(std::int32_t number, std::optional<Bucket>& bucket);
-    StoreResult chooseSlot(std::int64_t& slot);
-    StoreResult show(const Batch& batch, std::optional<std::int64_t> slot);
+    int chooseSlot() const;
+    std::string slotName(int slot) const;
+    StoreResult show(const Batch& batch, std::optional<int> slot);
     StoreResult recognise(const Batch& batch);
     void addRow(std::vector<RowToWrite>& rows, const Bucket& bucket) const;
 
     std::shared_ptr<Context> m_context;
     std::string m_record;
     std::optional<Bucket> m_last; // as it is stored
-    std::optional<std::int64_t> m_slot; // of the counts that hold, once it is known
+    const std::string m_name; // of this object, for the rows of counts
+    std::set<int> m_slotsInUse; // of those, the one that holds, or may hold
 };
 
 } // namespace recorder::cassandra

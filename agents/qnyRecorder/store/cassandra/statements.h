@@ -31,7 +31,7 @@ inline constexpr Cql holdsOf { "SELECT owner FROM holds WHERE record = ?", Kind:
 inline constexpr Cql insertRecord {
     "INSERT INTO records (uuid, name, start_us, origin, state, owner, last_owner, duration_us, events, next_sequence,"
     " bucket, high_us, max_span_us, max_late_us, counts_slot, counted_through)"
-    " VALUES (?, ?, ?, ?, 0, ?, ?, ?, 0, 0, 0, 0, 0, 0, 0, 0) IF NOT EXISTS",
+    " VALUES (?, ?, ?, ?, 0, ?, ?, ?, 0, 0, 0, 0, 0, 0, '', 0) IF NOT EXISTS",
     Kind::Conditional
 };
 inline constexpr Cql listRecords {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cassandratables.h"
 
+#include <vector>
+
 namespace recorder::testing {
 
 using cassandra::Answer;
@@ -77,8 +79,9 @@ StoreResult CassandraTables::run(const std::string& statement)
 
 std::int64_t CassandraTables::number(const std::string& query)
 {
-    const Cql cql { query.c_str(), Kind::Read };
-    const Answer answer = m_connection->execute(cql, {});
+    const auto place = m_queries.try_emplace(query).first;
+    place->second = { place->first.c_str(), Kind::Read };
+    const Answer answer = m_connection->execute(place->second, {});
     return answer && answer.rows() > 0 ? answer.integer(0, 0) : -1;
 }
 

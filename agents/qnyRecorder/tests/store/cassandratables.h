@@ -4,9 +4,9 @@
 #include "store/cassandra/cassandrastore.h"
 #include "store/cassandra/connection.h"
 
+#include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace recorder::testing {
 
@@ -25,6 +25,7 @@ public:
 private:
     std::unique_ptr<cassandra::Connection> m_connection;
     std::string m_keyspace;
+    std::map<std::string, cassandra::Cql> m_queries; // prepared ones are known by their addresses
 };
 
 } // namespace recorder::testing
