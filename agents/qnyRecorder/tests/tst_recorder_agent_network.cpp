@@ -131,7 +131,12 @@ private slots:
         QTest::addColumn<QString>("mentions");
         const QString port = QString::number(TestNetwork::port());
         QTest::newRow("unknown option") << QStringList { "--nonsense" } << 2 << "nonsense";
+#ifdef RR_HAS_CASSANDRA
+        QTest::newRow("authorities") << QStringList { "-c", "127.0.0.1:1", "--tls-ca", "/missing.pem",
+            "--data-directory", _directory.path() } << 1 << "/missing.pem";
+#else
         QTest::newRow("Cassandra") << QStringList { "-c", "db:9042" } << 2 << "embedded";
+#endif
         QTest::newRow("certificates") << QStringList { "--qnyCert", "/a", "--publicCerts", "/b" } << 2 << "security";
         QTest::newRow("data directory") << QStringList { "--data-directory", "/dev/null/records" } << 1
                                         << "/dev/null/records";
