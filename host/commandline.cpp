@@ -52,6 +52,9 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         QStringLiteral("tour"), CommandLine::tr("Show what the parts do together, step by step, and end."));
     const QCommandLineOption output(
         QStringLiteral("output"), CommandLine::tr("Folder for what the tour leaves."), QStringLiteral("DIR"));
+    const QCommandLineOption store(QStringLiteral("store"),
+        CommandLine::tr("What the tour's recorder keeps records in: \"embedded\", \"csv\" or a Cassandra's HOST:PORT."),
+        QStringLiteral("STORE"));
     const QCommandLineOption screenshot(QStringLiteral("screenshot"),
         CommandLine::tr("Draw the window into a PNG file, and end."), QStringLiteral("FILE"));
     const QCommandLineOption page(QStringLiteral("page"),
@@ -73,7 +76,7 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
     parser.addPositionalArgument(QStringLiteral("document"),
         CommandLine::tr("The system document; else the sample document."), QStringLiteral("[DOCUMENT]"));
     parser.addOptions({ device, port, peers, plugins, withPlant, journals, page, theme, size, language, screenshot,
-        tour, output, reportControls, help, version });
+        tour, output, store, reportControls, help, version });
 
     if (!parser.parse(arguments)) {
         QString text = parser.errorText();
@@ -97,13 +100,15 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         return wrong(CommandLine::tr("Only one document can be opened, but %1 were given").arg(documents.size()));
     }
     for (const QCommandLineOption* option :
-        { &device, &peers, &plugins, &journals, &page, &screenshot, &output, &reportControls }) {
+        { &device, &peers, &plugins, &journals, &page, &screenshot, &output, &store, &reportControls }) {
         if (parser.isSet(*option) && parser.value(*option).trimmed().isEmpty()) {
             return wrong(CommandLine::tr("Option '%1' needs a value").arg(option->names().first()));
         }
     }
-    if (parser.isSet(output) && !parser.isSet(tour)) {
-        return wrong(CommandLine::tr("Option 'output' belongs to '--tour'"));
+    for (const QCommandLineOption* option : { &output, &store }) {
+        if (parser.isSet(*option) && !parser.isSet(tour)) {
+            return wrong(CommandLine::tr("Option '%1' belongs to '--tour'").arg(option->names().first()));
+        }
     }
     if (parser.isSet(tour) && parser.isSet(screenshot)) {
         return wrong(CommandLine::tr("'--tour' and '--screenshot' exclude one another"));
@@ -142,6 +147,11 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
     }
     commandLine->isTour = parser.isSet(tour);
     commandLine->tourDirectory = parser.value(output);
+    commandLine->tourStore = parser.value(store);
+    static const QRegularExpression storeForm(QStringLiteral("^(embedded|csv|.+:[0-9]{1,5})$"));
+    if (parser.isSet(store) && !storeForm.match(commandLine->tourStore).hasMatch()) {
+        return wrong(CommandLine::tr("'%1' is no store (embedded, csv or HOST:PORT)").arg(commandLine->tourStore));
+    }
     commandLine->screenshotPath = parser.value(screenshot);
     commandLine->controlReportPath = parser.value(reportControls);
     return {};

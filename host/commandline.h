@@ -16,6 +16,7 @@ public:
     HostOptions host;
     bool isTour = false;
     QString tourDirectory; // empty: the tour's own choice
+    QString tourStore; // "embedded", "csv" or the host:port of a Cassandra; empty: the tour's own choice
     QString screenshotPath; // empty: none
     QString language; // of Language::available(); empty: the desktop's
     QString controlReportPath; // empty: none

@@ -116,6 +116,7 @@ int main(int argc, char** argv)
     if (commandLine.isTour) {
         TourOptions options;
         options.outputDirectory = commandLine.tourDirectory;
+        options.setStore(commandLine.tourStore);
         if (!prepareTour(options, &commandLine.host, &error) || !startHost(host, commandLine.host, &error)) {
             return fail(error);
         }

@@ -41,8 +41,7 @@ void tst_host_commandline::everyOptionIsTaken()
         QStringLiteral("--plant-journals"), QStringLiteral("/j"), QStringLiteral("--theme"), QStringLiteral("dark"),
         QStringLiteral("--page"), QStringLiteral("system"), QStringLiteral("--screenshot"), QStringLiteral("x.png"),
         QStringLiteral("--report-controls"), QStringLiteral("c.json"), QStringLiteral("--size"),
-        QStringLiteral("800x600"),
-        QStringLiteral("--language"), QStringLiteral("fr") };
+        QStringLiteral("800x600"), QStringLiteral("--language"), QStringLiteral("fr") };
     const CommandLineEnd end = parseCommandLine(arguments, &line);
     QVERIFY2(!end.ends, qPrintable(end.text));
     QCOMPARE(line.host.documentPath, QStringLiteral("a system.json"));
@@ -63,9 +62,18 @@ void tst_host_commandline::everyOptionIsTaken()
     QVERIFY(!parseCommandLine(
         { QStringLiteral("corvane"), QStringLiteral("--output"), QStringLiteral("/o"), QStringLiteral("--tour") },
         &tour)
-                 .ends);
+            .ends);
     QVERIFY(tour.isTour);
     QCOMPARE(tour.tourDirectory, QStringLiteral("/o"));
+    QVERIFY(tour.tourStore.isEmpty());
+    for (const char* store : { "embedded", "csv", "127.0.0.1:9042" }) {
+        CommandLine withStore;
+        QVERIFY(!parseCommandLine(
+            { QStringLiteral("corvane"), QStringLiteral("--tour"), QStringLiteral("--store"), QLatin1String(store) },
+            &withStore)
+                .ends);
+        QCOMPARE(withStore.tourStore, QLatin1String(store));
+    }
 }
 
 void tst_host_commandline::whatIsWrongIsSaidInOneLineWithStatus2_data()
@@ -82,6 +90,8 @@ void tst_host_commandline::whatIsWrongIsSaidInOneLineWithStatus2_data()
     QTest::newRow("language") << "--language xx" << "'xx' is no language (en or fr)";
     QTest::newRow("two documents") << "one.json two.json" << "Only one document can be opened, but 2 were given";
     QTest::newRow("output alone") << "--output somewhere" << "Option 'output' belongs to '--tour'";
+    QTest::newRow("store alone") << "--store csv" << "Option 'store' belongs to '--tour'";
+    QTest::newRow("unknown store") << "--tour --store paper" << "'paper' is no store (embedded, csv or HOST:PORT)";
     QTest::newRow("tour and picture") << "--tour --screenshot a.png"
                                       << "'--tour' and '--screenshot' exclude one another";
     QTest::newRow("empty device") << "--device="
@@ -121,8 +131,9 @@ void tst_host_commandline::helpNamesEveryOptionAndVersionTheVersion()
     QVERIFY(help.ends);
     QCOMPARE(help.status, 0);
     QVERIFY2(help.text.startsWith(QLatin1String("Usage: corvane [options] [DOCUMENT]\n")), qPrintable(help.text));
-    for (const char* option : { "--device", "--port", "--peers", "--plugins", "--with-plant", "--plant-journals",
-             "--page", "--theme", "--language", "--screenshot", "--tour", "--output", "--help", "--version", "[DOCUMENT]" }) {
+    for (const char* option :
+        { "--device", "--port", "--peers", "--plugins", "--with-plant", "--plant-journals", "--page", "--theme",
+            "--language", "--screenshot", "--tour", "--output", "--store", "--help", "--version", "[DOCUMENT]" }) {
         QVERIFY2(help.text.contains(QLatin1String(option)), option);
     }
     const CommandLineEnd version = parseCommandLine({ QStringLiteral("corvane"), QStringLiteral("--version") }, &line);

@@ -3,8 +3,11 @@
 #include "recordingsteps.h"
 #include "replaysteps.h"
 
+#include <QtCore/QDateTime>
+#include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QUrl>
 
 namespace tour {
 
@@ -65,12 +68,20 @@ Answer checkSilence(TourContext& tour)
 Answer importRecord(TourContext& tour, const QString& file)
 {
     const QList<ObjectHandle> before = tour.instance.items("records");
-    const FileDialogAnswer dialog(file);
-    if (const QString fault = tour.instance.call("importRecord"); !fault.isEmpty()) {
+    QString way = QStringLiteral("dropped");
+    if (tour.hasDatabase()) {
+        const FileDialogAnswer dialog(file);
+        if (const QString fault = tour.instance.call("importRecord"); !fault.isEmpty()) {
+            return Answer::no(fault);
+        }
+        if (!dialog.isAnswered()) {
+            return Answer::no(QStringLiteral("no file dialog appeared"));
+        }
+        way = QStringLiteral("dialog \"%1\"").arg(dialog.title());
+    } else if (const QString fault = tour.instance.call("importRecord", { QUrl::fromLocalFile(file) });
+        !fault.isEmpty()) {
+        // Without a database the page has no button for it: a file is dropped on the list.
         return Answer::no(fault);
-    }
-    if (!dialog.isAnswered()) {
-        return Answer::no(QStringLiteral("no file dialog appeared"));
     }
     const auto isThere = [&] {
         const QList<ObjectHandle> records = tour.instance.items("records");
@@ -82,10 +93,43 @@ Answer importRecord(TourContext& tour, const QString& file)
         return !tour.imported.isNull() && !tour.instance.isTrue("isImportingRecord");
     };
     return await(QStringLiteral("the import to end with a new record"), isThere, 20'000, [&] {
-        return QStringLiteral("dialog \"%1\"; record \"%2\" of %3 s")
-            .arg(dialog.title(), tour.imported.text("name"))
+        return QStringLiteral("%1; record \"%2\" of %3 s")
+            .arg(way, tour.imported.text("name"))
             .arg(tour.imported.number("durationInSeconds"), 0, 'f', 3);
     });
+}
+
+// Without a database the record is a file in the recorder's data folder, with the same events.
+Answer checkOwnFile(TourContext& tour)
+{
+    QDirIterator found(tour.path(QStringLiteral("home/data/qnyRecorder")), { QStringLiteral("*.csv") }, QDir::Files,
+        QDirIterator::Subdirectories);
+    // Others may be left of an earlier tour into the same folder.
+    QFileInfo newest;
+    while (found.hasNext()) {
+        found.next();
+        if (!newest.exists() || found.fileInfo().lastModified() > newest.lastModified()) {
+            newest = found.fileInfo();
+        }
+    }
+    if (!newest.exists()) {
+        return Answer::no(QStringLiteral("there is no CSV file in the recorder's data folder"));
+    }
+    RecordFile own;
+    QString error;
+    if (!own.readFile(newest.filePath(), &error)) {
+        return Answer::no(error);
+    }
+    const auto same
+        = [](const TracedEvent& left, const TracedEvent& right) { return left.describe() == right.describe(); };
+    // Rows stand in the order in which they came.
+    QList<TracedEvent> events = own.events();
+    std::stable_sort(events.begin(), events.end(),
+        [](const TracedEvent& left, const TracedEvent& right) { return left.timeUs < right.timeUs; });
+    const QList<TracedEvent>& downloaded = tour.recordFile.events();
+    const bool isSame
+        = std::equal(events.cbegin(), events.cend(), downloaded.cbegin(), downloaded.cend(), same) && !events.isEmpty();
+    return { isSame, QStringLiteral("%1: %2 events").arg(newest.fileName()).arg(events.size()) };
 }
 
 Answer compareFiles(TourContext& tour)
@@ -128,19 +172,19 @@ Answer deleteImport(TourContext& tour)
 {
     const QString name = tour.imported.text("name");
     const qsizetype before = tour.instance.items("records").size();
+    const SignalCounter lists(tour.module, SIGNAL(recordsReceived(QString, QString)));
     if (const QString fault = tour.instance.call("deleteRecord", { argument(tour.imported) }); !fault.isEmpty()) {
         return Answer::no(fault);
     }
     // The module drops it at once: what counts is that the recorder's next list has not got it.
-    if (!tour.refreshRecords()) {
-        return Answer::no(QStringLiteral("waited in vain for the list of records"));
-    }
-    const QList<ObjectHandle> records = tour.instance.items("records");
-    const bool isGone = records.size() == before - 1
-        && std::none_of(
-            records.cbegin(), records.cend(), [&](const ObjectHandle& record) { return record.text("name") == name; });
+    const bool isGone = tour.comesToList(lists, [&] {
+        const QList<ObjectHandle> records = tour.instance.items("records");
+        return records.size() == before - 1
+            && std::none_of(records.cbegin(), records.cend(),
+                [&](const ObjectHandle& record) { return record.text("name") == name; });
+    });
     return { isGone && tour.isListed(tour.record),
-        QStringLiteral("the recorder lists %1 records").arg(records.size()) };
+        QStringLiteral("the recorder lists %1 records").arg(tour.instance.items("records").size()) };
 }
 
 } // namespace
@@ -179,6 +223,10 @@ void filesChapter(TourContext& tour)
         [&] { return download(tour, tour.record, tour.path(QStringLiteral("record.csv"))); });
     steps.run("record checked", { "downloaded", "stopped plant", "resumed" },
         "compare the record with what the agents say they published", [&] { return checkAgainstJournals(tour); });
+    if (!tour.hasDatabase()) {
+        steps.run("own file", { "record checked" }, "find the record's own file in the recorder's folder",
+            [&] { return checkOwnFile(tour); });
+    }
     const QList<std::pair<QString, QString>> replays { { "replay paused", replayNames::firstSeconds },
         { "ended", replayNames::fromTheMiddle }, { "stopped", replayNames::twoAgents } };
     for (const auto& [lastStep, name] : replays) {

@@ -70,6 +70,37 @@ Answer renameRecorder(TourContext& tour)
         [&] { return QStringLiteral("the recorder is \"%1\"").arg(tour.instance.text("name")); });
 }
 
+// As a person does on the page of settings.
+Answer chooseStore(TourContext& tour)
+{
+    const TourOptions& options = tour.options;
+    QString fault = tour.instance.call("updateCassandraEndpoint", { options.endpoint });
+    if (!options.keyspace.isEmpty()) {
+        fault += tour.instance.call("updateCustomKeyspace", { options.keyspace });
+        fault += tour.instance.call("updateUseCustomKeyspace", { true });
+    }
+    if (!options.username.isEmpty()) {
+        fault += tour.instance.call("updateUsername", { options.username });
+        fault += tour.instance.call("updatePassword", { options.password });
+        fault += tour.instance.call("updateUseAuthentication", { true });
+    }
+    if (!fault.isEmpty()) {
+        return Answer::no(fault);
+    }
+    const QString commandLine = tour.instance.child("encounteredAgentInfo").text("commandLine");
+    const auto has = [&commandLine](const char* option, const QString& value) {
+        const bool isThere = commandLine.contains(QLatin1String(option));
+        return value.isEmpty() ? !isThere : isThere && commandLine.contains(value);
+    };
+    const bool isChosen = tour.instance.text("cassandraEndpoint") == options.endpoint
+        && tour.instance.isTrue("offlineMode") == options.endpoint.isEmpty() && has("--cassandra ", options.endpoint)
+        && has("--keyspace", options.keyspace) && has("--cassandra_username", options.username)
+        && has("--cassandra_password", options.password);
+    return { isChosen,
+        options.endpoint.isEmpty() ? QStringLiteral("no database: CSV files")
+                                   : QStringLiteral("database ") + options.endpoint };
+}
+
 Answer connectRecorder(TourContext& tour)
 {
     const SignalCounter contexts(tour.module,
@@ -122,7 +153,8 @@ void prepareChapter(TourContext& tour)
     steps.run("created", { "module" }, "create a recorder", [&] { return createRecorder(tour); });
     steps.run("named", { "created" }, QStringLiteral("name it \"%1\"").arg(recorderName),
         [&] { return renameRecorder(tour); });
-    steps.run("runnable", { "created" }, "can it be started from here?", [&] {
+    steps.run("store", { "created" }, "choose what it keeps its records in", [&] { return chooseStore(tour); });
+    steps.run("runnable", { "store" }, "can it be started from here?", [&] {
         return tour.instance.isTrue("isRunnable")
             ? Answer::yes(
                   QStringLiteral("yes; %1").arg(tour.instance.child("encounteredAgentInfo").text("commandLine")))

@@ -59,17 +59,14 @@ Answer resumeRecording(TourContext& tour)
 
 Answer renameRecord(TourContext& tour)
 {
+    const SignalCounter lists(tour.module, SIGNAL(recordsReceived(QString, QString)));
     if (const QString fault = tour.instance.call("updateRecordName", { argument(tour.record), recordName });
         !fault.isEmpty()) {
         return Answer::no(fault);
     }
     // The module shows the new name at once: what counts is that the recorder's next list has it.
-    if (!tour.refreshRecords()) {
-        return Answer::no(QStringLiteral("waited in vain for the list of records"));
-    }
-    const QString name = tour.record.text("name");
-    return name == recordName ? Answer::yes(QStringLiteral("the recorder lists \"%1\"").arg(name))
-                              : Answer::no(QStringLiteral("the recorder still lists \"%1\"").arg(name));
+    const bool isListed = tour.comesToList(lists, [&] { return tour.record.text("name") == recordName; });
+    return { isListed, QStringLiteral("the recorder lists \"%1\"").arg(tour.record.text("name")) };
 }
 
 } // namespace
@@ -105,7 +102,10 @@ Answer recordUntil(TourContext& tour, double seconds)
 
 Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* made)
 {
-    const QList<ObjectHandle> before = tour.instance.items("records");
+    // The one that is being recorded may stand in the list already, without an end.
+    const auto hasEnd = [](const ObjectHandle& record) { return record.value("endDateTime").toDateTime().isValid(); };
+    QList<ObjectHandle> before = tour.instance.items("records");
+    before.removeIf([&](const ObjectHandle& record) { return !hasEnd(record); });
     const double progress = recordedSeconds(tour);
     const SignalCounter answers(tour.module, SIGNAL(recordingStoppedReceived(QString)));
     window->stop.askedUs = nowUs();
@@ -119,7 +119,7 @@ Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* m
     const auto isListed = [&] {
         const QList<ObjectHandle> records = tour.instance.items("records");
         for (const ObjectHandle& record : records) {
-            if (!before.contains(record) && record.value("endDateTime").toDateTime().isValid()) {
+            if (!before.contains(record) && hasEnd(record)) {
                 *made = record;
             }
         }

@@ -23,6 +23,18 @@ QString outputOf(const TourOptions& options)
 
 } // namespace
 
+void TourOptions::setStore(const QString& store)
+{
+    if (store == QLatin1String("csv")) {
+        endpoint.clear();
+    } else if (store.contains(QLatin1Char(':'))) {
+        endpoint = store;
+        keyspace = qEnvironmentVariable("TOUR_KEYSPACE");
+        username = qEnvironmentVariable("TOUR_USERNAME");
+        password = qEnvironmentVariable("TOUR_PASSWORD");
+    }
+}
+
 bool prepareTour(const TourOptions& options, HostOptions* hostOptions, QString* error)
 {
     const QDir output(outputOf(options));

@@ -13,8 +13,17 @@ struct TourOptions
     // Records, journals, the document and the screenshots go there; made when missing. Empty: a folder of the system's
     // folder for temporary files.
     QString outputDirectory;
+    // What the recorder keeps its records in: settings as the module's page has them.
+    QString endpoint = QStringLiteral("embedded:9042"); // empty: no database
+    QString keyspace; // empty: the recorder's own
+    QString username; // empty: no authentication
+    QString password;
     QString observerProgram; // the agent that watches the replays; empty: <directory of the
                              // program>/../tests/qnyTestObserver
+
+    // "embedded", "csv", or the host:port of a Cassandra, whose keyspace, user name and password stand in the
+    // environment as TOUR_KEYSPACE, TOUR_USERNAME and TOUR_PASSWORD; empty: as it is.
+    void setStore(const QString& store);
 };
 
 // Sets what the tour needs of the host, before HostApplication::start(): journals of the plant, nothing remembered, a

@@ -64,13 +64,13 @@ void TourContext::screenshot(const QString& name, Tab tab)
     screenshots.append(file);
 }
 
-bool TourContext::refreshRecords()
+bool TourContext::comesToList(const SignalCounter& lists, const std::function<bool()>& isShown)
 {
-    const SignalCounter answers(module, SIGNAL(recordsReceived(QString, QString)));
-    if (!answers.isConnected() || !instance.call("getRecords", { QString() }).isEmpty()) {
+    const int before = hasDatabase() ? lists.count() : 0;
+    if (!lists.isConnected() || (hasDatabase() && !instance.call("getRecords", { QString() }).isEmpty())) {
         return false;
     }
-    return waitUntil([&] { return answers.count() > 0; }, answerBoundMs);
+    return waitUntil([&] { return lists.count() > before && isShown(); }, answerBoundMs);
 }
 
 bool TourContext::isListed(const ObjectHandle& listed) const

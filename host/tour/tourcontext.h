@@ -13,6 +13,8 @@
 
 #include <QtCore/QDir>
 
+#include <functional>
+
 class HostApplication;
 
 namespace tour {
@@ -56,8 +58,10 @@ struct TourContext
 
     // Keeps a picture of the module's page, with this tab of the open recorder in front.
     void screenshot(const QString& name, Tab tab = Tab::Current);
-    // What the list of the instance holds, fetched again from the recorder; false when no answer came.
-    bool refreshRecords();
+    // Whether the recorder's own list comes to show this: asked for, or without a database sent unasked. `lists` counts
+    // from before the change on.
+    bool comesToList(const SignalCounter& lists, const std::function<bool()>& isShown);
+    bool hasDatabase() const { return !options.endpoint.isEmpty(); }
     bool isListed(const ObjectHandle& listed) const;
     QString path(const QString& fileName) const { return output.filePath(fileName); }
 };

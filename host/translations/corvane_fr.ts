@@ -80,10 +80,6 @@
         <translation>L’option «&#xa0;%1&#xa0;» demande une valeur</translation>
     </message>
     <message>
-        <source>Option &apos;output&apos; belongs to &apos;--tour&apos;</source>
-        <translation>L’option «&#xa0;output&#xa0;» va avec «&#xa0;--tour&#xa0;»</translation>
-    </message>
-    <message>
         <source>&apos;--tour&apos; and &apos;--screenshot&apos; exclude one another</source>
         <translation>«&#xa0;--tour&#xa0;» et «&#xa0;--screenshot&#xa0;» s’excluent</translation>
     </message>
@@ -114,6 +110,18 @@
     <message>
         <source>&apos;%1&apos; is no size (such as 1280x800)</source>
         <translation>«&#xa0;%1&#xa0;» n’est pas une taille (par exemple 1280x800)</translation>
+    </message>
+    <message>
+        <source>What the tour&apos;s recorder keeps records in: &quot;embedded&quot;, &quot;csv&quot; or a Cassandra&apos;s HOST:PORT.</source>
+        <translation>Où l’enregistreur de la visite garde ses enregistrements : «&#xa0;embedded&#xa0;», «&#xa0;csv&#xa0;» ou le HOST:PORT d’une Cassandra.</translation>
+    </message>
+    <message>
+        <source>Option &apos;%1&apos; belongs to &apos;--tour&apos;</source>
+        <translation>L’option «&#xa0;%1&#xa0;» va avec «&#xa0;--tour&#xa0;»</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is no store (embedded, csv or HOST:PORT)</source>
+        <translation>«&#xa0;%1&#xa0;» n’est pas un stockage (embedded, csv ou HOST:PORT)</translation>
     </message>
 </context>
 <context>
