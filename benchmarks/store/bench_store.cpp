@@ -4,17 +4,12 @@
 // be without chunks) and bare rows of 32 KiB (what it could be at best). Then how long a seek takes in that record.
 //
 //   bench_store [events, 1000000] [directory, a temporary one]
-//
-// One event: a value of 100 bytes of one of 50 outputs of 10 agents, every 100 microseconds.
 
-#include "chunk/packedchunk.h"
-#include "csv/exchange.h"
 #include "store/embedded/embeddedstore.h"
+#include "storeload.h"
 
 #include <QTemporaryDir>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -24,50 +19,9 @@
 #include <vector>
 
 using namespace recorder;
+using namespace recorder::bench;
 
 namespace {
-
-constexpr std::int64_t stepUs = 100;
-constexpr int outputCount = 50;
-
-double seconds()
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-void must(bool good, const std::string& what)
-{
-    if (!good) {
-        std::fprintf(stderr, "%s\n", what.c_str());
-        std::exit(1);
-    }
-}
-
-struct Names
-{
-    std::vector<std::string> agents;
-    std::vector<std::string> outputs;
-    std::string value = std::string(100, 'v');
-
-    Names()
-    {
-        for (int i = 0; i < outputCount; ++i) {
-            agents.push_back("agent " + std::to_string(i / 5));
-            outputs.push_back("output " + std::to_string(i % 5));
-        }
-    }
-    EventView event(std::int64_t number) const
-    {
-        const auto output = static_cast<std::size_t>(number * 7919 % outputCount);
-        return { number * stepUs, agents[output], outputs[output], ValueView::fromString(value) };
-    }
-};
-
-void tell(const char* what, std::int64_t events, double took)
-{
-    std::printf("%-46s %10.0f events/s   %7.3f s\n", what, static_cast<double>(events) / took, took);
-    std::fflush(stdout);
-}
 
 // SQLite alone, with the store's settings.
 class Bare
@@ -131,23 +85,17 @@ void writeRows(const std::filesystem::path& file, const Names& names, std::int64
         sqlite3_reset(find);
     }
     sqlite3_finalize(find);
-    std::sort(took.begin(), took.end());
-    std::printf("%-46s median %.3f ms, most %.3f ms\n", "  seek there (one row by index, no state)", took[150] * 1e3,
-        took.back() * 1e3);
+    tellTimes("  seek there (one row by index, no state)", std::move(took));
 }
 
 void writeBlobs(const std::filesystem::path& file, const Names& names, std::int64_t events)
 {
     // One chunk, packed once and written over and over: nothing but SQLite's own work.
-    ChunkBuilder builder;
-    const std::uint32_t output = builder.declare("agent", "output");
-    while (builder.bytes() < 32 * 1024) {
-        builder.add(output, builder.count() * stepUs, ValueView::fromString(names.value));
-    }
-    const std::string packed = builder.finish(ChunkKind::Events, 0);
+    std::uint32_t inOne = 0;
+    const std::string packed = readyChunk(names, inOne);
     Bare bare(file, "CREATE TABLE chunks (id INTEGER PRIMARY KEY, first_us INTEGER, packed BLOB);");
     sqlite3_stmt* insert = bare.prepare("INSERT INTO chunks (first_us, packed) VALUES (?, ?)");
-    const std::int64_t chunks = (events + builder.count() - 1) / builder.count();
+    const std::int64_t chunks = (events + inOne - 1) / inOne;
     const double began = seconds();
     for (std::int64_t i = 0; i < chunks; ++i) {
         if (i % 16 == 0) {
@@ -159,83 +107,8 @@ void writeBlobs(const std::filesystem::path& file, const Names& names, std::int6
         sqlite3_reset(insert);
     }
     bare.execute("COMMIT");
-    tell("bare SQLite, ready chunks, 16 a transaction", chunks * builder.count(), seconds() - began);
+    tell("bare SQLite, ready chunks, 16 a transaction", chunks * inOne, seconds() - began);
     sqlite3_finalize(insert);
-}
-
-std::string writeStore(Store& store, const Names& names, std::int64_t events)
-{
-    RecordFacts facts;
-    facts.uuid = newRecordUuid();
-    facts.name = "benchmark";
-    std::unique_ptr<RecordWriter> writer;
-    StoreResult result = store.create(facts, writer);
-    must(bool(result), result.message);
-    const double began = seconds();
-    for (std::int64_t i = 0; i < events; ++i) {
-        result = writer->append(names.event(i));
-        if (i % 10'000 == 0 && result) {
-            result = writer->tick(i * stepUs);
-        }
-        must(bool(result), result.message);
-    }
-    result = writer->close(0);
-    must(bool(result), result.message);
-    tell("embedded store, through its writer", events, seconds() - began);
-    return facts.uuid;
-}
-
-void readStore(Store& store, const std::string& uuid, std::int64_t events)
-{
-    std::unique_ptr<RecordReader> reader;
-    StoreResult result = store.open(uuid, reader);
-    must(bool(result), result.message);
-    const double began = seconds();
-    auto cursor = reader->events(0, events * stepUs, result);
-    EventView event;
-    std::int64_t count = 0;
-    while (cursor->next(event) == EventCursor::Step::Event) {
-        ++count;
-    }
-    must(count == events, "read " + std::to_string(count) + " events");
-    tell("  read whole, in order", events, seconds() - began);
-
-    std::mt19937_64 random(1);
-    std::vector<double> seeks;
-    std::vector<double> states;
-    for (int i = 0; i < 300; ++i) {
-        const auto timeUs = static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(events * stepUs));
-        double start = seconds();
-        cursor = reader->events(timeUs, events * stepUs, result);
-        must(cursor->next(event) == EventCursor::Step::Event || timeUs > (events - 1) * stepUs, "seek found nothing");
-        seeks.push_back(seconds() - start);
-        start = seconds();
-        std::vector<OutputValue> state;
-        result = reader->stateBefore(timeUs, state);
-        must(bool(result), result.message);
-        states.push_back(seconds() - start);
-    }
-    std::sort(seeks.begin(), seeks.end());
-    std::sort(states.begin(), states.end());
-    std::printf("%-46s median %.3f ms, most %.3f ms\n", "  seek (first event from a moment on)", seeks[150] * 1e3,
-        seeks.back() * 1e3);
-    std::printf("%-46s median %.3f ms, most %.3f ms\n", "  state (last value of all outputs there)", states[150] * 1e3,
-        states.back() * 1e3);
-
-    const double exportBegan = seconds();
-    csv::ExportCursor at;
-    csv::ExportChunk chunk;
-    std::size_t bytes = 0;
-    std::size_t chunks = 0;
-    do {
-        result = csv::exportChunk(*reader, at, chunk);
-        must(bool(result), result.message);
-        bytes += chunk.content.size();
-        ++chunks;
-        at = chunk.next;
-    } while (!at.isEmpty());
-    tell("  export as CSV, in chunks", events, seconds() - exportBegan);
-    std::printf("%-46s %zu chunks, %.1f MB\n", "", chunks, static_cast<double>(bytes) / 1e6);
 }
 
 } // namespace
@@ -257,12 +130,8 @@ int main(int argc, char** argv)
     StoreResult result;
     const std::unique_ptr<Store> store = openEmbeddedStore(options, result);
     must(bool(result), result.message);
-    const std::string uuid = writeStore(*store, names, events);
+    const std::string uuid = writeStore(*store, names, events, "embedded store, through its writer");
     readStore(*store, uuid, events);
-
-    const double began = seconds();
-    result = store->remove(uuid);
-    must(bool(result), result.message);
-    std::printf("%-46s %.3f ms\n", "  delete (until it is off the list)", (seconds() - began) * 1e3);
+    removeRecord(*store, uuid);
     return 0;
 }
