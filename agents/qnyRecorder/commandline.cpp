@@ -9,6 +9,8 @@
 #include <QStandardPaths>
 #include <QUrl>
 
+#include <limits>
+
 #include <quenary.h>
 
 namespace recorder {
@@ -16,6 +18,7 @@ namespace recorder {
 namespace {
 
 constexpr char EMBEDDED_HOST[] = "embedded";
+constexpr quint64 LEAST_SPILL_BYTES = 16 * 1024 * 1024;
 
 #ifdef RR_HAS_CASSANDRA
 constexpr bool HAS_CASSANDRA = true;
@@ -85,6 +88,10 @@ struct Options
         "The authorities that vouch for Cassandra's certificates, in PEM form (default: those that the system trusts); "
         "means --tls.",
         "file" };
+    QCommandLineOption spillLimit { "spill-limit",
+        "How much may wait on this machine's disk while Cassandra takes no writes, such as 500M or 20G (default: 4G); "
+        "beyond it events are lost, and counted.",
+        "size" };
     QCommandLineOption verbose { { "v", "verbose" }, "Log every command and answer." };
     QCommandLineOption certificate { { "1", "qnyCert" }, "This agent's private certificate.", "file" };
     QCommandLineOption certificates { { "2", "publicCerts" }, "Public certificates of the agents let in.",
@@ -105,10 +112,27 @@ struct Options
 
     QList<QCommandLineOption> all() const
     {
-        return { name, cassandra, keyspace, username, password, replication, consistency, tls, tlsCa, verbose,
-            certificate, certificates, timestamped, device, port, peers, dataDirectory, replayOverLive, help, version };
+        return { name, cassandra, keyspace, username, password, replication, consistency, tls, tlsCa, spillLimit,
+            verbose, certificate, certificates, timestamped, device, port, peers, dataDirectory, replayOverLive, help,
+            version };
     }
 };
+
+/// Bytes from a number with one of the letters K, M, G and T behind it, or none; 0 when the text is nothing of the
+/// kind.
+quint64 sizeFromText(const QString& text)
+{
+    const QString digits = text.chopped(!text.isEmpty() && text.back().isLetter() ? 1 : 0);
+    const qsizetype power = digits.size() == text.size() ? 0 : QStringLiteral(" KMGT").indexOf(text.back().toUpper());
+    bool isNumber = false;
+    const quint64 number = digits.toULongLong(&isNumber);
+    const bool digitsOnly = !digits.isEmpty() && digits.at(0).isDigit();
+    if (!isNumber || !digitsOnly || power < 0 || digits.size() > 15) {
+        return 0;
+    }
+    const quint64 unit = quint64(1) << (10 * power);
+    return number <= std::numeric_limits<quint64>::max() / unit ? number * unit : 0;
+}
 
 /// Splits HOST:PORT at the last colon. Returns what is wrong, or nothing.
 QString readDatabase(const QString& text, Settings& settings)
@@ -161,6 +185,13 @@ QString readCassandraOptions(const QCommandLineParser& parser, const Options& op
         return QStringLiteral("--tls-ca is empty");
     }
     settings.tls = parser.isSet(options.tls) || parser.isSet(options.tlsCa);
+    if (parser.isSet(options.spillLimit)) {
+        settings.spillBytes = sizeFromText(parser.value(options.spillLimit));
+        if (settings.spillBytes < LEAST_SPILL_BYTES) {
+            return QStringLiteral("--spill-limit \"%1\" is not a size from 16M on, such as 500M or 20G")
+                .arg(parser.value(options.spillLimit));
+        }
+    }
     return {};
 }
 

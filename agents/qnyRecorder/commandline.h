@@ -28,6 +28,7 @@ struct Settings
     QString consistency = QStringLiteral("LOCAL_QUORUM"); ///< of reads and writes
     bool tls = false;
     QString tlsCaFile; ///< empty: the authorities that the system trusts
+    quint64 spillBytes = quint64(4) * 1024 * 1024 * 1024; ///< of what waits on this machine for Cassandra
     bool verbose = false;
     bool timestampedReplay = false; ///< publications of a replay carry their recorded time, not the present one
     bool replayOverLive = false; ///< replay also for agents that are on the network themselves

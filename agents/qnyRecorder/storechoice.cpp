@@ -9,6 +9,7 @@
 
 #include <QDebug>
 #include <QDir>
+#include <QUrl>
 
 namespace recorder {
 
@@ -38,6 +39,22 @@ std::unique_ptr<Store> openEmbedded(const Settings& settings, StoreResult& resul
     return openEmbeddedStore(options, result);
 }
 
+#ifdef RR_HAS_CASSANDRA
+// The folder of what waits for one database, which is never brought into another. Names those where something waits for
+// others: nobody else would.
+QString journalsOf(const QDir& dataDirectory, const QString& database)
+{
+    const QString own = QStringLiteral("journals-") + QString::fromLatin1(QUrl::toPercentEncoding(database, ":"));
+    for (const QString& folder : dataDirectory.entryList({ QStringLiteral("journals-*") }, QDir::Dirs)) {
+        if (folder != own && !QDir(dataDirectory.filePath(folder)).isEmpty(QDir::Files)) {
+            qWarning().noquote() << "Records wait in" << dataDirectory.filePath(folder)
+                                 << "for another database: start a recorder with that one, and they are stored";
+        }
+    }
+    return dataDirectory.filePath(own);
+}
+#endif
+
 std::unique_ptr<Store> openCassandra([[maybe_unused]] const Settings& settings, [[maybe_unused]] StoreResult& result)
 {
 #ifdef RR_HAS_CASSANDRA
@@ -53,11 +70,11 @@ std::unique_ptr<Store> openCassandra([[maybe_unused]] const Settings& settings, 
     options.consistency = settings.consistency.toStdString();
     options.tls = settings.tls;
     options.tlsCaFile = settings.tlsCaFile.toStdString();
-    // What waits for one database is never brought into another.
-    const QString journals = QStringLiteral("journals-%1-%2-%3")
+    const QString database = QStringLiteral("%1:%2-%3")
                                  .arg(settings.databaseHost, QString::number(settings.databasePort),
                                      QString::fromStdString(options.keyspace));
-    options.journals = QDir(settings.dataDirectory).filePath(journals).toStdString();
+    options.journals = journalsOf(QDir(settings.dataDirectory), database).toStdString();
+    options.journalBytes = settings.spillBytes;
     options.onMessage = logMessage;
     return openCassandraStore(options, result);
 #else

@@ -75,6 +75,26 @@ private slots:
         QVERIFY(parseCommandLine({ "qnyRecorder", "--tls" }).settings.tls);
     }
 
+    void sizesAreNumbersWithOrWithoutALetter_data()
+    {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<quint64>("bytes");
+        QTest::newRow("bytes") << "20000000" << quint64(20'000'000);
+        QTest::newRow("K") << "16384K" << quint64(16) * 1024 * 1024;
+        QTest::newRow("M") << "500M" << quint64(500) * 1024 * 1024;
+        QTest::newRow("G, small") << "20g" << quint64(20) * 1024 * 1024 * 1024;
+        QTest::newRow("T") << "2T" << quint64(2) * 1024 * 1024 * 1024 * 1024;
+    }
+    void sizesAreNumbersWithOrWithoutALetter()
+    {
+        QFETCH(QString, given);
+        QFETCH(quint64, bytes);
+        const CommandLine line = parseCommandLine({ "qnyRecorder", "--spill-limit", given });
+        QCOMPARE(line.outcome, CommandLine::Outcome::Run);
+        QCOMPARE(line.settings.spillBytes, bytes);
+        QCOMPARE(parseCommandLine({ "qnyRecorder" }).settings.spillBytes, quint64(4) * 1024 * 1024 * 1024);
+    }
+
 #ifdef RR_HAS_CASSANDRA
     void aClusterIsANodeOfIt_data()
     {
@@ -130,6 +150,10 @@ private slots:
             << QStringList { "--replication", "NetworkTopologyStrategy:d'=3" } << "--replication";
         QTest::newRow("consistency") << QStringList { "--consistency", "MOST" } << "MOST";
         QTest::newRow("empty CA") << QStringList { "--tls-ca", "" } << "--tls-ca";
+        for (const char* size : { "", "G", "-1G", "+1G", "1.5G", "4X", "4GB", "15M", "0", "99999999999999T" }) {
+            QTest::addRow("spill limit \"%s\"", size) << QStringList { "--spill-limit",
+                size } << QStringLiteral("--spill-limit \"%1\"").arg(QLatin1String(size));
+        }
         QTest::newRow("bad keyspace") << QStringList { "--keyspace", "a-b" } << "a-b";
         QTest::newRow("user without password")
             << QStringList { "--cassandra", "embedded:1", "--cassandra_username", "u" } << "go together";
@@ -156,7 +180,7 @@ private slots:
         QVERIFY(help.text.startsWith("Usage: qnyRecorder [options]\n"));
         for (const char* option : { "--device", "--port", "--peers", "--data-directory", "--version",
                  "--replay_over_live", "--cassandra_password", "--timestamped_replay", "--replication", "--consistency",
-                 "--tls", "--tls-ca" }) {
+                 "--tls", "--tls-ca", "--spill-limit" }) {
             QVERIFY2(help.text.contains(QLatin1String(option)), option);
         }
         const CommandLine version = parseCommandLine({ "qnyRecorder", "--version" });

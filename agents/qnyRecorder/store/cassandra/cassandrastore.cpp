@@ -15,6 +15,7 @@ std::unique_ptr<Store> openCassandraStore(const CassandraOptions& options, Store
 {
     SpillOptions spill;
     spill.directory = options.journals;
+    spill.limitBytes = options.journalBytes;
     spill.onMessage = options.onMessage;
     spill.chunking = options.chunking;
     return openSpillingStore(makeCassandraDatabase(options), spill, result);

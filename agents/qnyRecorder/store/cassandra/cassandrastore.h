@@ -20,6 +20,7 @@ struct CassandraOptions
     bool tls = false;
     std::string tlsCaFile; // PEM; empty: the authorities that the system trusts
     std::filesystem::path journals; // folder for what the database cannot take; of this keyspace alone
+    std::uint64_t journalBytes = std::uint64_t(4) * 1024 * 1024 * 1024; // that they may take
     Store::MessageHandler onMessage; // null: messages are dropped
     ChunkingOptions chunking;
     std::int64_t leaseUs = 5'000'000; // how long an owner on another machine is believed to live without a sign

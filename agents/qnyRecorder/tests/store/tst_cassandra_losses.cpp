@@ -72,9 +72,10 @@ private:
 
 } // namespace
 
-// Faults of a real database and of the recorder while it records. After each: what was produced is what is stored and what
-// is reported as lost, and of a killed recorder what was not older than a second; nothing is there twice or altered.
-// RR_LOSS_ROUNDS rounds of each fault, RR_LOSS_SEED the first one's seed; each prints a line for scripts/loss-test.
+// Faults of a real database and of the recorder while it records. After each: what was produced is what is stored and
+// what is reported as lost, and of a killed recorder what was not older than a second; nothing is there twice or
+// altered. RR_LOSS_ROUNDS rounds of each fault, RR_LOSS_SEED the first one's seed; each prints a line for
+// scripts/loss-test.
 class TestCassandraLosses : public QObject
 {
     Q_OBJECT
@@ -173,7 +174,8 @@ void TestCassandraLosses::account(Store& store, Account account)
 {
     std::unique_ptr<RecordReader> reader;
     StoreResult opened = store.open(m_uuid, reader);
-    for (const QDeadlineTimer deadline(10'000); !opened && !deadline.hasExpired(); opened = store.open(m_uuid, reader)) {
+    for (const QDeadlineTimer deadline(10'000); !opened && !deadline.hasExpired();
+         opened = store.open(m_uuid, reader)) {
         QThread::msleep(100); // the database may still find its feet
     }
     RR_DONE(opened);
@@ -277,8 +279,7 @@ void TestCassandraLosses::killRecorder(bool whileItDrains)
     const auto store = openStore();
     QVERIFY(store);
     QVERIFY(waitForDraining(*store));
-    account(*store,
-        { .produced = produced, .inLastSecond = produced - appendedBy(lines, last - 1'000'000) });
+    account(*store, { .produced = produced, .inLastSecond = produced - appendedBy(lines, last - 1'000'000) });
 }
 
 void TestCassandraLosses::theRecorderIsKilledWhileItSpills()
