@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "cassandracluster.h"
-#include "cassandratables.h"
-#include "storesuite.h"
+#include "cassandraundertest.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -10,60 +8,6 @@
 
 using namespace recorder;
 using namespace recorder::testing;
-
-namespace {
-
-class CassandraUnderTest : public StoreUnderTest
-{
-public:
-    // Empty, or why there can be no server.
-    QString start()
-    {
-        const QString why = CassandraCluster::whyNotAvailable();
-        return why.isEmpty() ? m_cluster.start() : why;
-    }
-    void makeEmpty() override
-    {
-        m_journals = std::make_unique<QTemporaryDir>();
-        m_place = m_cluster.endpoint() + QStringLiteral("/record_and_replay") + m_journals->path();
-        StoreResult result = m_tables.connect(options());
-        if (result) {
-            result = m_tables.makeEmpty();
-        }
-        if (!result) {
-            QTest::qFail(result.message.c_str(), __FILE__, __LINE__);
-        }
-    }
-    std::unique_ptr<Store> open(StoreResult& result, Store::MessageHandler onMessage = nullptr) override
-    {
-        CassandraOptions given = options();
-        given.onMessage = std::move(onMessage);
-        return openCassandraStore(given, result);
-    }
-    QString place() const override { return m_place; }
-    void usePlace(const QString& place) override { m_place = place; }
-
-    CassandraOptions options() const
-    {
-        CassandraOptions options;
-        options.host = m_place.section(u':', 0, 0).toStdString();
-        options.port = m_place.section(u':', 1).section(u'/', 0, 0).toUShort();
-        options.keyspace = m_place.section(u'/', 1, 1).toStdString();
-        options.journals = (u'/' + m_place.section(u'/', 2)).toStdString();
-        return options;
-    }
-    CassandraTables& tables() { return m_tables; }
-    void freeze() { m_cluster.freeze(1); }
-    void thaw() { m_cluster.thaw(1); }
-
-private:
-    CassandraCluster m_cluster;
-    CassandraTables m_tables;
-    std::unique_ptr<QTemporaryDir> m_journals;
-    QString m_place; // "ADDRESS:PORT/KEYSPACE/FOLDER OF THE JOURNALS"
-};
-
-} // namespace
 
 // Runs the suite over Cassandra, and what only this store has.
 class TestCassandraStore : public StoreSuite
@@ -546,12 +490,12 @@ void TestCassandraStore::writesToAFrozenServerComeBackAndMayBeSentAgain()
     RR_DONE(database->create(facts));
     const auto sink = database->sink(facts.uuid);
     RR_DONE(sink->write(batchOf(0, 0, 100)));
-    m_cassandra.freeze();
+    m_cassandra.cluster().freeze(1);
     QElapsedTimer timer;
     timer.start();
     const StoreResult result = sink->write(lastOf(batchOf(1, 100, 100)));
     const qint64 took = timer.elapsed();
-    m_cassandra.thaw();
+    m_cassandra.cluster().thaw(1);
     QVERIFY(result.error == StoreError::Unreachable);
     QVERIFY2(result.outcome == Outcome::Unknown, result.message.c_str());
     QVERIFY2(took < 10'000, std::to_string(took).c_str()); // about two seconds on a machine that has nothing else to do
