@@ -23,8 +23,13 @@ function(rr_find_cassandra missing)
         set(${missing} "the headers of OpenSSL are not installed" PARENT_SCOPE)
         return()
     endif()
+    execute_process(COMMAND rustc -vV OUTPUT_VARIABLE version ERROR_QUIET)
+    set(target "")
+    if(version MATCHES "host: ([^\n]+)")
+        set(target --target "${CMAKE_MATCH_1}") # nothing for other systems
+    endif()
     foreach(network --offline --config=net.retry=1)
-        execute_process(COMMAND "${RR_CARGO}" fetch --quiet --locked ${network} WORKING_DIRECTORY "${RR_CASSANDRA_DRIVER}"
+        execute_process(COMMAND "${RR_CARGO}" fetch --quiet --locked ${target} ${network} WORKING_DIRECTORY "${RR_CASSANDRA_DRIVER}"
             RESULT_VARIABLE failed OUTPUT_QUIET ERROR_VARIABLE why TIMEOUT 300)
         if(failed EQUAL 0)
             set(${missing} "" PARENT_SCOPE)
