@@ -51,7 +51,7 @@ Rectangle {
     // To what is in front now; a question keeps the keyboard until it is answered.
     function takeKeyboard(): void {
         if (root.visible && !root.isAsked) {
-            (progressFeedback.visible ? progressFeedback : busyFeedback.visible ? busyFeedback : stack).forceActiveFocus();
+            (busyFeedback.visible ? busyFeedback : progressFeedback.visible ? progressFeedback : stack).forceActiveFocus();
         }
     }
 
@@ -142,6 +142,7 @@ Rectangle {
         id: progressFeedback
         anchors.fill: parent
         visible: root.loading || root.exporting || root.importing
+        onVisibleChanged: root.takeKeyboard()
         recorder: root.current
         text: {
             if (root.loading) {
@@ -159,7 +160,7 @@ Rectangle {
         onCancelRequested: {
             if (root.exporting) {
                 root.current.stopExport();
-            } else {
+            } else if (root.importing) {
                 root.current.stopImport();
             }
         }
@@ -173,6 +174,7 @@ Rectangle {
 
         anchors.fill: parent
         visible: root.filtering || root.stopping || root.moving || (root.canceling && !(isStale && isDismissed))
+        onVisibleChanged: root.takeKeyboard()
         recorder: root.current
         text: {
             if (root.filtering) {

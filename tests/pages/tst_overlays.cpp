@@ -15,6 +15,8 @@ private Q_SLOTS:
     void theCancelButtonEndsTheExportBeforeTheImport();
     void filteringStoppingMovingAndCancelingAreNamedInThisOrder();
     void duringAnExportWhoseCancelWasRequestedTheBusyOverlayShowsCanceling();
+    void anotherEnterAfterACancelCancelsNothingMore();
+    void theOverlayInFrontHasTheKeyboard();
     void anOverlayTakesTheMouseAndTheKeys();
     void theOverlayOfOneRecorderDoesNotCoverAnother();
     void aRecorderThatStaysSilentOffersAWayOut();
@@ -158,6 +160,43 @@ void OverlaysTests::duringAnExportWhoseCancelWasRequestedTheBusyOverlayShowsCanc
     QVERIFY(!pages.instance->isDownloadingRecord());
     QVERIFY(!pages.instance->isCancelingExport());
     QCOMPARE(pages.overlay(), NONE);
+}
+
+void OverlaysTests::anotherEnterAfterACancelCancelsNothingMore()
+{
+    BusyPages pages;
+    pages.focusOn("recordsList");
+    pages.exportRecord();
+    QCOMPARE(pages.focus(), "progressFeedback");
+    pages.focusOn("cancelButton");
+    pages.key(Qt::Key_Return);
+    QVERIFY(pages.instance->isCancelingExport());
+    QCOMPARE(pages.focus(), "busyFeedback");
+    pages.key(Qt::Key_Return);
+    QVERIFY(!pages.instance->isCancelingImport());
+    pages.recorder.reply("receive_export", { RECORD_A, 1, RECORD_B, "pump;1;output;speed;double;1" });
+    QCOMPARE(pages.overlay(), NONE);
+    QCOMPARE(pages.focus(), "recordsList");
+
+    // A press that comes when nothing is under way any more.
+    pages.load();
+    QMetaObject::invokeMethod(pages.item("progressFeedback"), "cancelRequested");
+    QVERIFY(!pages.instance->isCancelingImport());
+    QVERIFY(!pages.instance->isCancelingExport());
+}
+
+void OverlaysTests::theOverlayInFrontHasTheKeyboard()
+{
+    BusyPages pages;
+    pages.import();
+    pages.exportRecord();
+    pages.focusOn("cancelButton");
+    pages.key(Qt::Key_Return);
+    QCOMPARE(pages.overlay(), progress("Importing record, please wait...") + busy("Canceling..."));
+    QCOMPARE(pages.focus(), "busyFeedback");
+    pages.recorder.reply("receive_export", { RECORD_A, 1, RECORD_B, "pump;1;output;speed;double;1" });
+    QCOMPARE(pages.overlay(), progress("Importing record, please wait..."));
+    QVERIFY(pages.item("progressFeedback")->hasActiveFocus());
 }
 
 void OverlaysTests::anOverlayTakesTheMouseAndTheKeys()

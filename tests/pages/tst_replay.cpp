@@ -2,6 +2,8 @@
 #include "pages.h"
 #include "pagetest.h"
 
+#include <functional>
+
 /// The replay of the record that a recorder has loaded, each control to its call.
 class ReplayTests : public QObject
 {
@@ -20,6 +22,8 @@ private Q_SLOTS:
     void noTimeIsTypedWhileTheRecordIsPlayed();
     void theSliderStandsWhereTheReplayIs();
     void pressingTheSliderPausesAndReleasingItMoves();
+    void aSliderThatIsTakenFromTheHandMovesNothing_data();
+    void aSliderThatIsTakenFromTheHandMovesNothing();
     void theSliderMovesWithKeys();
     void neitherTheSliderNorATypedTimeMovesWhileTheRecorderMoves_data();
     void neitherTheSliderNorATypedTimeMovesWhileTheRecorderMoves();
@@ -265,6 +269,45 @@ void ReplayTests::pressingTheSliderPausesAndReleasingItMoves()
     QCOMPARE(QuenaryDouble::calledServices(), QStringList("move_to"));
     QVERIFY(std::abs(lastServiceCall().arguments.at(0).toDouble() - 225) < 1);
     QVERIFY(pages.instance->isMovingRecord());
+}
+
+void ReplayTests::aSliderThatIsTakenFromTheHandMovesNothing_data()
+{
+    QTest::addColumn<std::function<void(Replay&)>>("takeAway");
+    QTest::newRow("an overlay") << std::function([](Replay& pages) {
+        pages.agent(0)->setchecked(false);
+        pages.instance->updateRecordAgentsFilter(pages.record);
+    });
+    QTest::newRow("another move") << std::function([](Replay& pages) { pages.instance->moveCurrentRecordTime(20); });
+    QTest::newRow("the end of the replay") << std::function([](Replay& pages) { pages.instance->unloadRecord(pages.record); });
+    QTest::newRow("another tab") << std::function([](Replay& pages) { pages.showTab(Pages::File); });
+    QTest::newRow("a key") << std::function([](Replay& pages) { QTest::keyRelease(&pages.window, Qt::Key_Right); });
+    QTest::newRow("the end of the recorder") << std::function([](Replay& pages) { ModuleFixture::leave(pages.instance->agentInstanceUuid()); });
+}
+
+void ReplayTests::aSliderThatIsTakenFromTheHandMovesNothing()
+{
+    QFETCH(const std::function<void(Replay&)>, takeAway);
+    Replay pages;
+    ignoreNotPlaying();
+    QTest::mousePress(&pages.window, Qt::LeftButton, {}, pages.onSlider(0.5));
+    const QPoint end = pages.onSlider(0.75);
+    QTest::mouseMove(&pages.window, pages.onSlider(0.6));
+    QTest::mouseMove(&pages.window, end);
+    Pages::settle();
+    const auto moves = [] { return QuenaryDouble::calledServices().count("move_to"); };
+    takeAway(pages);
+    const qsizetype before = moves();
+    Pages::settle();
+    QCOMPARE(moves(), before);
+    QVERIFY(before <= 1);
+    if (before == 1) {
+        QCOMPARE(lastServiceCall().arguments, QVariantList({ 20.0 }));
+    }
+    // The hand lets go of what it does not hold any more.
+    QTest::mouseRelease(&pages.window, Qt::LeftButton, {}, end);
+    Pages::settle();
+    QCOMPARE(moves(), before);
 }
 
 void ReplayTests::theSliderMovesWithKeys()

@@ -48,7 +48,9 @@ DarkOrLightTextField {
     mayCommit: typedMilliseconds >= 0 && !isMoving
     onReadOnlyChanged: reset()
     onCommitted: text => {
-        if (root.typedMilliseconds !== Math.round(root.record.replayProgressInSecond * 1000)) {
+        // An overlay that takes the keyboard ends typing before every flag was told of.
+        const isMoving = root.recorder.isMovingRecord || root.recorder.isStoppingRecord;
+        if (!isMoving && root.typedMilliseconds !== Math.round(root.record.replayProgressInSecond * 1000)) {
             root.recorder.updateCurrentRecordTime(text);
         }
     }

@@ -15,10 +15,9 @@ FocusScope {
     // Null for the moment between a record's end and its row's.
     required property RecorderRecord record
     readonly property real duration: record?.durationInSeconds ?? 0
-    readonly property bool isMoving: recorder.isMovingRecord || recorder.isStoppingRecord
 
     function moveTo(position: real): void {
-        if (!root.isMoving) {
+        if (!root.recorder.isMovingRecord && !root.recorder.isStoppingRecord) {
             root.recorder.moveCurrentRecordTime(position * root.duration);
         }
     }

@@ -38,7 +38,15 @@ Hinted {
         to: 1
         Accessible.name: root.hint
         Accessible.description: root.valueText
-        onPressedChanged: pressed ? root.grabbed() : root.released(value)
+        // A press also ends when something comes in between, which asks for nothing: then the hand still holds it, or
+        // it cannot be held any more.
+        onPressedChanged: {
+            if (pressed) {
+                root.grabbed();
+            } else if (!hand.active && enabled && visible) {
+                root.released(value);
+            }
+        }
         Keys.onLeftPressed: stepTo(root.position - root.step)
         Keys.onRightPressed: stepTo(root.position + root.step)
         Keys.onPressed: event => {
@@ -51,6 +59,10 @@ Hinted {
             }
         }
 
+        // Told of the button before the slider is.
+        PointHandler {
+            id: hand
+        }
         Binding on value {
             when: !slider.pressed
             value: root.position
