@@ -59,6 +59,7 @@ endforeach()
 # The behaviour that every store must show; a store's test links it and runs it over that store.
 add_library(qnyRecorderStoreSuite STATIC
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/childrecorder.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/tests/store/recordtools.cpp
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite.cpp
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite.h
     ${CMAKE_CURRENT_LIST_DIR}/tests/store/storesuite_crash.cpp

@@ -33,16 +33,6 @@ std::unique_ptr<Store> StoreSuite::openStore()
     return store;
 }
 
-std::unique_ptr<RecordReader> StoreSuite::read(Store& store, const std::string& uuid)
-{
-    std::unique_ptr<RecordReader> reader;
-    const StoreResult result = store.open(uuid, reader);
-    if (!result) {
-        QTest::qFail(result.message.c_str(), __FILE__, __LINE__);
-    }
-    return reader;
-}
-
 RecordFacts StoreSuite::newFacts(const std::string& name, std::int64_t startUs)
 {
     RecordFacts facts;
@@ -76,65 +66,6 @@ std::string StoreSuite::record(Store& store, const std::vector<Event>& events, c
         QTest::qFail(result.message.c_str(), __FILE__, __LINE__);
     }
     return facts.uuid;
-}
-
-std::string StoreSuite::exportAll(Store& store, const std::string& uuid, const csv::ExportLimits& limits)
-{
-    std::string file;
-    csv::ExportCursor cursor;
-    do {
-        // As over the network: nothing but the cursor is remembered between two requests.
-        const std::unique_ptr<RecordReader> reader = read(store, uuid);
-        csv::ExportChunk chunk;
-        const StoreResult result
-            = reader ? csv::exportChunk(*reader, cursor, chunk, limits) : StoreResult::failed(StoreError::NotFound, "");
-        if (!result) {
-            QTest::qFail(result.message.c_str(), __FILE__, __LINE__);
-            return file;
-        }
-        file += chunk.content + '\n';
-        cursor = chunk.next;
-    } while (!cursor.isEmpty());
-    return file;
-}
-
-// Cuts as the module does: rows end at line ends outside of quotes, and each line feed is followed by one more.
-std::vector<std::string> StoreSuite::moduleChunks(const std::string& file, std::size_t rows)
-{
-    std::vector<std::string> chunks(1);
-    std::string row;
-    std::size_t count = 0;
-    bool inQuotes = false;
-    for (const char c : file) {
-        row += c;
-        if (c == '"') {
-            inQuotes = !inQuotes;
-        } else if (c == '\n' && !inQuotes) {
-            if (count == rows) {
-                chunks.emplace_back();
-                count = 0;
-            }
-            chunks.back() += row + '\n';
-            row.clear();
-            ++count;
-        }
-    }
-    if (!row.empty()) {
-        chunks.back() += row + '\n';
-    }
-    return chunks;
-}
-
-std::string StoreSuite::importAll(Store& store, const std::string& name, const std::string& file, std::size_t rows)
-{
-    csv::Import import(store, name);
-    for (const std::string& chunk : moduleChunks(file, rows)) {
-        const StoreResult result = import.feed(chunk);
-        if (!result) {
-            QTest::qFail(result.message.c_str(), __FILE__, __LINE__);
-        }
-    }
-    return import.uuid();
 }
 
 } // namespace recorder::testing

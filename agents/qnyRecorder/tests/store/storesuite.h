@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "../datatools.h"
-#include "csv/exchange.h"
-#include "store/store.h"
+#include "recordtools.h"
 
 #include <QObject>
 #include <QStringList>
@@ -103,16 +101,11 @@ private slots:
 
 protected:
     std::unique_ptr<Store> openStore();
-    std::unique_ptr<RecordReader> read(Store& store, const std::string& uuid);
     static RecordFacts newFacts(const std::string& name, std::int64_t startUs = 1'700'000'000'000'000);
     // Records events and closes; ticks now and then as a recorder does.
     std::string record(Store& store, const std::vector<Event>& events, const std::string& name = "record");
-    std::string exportAll(Store& store, const std::string& uuid, const csv::ExportLimits& limits = {});
-    // As the module sends a file: chunks of so many rows, line feeds doubled.
-    static std::vector<std::string> moduleChunks(const std::string& file, std::size_t rows);
     // For stores on this machine's disks: what happens on a full one. `open` opens a store in a directory.
     void checkFullDisk(const std::function<std::unique_ptr<Store>(const std::string& directory)>& open);
-    std::string importAll(Store& store, const std::string& name, const std::string& file, std::size_t rows);
 
     StoreUnderTest& m_under;
     std::vector<std::string> m_messages; // of every store opened by openStore()

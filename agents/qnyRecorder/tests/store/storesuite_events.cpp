@@ -9,43 +9,6 @@
 
 namespace recorder::testing {
 
-namespace {
-
-std::vector<Event> inOrder(std::vector<Event> events)
-{
-    std::stable_sort(
-        events.begin(), events.end(), [](const Event& left, const Event& right) { return left.timeUs < right.timeUs; });
-    return events;
-}
-
-std::vector<Event> window(const std::vector<Event>& events, std::int64_t startUs, std::int64_t endUs)
-{
-    std::vector<Event> inside;
-    for (const Event& event : events) {
-        if (event.timeUs >= startUs && event.timeUs <= endUs) {
-            inside.push_back(event);
-        }
-    }
-    return inside;
-}
-
-std::vector<OutputValue> stateOf(const std::vector<Event>& ordered, std::int64_t timeUs)
-{
-    std::map<std::pair<std::string, std::string>, Value> last;
-    for (const Event& event : ordered) {
-        if (event.timeUs < timeUs) {
-            last[{ event.agent, event.output }] = event.value;
-        }
-    }
-    std::vector<OutputValue> state;
-    for (const auto& [name, value] : last) {
-        state.push_back({ name.first, name.second, value });
-    }
-    return state;
-}
-
-} // namespace
-
 void StoreSuite::everyValueComesBack()
 {
     const auto store = openStore();

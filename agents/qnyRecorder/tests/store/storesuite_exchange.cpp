@@ -8,37 +8,6 @@ namespace recorder::testing {
 
 namespace {
 
-// The rows of a file, line ends inside of quotes kept together.
-std::vector<std::string> rowsOf(const std::string& file)
-{
-    std::vector<std::string> rows(1);
-    bool inQuotes = false;
-    for (const char c : file) {
-        if (c == '\n' && !inQuotes) {
-            rows.emplace_back();
-            continue;
-        }
-        inQuotes = inQuotes != (c == '"');
-        rows.back() += c;
-    }
-    if (rows.back().empty()) {
-        rows.pop_back();
-    }
-    return rows;
-}
-
-// An export differs from that of its import in the row with the name alone.
-std::string withoutName(const std::string& file)
-{
-    std::string rest;
-    for (const std::string& row : rowsOf(file)) {
-        if (!row.starts_with(";0;record;name;")) {
-            rest += row + '\n';
-        }
-    }
-    return rest;
-}
-
 RecordFacts recordWithEverything(Store& store, const std::vector<Event>& events, StoreResult& result)
 {
     RecordFacts facts;
