@@ -3,6 +3,7 @@
 #include "csv.h"
 #include "utf8.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -10,13 +11,32 @@ namespace recorder::csv {
 
 namespace {
 
+constexpr bool isSpecial(char c)
+{
+    return (c == ';') | (c == '"') | (c == '\r') | (c == '\n');
+}
+
+// Whether something in the text needs quotes. In blocks, which compilers turn into few instructions.
+bool hasSpecial(std::string_view text)
+{
+    constexpr std::size_t block = 16;
+    for (; text.size() >= block; text.remove_prefix(block)) {
+        bool any = false;
+        for (std::size_t i = 0; i < block; ++i) {
+            any |= isSpecial(text[i]);
+        }
+        if (any) {
+            return true;
+        }
+    }
+    return std::any_of(text.begin(), text.end(), isSpecial);
+}
+
 // A field that holds text: an empty one is quoted, so that it differs from a field without content. A byte-order mark
 // at its beginning is quoted too, so that no reader takes it off where a row begins a piece of text.
 void appendText(std::string& out, std::string_view text)
 {
-    const bool plain
-        = !text.empty() && text.find_first_of(";\"\r\n") == std::string_view::npos && !text.starts_with(byteOrderMark);
-    if (plain) {
+    if (!text.empty() && !hasSpecial(text) && !text.starts_with(byteOrderMark)) {
         out += text;
         return;
     }

@@ -22,7 +22,7 @@ constexpr std::size_t carefulBytes = 4 * 1024;
 constexpr std::uint64_t blockBytes = 64 * 1024;
 constexpr std::uint64_t mostBlocks = 16 * 1024; // about: blocks are longer in longer files
 // States kept in memory while the file is looked through: one each so many bytes of the file, and so many in all.
-constexpr std::uint64_t stateIntervalBytes = 16 * 1024 * 1024;
+constexpr std::uint64_t stateIntervalBytes = 4 * 1024 * 1024;
 constexpr std::uint64_t mostStatesBytes = 64 * 1024 * 1024;
 
 // Replaces the entry of the same key, else adds one: the last of two holds, the first one's place stays.

@@ -21,6 +21,14 @@ std::vector<const Tally::Output*> sorted(const std::deque<Tally::Output>& output
     return order;
 }
 
+// A number for two places in memory, spread over its upper bits and brought down.
+std::size_t placeOf(std::string_view agent, std::string_view name)
+{
+    const auto first = reinterpret_cast<std::uintptr_t>(agent.data());
+    const auto second = reinterpret_cast<std::uintptr_t>(name.data());
+    return static_cast<std::size_t>(((first * 31 + second) * 0x9E3779B97F4A7C15U) >> 48);
+}
+
 } // namespace
 
 void joinName(std::string& key, std::string_view agent, std::string_view output)
@@ -32,22 +40,22 @@ void joinName(std::string& key, std::string_view agent, std::string_view output)
 
 Tally::Output& Tally::output(std::string_view agent, std::string_view name)
 {
-    if (m_recent && m_recent->counts.output == name && m_recent->counts.agent == agent) {
-        return *m_recent;
+    const std::size_t place = placeOf(agent, name);
+    Recent& recent = m_recent[place % m_recent.size()];
+    if (recent.agent == agent.data() && recent.name == name.data() && recent.output
+        && recent.output->counts.output == name && recent.output->counts.agent == agent) {
+        return *recent.output;
     }
     joinName(m_key, agent, name);
-    const auto known = m_byName.find(std::string_view(m_key));
-    if (known != m_byName.end()) {
-        m_recent = known->second;
-        return *m_recent;
+    Output*& output = m_byName[m_key];
+    if (!output) {
+        output = &m_outputs.emplace_back();
+        output->counts.agent = agent;
+        output->counts.output = name;
+        m_stateBytes += agent.size() + name.size() + 16;
     }
-    Output& output = m_outputs.emplace_back();
-    output.counts.agent = agent;
-    output.counts.output = name;
-    m_byName.emplace(m_key, &output);
-    m_stateBytes += agent.size() + name.size() + 16;
-    m_recent = &output;
-    return output;
+    recent = { agent.data(), name.data(), output };
+    return *output;
 }
 
 void Tally::count(Output& output, std::int64_t timeUs)

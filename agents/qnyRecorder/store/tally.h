@@ -4,6 +4,7 @@
 #include "../chunk/packedchunk.h"
 #include "../event.h"
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -61,12 +62,6 @@ public:
     void remark(std::string_view sentence); // once each
 
 private:
-    struct Hash
-    {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-    };
-
     // What an output was when the round began.
     struct Before
     {
@@ -80,9 +75,16 @@ private:
     std::deque<Output> m_outputs;
     std::vector<Before> m_before;
     std::uint64_t m_round = 1;
-    std::unordered_map<std::string, Output*, Hash, std::equal_to<>> m_byName;
+    std::unordered_map<std::string, Output*> m_byName;
     std::string m_key;
-    Output* m_recent = nullptr;
+    // Who asks again mostly asks with the same strings in memory: where those lie finds the entry without hashing text.
+    struct Recent
+    {
+        const char* agent = nullptr;
+        const char* name = nullptr;
+        Output* output = nullptr;
+    };
+    std::array<Recent, 64> m_recent;
     std::vector<std::string> m_remarks;
     std::uint64_t m_stateBytes = 0;
 };

@@ -92,6 +92,8 @@ private:
     std::shared_ptr<CsvFileContext> m_context;
     std::mutex m_mutex; // guards the rest
     std::unordered_map<std::string, Seen> m_seen;
+    std::mutex m_pathsMutex; // guards m_paths
+    std::map<std::string, std::filesystem::path> m_paths; // as they were found last
     // Records that others write, or that could not be repaired.
     std::map<std::string, std::filesystem::path> m_open;
     std::chrono::steady_clock::time_point m_nextRepair;
@@ -267,6 +269,10 @@ StoreResult CsvFileStore::records(std::string_view namePart, std::vector<RecordS
         }
     }
     m_seen = std::move(seenNow);
+    {
+        const std::lock_guard pathsGuard(m_pathsMutex);
+        m_paths = std::move(files.byUuid);
+    }
     std::stable_sort(list.begin(), list.end(),
         [](const RecordSummary& left, const RecordSummary& right) { return left.startUs < right.startUs; });
     return StoreResult::done();
@@ -310,9 +316,13 @@ StoreResult CsvFileStore::find(const std::string& uuid, std::filesystem::path& p
 {
     if (isRecordUuid(uuid)) {
         std::error_code error;
-        const RecordFiles files = findRecordFiles(directory(), error);
-        const auto found = files.byUuid.find(uuid);
-        if (found != files.byUuid.end()) {
+        const std::lock_guard guard(m_pathsMutex);
+        auto found = m_paths.find(uuid);
+        if (found == m_paths.end() || !std::filesystem::exists(found->second, error)) {
+            m_paths = findRecordFiles(directory(), error).byUuid;
+            found = m_paths.find(uuid);
+        }
+        if (found != m_paths.end()) {
             path = found->second;
             return StoreResult::done();
         }
@@ -335,9 +345,11 @@ StoreResult CsvFileStore::create(const RecordFacts& facts, std::unique_ptr<Recor
     if (!isRecordUuid(facts.uuid)) {
         return StoreResult::failed(StoreError::Refused, "A record needs a uuid.");
     }
-    std::filesystem::path known;
-    if (find(facts.uuid, known)) {
-        return StoreResult::failed(StoreError::Refused, "There is a record " + facts.uuid + " already.");
+    {
+        const std::lock_guard pathsGuard(m_pathsMutex);
+        if (m_paths.contains(facts.uuid)) {
+            return StoreResult::failed(StoreError::Refused, "There is a record " + facts.uuid + " already.");
+        }
     }
     const bool isImport = facts.origin == RecordOrigin::Imported;
     std::string rows;
@@ -365,6 +377,10 @@ StoreResult CsvFileStore::create(const RecordFacts& facts, std::unique_ptr<Recor
     if (!result) {
         (void)file.remove();
         return result;
+    }
+    {
+        const std::lock_guard pathsGuard(m_pathsMutex);
+        m_paths.emplace(facts.uuid, file.path());
     }
     CsvWriterStart start;
     start.facts = facts;
@@ -536,6 +552,10 @@ StoreResult CsvFileStore::remove(const std::string& uuid)
     }
     if (StoreResult result = file.remove(); !result) {
         return result;
+    }
+    {
+        const std::lock_guard pathsGuard(m_pathsMutex);
+        m_paths.erase(uuid);
     }
     m_context->forgetIndex(uuid);
     m_context->listChanged();
