@@ -84,3 +84,7 @@ target_compile_definitions(tst_recorder_spilljournal PRIVATE RR_GOLDEN_DIRECTORY
 
 rr_add_test(NAME tst_recorder_spillingstore LIBS qnyRecorderStoreSuite PkgConfig::SQLITE3 TIMEOUT 240
     SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/store/tst_spillingstore.cpp ${CMAKE_CURRENT_LIST_DIR}/tests/store/faultydatabase.cpp)
+
+# Among the longest: they begin first.
+set_tests_properties(tst_recorder_embeddedstore tst_recorder_csvfilestore tst_recorder_spillingstore
+    PROPERTIES COST 100 TIMEOUT 600)
