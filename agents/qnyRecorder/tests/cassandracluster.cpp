@@ -2,9 +2,11 @@
 #include "cassandracluster.h"
 
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QFile>
 #include <QThread>
 
+#include <algorithm>
 #include <csignal>
 
 namespace recorder::testing {
@@ -13,6 +15,30 @@ namespace {
 
 constexpr int START_MS = 200'000; // fetching it included
 constexpr int END_MS = 20'000;
+
+// Whether all threads of a process are in one of the states.
+bool isIn(const QString& states, pid_t process)
+{
+    const QString folder = QStringLiteral("/proc/%1/task/").arg(process);
+    const QStringList threads = QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    return std::all_of(threads.begin(), threads.end(), [&](const QString& thread) {
+        QFile file(folder + thread + QStringLiteral("/stat"));
+        if (!file.open(QIODevice::ReadOnly)) {
+            return true; // gone
+        }
+        const QByteArray text = file.readAll();
+        const qsizetype name = text.lastIndexOf(") ");
+        return name >= 0 && name + 2 < text.size() && states.contains(QLatin1Char(text.at(name + 2)));
+    });
+}
+
+void waitUntilIn(const QString& states, pid_t process)
+{
+    const QDeadlineTimer deadline(END_MS);
+    while (!isIn(states, process) && !deadline.hasExpired()) {
+        QThread::msleep(5);
+    }
+}
 
 } // namespace
 
@@ -85,7 +111,10 @@ QString CassandraCluster::readUntil(const QString& what)
 
 void CassandraCluster::freeze(int node)
 {
-    ::kill(static_cast<pid_t>(pid(node)), SIGSTOP);
+    const auto process = static_cast<pid_t>(pid(node));
+    ::kill(process, SIGSTOP);
+    // On a busy machine it goes on for a moment, long enough to answer.
+    waitUntilIn(QStringLiteral("T"), process);
 }
 
 void CassandraCluster::thaw(int node)
@@ -101,15 +130,7 @@ void CassandraCluster::kill(int node)
     }
     ::kill(process, SIGKILL);
     // It is the script's child: gone is what the script has collected, or what runs no more.
-    const QDeadlineTimer deadline(END_MS);
-    const QString status = QStringLiteral("/proc/%1/stat").arg(process);
-    while (!deadline.hasExpired()) {
-        QFile file(status);
-        if (!file.open(QIODevice::ReadOnly) || file.readAll().contains(") Z ")) {
-            return;
-        }
-        QThread::msleep(5);
-    }
+    waitUntilIn(QStringLiteral("ZX"), process);
 }
 
 void CassandraCluster::stop()

@@ -44,6 +44,7 @@ struct Context
     std::condition_variable wake; // of the upkeep thread
     bool hasWork = false; // for the upkeep thread, at once
     std::map<std::string, int> readers; // open ones, by record
+    std::uint64_t holdsMade = 0;
     struct Orphan
     {
         std::string record;

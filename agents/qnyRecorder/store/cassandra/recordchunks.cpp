@@ -12,6 +12,7 @@ namespace recorder::cassandra {
 
 namespace {
 
+constexpr char holdMark = '/'; // between an owner and the number of its hold
 constexpr std::size_t bucketsKept = 8;
 constexpr std::uint64_t chunksAhead = 16;
 constexpr std::size_t bytesAhead = 4 * 1024 * 1024;
@@ -30,28 +31,27 @@ Hold::Hold(std::shared_ptr<Context> context, std::string record)
 {
     const std::lock_guard guard(m_context->mutex);
     ++m_context->readers[m_record];
+    m_name = m_context->token + holdMark + std::to_string(m_context->holdsMade++);
 }
 
 Hold::~Hold()
 {
-    bool isLast = false;
     {
         const std::lock_guard guard(m_context->mutex);
-        isLast = --m_context->readers[m_record] == 0;
-        if (isLast) {
+        if (--m_context->readers[m_record] == 0) {
             m_context->readers.erase(m_record);
         }
     }
-    if (isLast && m_isTold) {
+    if (m_isTold) {
         // When this fails the hold goes with its owner.
-        (void)m_context->connection.write(cql::removeHold, { m_record, m_context->token });
+        (void)m_context->connection.write(cql::removeHold, { m_record, m_name });
     }
 }
 
 StoreResult Hold::take()
 {
     m_isTold = true;
-    return m_context->connection.write(cql::putHold, { m_record, m_context->token });
+    return m_context->connection.write(cql::putHold, { m_record, m_name });
 }
 
 StoreResult Hold::isRead(Context& context, const std::string& record, bool& isRead)
@@ -63,7 +63,8 @@ StoreResult Hold::isRead(Context& context, const std::string& record, bool& isRe
     std::vector<std::string> holders;
     StoreResult result
         = context.connection.forEach(cql::holdsOf, { record }, [&](const Answer& answer, std::size_t row) {
-              holders.push_back(answer.text(row, 0));
+              const std::string name = answer.text(row, 0);
+              holders.push_back(name.substr(0, name.find(holdMark)));
               return true;
           });
     Owners owners;

@@ -24,6 +24,7 @@ public:
 private:
     std::shared_ptr<Context> m_context;
     std::string m_record;
+    std::string m_name; // its own row's, so that no other hold's end takes it away
     bool m_isTold = false;
 };
 

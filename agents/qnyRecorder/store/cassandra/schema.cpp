@@ -17,7 +17,7 @@ namespace {
 //             counted_through.
 // owners      Rows live for the length of a lease and are written anew all the time. place: see processplace.h.
 // work        Records that are being written or removed, and by whom: what to look after when that owner dies.
-// holds       Records that are being read, and by whom.
+// holds       Records that are being read, and by whom: a row for each reader, "OWNER/NUMBER".
 // facts       What is said of a record, but for what its list shows. claimed: the completeness that an imported file
 // states. buckets     A row for each run of chunks, written before its first chunk. The sequences of a bucket end where
 // those of the

@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 
 #include <algorithm>
+#include <chrono>
 
 using namespace recorder;
 using namespace recorder::testing;
@@ -44,6 +45,8 @@ private slots:
     void aDeletionThatWasCutShortGoesOn();
     void anOwnerElsewhereLivesAsLongAsItsLease();
     void whoeverReadsElsewhereKeepsARecord();
+    void aReaderThatEndsLeavesTheHoldsOfOthers();
+    void rowsAreAsOldAsTheirWriterSays();
     void tablesOfANewerVersionAreRefused();
     void anotherProgramsKeyspaceIsRefused();
     void whereNobodyListensIsSaidSo();
@@ -427,6 +430,52 @@ void TestCassandraStore::whoeverReadsElsewhereKeepsARecord()
     QVERIFY(!summaryOf(*database, uuid).uuid.empty());
     RR_DONE(tables.run("DELETE FROM owners WHERE owner = 'elsewhere'"));
     RR_DONE(database->remove(uuid));
+}
+
+void TestCassandraStore::aReaderThatEndsLeavesTheHoldsOfOthers()
+{
+    const auto database = connected();
+    const auto other = connected();
+    const std::string uuid = recordInBuckets(*database, randomEvents(6, 100));
+    std::unique_ptr<RecordReader> first;
+    std::unique_ptr<RecordReader> second;
+    RR_DONE(database->open(uuid, first));
+    RR_DONE(database->open(uuid, second));
+    // Each has its own, so that in whatever order they are written and removed none goes with another.
+    QCOMPARE(left(uuid, "holds"), 2);
+    first.reset();
+    QCOMPARE(left(uuid, "holds"), 1);
+    QVERIFY(other->remove(uuid).error == StoreError::InUse);
+    second.reset();
+    QCOMPARE(left(uuid, "holds"), 0);
+    RR_DONE(other->remove(uuid));
+}
+
+// A server's own clock would call what it took later the newer one, which need not be so with several servers.
+void TestCassandraStore::rowsAreAsOldAsTheirWriterSays()
+{
+    using std::chrono::microseconds;
+    const auto now = [] {
+        return std::chrono::duration_cast<microseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+    };
+    const auto database = connected();
+    const RecordFacts facts = newFacts("aged");
+    RR_DONE(database->create(facts));
+    const auto sink = database->sink(facts.uuid);
+    RR_DONE(sink->write(batchOf(0, 0, 100)));
+    m_cassandra.cluster().freeze(1);
+    const std::int64_t begin = now();
+    const StoreResult result = sink->write(batchOf(1, 100, 100));
+    const std::int64_t end = now();
+    m_cassandra.cluster().thaw(1);
+    QVERIFY2(result.outcome == Outcome::Unknown, result.message.c_str());
+    // The server does then what it was asked while it stood still.
+    const std::string age = "SELECT WRITETIME(first_us) FROM chunk_infos WHERE record = '" + facts.uuid
+        + "' AND bucket = 0 AND sequence = 1";
+    std::int64_t written = -1;
+    QTRY_VERIFY_WITH_TIMEOUT((written = m_cassandra.tables().number(age)) > 0, 20'000);
+    QVERIFY2(written >= begin, std::to_string(written - begin).c_str());
+    QVERIFY2(written <= end, std::to_string(written - end).c_str());
 }
 
 void TestCassandraStore::tablesOfANewerVersionAreRefused()

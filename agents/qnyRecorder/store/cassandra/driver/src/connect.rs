@@ -11,6 +11,7 @@ use openssl::x509::X509;
 use scylla::client::execution_profile::ExecutionProfile;
 use scylla::client::session_builder::SessionBuilder;
 use scylla::policies::speculative_execution::SimpleSpeculativeExecutionPolicy;
+use scylla::policies::timestamp_generator::MonotonicTimestampGenerator;
 use scylla::statement::{Consistency, SerialConsistency};
 use std::ffi::c_char;
 use std::net::{TcpStream, ToSocketAddrs};
@@ -129,6 +130,8 @@ fn connect(options: &RawOptions) -> Result<Session, Failure> {
         .connection_timeout(timeout)
         .keepalive_interval(KEEPALIVE)
         .keepalive_timeout(KEEPALIVE)
+        // Of two writes of one row the later one holds, whichever nodes took them and however their clocks differ.
+        .timestamp_generator(Arc::new(MonotonicTimestampGenerator::new().without_warnings()))
         .default_execution_profile_handle(profile.into_handle());
     if !user.is_empty() {
         builder = builder.user(user, text(options.password)?);
