@@ -32,7 +32,8 @@ public:
     virtual StoreResult rename(const std::string& uuid, const std::string& name) = 0;
     virtual StoreResult remove(const std::string& uuid) = 0;
 
-    // Makes the record's row, owned by this object. Done as well when this object made it before.
+    // Makes the record's row, owned by this object. Done as well when this object made it before, whoever closed it
+    // meanwhile; NotFound when somebody deleted it meanwhile.
     virtual StoreResult create(const RecordFacts& facts) = 0;
     // Takes an imported record over that nobody writes, and says where to go on.
     virtual StoreResult adopt(const std::string& uuid, WriterStart& start) = 0;

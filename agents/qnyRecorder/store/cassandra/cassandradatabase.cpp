@@ -316,6 +316,13 @@ StoreResult CassandraDatabase::create(const RecordFacts& facts)
         if (StoreResult result = readRecord(connection, facts.uuid, Certainty::Settled, record); !result) {
             return result;
         }
+        if (record.isDeleted) {
+            return StoreResult::failed(StoreError::NotFound, "The record " + facts.uuid + " was deleted.");
+        }
+        // Made by this object before; meanwhile another recorder may have taken it for dead and closed the record.
+        if (record.isThere && record.owner != token && record.lastOwner == token) {
+            return reclaim(facts.uuid, token);
+        }
         if (!record.isThere || record.owner != token) {
             return StoreResult::failed(StoreError::Refused, "There is a record " + facts.uuid + " already.");
         }

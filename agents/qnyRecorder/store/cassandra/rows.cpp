@@ -56,6 +56,18 @@ StoreResult readRecord(Connection& connection, const std::string& uuid, Certaint
     return StoreResult::done();
 }
 
+StoreResult readCounts(Connection& connection, const std::string& uuid, const std::string& slot, std::string& json)
+{
+    Parts counts;
+    StoreResult result
+        = connection.forEach(cql::readCounts, { uuid, slot }, [&](const Answer& answer, std::size_t row) {
+              counts.add(answer.integer(row, 0), answer.integer(row, 1), answer.bytes(row, 2));
+              return true;
+          });
+    json = counts.take();
+    return result;
+}
+
 StoreResult readRest(Connection& connection, StoredRecord& record)
 {
     const Answer facts = connection.execute(cql::readFacts, { record.facts.uuid });
@@ -64,16 +76,11 @@ StoreResult readRest(Connection& connection, StoredRecord& record)
     }
     record.facts.description = facts.text(0, 0);
     record.claimed = storedCompleteness(facts.text(0, 1));
-    Parts counts;
-    const StoreResult result = connection.forEach(
-        cql::readCounts, { record.facts.uuid, record.countsSlot }, [&](const Answer& answer, std::size_t row) {
-            counts.add(answer.integer(row, 0), answer.integer(row, 1), answer.bytes(row, 2));
-            return true;
-        });
-    if (!result) {
+    std::string counts;
+    if (StoreResult result = readCounts(connection, record.facts.uuid, record.countsSlot, counts); !result) {
         return result;
     }
-    record.counted = storedCompleteness(counts.take());
+    record.counted = storedCompleteness(counts);
     record.facts.completeness = withClaim(record.claimed, record.counted);
     return StoreResult::done();
 }

@@ -32,6 +32,8 @@ enum class Certainty
 
 // The row alone, without facts, claim and counts. Done with isThere false when there is none.
 StoreResult readRecord(Connection& connection, const std::string& uuid, Certainty certainty, StoredRecord& record);
+// The counts in one of a record's slots, as JSON.
+StoreResult readCounts(Connection& connection, const std::string& uuid, const std::string& slot, std::string& json);
 // Description, completeness claimed and counted, of a row just read.
 StoreResult readRest(Connection& connection, StoredRecord& record);
 // In the order of their ordinals.

@@ -276,16 +276,24 @@ StoreResult Sink::show(const Batch& batch, std::optional<int> slot)
 }
 
 // The row is not ours: because the record was lost, or because its end is stored already and only the answer was not
-// heard.
+// heard. Another recorder that took us for dead and closed it left other counts, for it remarked that.
 StoreResult Sink::recognise(const Batch& batch)
 {
     StoredRecord record;
     if (StoreResult result = readRecord(m_context->connection, m_record, Certainty::Settled, record); !result) {
         return result;
     }
-    const bool isStored = batch.last && record.isThere && !record.isOwned && record.lastOwner == m_context->token
+    bool isStored = batch.last && record.isThere && !record.isOwned && record.lastOwner == m_context->token
         && record.state == batch.recordState && record.extent.nextSequence == batch.extent.nextSequence
-        && record.extent.events == batch.extent.events;
+        && record.extent.events == batch.extent.events && record.extent.durationUs == batch.extent.durationUs
+        && (!batch.facts || record.facts.startUs == batch.facts->startUs);
+    if (isStored && batch.completeness) {
+        std::string counts;
+        if (StoreResult result = readCounts(m_context->connection, m_record, record.countsSlot, counts); !result) {
+            return result;
+        }
+        isStored = record.countedThrough == batch.completenessThrough && counts == *batch.completeness;
+    }
     return isStored ? StoreResult::done()
                     : StoreResult::failed(StoreError::NotFound,
                           "The record was deleted, or another recorder took it over: nothing more is stored in it.");

@@ -37,6 +37,8 @@ private slots:
     void aPanicInTheDriverIsAnAnswer();
     void keysThatAreSentAgainChangeNothing();
     void theEndOfARecordIsRecognisedWhenItIsSentAgain();
+    void anothersRepairIsNotTakenForTheEndThatWasSent();
+    void aRecordIsMadeOnceWhateverHappenedToItSince();
     void aRecordThatWasTakenOverIsWrittenNoMore();
     void aRecordIsTakenBackFromWhoeverClosedIt();
     void whatAnOwnerLeftBehindItsEndIsNeverSeen();
@@ -227,6 +229,57 @@ void TestCassandraStore::theEndOfARecordIsRecognisedWhenItIsSentAgain()
     QVERIFY(database->sink(facts.uuid)->write(lastOf(batchOf(1, 10, 10))).error == StoreError::NotFound);
     QCOMPARE(summaryOf(*database, facts.uuid).events, 10U);
     QVERIFY(!summaryOf(*database, facts.uuid).isOpen);
+}
+
+// The counts, the losses and the true length that only the writer knows would be lost.
+void TestCassandraStore::anothersRepairIsNotTakenForTheEndThatWasSent()
+{
+    const auto database = connected();
+    const Batch stored = batchOf(0, 0, 10);
+    Batch longer = lastOf(stored);
+    longer.extent.durationUs = 1'000;
+    for (const Batch& last : { lastOf(stored), longer }) {
+        const RecordFacts facts = newFacts("repaired");
+        RR_DONE(database->create(facts));
+        const auto sink = database->sink(facts.uuid);
+        RR_DONE(sink->write(stored));
+        RR_DONE(database->repair(facts.uuid)); // as another recorder would
+        QVERIFY(sink->write(last).error == StoreError::NotFound);
+        RR_DONE(database->reclaim(facts.uuid, database->ownerToken()));
+        RR_DONE(sink->write(last));
+        RR_DONE(sink->write(last)); // now it is
+        const RecordSummary summary = summaryOf(*database, facts.uuid);
+        QVERIFY(!summary.isOpen && !summary.isRecording);
+        QCOMPARE(summary.durationUs, last.extent.durationUs);
+        std::unique_ptr<RecordReader> reader;
+        RR_DONE(database->open(facts.uuid, reader));
+        QVERIFY(reader->facts().completeness.isComplete());
+    }
+}
+
+void TestCassandraStore::aRecordIsMadeOnceWhateverHappenedToItSince()
+{
+    const auto database = connected();
+    const RecordFacts facts = newFacts("made");
+    RR_DONE(database->create(facts));
+    RR_DONE(database->repair(facts.uuid)); // as another recorder would
+    QVERIFY(!summaryOf(*database, facts.uuid).isOpen);
+    const auto other = connected();
+    QVERIFY(other->create(facts).error == StoreError::Refused);
+    RR_DONE(database->create(facts));
+    QVERIFY(summaryOf(*database, facts.uuid).isOwnedHere);
+    RR_DONE(database->sink(facts.uuid)->write(lastOf(batchOf(0, 0, 10))));
+    QCOMPARE(summaryOf(*database, facts.uuid).events, 10U);
+    // Somebody who reads it elsewhere keeps the deleted record from being purged.
+    CassandraTables& tables = m_cassandra.tables();
+    RR_DONE(tables.run("INSERT INTO owners (owner, place) VALUES ('elsewhere', 'another machine')"));
+    RR_DONE(tables.run("INSERT INTO holds (record, owner) VALUES ('" + facts.uuid + "', 'elsewhere')"));
+    RR_DONE(tables.run("UPDATE records SET state = 2 WHERE uuid = '" + facts.uuid + "' IF EXISTS"));
+    QVERIFY(database->create(facts).error == StoreError::NotFound);
+    QVERIFY(summaryOf(*database, facts.uuid).uuid.empty());
+    RR_DONE(tables.run("DELETE FROM owners WHERE owner = 'elsewhere'"));
+    QTRY_COMPARE_WITH_TIMEOUT(left(facts.uuid, "records"), 0, 10'000);
+    QTRY_COMPARE(left(facts.uuid, "facts"), 0);
 }
 
 void TestCassandraStore::aRecordThatWasTakenOverIsWrittenNoMore()
