@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <compare>
 #include <thread>
 
 namespace recorder::cassandra {
@@ -20,12 +21,26 @@ struct Work
 {
     std::string record;
     std::string owner;
+
+    auto operator<=>(const Work& other) const = default;
 };
 
 StoreResult listWork(Connection& connection, std::vector<Work>& list)
 {
     return connection.forEach(cql::listWork, {}, [&](const Answer& answer, std::size_t row) {
         list.push_back({ answer.text(row, 0), answer.text(row, 1) });
+        return true;
+    });
+}
+
+// The records that somebody owns. Each has its row of work, but for those whose making reached the table late: a server
+// that stood still does what it was asked after the owner was found dead and its work done.
+StoreResult listOwned(Connection& connection, std::vector<Work>& list)
+{
+    return connection.forEach(cql::listRecords, {}, [&](const Answer& answer, std::size_t row) {
+        if (!answer.isNull(row, 6)) {
+            list.push_back({ answer.text(row, 0), answer.text(row, 6) });
+        }
         return true;
     });
 }
@@ -153,9 +168,15 @@ StoreResult closeFromStored(const std::shared_ptr<Context>& context, const std::
 StoreResult repairAbandoned(const std::shared_ptr<Context>& context, Others others)
 {
     std::vector<Work> list;
-    if (StoreResult result = listWork(context->connection, list); !result || list.empty()) {
-        return result;
+    StoreResult listed = listWork(context->connection, list);
+    if (listed && others == Others::AreAwaited) {
+        listed = listOwned(context->connection, list);
     }
+    if (!listed || list.empty()) {
+        return listed;
+    }
+    std::sort(list.begin(), list.end());
+    list.erase(std::unique(list.begin(), list.end()), list.end());
     Owners owners;
     if (StoreResult result = owners.read(context->connection); !result) {
         return result;

@@ -46,6 +46,7 @@ private slots:
     void aDeletedRecordLeavesNothingBehind();
     void aDeletionThatWasCutShortGoesOn();
     void anOwnerElsewhereLivesAsLongAsItsLease();
+    void aRecordThatWasMadeAfterItsOwnerDiedIsClosed();
     void whoeverReadsElsewhereKeepsARecord();
     void aReaderThatEndsLeavesTheHoldsOfOthers();
     void rowsAreAsOldAsTheirWriterSays();
@@ -468,6 +469,23 @@ void TestCassandraStore::anOwnerElsewhereLivesAsLongAsItsLease()
     };
     QTRY_COMPARE(wasTold(), 1); // by one of the two that look after it
     QTRY_COMPARE(left(uuid, "work"), 0);
+}
+
+// A server that stood still makes it when the owner's work was already found to be done: nobody looks after it.
+void TestCassandraStore::aRecordThatWasMadeAfterItsOwnerDiedIsClosed()
+{
+    const std::string uuid = newRecordUuid();
+    RR_DONE(m_cassandra.tables().run(
+        "INSERT INTO records (uuid, name, start_us, origin, state, owner, last_owner, duration_us, events,"
+        " next_sequence, bucket, high_us, max_span_us, max_late_us, counts_slot, counted_through) VALUES ('"
+        + uuid + "', 'late', 1, 0, 0, 'dead', 'dead', 0, 0, 0, 0, 0, 0, 0, '', 0) IF NOT EXISTS"));
+    QCOMPARE(left(uuid, "work"), 0);
+    const auto database = connected();
+    QTRY_VERIFY_WITH_TIMEOUT(!summaryOf(*database, uuid).isRecording, 10'000);
+    QVERIFY(!summaryOf(*database, uuid).isOpen);
+    QTRY_COMPARE(left(uuid, "work"), 0);
+    RR_DONE(database->remove(uuid));
+    QTRY_COMPARE_WITH_TIMEOUT(left(uuid, "records"), 0, 10'000);
 }
 
 void TestCassandraStore::whoeverReadsElsewhereKeepsARecord()
