@@ -106,6 +106,26 @@ bool unpackState(std::string_view bytes, Journal::State& state)
     return taker.isGood() && taker.isAtEnd();
 }
 
+// The sum of all outputs in place of the counts of each. What is stored can be counted once more, so this counts as if
+// nothing had been.
+void keepTotalsOnly(Batch& losses)
+{
+    losses.facts.reset();
+    Completeness each;
+    std::string reason;
+    if (!losses.completeness || !Completeness::fromJson(*losses.completeness, each, reason)) {
+        losses.completeness.reset();
+        return;
+    }
+    Completeness totals;
+    totals.remarks = each.remarks;
+    totals.remarks.push_back("There was no room on the recorder's own disk for the counts of "
+        + std::to_string(each.outputs.size()) + " outputs: together " + std::to_string(each.stored())
+        + " events are stored and " + std::to_string(each.lost()) + " are lost.");
+    losses.completeness = totals.toJson();
+    losses.completenessThrough = 0;
+}
+
 } // namespace
 
 bool SpillBudget::take(std::uint64_t bytes)
@@ -150,8 +170,18 @@ StoreResult Journal::lock(bool mustExist)
     if (m_descriptor < 0) {
         return failure(errno == ENOSPC ? StoreError::Overflow : StoreError::Unreachable, mustExist ? "opened" : "made");
     }
-    if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        return failure(StoreError::InUse, "locked");
+    if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
+        return failure(errno == EWOULDBLOCK ? StoreError::InUse : StoreError::Unreachable, "locked");
+    }
+    struct stat state
+    {
+    };
+    if (::fstat(m_descriptor, &state) != 0) {
+        return failure(StoreError::Unreachable, "locked");
+    }
+    if (state.st_nlink == 0) { // whoever had it open before has stored all of it since we opened it
+        errno = ENOENT;
+        return failure(StoreError::InUse, mustExist ? "opened" : "made");
     }
     return StoreResult::done();
 }
@@ -184,6 +214,8 @@ std::unique_ptr<Journal> Journal::create(
     state.drainedThrough = journal->m_end;
     journal->m_drainedEnd = journal->m_end;
     journal->m_drainedEvents = state.eventsThrough;
+    journal->m_persistedEnd = journal->m_end;
+    journal->m_punchedEnd = journal->m_end;
     if (!hasFacts || !journal->writeState(state)) {
         result = journal->failure(StoreError::Overflow, "written");
         journal->remove();
@@ -230,6 +262,7 @@ StoreResult Journal::readState()
     if (first || second) {
         m_state = std::move(states[latest]);
         m_generation = generations[latest];
+        m_slot = static_cast<int>(latest);
     } else {
         m_state.drainedThrough = frame.end();
     }
@@ -263,6 +296,7 @@ void Journal::walk()
     m_drainedEnd = m_state.drainedThrough;
     m_drainedEvents = m_state.eventsThrough;
     m_persistedEnd = m_drainedEnd;
+    m_punchedEnd = m_drainedEnd;
     Batch batch;
     for (auto last = tail.rbegin(); last != tail.rend(); ++last) {
         if (readBatch(*last, batch)) {
@@ -281,7 +315,7 @@ void Journal::noteBatch(const Batch& batch)
     m_hasLast = batch.last;
 }
 
-// ---- the state: two slots, written in turns ---------------------------------------------------------------------
+// ---- the state: two slots, the one on the disk itself is never written over ---------------------------------------------------------------------
 
 bool Journal::readSlot(int slot, State& state, std::uint64_t& generation) const
 {
@@ -323,9 +357,11 @@ bool Journal::writeState(const State& state)
     putLittle(out, static_cast<std::uint32_t>(content.size()));
     putLittle(out, crc32c(content, crc32c(out)));
     out += content;
-    if (!writeAt(m_descriptor, ((m_generation + 1) % 2) * slotBytes, out)) {
+    const int slot = 1 - (m_syncedSlot >= 0 ? m_syncedSlot : m_slot);
+    if (!writeAt(m_descriptor, static_cast<std::uint64_t>(slot) * slotBytes, out)) {
         return false;
     }
+    m_slot = slot;
     ++m_generation;
     m_mustSync = true;
     return true;
@@ -334,18 +370,9 @@ bool Journal::writeState(const State& state)
 // Writes down how far it is drained. What fails is drained once more after a restart.
 void Journal::persist()
 {
-    if (!writeState(m_state)) {
-        return;
+    if (writeState(m_state)) {
+        m_persistedEnd = m_state.drainedThrough;
     }
-#ifdef FALLOC_FL_PUNCH_HOLE
-    // Gives the space back as far as it can; elsewhere it goes with the file.
-    const std::uint64_t from = std::max(m_persistedEnd, framesAt + slotBytes);
-    if (m_state.drainedThrough > from) {
-        (void)::fallocate(m_descriptor, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, static_cast<off_t>(from),
-            static_cast<off_t>(m_state.drainedThrough - from));
-    }
-#endif
-    m_persistedEnd = m_state.drainedThrough;
 }
 
 Journal::State Journal::state() const
@@ -501,7 +528,17 @@ StoreResult Journal::keepLosses(const Batch& batch)
     State state = m_state;
     state.losses = batch;
     state.lossesNumber = m_nextNumber - 1;
-    if (!writeState(state)) {
+    bool isKept = writeState(state);
+    if (!isKept && errno == EFBIG) {
+        state.losses->definitions.clear();
+        state.losses->initials.clear();
+        isKept = writeState(state);
+    }
+    if (!isKept && errno == EFBIG) {
+        keepTotalsOnly(*state.losses);
+        isKept = writeState(state);
+    }
+    if (!isKept) {
         return failure(StoreError::Unreachable, "written");
     }
     m_state = std::move(state);
@@ -575,20 +612,40 @@ void Journal::drained()
     m_state.eventsThrough = m_takenEvents - std::min<std::uint64_t>(m_taken.events, m_takenEvents);
     m_state.damagedEvents += m_takenDamage;
     const bool wasDamaged = std::exchange(m_takenDamage, 0) > 0;
-    if (wasDamaged || m_taken.offset - m_persistedEnd >= persistBytes) {
+    // Not while it is brought to the disk: that would have to be done once more before space is given back.
+    if (wasDamaged || (!m_isSyncing && m_taken.offset >= m_persistedEnd + persistBytes)) {
         persist();
     }
 }
 
 void Journal::sync()
 {
-    {
-        const std::lock_guard guard(m_mutex);
-        if (!std::exchange(m_mustSync, false)) {
-            return;
-        }
+    std::unique_lock lock(m_mutex);
+    if (!std::exchange(m_mustSync, false)) {
+        return;
     }
-    (void)::fdatasync(m_descriptor);
+    const std::uint64_t generation = m_generation;
+    m_isSyncing = true;
+    lock.unlock();
+    const bool isOnDisk = ::fdatasync(m_descriptor) == 0;
+    lock.lock();
+    m_isSyncing = false;
+    if (!isOnDisk || m_generation != generation) {
+        m_mustSync = true;
+        return;
+    }
+    m_syncedSlot = m_slot;
+#ifdef FALLOC_FL_PUNCH_HOLE
+    // Gives the space back as far as it can; elsewhere it goes with the file. Only what no slot leads to after a loss of
+    // power: holes would be taken for damage.
+    const std::uint64_t from = std::exchange(m_punchedEnd, m_persistedEnd);
+    const std::uint64_t through = m_persistedEnd;
+    lock.unlock();
+    if (through > from) {
+        (void)::fallocate(m_descriptor, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, static_cast<off_t>(from),
+            static_cast<off_t>(through - from));
+    }
+#endif
 }
 
 void Journal::remove()

@@ -73,7 +73,8 @@ public:
     // ---- the writer's side
     // Overflow when the budget or the disk is at its end, or the disk fails: the batch is not in the journal.
     StoreResult append(const Batch& batch);
-    // In place of any such kept before: a batch without events, for which room was set aside.
+    // In place of any such kept before: a batch without events, for which room was set aside. What is too large for that
+    // is kept without what matters least.
     StoreResult keepLosses(const Batch& batch);
 
     // ---- the side that drains
@@ -86,7 +87,7 @@ public:
     void drained();
     void setMade();
     void addOwner(const std::string& token);
-    // To the disk itself, when something came since the last time.
+    // To the disk itself, when something came since the last time; and gives the space of what is drained back.
     void sync();
     // The file goes. Nothing but the destructor may follow.
     void remove();
@@ -125,7 +126,9 @@ private:
 
     mutable std::mutex m_mutex; // what follows
     State m_state;
-    std::uint64_t m_generation = 0; // of the slot written last
+    std::uint64_t m_generation = 0; // of the slot written last …
+    int m_slot = 0; // … and which that is
+    int m_syncedSlot = -1; // known to be on the disk itself, with what was written before it
     bool m_newerVersion = false;
     std::uint64_t m_end = 0; // behind the last frame
     std::uint64_t m_nextNumber = 1;
@@ -134,6 +137,7 @@ private:
     Extent m_extent;
     bool m_hasLast = false;
     bool m_mustSync = false;
+    bool m_isSyncing = false;
     std::uint64_t m_lossesRevision = 0;
 
     // What next() gave.
@@ -144,7 +148,8 @@ private:
     std::uint64_t m_takenDamage = 0; // events in damaged frames before it
     std::uint64_t m_drainedEnd = 0; // behind the last frame drained; State::drainedThrough is its beginning
     std::uint64_t m_drainedEvents = 0;
-    std::uint64_t m_persistedEnd = 0; // m_drainedEnd when it was last written down
+    std::uint64_t m_persistedEnd = 0; // State::drainedThrough when it was last written down
+    std::uint64_t m_punchedEnd = 0; // behind what was given back
 };
 
 } // namespace recorder

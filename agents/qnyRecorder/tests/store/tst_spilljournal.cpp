@@ -76,6 +76,7 @@ private slots:
     void init()
     {
         m_directory = std::make_unique<QTemporaryDir>();
+        m_facts = someFacts();
         m_file = (m_directory->path() + "/one.journal").toStdString();
     }
 
@@ -88,11 +89,14 @@ private slots:
     void aDamagedFrameCostsOnlyItself();
     void oneTornSlotLosesNothing();
     void beyondTheBoundNothingIsTakenButTheLossesAre();
+    void lossesOfManyOutputsAreKeptInSum();
     void lossesGiveWayToWhatComesAfterThem();
     void twoRecordersDoNotOpenOneJournal();
     void aNewerJournalIsRefused();
     void aFileWithoutARecordIsSaidSo();
-    void drainedSpaceIsGivenBack();
+    void drainedSpaceIsGivenBackOnceThatIsOnTheDisk();
+    void aLongDescriptionOutlastsWhatIsDrained();
+    void powerLostAfterSpaceWasGivenBackDamagesNothing();
 
 private:
     std::unique_ptr<Journal> create(SpillBudget& budget)
@@ -131,6 +135,18 @@ private:
         QFile file(QString::fromStdString(m_file));
         QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(offset));
         QCOMPARE(file.write(bytes), bytes.size());
+    }
+    QByteArray stateSlots()
+    {
+        QFile file(QString::fromStdString(m_file));
+        return file.open(QIODevice::ReadOnly) ? file.read(2 * 1024 * 1024) : QByteArray();
+    }
+    std::int64_t bytesOnDisk() const
+    {
+        struct stat state
+        {
+        };
+        return ::stat(m_file.c_str(), &state) == 0 ? std::int64_t(state.st_blocks) * 512 : -1;
     }
     // Where frame number i of those that batchOf() gives begins.
     qint64 offsetOf(int i)
@@ -337,6 +353,48 @@ void TestSpillJournal::beyondTheBoundNothingIsTakenButTheLossesAre()
     QVERIFY(!journal->state().losses);
 }
 
+void TestSpillJournal::lossesOfManyOutputsAreKeptInSum()
+{
+    Completeness each;
+    each.remarks.push_back("a remark");
+    for (int i = 0; i < 2'000; ++i) {
+        OutputCompleteness output;
+        output.agent = "agent";
+        output.output = "o" + std::to_string(i);
+        output.stored = 3;
+        output.lostStore = 2;
+        each.outputs.push_back(output);
+    }
+    Batch losses;
+    losses.last = true;
+    losses.recordState = RecordState::Whole;
+    losses.completeness = each.toJson();
+    losses.definitions.push_back({ 0, { "agent", std::string(2'000'000, ' ') } });
+    const auto journal = create(m_budget);
+    RR_DONE(journal->keepLosses(losses));
+    QVERIFY(journal->state().losses->definitions.empty());
+    QVERIFY(journal->state().losses->completeness == losses.completeness);
+
+    for (int i = 2'000; i < 20'000; ++i) {
+        each.outputs.push_back(each.outputs.back());
+        each.outputs.back().output = "o" + std::to_string(i);
+    }
+    losses.completeness = each.toJson();
+    losses.completenessThrough = 7;
+    RR_DONE(journal->keepLosses(losses));
+    Batch kept;
+    QVERIFY(journal->next(kept) && kept.last && kept.recordState == RecordState::Whole);
+    QCOMPARE(kept.completenessThrough, 0U);
+    Completeness totals;
+    std::string reason;
+    QVERIFY2(Completeness::fromJson(*kept.completeness, totals, reason), reason.c_str());
+    QCOMPARE(totals.remarks.size(), std::size_t(2));
+    QCOMPARE(totals.remarks[0], each.remarks[0]);
+    QVERIFY2(totals.remarks[1].find("20000 outputs: together 60000 events are stored and 40000 are lost")
+            != std::string::npos,
+        totals.remarks[1].c_str());
+}
+
 void TestSpillJournal::lossesGiveWayToWhatComesAfterThem()
 {
     {
@@ -394,23 +452,70 @@ void TestSpillJournal::aFileWithoutARecordIsSaidSo()
     QVERIFY2(result.message.find(m_file) != std::string::npos, result.message.c_str());
 }
 
-void TestSpillJournal::drainedSpaceIsGivenBack()
+void TestSpillJournal::drainedSpaceIsGivenBackOnceThatIsOnTheDisk()
 {
     const auto journal = create(m_budget);
     for (std::uint64_t i = 0; i < 20; ++i) {
         RR_DONE(journal->append(batchOf(i, 10, 1'000'000)));
     }
-    struct stat before
-    {
-    };
-    QCOMPARE(::stat(m_file.c_str(), &before), 0);
     QCOMPARE(drain(*journal).size(), std::size_t(20));
-    struct stat after
+    const std::int64_t before = bytesOnDisk();
+    QVERIFY2(before > 20'000'000, std::to_string(before).c_str());
+    journal->sync();
+    const std::int64_t after = bytesOnDisk();
+    QVERIFY2(after < 6'000'000, std::to_string(after).c_str());
+}
+
+void TestSpillJournal::aLongDescriptionOutlastsWhatIsDrained()
+{
+    m_facts.description = std::string(3 * 1024 * 1024, 'd');
     {
-    };
-    QCOMPARE(::stat(m_file.c_str(), &after), 0);
-    QVERIFY(before.st_blocks * 512 > 20'000'000);
-    QVERIFY2(after.st_blocks * 512 < 6'000'000, std::to_string(after.st_blocks * 512).c_str());
+        const auto journal = create(m_budget);
+        for (std::uint64_t i = 0; i < 10; ++i) {
+            RR_DONE(journal->append(batchOf(i, 10, 1'000'000)));
+        }
+        QCOMPARE(drain(*journal).size(), std::size_t(10));
+        journal->sync();
+        RR_DONE(journal->append(batchOf(10, 10)));
+    }
+    const auto journal = open();
+    QVERIFY(journal && journal->facts().description == m_facts.description);
+    QCOMPARE(drain(*journal).back(), 10U);
+    QCOMPARE(journal->state().damagedEvents, 0U);
+}
+
+// Whatever was written into the slots after the last sync is gone, or half of it.
+void TestSpillJournal::powerLostAfterSpaceWasGivenBackDamagesNothing()
+{
+    QByteArray synced;
+    {
+        const auto journal = create(m_budget);
+        for (std::uint64_t i = 0; i < 20; ++i) {
+            RR_DONE(journal->append(batchOf(i, 10, 1'100'000)));
+        }
+        Batch batch;
+        for (int i = 0; i < 10; ++i) {
+            QVERIFY(journal->next(batch));
+            journal->drained();
+        }
+        journal->sync();
+        synced = stateSlots();
+        QCOMPARE(drain(*journal).size(), std::size_t(10));
+        journal->setMade();
+    }
+    const QByteArray now = stateSlots();
+    int torn = 0;
+    for (int slot = 0; slot < 2; ++slot) {
+        const qsizetype at = slot * 1024 * 1024;
+        if (now.mid(at, 4096) != synced.mid(at, 4096)) {
+            change(at + 30, "\x7F\x7F");
+            ++torn;
+        }
+    }
+    QCOMPARE(torn, 1);
+    const auto journal = open();
+    QVERIFY(drain(*journal) == Numbers({ 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19 }));
+    QCOMPARE(journal->state().damagedEvents, 0U);
 }
 
 QTEST_GUILESS_MAIN(TestSpillJournal)
