@@ -123,14 +123,30 @@ StoreResult CsvFileContext::indexOf(
 
 void CsvFileContext::keepIndex(const std::string& uuid, const RecordFile& file, const RecordFile::Version& before)
 {
-    const std::lock_guard guard(mutex);
-    for (CachedIndex& cached : m_indexes) {
-        if (cached.uuid == uuid && cached.version == before) {
-            const std::lock_guard indexGuard(cached.index->mutex);
-            if (cached.index->index.update(cached.isGrowing)) {
-                cached.version = file.version();
-            }
+    std::shared_ptr<csv::SharedIndex> index;
+    bool isGrowing = false;
+    const auto isIt = [&](const CachedIndex& cached) { return cached.uuid == uuid && cached.version == before; };
+    {
+        const std::lock_guard guard(mutex);
+        if (const auto known = std::find_if(m_indexes.begin(), m_indexes.end(), isIt); known != m_indexes.end()) {
+            index = known->index;
+            isGrowing = known->isGrowing;
         }
+    }
+    if (!index) {
+        return;
+    }
+    {
+        // Never one of the two mutexes within the other.
+        const std::lock_guard indexGuard(index->mutex);
+        if (!index->index.update(isGrowing)) {
+            return;
+        }
+    }
+    const std::lock_guard guard(mutex);
+    if (const auto known = std::find_if(m_indexes.begin(), m_indexes.end(), isIt);
+        known != m_indexes.end() && known->index == index) {
+        known->version = file.version();
     }
 }
 

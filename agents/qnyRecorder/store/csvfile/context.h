@@ -62,7 +62,7 @@ private:
 };
 
 // Closes a record whose recorder is gone, or whose file was changed by other means, and says so. `file` has the locks
-// of Owner and Editing.
+// of Owner and Editing. Refused, said once, and nothing touched when the file ends with what is no row of a record.
 StoreResult repairFile(CsvFileContext& context, const std::string& uuid, RecordFile& file);
 // Brings a file that nobody writes into the state of a closed record, when it is not. InUse when somebody writes it.
 StoreResult repairIfAbandoned(CsvFileContext& context, const std::string& uuid, const std::filesystem::path& path);

@@ -23,6 +23,7 @@ namespace recorder {
 namespace {
 
 constexpr auto repairInterval = std::chrono::seconds(1); // between two attempts at what could not be repaired
+constexpr int newFileAttempts = 3;
 
 // Reads a record of the store: holds it against deletion, and goes on looking through a file that grows.
 class StoredBackend : public csv::FileBackend
@@ -77,6 +78,8 @@ private:
         RecordFile::Version version;
         RecordSummary summary;
         bool isWhole = false;
+        bool isLeftAlone = false; // somebody else's program saved it in a way that cannot be repaired
+        bool isListed = true;
     };
 
     const std::filesystem::path& directory() const { return m_context->options.directory; }
@@ -86,7 +89,7 @@ private:
     StoreResult openFile(const std::string& uuid, RecordFile::Access access, RecordFile& file);
     StoreResult repair(const std::string& uuid, const std::filesystem::path& path);
     bool look(const std::string& uuid, const std::filesystem::path& path, Seen& seen);
-    bool lookInside(const std::string& uuid, const RecordFile& file, RecordSummary& summary);
+    bool lookInside(const std::string& uuid, const RecordFile& file, bool isOpen, RecordSummary& summary);
     void lookAfterOpenRecords();
 
     std::shared_ptr<CsvFileContext> m_context;
@@ -161,17 +164,19 @@ StoreResult CsvFileStore::refresh(RecordFiles& files)
 StoreResult CsvFileStore::repair(const std::string& uuid, const std::filesystem::path& path)
 {
     StoreResult result = repairIfAbandoned(*m_context, uuid, path);
-    if (!result && result.error != StoreError::InUse && result.error != StoreError::NotFound) {
+    // What is left alone was said already.
+    if (!result && result.error != StoreError::InUse && result.error != StoreError::NotFound
+        && result.error != StoreError::Refused) {
         m_context->sayOnce("The record of " + path.string() + " cannot be closed yet: " + result.message);
     }
     return result;
 }
 
 // A record that does not end as a closed one does: everything that can be known of it is in its rows.
-bool CsvFileStore::lookInside(const std::string& uuid, const RecordFile& file, RecordSummary& summary)
+bool CsvFileStore::lookInside(const std::string& uuid, const RecordFile& file, bool isOpen, RecordSummary& summary)
 {
     std::shared_ptr<csv::SharedIndex> shared;
-    if (StoreResult result = m_context->indexOf(uuid, file, true, shared); !result) {
+    if (StoreResult result = m_context->indexOf(uuid, file, isOpen, shared); !result) {
         m_context->sayOnce("A record is not listed: " + result.message);
         return false;
     }
@@ -182,12 +187,13 @@ bool CsvFileStore::lookInside(const std::string& uuid, const RecordFile& file, R
     summary.durationUs = facts.durationUs;
     summary.events = shared->index.events();
     summary.origin = facts.origin;
-    return true;
+    return shared->index.soundEnd() > 0; // else there is no row of a record in it
 }
 
 // False when there is no such record any more, or none that can be read.
 bool CsvFileStore::look(const std::string& uuid, const std::filesystem::path& path, Seen& seen)
 {
+    bool isLeftAlone = false;
     for (bool mayRepair = true;; mayRepair = false) {
         RecordFile file;
         if (StoreResult result = file.open(path, RecordFile::Access::Read); !result) {
@@ -202,8 +208,12 @@ bool CsvFileStore::look(const std::string& uuid, const std::filesystem::path& pa
         RecordSummary& summary = seen.summary;
         if (!seen.isWhole || !(seen.version == version)) {
             Closing closing;
+            seen.isLeftAlone = seen.isLeftAlone && seen.version == version;
             seen.isWhole = readClosing(file, version.size, closing);
             seen.version = version;
+            if (seen.isLeftAlone && !isOpen) {
+                return seen.isListed;
+            }
             summary = RecordSummary();
             summary.uuid = uuid;
             summary.name = closing.name;
@@ -215,12 +225,16 @@ bool CsvFileStore::look(const std::string& uuid, const std::filesystem::path& pa
         summary.isOpen = isOpen;
         if (!seen.isWhole && !isOpen && mayRepair) {
             file = RecordFile();
-            (void)repair(uuid, path);
+            isLeftAlone = repair(uuid, path).error == StoreError::Refused;
             continue; // as it is now
         }
         if (!seen.isWhole) {
-            m_open[uuid] = path;
-            if (!lookInside(uuid, file, summary)) {
+            if (!isLeftAlone) {
+                m_open[uuid] = path;
+            }
+            seen.isListed = lookInside(uuid, file, isOpen, summary);
+            seen.isLeftAlone = isLeftAlone && !isOpen;
+            if (!seen.isListed) {
                 return false;
             }
             summary.isRecording = isOpen && summary.origin == RecordOrigin::Recorded;
@@ -288,7 +302,7 @@ void CsvFileStore::lookAfterOpenRecords()
     m_nextRepair = now + repairInterval;
     std::erase_if(m_open, [this](const auto& entry) {
         const StoreResult result = repair(entry.first, entry.second);
-        return result || result.error == StoreError::NotFound;
+        return result || result.error == StoreError::NotFound || result.error == StoreError::Refused;
     });
 }
 
@@ -363,11 +377,17 @@ StoreResult CsvFileStore::create(const RecordFacts& facts, std::unique_ptr<Recor
     }
     // Nobody sees the file before it is owned and holds what every record has.
     RecordFile file;
-    if (StoreResult result = file.open(directory() / unfinishedFileName(facts.uuid), RecordFile::Access::New);
-        !result) {
-        return result;
+    StoreResult result;
+    for (int attempt = 0; attempt < newFileAttempts; ++attempt) {
+        if (result = file.open(directory() / unfinishedFileName(facts.uuid), RecordFile::Access::New); !result) {
+            return result;
+        }
+        result = file.lockSoon(RecordFile::Part::Owner);
+        if (file.hasName()) {
+            break;
+        }
+        // Another recorder on the directory took it for one whose maker died, before it was owned.
     }
-    StoreResult result = file.lock(RecordFile::Part::Owner);
     if (result) {
         result = file.append(rows, 64 * 1024);
     }
@@ -474,16 +494,20 @@ StoreResult CsvFileStore::open(const std::string& uuid, std::unique_ptr<RecordRe
     RecordFacts facts;
     std::vector<AgentDefinition> definitions;
     std::vector<OutputValue> initialValues;
+    std::string damages;
     {
         const std::lock_guard guard(shared->mutex);
         facts = shared->index.facts();
         definitions = shared->index.definitions();
         initialValues = shared->index.initialValues();
         if (shared->index.damages() > 0) {
-            m_context->sayOnce("The file " + path.string() + " has rows that cannot be read, in "
+            damages = "The file " + path.string() + " has rows that cannot be read, in "
                 + std::to_string(shared->index.damages())
-                + " places; they are passed over. The first: " + shared->index.firstDamage() + '.');
+                + " places; they are passed over. The first: " + shared->index.firstDamage() + '.';
         }
+    }
+    if (!damages.empty()) {
+        m_context->sayOnce(damages);
     }
     facts.uuid = uuid;
     auto backend = std::make_unique<StoredBackend>(std::move(shared), std::move(file));
@@ -500,7 +524,9 @@ StoreResult CsvFileStore::rename(const std::string& uuid, const std::string& nam
         return result;
     }
     if (!file.isLockedElsewhere(RecordFile::Part::Owner)) {
-        (void)repair(uuid, file.path());
+        if (StoreResult result = repair(uuid, file.path()); result.error == StoreError::Refused) {
+            return result;
+        }
     }
     if (StoreResult result = file.lockSoon(RecordFile::Part::Editing); !result) {
         return result;

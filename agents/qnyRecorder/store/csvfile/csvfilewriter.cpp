@@ -72,6 +72,11 @@ CsvFileWriter::~CsvFileWriter()
         std::string rows;
         addFacts(rows, State::Closed);
         leave();
+        if (!m_file.hasName()) {
+            m_context->say("The record \"" + m_facts.name
+                + "\" was deleted while it was written: nothing of it is stored any longer.");
+            return;
+        }
         {
             const std::lock_guard guard(m_context->mutex);
             m_context->orphans.push_back({ m_facts.uuid, std::move(m_file), std::move(rows) });
@@ -320,7 +325,7 @@ void CsvFileWriter::noteFactsWritten(State state)
 // Somebody may have renamed the record: such a row stands behind what this writer wrote last.
 StoreResult CsvFileWriter::adoptRowsOfOthers()
 {
-    const std::uint64_t size = m_file.size();
+    std::uint64_t size = m_file.size();
     if (size > m_end) {
         std::string rows;
         if (StoreResult result = m_file.read(m_end, size - m_end, rows); !result) {
@@ -329,10 +334,18 @@ StoreResult CsvFileWriter::adoptRowsOfOthers()
         csv::Reader reader;
         reader.feed(rows);
         csv::Entry entry;
-        while (reader.next(entry) == csv::Reader::Step::Row) {
+        csv::Reader::Step step = reader.next(entry);
+        for (; step == csv::Reader::Step::Row; step = reader.next(entry)) {
             const csv::Fact* fact = std::get_if<csv::Fact>(&entry);
             if (fact && fact->name == "name") {
                 m_facts.name = fact->value;
+            }
+        }
+        // Who adds rows ended in the middle of one: the next must not be glued to it.
+        if (step == csv::Reader::Step::NeedMore && reader.offset() < rows.size()) {
+            size = m_end + reader.offset();
+            if (StoreResult result = m_file.replaceEnd(size, {}); !result) {
+                return result;
             }
         }
     }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../../csv/csv.h"
+#include "../../csv/facts.h"
 #include "closing.h"
 #include "context.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace recorder {
@@ -27,6 +29,58 @@ std::string cutOff(std::uint64_t bytes)
                       : "; a half-written row at its end (" + std::to_string(bytes) + " bytes) was taken off.";
 }
 
+// What follows the last row that can be read.
+enum class Tail
+{
+    None,
+    HalfRow, // one row that does not end, as somebody leaves it who ends while writing
+    HalfClosing, // the last closing row, and only its line end is missing
+    Unreadable // something else, which is not the store's to touch
+};
+
+Tail tailOf(const RecordFile& file, std::uint64_t from, std::uint64_t size)
+{
+    constexpr std::uint64_t pieceBytes = 1024 * 1024;
+    if (from == size) {
+        return Tail::None;
+    }
+    csv::Reader::Options options;
+    options.skipByteOrderMark = false;
+    csv::Reader reader(options);
+    csv::Entry entry;
+    for (std::uint64_t at = from; at < size;) {
+        std::string piece;
+        if (!file.read(at, std::min(pieceBytes, size - at), piece) || piece.empty()) {
+            return Tail::Unreadable;
+        }
+        at += piece.size();
+        reader.feed(piece);
+        if (at == size) {
+            reader.lookAgain();
+        }
+        if (reader.next(entry) != csv::Reader::Step::NeedMore) {
+            return Tail::Unreadable;
+        }
+    }
+    reader.finish();
+    if (reader.next(entry) == csv::Reader::Step::Row) {
+        const csv::Fact* fact = std::get_if<csv::Fact>(&entry);
+        return fact && fact->name == csv::closingFact ? Tail::HalfClosing : Tail::HalfRow;
+    }
+    return Tail::HalfRow;
+}
+
+// Gives the last row its line end back. False, with the file as it was, when the record is not closed by that.
+bool isWholeWithLineEnd(RecordFile& file, std::uint64_t size)
+{
+    Closing closing;
+    if (file.append("\n", 0) && readClosing(file, size + 1, closing)) {
+        return true;
+    }
+    (void)file.replaceEnd(size, {});
+    return false;
+}
+
 } // namespace
 
 StoreResult repairFile(CsvFileContext& context, const std::string& uuid, RecordFile& file)
@@ -39,8 +93,26 @@ StoreResult repairFile(CsvFileContext& context, const std::string& uuid, RecordF
     const RecordFacts facts = index.facts();
     std::string rows;
     std::uint64_t end = index.soundEnd();
+    const Tail tail = tailOf(file, end, index.size());
+    if (tail == Tail::Unreadable || (tail != Tail::None && end == 0)) {
+        // It is somebody's, who may be able to save it anew.
+        const std::string reason = "The file " + file.path().string() + " is left as it is: what stands in it from byte "
+            + std::to_string(end) + " on cannot be read as rows of a record; another program may have saved it.";
+        context.sayOnce(reason);
+        return StoreResult::failed(StoreError::Refused, reason);
+    }
+    if (tail == Tail::HalfClosing && isWholeWithLineEnd(file, index.size())) {
+        context.forgetIndex(uuid);
+        context.listChanged();
+        context.say(quoted(facts, file) + " was changed by another program: its last line end is back.");
+        return StoreResult::done();
+    }
+    Closing before;
+    const bool isImportCut = facts.origin == RecordOrigin::Imported && tail != Tail::HalfClosing
+        && index.closedEnd() > 0 && index.closedEnd() < index.size() && index.damages() == 0
+        && readClosing(file, index.closedEnd(), before);
     std::string message;
-    if (facts.origin == RecordOrigin::Imported && index.closedEnd() > 0) {
+    if (isImportCut) {
         // As it was after the last part that came whole.
         end = index.closedEnd();
         message = quoted(facts, file)

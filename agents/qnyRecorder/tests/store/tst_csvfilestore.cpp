@@ -120,6 +120,12 @@ private slots:
     void damagedRowsCostOnlyThemselves_data();
     void damagedRowsCostOnlyThemselves();
     void aFileWhoseEndWasEditedIsClosedAnew();
+    void whatAnotherProgramSavedIsNeverDestroyed_data();
+    void whatAnotherProgramSavedIsNeverDestroyed();
+    void anImportWhoseEndWasEditedKeepsEverything_data();
+    void anImportWhoseEndWasEditedKeepsEverything();
+    void aHalfWrittenNameCostsNoEvent();
+    void recordsAreMadeWhileAnotherRecorderLists();
     void aFileDeletedByHandIsOffTheList();
     void aFileDeletedDuringItsRecordingIsSaidSo();
     void aRecordIsRenamedWhileItIsRecorded();
@@ -539,6 +545,188 @@ void TestCsvFileStore::aFileWhoseEndWasEditedIsClosedAnew()
     QVERIFY(reader->facts().origin == RecordOrigin::Recorded);
 }
 
+void TestCsvFileStore::whatAnotherProgramSavedIsNeverDestroyed_data()
+{
+    QTest::addColumn<int>("how");
+    QTest::addColumn<int>("readable"); // events; -1: not listed
+    QTest::newRow("with commas") << 0 << -1;
+    QTest::newRow("as UTF-16") << 1 << -1;
+    QTest::newRow("without any row end") << 2 << -1;
+    QTest::newRow("with other numbers in the last rows") << 3 << 200;
+}
+
+void TestCsvFileStore::whatAnotherProgramSavedIsNeverDestroyed()
+{
+    QFETCH(int, how);
+    QFETCH(int, readable);
+    const std::vector<Event> events = manyNumbered(300);
+    std::string uuid;
+    {
+        const auto store = openStore();
+        uuid = record(*store, events);
+    }
+    QByteArray content = contentOf(onlyFile());
+    if (how == 0) {
+        content.replace(';', ',');
+    } else if (how == 1) {
+        const QString text = QString::fromUtf8(content);
+        content = QByteArray("\xff\xfe") + QByteArray(reinterpret_cast<const char*>(text.utf16()), 2 * text.size());
+    } else if (how == 2) {
+        content.replace('\n', ' ');
+    } else {
+        const qsizetype from = content.indexOf("agent;200000;");
+        QVERIFY(from > 0);
+        content = content.left(from) + content.mid(from).replace("000;output", "E3;output").replace(";0;", ";0E0;");
+    }
+    QVERIFY(write(onlyFile(), content));
+    {
+        const std::lock_guard guard(m_messagesMutex);
+        m_messages.clear();
+    }
+
+    const auto store = openStore();
+    QVERIFY(wasSaid("is left as it is"));
+    std::uint64_t before = 0;
+    std::uint64_t now = 0;
+    RR_DONE(store->listRevision(before));
+    for (int i = 0; i < 3; ++i) {
+        const std::vector<RecordSummary> summaries = list(*store);
+        QCOMPARE(summaries.size(), std::size_t(readable < 0 ? 0 : 1));
+        if (readable >= 0) {
+            QCOMPARE(summaries[0].events, static_cast<std::uint64_t>(readable));
+            QVERIFY(!summaries[0].isOpen);
+        }
+        RR_DONE(store->listRevision(now));
+        QCOMPARE(now, before);
+    }
+    QVERIFY(store->rename(uuid, "other").error == StoreError::Refused);
+    std::unique_ptr<RecordWriter> writer;
+    QVERIFY(store->resume(uuid, writer).error == StoreError::Refused);
+    std::unique_ptr<RecordReader> reader;
+    RR_DONE(store->open(uuid, reader));
+    QVERIFY(contentOf(onlyFile()) == content);
+    // Said once.
+    const std::lock_guard guard(m_messagesMutex);
+    QCOMPARE(std::count_if(m_messages.begin(), m_messages.end(),
+                 [](const std::string& message) { return message.find("is left as") != std::string::npos; }),
+        1);
+}
+
+void TestCsvFileStore::anImportWhoseEndWasEditedKeepsEverything_data()
+{
+    QTest::addColumn<int>("how");
+    QTest::newRow("the last line end taken off") << 0;
+    QTest::newRow("other line ends") << 1;
+    QTest::newRow("other line ends, and the last taken off") << 2;
+    QTest::newRow("another name in the last rows") << 3;
+    QTest::newRow("another name, and the last line end taken off") << 4;
+}
+
+void TestCsvFileStore::anImportWhoseEndWasEditedKeepsEverything()
+{
+    QFETCH(int, how);
+    const std::vector<Event> events = manyNumbered(1'000);
+    std::string uuid;
+    {
+        const auto store = openStore();
+        const std::string recorded = record(*store, events);
+        const std::string file = exportAll(*store, recorded);
+        RR_DONE(store->remove(recorded));
+        uuid = importAll(*store, "copy", file, 100'000);
+    }
+    const QByteArray whole = contentOf(onlyFile());
+    QByteArray content = whole;
+    if (how == 3 || how == 4) {
+        const qsizetype name = content.lastIndexOf(";copy\n");
+        QVERIFY(name > 0);
+        content.replace(name, 6, ";by hand\n");
+    }
+    if (how == 0 || how == 4) {
+        content.chop(1);
+    }
+    if (how == 1 || how == 2) {
+        content.replace("\n", "\r\n");
+        content.chop(how == 2 ? 2 : 0);
+    }
+    QVERIFY(content != whole);
+    QVERIFY(write(onlyFile(), content));
+
+    const auto store = openStore();
+    QVERIFY(wasSaid("was changed by another program"));
+    if (how == 0) {
+        QVERIFY(contentOf(onlyFile()) == whole);
+    }
+    const RecordSummary summary = list(*store).at(0);
+    QCOMPARE(summary.events, 1'000U);
+    QCOMPARE(summary.name, std::string(how >= 3 ? "by hand" : "copy"));
+    QVERIFY(!summary.isOpen);
+    RR_SAME_EVENTS(eventsOf(*read(*store, uuid)), events);
+    // Once, and no more.
+    const QByteArray repaired = contentOf(onlyFile());
+    std::uint64_t before = 0;
+    std::uint64_t now = 0;
+    RR_DONE(store->listRevision(before));
+    const auto again = openStore();
+    QCOMPARE(list(*again).size(), std::size_t(1));
+    RR_DONE(store->listRevision(now));
+    QVERIFY(contentOf(onlyFile()) == repaired);
+}
+
+void TestCsvFileStore::aHalfWrittenNameCostsNoEvent()
+{
+    const auto store = openStore();
+    std::unique_ptr<RecordWriter> writer;
+    const RecordFacts facts = newFacts("one");
+    RR_DONE(store->create(facts, writer));
+    const std::vector<Event> events = manyNumbered(300);
+    const QByteArray halves[] = { ";0;record;name;str", ";0;record;name;string;\"two\nthr" };
+    std::size_t next = 0;
+    for (const QByteArray& half : halves) {
+        for (int i = 0; i < 100; ++i) {
+            RR_DONE(writer->append(events[next++].view()));
+        }
+        RR_DONE(writer->flush());
+        QFile file(onlyFile());
+        QVERIFY(file.open(QIODevice::Append) && file.write(half) == half.size());
+    }
+    for (; next < events.size(); ++next) {
+        RR_DONE(writer->append(events[next].view()));
+    }
+    RR_DONE(writer->close(0));
+    QCOMPARE(list(*store).at(0).events, std::uint64_t(events.size()));
+    const auto reader = read(*store, facts.uuid);
+    RR_SAME_EVENTS(eventsOf(*reader), events);
+    QVERIFY(!wasSaid("cannot be read"));
+    QVERIFY(readRows(contentOf(onlyFile())).isSound);
+    QCOMPARE(reader->facts().name, std::string("one"));
+}
+
+void TestCsvFileStore::recordsAreMadeWhileAnotherRecorderLists()
+{
+    const auto store = openStore();
+    const auto other = openStore();
+    std::atomic<bool> isDone = false;
+    std::thread lister([&] {
+        std::vector<RecordSummary> summaries;
+        while (!isDone) {
+            (void)other->records({}, summaries);
+        }
+    });
+    StoreResult result;
+    for (int i = 0; i < 200 && result; ++i) {
+        std::unique_ptr<RecordWriter> writer;
+        const RecordFacts facts = newFacts("short");
+        result = store->create(facts, writer);
+        if (result) {
+            result = writer->close(0);
+            QFile::remove(onlyFile());
+        }
+    }
+    isDone = true;
+    lister.join();
+    RR_DONE(result);
+}
+
 void TestCsvFileStore::aFileDeletedByHandIsOffTheList()
 {
     const auto store = openStore();
@@ -577,6 +765,8 @@ void TestCsvFileStore::aFileDeletedDuringItsRecordingIsSaidSo()
         QVERIFY2(result.message.find(path.toStdString()) != std::string::npos, result.message.c_str());
         QVERIFY(!writer->close(0));
     }
+    QVERIFY(wasSaid("was deleted while it was written"));
+    QVERIFY(!wasSaid("goes on trying"));
     QVERIFY(list(*store).empty());
     record(*store, manyNumbered(10), "next");
     QCOMPARE(list(*store).size(), std::size_t(1));
