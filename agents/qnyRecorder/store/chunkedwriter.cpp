@@ -29,6 +29,21 @@ std::uint32_t ordinalOf(std::unordered_map<std::string, std::uint32_t>& ordinals
     return ordinals.emplace(key, static_cast<std::uint32_t>(ordinals.size())).first->second;
 }
 
+// Puts a row in the place of the one of the same ordinal that waits already, so that no more wait than there are keys.
+template <typename Row> void putLatest(std::vector<Row>& rows, std::vector<std::size_t>& places, Row row)
+{
+    if (places.size() <= row.ordinal) {
+        places.resize(row.ordinal + std::size_t(1), 0);
+    }
+    std::size_t& place = places[row.ordinal];
+    if (place < rows.size() && rows[place].ordinal == row.ordinal) {
+        rows[place] = std::move(row);
+    } else {
+        place = rows.size();
+        rows.push_back(std::move(row));
+    }
+}
+
 } // namespace
 
 ChunkedWriter::ChunkedWriter(std::unique_ptr<ChunkSink> sink, const ChunkingOptions& options, WriterStart start)
@@ -91,7 +106,7 @@ StoreResult ChunkedWriter::define(std::string_view agent, std::string_view json)
     }
     DefinitionRow row { ordinalOf(m_definitionOrdinals, std::string(agent)),
         { std::string(agent), std::string(json) } };
-    m_batch.definitions.push_back(std::move(row));
+    putLatest(m_batch.definitions, m_definitionAt, std::move(row));
     touch();
     return StoreResult::done();
 }
@@ -103,7 +118,7 @@ StoreResult ChunkedWriter::setInitial(std::string_view agent, std::string_view o
     }
     InitialRow row { ordinalOf(m_initialOrdinals, initialKey(agent, output)),
         { std::string(agent), std::string(output), value } };
-    m_batch.initials.push_back(std::move(row));
+    putLatest(m_batch.initials, m_initialAt, std::move(row));
     touch();
     return StoreResult::done();
 }
@@ -260,7 +275,6 @@ void ChunkedWriter::noteStored(RecordState recordState, bool last)
 StoreResult ChunkedWriter::storeLosses(const StoreResult& reason)
 {
     loseChunks();
-    m_extent.nextSequence = m_storedExtent.nextSequence;
     remark(reason.message);
     Batch losses = m_batch;
     losses.completeness = m_tally.completeness().toJson();

@@ -107,6 +107,8 @@ private:
 
     std::unordered_map<std::string, std::uint32_t> m_definitionOrdinals;
     std::unordered_map<std::string, std::uint32_t> m_initialOrdinals;
+    std::vector<std::size_t> m_definitionAt; // by ordinal: where in the batch, if it is there
+    std::vector<std::size_t> m_initialAt;
 
     StoreResult m_failure; // of the last attempt
     Clock::time_point m_failedAt;

@@ -32,6 +32,10 @@ bool SpillContext::isUp() const
 StoreResult SpillContext::outOfReach() const
 {
     const std::lock_guard guard(m_mutex);
+    if (m_failure) {
+        return StoreResult::failed(
+            StoreError::Unreachable, m_database->describe() + " is still busy with an earlier request.");
+    }
     return StoreResult::failed(StoreError::Unreachable,
         "The database is out of reach and is tried again every few seconds: " + m_failure.message);
 }
@@ -63,6 +67,7 @@ StoreResult SpillContext::reach()
     const std::lock_guard guard(m_mutex);
     m_isUp = bool(result);
     if (result) {
+        m_failure = result;
         m_pause = std::chrono::microseconds(m_options.leastPauseUs);
         m_toldOverflow = false;
     } else {

@@ -99,7 +99,7 @@ StoreResult SpilledRecord::create()
             m_context->noteFailure(*answer);
         }
     }
-    return beginJournal(0);
+    return beginJournal(0, m_context->outOfReach().message);
 }
 
 StoreResult SpilledRecord::write(const Batch& batch)
@@ -111,6 +111,7 @@ StoreResult SpilledRecord::write(const Batch& batch)
     }
     m_extent = batch.extent;
     m_state = batch.recordState;
+    std::string reason;
     if (!m_journal && !m_isBusy && m_context->isUp()) {
         auto copy = std::make_shared<Batch>(batch);
         (void)amend(*copy, false);
@@ -120,16 +121,18 @@ StoreResult SpilledRecord::write(const Batch& batch)
                 m_isGone = !*answer;
                 return *answer;
             }
+            reason = answer->message;
         }
     }
-    return spill(batch);
+    return spill(batch, reason.empty() ? m_context->outOfReach().message : reason);
 }
 
-StoreResult SpilledRecord::spill(const Batch& batch)
+StoreResult SpilledRecord::spill(const Batch& batch, const std::string& reason)
 {
     const std::uint64_t events = eventsIn(batch);
     if (!m_journal) {
-        if (StoreResult result = beginJournal(batch.extent.events - std::min(events, batch.extent.events)); !result) {
+        const std::uint64_t before = batch.extent.events - std::min(events, batch.extent.events);
+        if (StoreResult result = beginJournal(before, reason); !result) {
             if (result.error == StoreError::Overflow) {
                 m_context->noteOverflow(result.message);
             }
@@ -146,7 +149,7 @@ StoreResult SpilledRecord::spill(const Batch& batch)
     return result;
 }
 
-StoreResult SpilledRecord::beginJournal(std::uint64_t eventsBefore)
+StoreResult SpilledRecord::beginJournal(std::uint64_t eventsBefore, const std::string& reason)
 {
     Journal::State state;
     state.isMade = m_isPrepared;
@@ -159,7 +162,7 @@ StoreResult SpilledRecord::beginJournal(std::uint64_t eventsBefore)
     m_spillsSince = Clock::now();
     m_spilledBytes = 0;
     m_isTold = false;
-    m_reason = m_context->outOfReach().message;
+    m_reason = reason;
     return result;
 }
 
@@ -216,8 +219,9 @@ bool SpilledRecord::settle(Lock& lock, const StoreResult& result)
     }
     if (result.error == StoreError::NotFound) {
         m_isGone = true;
-        m_context->say("The record \"" + m_facts.name
-            + "\" was deleted from the database: what waited for it in the journal is thrown away.");
+        const bool isWaiting = m_journal && m_journal->waitingEvents() > 0;
+        m_context->say("The record \"" + m_facts.name + "\" was deleted from the database"
+            + (isWaiting ? ": what waited for it in the journal is thrown away." : "."));
         endJournal();
         m_isFinished = !m_hasWriter;
         return false;
@@ -294,7 +298,11 @@ void SpilledRecord::endDraining(Lock& lock)
     if (!m_drainedLast && !m_hasWriter) {
         const std::optional<Batch> last = m_abandoned;
         lock.unlock();
-        m_drainedLast = settle(lock, last ? writeThrough(*last) : m_context->database().repair(m_facts.uuid));
+        StoreResult result = last ? writeThrough(*last) : m_context->database().repair(m_facts.uuid);
+        if (!last && result.error == StoreError::NotFound) {
+            result = StoreResult::done(); // since the last write another recorder has closed it
+        }
+        m_drainedLast = settle(lock, result);
         return;
     }
     const bool mustTell = m_isTold;

@@ -47,8 +47,8 @@ private:
 
     // On the writer's thread.
     std::optional<StoreResult> ask(Lock& lock, std::function<StoreResult()> request, std::int64_t patienceUs);
-    StoreResult spill(const Batch& batch);
-    StoreResult beginJournal(std::uint64_t eventsBefore);
+    StoreResult spill(const Batch& batch, const std::string& reason);
+    StoreResult beginJournal(std::uint64_t eventsBefore, const std::string& reason);
 
     // On the record's own thread.
     void run();

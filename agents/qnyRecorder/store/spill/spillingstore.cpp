@@ -62,6 +62,7 @@ public:
 
 private:
     template <typename Request> StoreResult ask(Request request);
+    StoreResult tellIfWaiting(const std::string& uuid, StoreResult result, const char* doing);
     StoreResult findJournals();
     void keep();
     std::shared_ptr<SpilledRecord> find(const std::string& uuid);
@@ -357,18 +358,24 @@ StoreResult SpillingStore::resume(const std::string& uuid, std::unique_ptr<Recor
 
 StoreResult SpillingStore::open(const std::string& uuid, std::unique_ptr<RecordReader>& reader)
 {
-    StoreResult result = ask([&] { return m_context->database().open(uuid, reader); });
-    const auto record = find(uuid);
-    if (!result && result.error == StoreError::NotFound && record && record->waits()) {
-        return StoreResult::failed(StoreError::Unreachable,
-            "The record " + uuid + " waits on the recorder's own disk and can be read when the database has it.");
-    }
-    return result;
+    return tellIfWaiting(uuid, ask([&] { return m_context->database().open(uuid, reader); }), "read");
 }
 
 StoreResult SpillingStore::rename(const std::string& uuid, const std::string& name)
 {
-    return ask([&] { return m_context->database().rename(uuid, name); });
+    return tellIfWaiting(uuid, ask([&] { return m_context->database().rename(uuid, name); }), "renamed");
+}
+
+// The database does not know a record that is listed because it waits here: why nothing can be done with it yet.
+StoreResult SpillingStore::tellIfWaiting(const std::string& uuid, StoreResult result, const char* doing)
+{
+    const auto record = find(uuid);
+    if (!result && result.error == StoreError::NotFound && record && record->waits()) {
+        return StoreResult::failed(StoreError::Unreachable,
+            "The record " + uuid + " waits on the recorder's own disk and can be " + doing
+                + " when the database has it.");
+    }
+    return result;
 }
 
 StoreResult SpillingStore::remove(const std::string& uuid)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "childrecorder.h"
 #include "faultydatabase.h"
+#include "store/chunkedwriter.h"
 #include "store/spill/spillingstore.h"
 #include "storesuite.h"
 
@@ -9,6 +10,7 @@
 #include <QElapsedTimer>
 #include <QThread>
 
+#include <set>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -66,6 +68,32 @@ private:
 
 } // namespace
 
+namespace {
+
+// Keeps what it is given, and says what it was told to say.
+class AnsweringSink : public ChunkSink
+{
+public:
+    AnsweringSink(const StoreResult& answer, std::vector<Batch>& batches)
+        : m_answer(answer)
+        , m_batches(batches)
+    {
+    }
+    StoreResult write(const Batch& batch) override
+    {
+        m_batches.push_back(batch);
+        // There is always room for what tells of losses.
+        return m_answer.error == StoreError::Overflow && batch.chunks.empty() ? StoreResult::done() : m_answer;
+    }
+    void abandon(const Batch& last) override { m_batches.push_back(last); }
+
+private:
+    const StoreResult& m_answer;
+    std::vector<Batch>& m_batches;
+};
+
+} // namespace
+
 // Runs the suite over a spilling store, and what a database that fails does to it: what was produced is what is stored
 // and what is reported as lost, and what a killed recorder had not stored for a second.
 class TestSpillingStore : public StoreSuite
@@ -80,6 +108,8 @@ public:
     }
 
 private slots:
+    void noNumberOfAChunkIsUsedTwice();
+    void onlyTheLatestDefinitionOfAnAgentWaits();
     void whatGoesStraightLeavesNoJournal();
     void anOutageLeavesNoTraceInTheRecord_data();
     void anOutageLeavesNoTraceInTheRecord();
@@ -186,6 +216,61 @@ void TestSpillingStore::checkAccounts(Store& store, const std::string& uuid, std
             events.rbegin(), events.rend(), [&](const Event& event) { return event.output == value.output; });
         QVERIFY(last != events.rend() && last->value == value.value);
     }
+}
+
+// A write whose outcome nobody knows may come late, and must not replace what came after it.
+void TestSpillingStore::noNumberOfAChunkIsUsedTwice()
+{
+    WriterStart start;
+    start.facts = newFacts("record");
+    StoreResult answer = StoreResult::done();
+    std::vector<Batch> batches;
+    ChunkedWriter writer(std::make_unique<AnsweringSink>(answer, batches), ChunkingOptions(), std::move(start));
+    std::set<std::uint64_t> numbers;
+    std::size_t chunks = 0;
+    for (std::int64_t i = 0; i < 5; ++i) {
+        answer = i % 2 ? StoreResult::failed(StoreError::Overflow, "No room.") : StoreResult::done();
+        fill(writer, i * 10, (i + 1) * 10);
+    }
+    answer = StoreResult::done();
+    RR_DONE(writer.close(100));
+    for (const Batch& batch : batches) {
+        for (const ChunkRow& row : batch.chunks) {
+            ++chunks;
+            numbers.insert(row.info.sequence);
+            QVERIFY(row.info.sequence < batch.extent.nextSequence);
+        }
+    }
+    QCOMPARE(chunks, std::size_t(5));
+    QCOMPARE(numbers.size(), chunks);
+    QCOMPARE(writer.completeness().stored(), 30U);
+    QCOMPARE(writer.completeness().lost(), 20U);
+}
+
+void TestSpillingStore::onlyTheLatestDefinitionOfAnAgentWaits()
+{
+    WriterStart start;
+    start.facts = newFacts("record");
+    StoreResult answer = StoreResult::failed(StoreError::Unreachable, "Nobody is there.");
+    std::vector<Batch> batches;
+    ChunkedWriter writer(std::make_unique<AnsweringSink>(answer, batches), ChunkingOptions(), std::move(start));
+    for (int i = 0; i < 1'000; ++i) {
+        for (const char* agent : { "one", "two" }) {
+            RR_DONE(writer.define(agent, std::to_string(i)));
+            RR_DONE(writer.setInitial(agent, "o", ValueView::fromInteger(i)));
+        }
+    }
+    QVERIFY(!writer.flush());
+    answer = StoreResult::done();
+    RR_DONE(writer.define("two", "last"));
+    RR_DONE(writer.flush());
+    QCOMPARE(batches.back().definitions.size(), std::size_t(2));
+    QCOMPARE(batches.back().initials.size(), std::size_t(2));
+    QCOMPARE(batches.back().definitions[0].definition.json, std::string("999"));
+    QCOMPARE(batches.back().definitions[1].definition.json, std::string("last"));
+    RR_DONE(writer.define("two", "after"));
+    RR_DONE(writer.close(0));
+    QCOMPARE(batches.back().definitions.size(), std::size_t(1));
 }
 
 void TestSpillingStore::whatGoesStraightLeavesNoJournal()
@@ -643,6 +728,8 @@ void TestSpillingStore::aDatabaseThatRefusesTheRecorderIsToldAtTheStart()
     m_spilling.faults->set(Fault::Refuses);
     fill(*writer, 100, 200);
     QCOMPARE(journals().size(), 1);
+    QTRY_VERIFY(said("goes into the journal"));
+    QVERIFY(!said("was not reached yet"));
     m_spilling.faults->set(Fault::None);
     RR_DONE(writer->close(0));
     writer.reset();
