@@ -541,6 +541,9 @@ StoreResult CsvFileStore::rename(const std::string& uuid, const std::string& nam
     if (readClosing(file, before.size, closing)) {
         rows = closingWithName(file, before.size, name);
     } else {
+        if (StoreResult result = file.dropHalfLine(); !result) {
+            return result;
+        }
         csv::appendFact(rows, "name", name);
     }
     if (StoreResult result = file.append(rows, 0); !result) {

@@ -253,6 +253,25 @@ StoreResult RecordFile::replaceEnd(std::uint64_t offset, std::string_view bytes)
                                                                                      : failed(errno, "shortened");
 }
 
+StoreResult RecordFile::dropHalfLine()
+{
+    constexpr std::uint64_t pieceBytes = 4 * 1024;
+    const std::uint64_t end = size();
+    std::string piece;
+    for (std::uint64_t at = end; at > 0;) {
+        const std::uint64_t from = at - std::min(at, pieceBytes);
+        if (StoreResult result = read(from, at - from, piece); !result) {
+            return result;
+        }
+        if (const std::size_t feed = piece.rfind('\n'); feed != std::string::npos) {
+            const std::uint64_t wholeEnd = from + feed + 1;
+            return wholeEnd == end ? StoreResult::done() : replaceEnd(wholeEnd, {});
+        }
+        at = from;
+    }
+    return StoreResult::done(); // there is no line at all
+}
+
 void RecordFile::giveUpReserve()
 {
     if (m_keptUpTo > 0) {

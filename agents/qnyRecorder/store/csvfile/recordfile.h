@@ -70,6 +70,8 @@ public:
     StoreResult append(std::string_view bytes, std::uint64_t reserve);
     // Writes over the end of the file, from `offset` on, and ends the file behind that.
     StoreResult replaceEnd(std::uint64_t offset, std::string_view bytes);
+    // Takes off what stands behind the last line end: somebody ended while writing it. While Editing is locked.
+    StoreResult dropHalfLine();
     // Gives back the space that is kept behind the end. While Editing is locked.
     void giveUpReserve();
     StoreResult remove();

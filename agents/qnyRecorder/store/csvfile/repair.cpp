@@ -96,8 +96,8 @@ StoreResult repairFile(CsvFileContext& context, const std::string& uuid, RecordF
     const Tail tail = tailOf(file, end, index.size());
     if (tail == Tail::Unreadable || (tail != Tail::None && end == 0)) {
         // It is somebody's, who may be able to save it anew.
-        const std::string reason = "The file " + file.path().string() + " is left as it is: what stands in it from byte "
-            + std::to_string(end) + " on cannot be read as rows of a record; another program may have saved it.";
+        const std::string reason = "The file " + file.path().string()
+            + " is left as it is: what stands in it from byte " + std::to_string(end) + " on cannot be read as rows of a record; another program may have saved it.";
         context.sayOnce(reason);
         return StoreResult::failed(StoreError::Refused, reason);
     }

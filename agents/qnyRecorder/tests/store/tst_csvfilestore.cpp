@@ -689,6 +689,14 @@ void TestCsvFileStore::aHalfWrittenNameCostsNoEvent()
         QFile file(onlyFile());
         QVERIFY(file.open(QIODevice::Append) && file.write(half) == half.size());
     }
+    // The next name is not glued to it either.
+    RR_DONE(writer->append(events[next++].view()));
+    RR_DONE(writer->flush());
+    {
+        QFile file(onlyFile());
+        QVERIFY(file.open(QIODevice::Append) && file.write(halves[0]) == halves[0].size());
+    }
+    RR_DONE(openStore()->rename(facts.uuid, "two"));
     for (; next < events.size(); ++next) {
         RR_DONE(writer->append(events[next].view()));
     }
@@ -698,7 +706,7 @@ void TestCsvFileStore::aHalfWrittenNameCostsNoEvent()
     RR_SAME_EVENTS(eventsOf(*reader), events);
     QVERIFY(!wasSaid("cannot be read"));
     QVERIFY(readRows(contentOf(onlyFile())).isSound);
-    QCOMPARE(reader->facts().name, std::string("one"));
+    QCOMPARE(reader->facts().name, std::string("two"));
 }
 
 void TestCsvFileStore::recordsAreMadeWhileAnotherRecorderLists()
