@@ -20,6 +20,11 @@ private Q_SLOTS:
     void aCheckBoxSwitchesItsSetting();
     void aFieldWritesItsSetting_data();
     void aFieldWritesItsSetting();
+    void theDatabaseIsChosenByItsHostAndPort_data();
+    void theDatabaseIsChosenByItsHostAndPort();
+    void aDatabaseWithoutAHostOrAPortSaysWhyAndChangesNothing_data();
+    void aDatabaseWithoutAHostOrAPortSaysWhyAndChangesNothing();
+    void theDatabaseStaysShownWhileTheRecorderIsOnAndHasOne();
     void thePasswordIsMaskedUnlessItIsToBeShown();
     void theFieldsFollowTheSettings();
     void nothingCanBeChangedWhileTheRecorderIsOn();
@@ -153,6 +158,100 @@ void ConfigurationTabTests::aFieldWritesItsSetting()
     const QStringList arguments = pages.arguments();
     QVERIFY2(arguments.contains(option), qPrintable(arguments.join(u' ')));
     QCOMPARE(arguments.value(arguments.indexOf(option) + 1), typed);
+}
+
+void ConfigurationTabTests::theDatabaseIsChosenByItsHostAndPort_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("endpoint");
+    QTest::newRow("a node") << "node-1.plant.example:9142" << "node-1.plant.example:9142";
+    QTest::newRow("the built-in store") << "embedded:1" << "embedded:1";
+    QTest::newRow("an address") << "127.0.0.1:9042" << "127.0.0.1:9042";
+    QTest::newRow("an address of IPv6") << "::1:9042" << "::1:9042";
+    QTest::newRow("the same in brackets") << "[::1]:9042" << "::1:9042";
+    QTest::newRow("with blanks around") << "  node:7000 " << "node:7000";
+    QTest::newRow("with its scheme") << "tcp://node:7000" << "node:7000";
+    QTest::newRow("the highest port") << "node:65535" << "node:65535";
+}
+
+void ConfigurationTabTests::theDatabaseIsChosenByItsHostAndPort()
+{
+    QFETCH(const QString, typed);
+    QFETCH(const QString, endpoint);
+    for (const bool hadDatabase : { true, false }) {
+        Settings pages(hadDatabase);
+        const QString before = pages.instance->cassandraEndpoint();
+        QCOMPARE(pages.text("databaseField"), before);
+        QCOMPARE(pages.instance->offlineMode(), !hadDatabase);
+        pages.fill("databaseField", typed, false);
+        QVERIFY(!pages.isShown("databaseProblem"));
+        QCOMPARE(pages.instance->cassandraEndpoint(), before);
+        pages.key(Qt::Key_Return);
+        QCOMPARE(pages.instance->cassandraEndpoint(), endpoint);
+        QCOMPARE(pages.text("databaseField"), endpoint);
+        QVERIFY(!pages.instance->offlineMode());
+        const QStringList arguments = pages.arguments();
+        QCOMPARE(arguments.count("--cassandra"), 1);
+        QCOMPARE(arguments.value(arguments.indexOf("--cassandra") + 1), endpoint);
+    }
+}
+
+void ConfigurationTabTests::aDatabaseWithoutAHostOrAPortSaysWhyAndChangesNothing_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("problem");
+    const QString form = "Type a host and a port, such as db:9042";
+    const QString port = "A port is a number from 1 to 65535";
+    const QString host = "This is no name or address of a host";
+    QTest::newRow("nothing") << "" << "Cannot be empty";
+    QTest::newRow("blanks") << "   " << "Cannot be empty";
+    QTest::newRow("no port") << "node" << form;
+    QTest::newRow("an empty port") << "node:" << form;
+    QTest::newRow("a port of letters") << "node:http" << form;
+    QTest::newRow("a path") << "node:9042/records" << form;
+    QTest::newRow("port 0") << "node:0" << port;
+    QTest::newRow("port 70000") << "node:70000" << port;
+    QTest::newRow("no host") << ":9042" << host;
+    QTest::newRow("a blank in the host") << "my node:9042" << host;
+    QTest::newRow("two dots") << "node..example:9042" << host;
+    QTest::newRow("two hosts") << "a:1:b:9042" << host;
+    QTest::newRow("half an address") << "fe80::1" << host;
+    QTest::newRow("a user") << "me@node:9042" << host;
+}
+
+void ConfigurationTabTests::aDatabaseWithoutAHostOrAPortSaysWhyAndChangesNothing()
+{
+    QFETCH(const QString, typed);
+    QFETCH(const QString, problem);
+    Settings pages;
+    const QStringList before = pages.arguments();
+    const QString endpoint = pages.instance->cassandraEndpoint();
+    QVERIFY(!endpoint.isEmpty());
+    pages.fill("databaseField", typed, false);
+    QCOMPARE(pages.texts("databaseProblem"), QStringList(problem));
+    QVERIFY(pages.property("databaseField", "isWrong").toBool());
+    pages.key(Qt::Key_Return);
+    QCOMPARE(pages.instance->cassandraEndpoint(), endpoint);
+    QCOMPARE(pages.arguments(), before);
+    QCOMPARE(pages.text("databaseField"), endpoint);
+    QVERIFY(!pages.isShown("databaseProblem"));
+}
+
+void ConfigurationTabTests::theDatabaseStaysShownWhileTheRecorderIsOnAndHasOne()
+{
+    {
+        Settings offline(false);
+        QVERIFY(offline.isShown("databaseSection"));
+        ModuleFixture::run(offline.instance);
+        QVERIFY(!offline.isShown("databaseSection"));
+    }
+    Settings pages;
+    QCOMPARE(pages.text("databaseSection"), "Database");
+    QVERIFY(pages.item("databaseSection")->y() < pages.item("keyspaceSection")->y());
+    QVERIFY(pages.hint("databaseField").contains("embedded"));
+    ModuleFixture::run(pages.instance);
+    QVERIFY(!pages.isAvailable("databaseField"));
+    QCOMPARE(pages.hint("databaseField"), "Disconnect the recorder to change its settings");
 }
 
 void ConfigurationTabTests::thePasswordIsMaskedUnlessItIsToBeShown()

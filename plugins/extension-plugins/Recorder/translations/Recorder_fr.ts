@@ -257,6 +257,37 @@
     </message>
 </context>
 <context>
+    <name>DatabaseSection</name>
+    <message>
+        <source>Cannot be empty</source>
+        <translation>Ne peut pas être vide</translation>
+    </message>
+    <message>
+        <source>Type a host and a port, such as db:9042</source>
+        <translation>Saisissez un hôte et un port, par exemple db:9042</translation>
+    </message>
+    <message>
+        <source>A port is a number from 1 to 65535</source>
+        <translation>Un port est un nombre de 1 à 65535</translation>
+    </message>
+    <message>
+        <source>This is no name or address of a host</source>
+        <translation>Ceci n’est ni le nom ni l’adresse d’un hôte</translation>
+    </message>
+    <message>
+        <source>Database</source>
+        <translation>Base de données</translation>
+    </message>
+    <message>
+        <source>Host and port, or embedded:9042</source>
+        <translation>Hôte et port, ou embedded:9042</translation>
+    </message>
+    <message>
+        <source>Host and port of a Cassandra node; the host “embedded”, with any port, is the built-in store</source>
+        <translation>Hôte et port d’un nœud Cassandra ; l’hôte « embedded », avec n’importe quel port, désigne la base intégrée</translation>
+    </message>
+</context>
+<context>
     <name>DropAreaWithOverlay</name>
     <message>
         <source>Only one file that ends in &quot;.csv&quot; can be dropped here</source>

@@ -47,6 +47,11 @@ FocusScope {
                 hasSeparator: true
                 onSwitched: checked => root.recorder.updateIsVerbose(checked)
             }
+            DatabaseSection {
+                width: parent.width
+                recorder: root.recorder
+                hasSeparator: true
+            }
             SettingsSection {
                 objectName: "keyspaceSection"
                 width: parent.width

@@ -3,7 +3,7 @@ import QtQuick
 import Corvane
 import "../widgets"
 
-// One group of settings behind a check box. While the recorder is on nothing can be changed, so that only what is
+// One group of settings, behind a check box or under a title. While the recorder is on nothing can be changed, so that only what is
 // switched on is shown.
 Item {
     id: root
@@ -11,6 +11,7 @@ Item {
     required property bool isOn
     required property bool value
     property string text
+    property bool hasBox: true
     // Shown under this section when a later one is shown too.
     property bool hasSeparator: false
     default property alias content: fields.data
@@ -18,6 +19,7 @@ Item {
     readonly property bool isShown: !isOn || value
     readonly property bool isWide: width >= 560
     readonly property alias box: box
+    readonly property string why: qsTr("Disconnect the recorder to change its settings")
 
     signal switched(bool checked)
 
@@ -32,12 +34,22 @@ Item {
 
         DarkOrLightCheckBox {
             id: box
+            visible: root.hasBox
             width: Math.min(implicitWidth, root.width)
             text: root.text
             value: root.value ? Qt.Checked : Qt.Unchecked
             available: !root.isOn
-            unavailableHint: qsTr("Disconnect the recorder to change its settings")
+            unavailableHint: root.why
             onSwitched: checked => root.switched(checked)
+        }
+        Text {
+            visible: !root.hasBox
+            height: box.height
+            verticalAlignment: Text.AlignVCenter
+            text: root.text
+            color: root.isOn ? Theme.mutedText : Theme.text
+            font.pixelSize: Theme.textSize
+            textFormat: Text.PlainText
         }
         Row {
             id: extra
