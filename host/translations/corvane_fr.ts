@@ -113,7 +113,7 @@
     </message>
     <message>
         <source>What the tour&apos;s recorder keeps records in: &quot;embedded&quot;, &quot;csv&quot; or a Cassandra&apos;s HOST:PORT.</source>
-        <translation>Où l’enregistreur de la visite garde ses enregistrements : «&#xa0;embedded&#xa0;», «&#xa0;csv&#xa0;» ou le HOST:PORT d’une Cassandra.</translation>
+        <translation>Où l’enregistreur de la visite garde ses enregistrements&#xa0;: «&#xa0;embedded&#xa0;», «&#xa0;csv&#xa0;» ou le HOST:PORT d’une Cassandra.</translation>
     </message>
     <message>
         <source>Option &apos;%1&apos; belongs to &apos;--tour&apos;</source>
