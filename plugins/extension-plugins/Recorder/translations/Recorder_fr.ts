@@ -284,7 +284,7 @@
     </message>
     <message>
         <source>Host and port of a Cassandra node; the host “embedded”, with any port, is the built-in store</source>
-        <translation>Hôte et port d’un nœud Cassandra ; l’hôte « embedded », avec n’importe quel port, désigne la base intégrée</translation>
+        <translation>Hôte et port d’un nœud Cassandra&#x202f;; l’hôte «&#xa0;embedded&#xa0;», avec n’importe quel port, désigne la base intégrée</translation>
     </message>
 </context>
 <context>
