@@ -12,6 +12,16 @@ DarkOrLightTextFieldErrorHandler {
     // Renamed or not: the field has done.
     signal finished
 
+    // With everything chosen, to be typed over; or where the pointer is.
+    function edit(x: real): void {
+        field.forceActiveFocus();
+        if (x >= 0) {
+            field.cursorPosition = field.positionAt(x, field.height / 2);
+        } else {
+            field.selectAll();
+        }
+    }
+
     objectName: "recordName"
     value: record?.name ?? ""
     isUsed: isEdited && !isBlank(text) && recorder.isRecordNameAlreadyUsed(text.trim())

@@ -16,28 +16,22 @@ Item {
     required property RecorderRecord record
     property alias elide: label.elide
     property bool isEditing: false
-    readonly property bool hasError: (editor.item as RecordNameEditor)?.isWrong ?? false
+    // What is typed cannot be the name. The editor says so: asking the loader for its item as an editor has failed now and
+    // then, and the row was drawn over the error.
+    property bool hasError: false
 
     // The keyboard is given back.
     signal finished
+    signal editorWanted(x: real)
 
     // With everything chosen, to be typed over; or where the pointer is.
     function edit(x: real): void {
         root.isEditing = root.recorder.isOn && root.record !== null;
-        const field = (editor.item as RecordNameEditor)?.field ?? null;
-        if (field === null) {
-            return;
-        }
-        field.forceActiveFocus();
-        if (x >= 0) {
-            field.cursorPosition = field.positionAt(x, field.height / 2);
-        } else {
-            field.selectAll();
-        }
+        root.editorWanted(x);
     }
 
     function end(): void {
-        const hadKeyboard = (editor.item as RecordNameEditor)?.activeFocus ?? false;
+        const hadKeyboard = editor.activeFocus;
         root.isEditing = false;
         if (hadKeyboard) {
             root.finished();
@@ -46,6 +40,7 @@ Item {
 
     implicitHeight: Theme.controlHeight
     onRecordChanged: isEditing = false
+    onIsEditingChanged: hasError = false
 
     // As far as the name goes: what is beside it belongs to the row.
     Rectangle {
@@ -98,6 +93,15 @@ Item {
                 recorder: root.recorder
                 record: root.record
                 onFinished: root.end()
+                onIsWrongChanged: root.hasError = isWrong
+
+                Connections {
+                    target: root
+
+                    function onEditorWanted(x: real): void {
+                        edit(x);
+                    }
+                }
             }
         }
     }
