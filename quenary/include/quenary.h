@@ -89,8 +89,9 @@ typedef struct qny_options {
     size_t max_message_bytes;    /* bound on one call or publication, here and from others; 0: 64 MiB */
     size_t max_peer_queue_bytes; /* publications waiting for one slow peer; beyond it they are lost, and counted by the
                                     receiver; calls are never lost so; 0: 256 MiB */
-    const char *private_certificate;  /* path of this peer's certificate with its secret half; null: no security */
-    const char *public_certificates;  /* directory of the public certificates of the peers that are let in */
+    const char *private_certificate;  /* path of this peer's certificate with its secret half; null or "": QNY_PRIVATE_CERTIFICATE */
+    const char *public_certificates;  /* directory of the public certificates of the peers that are let in; null or "":
+                                         QNY_PUBLIC_CERTIFICATES. With neither there is no security; one alone is refused */
 } qny_options_t;
 
 /* Fills in the defaults named above (multicast on). */
@@ -137,6 +138,29 @@ typedef struct qny_statistics_values {
     uint64_t queued_bytes;           /* waiting for peers now */
 } qny_statistics_t;
 QNY_EXPORT void qny_statistics(qny_statistics_t *statistics);
+
+/* ---- security ----------------------------------------------------------------------------------------------------- */
+
+/* A certificate is a pair of CURVE keys with a name and other metadata, in two files: NAME.cert for everybody whose agents are
+ * to meet its owner's, NAME.cert_secret for the owner alone. docs/security.md tells how they are used. */
+typedef struct qny_certificate {
+    const char *path;             /* of its file */
+    const char *name;             /* what the metadata call it, else what its file is called */
+    const char *public_key;       /* Z85: 40 characters, which may be any printable ones but quotation marks and the like */
+    bool is_private;              /* the file holds the secret half, which is never handed out */
+    const char *const *metadata;  /* name, value, name, value, … as the file has them, then null */
+} qny_certificate_t;
+
+/* Makes keys and writes both files into the directory: the private one readable by its owner alone, each whole or not at all, and
+ * never over one that is there (QNY_ERROR_EXISTS). metadata, which may be null: name, value, name, value, …, null; the name of the
+ * certificate is added. *certificate, which may be null, receives the private one; free it with qny_free. QNY_ERROR_ARGUMENT (a name or
+ * metadata that cannot be written), QNY_ERROR_SYSTEM. */
+QNY_EXPORT qny_result_t qny_certificate_make(const char *directory, const char *name, const char *const *metadata,
+                                             qny_certificate_t **certificate);
+/* Reads a public or a private certificate and checks all of it. QNY_ERROR_SECURITY, with the file and the line, when it is refused: keys
+ * that are malformed, all zeros or there twice, a secret that does not match its public half, a private file that others may
+ * read. Free it with qny_free. */
+QNY_EXPORT qny_result_t qny_certificate_read(const char *path, qny_certificate_t **certificate);
 
 /* ---- values ------------------------------------------------------------------------------------------------------- */
 

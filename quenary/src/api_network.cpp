@@ -77,6 +77,11 @@ std::string environment(const char* name)
     return value ? value : "";
 }
 
+std::string givenOr(const char* given, const char* variable)
+{
+    return given && *given ? given : environment(variable);
+}
+
 std::string systemHostName()
 {
     char name[256] = "";
@@ -142,11 +147,13 @@ qny_result_t qny_start(const qny_options_t* given)
     qny_options_t defaults;
     qny_options_init(&defaults);
     const qny_options_t& from = given ? *given : defaults;
-    if (from.private_certificate || from.public_certificates) {
+    Options options;
+    options.privateCertificate = givenOr(from.private_certificate, "QNY_PRIVATE_CERTIFICATE");
+    options.publicCertificates = givenOr(from.public_certificates, "QNY_PUBLIC_CERTIFICATES");
+    if (!options.privateCertificate.empty() || !options.publicCertificates.empty()) {
         return fail(QNY_ERROR_SECURITY,
             "A secured network was asked for, and security is not built into this library; nothing was started.");
     }
-    Options options;
     if (from.device && *from.device) {
         options.device = from.device;
     } else if (const std::string device = environment("QNY_DEVICE"); !device.empty()) {

@@ -28,6 +28,8 @@ struct Options
     std::string hostName;
     size_t maxMessageBytes = 64 * 1024 * 1024;
     size_t maxPeerQueueBytes = 256 * 1024 * 1024;
+    std::string privateCertificate; // both, or neither
+    std::string publicCertificates;
 };
 
 struct Statistics
