@@ -84,6 +84,9 @@ std::string givenOr(const char* given, const char* variable)
 
 std::string systemHostName()
 {
+    if (const std::string name = environment("QNY_HOST_NAME"); !name.empty()) {
+        return isUtf8(name) ? name : printable(name);
+    }
     char name[256] = "";
     if (gethostname(name, sizeof name - 1) != 0 || !name[0]) {
         return "localhost";

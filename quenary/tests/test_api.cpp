@@ -311,6 +311,21 @@ TEST(Api, TheDevicesOfThisMachineIncludeTheLoopback)
     qny_free(devices);
 }
 
+TEST(Api, TheEnvironmentNamesTheMachineUnlessAnOptionDoes)
+{
+    ASSERT_EQ(setenv("QNY_HOST_NAME", "machine two", 1), 0);
+    EXPECT_EQ(taken(qny_host_name()), "machine two");
+    qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+    EXPECT_EQ(taken(qny_host_name()), "machine two");
+    qny_stop();
+    mine.host_name = "machine three";
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+    EXPECT_EQ(taken(qny_host_name()), "machine three");
+    qny_stop();
+    unsetenv("QNY_HOST_NAME");
+}
+
 TEST(Api, OptionsShowThemselves)
 {
     EXPECT_FALSE(qny_is_started());

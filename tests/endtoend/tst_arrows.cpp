@@ -115,7 +115,7 @@ private Q_SLOTS:
         QVERIFY2(architecture.open(QIODevice::ReadOnly), qPrintable(architecture.fileName()));
         const QList<Room> rooms = readRooms(QString::fromUtf8(architecture.readAll()));
         for (const char* folder : { "quenary", "toolkit", "framework", "plugins/extension-plugins/Recorder", "host",
-                 "agents/qnyRecorder", "agents/samples" }) {
+                 "agents/qnyRecorder", "agents/qnyLauncher", "agents/samples" }) {
             QVERIFY2(std::any_of(rooms.cbegin(), rooms.cend(),
                          [&](const Room& room) { return room.folder == QLatin1String(folder); }),
                 folder);

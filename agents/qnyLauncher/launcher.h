@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "configuration.h"
+#include "request.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace launcher {
+
+class Launch;
+
+/// What a host is told of a launch; the words are those of quenary_launcher.h.
+struct News
+{
+    QString launchUuid;
+    QByteArray state;
+    int number = 0;
+    QString text;
+    QString lastLines;
+};
+
+/// Takes requests, keeps account of the agents, and has news for hosts. Main thread.
+class Launcher : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Places
+    {
+        QString launches; // a folder for each launch, below it
+        QString logs; // the agents' output
+        QString keeperProgram; // this program
+    };
+    /// Sends news to a host, by the uuid of its agent.
+    using Tell = std::function<void(const QByteArray& hostUuid, const News& news)>;
+
+    Launcher(const Configuration& configuration, const Places& places, Tell tell);
+    ~Launcher() override;
+
+    void setConfiguration(const Configuration& configuration);
+    const Configuration& configuration() const { return _configuration; }
+
+    /// Finds what an earlier launcher left: agents that run are taken over, the end of the others is told.
+    void takeOver();
+    void startAgent(Request request);
+    void stopAgent(int processId, const QByteArray& askerUuid, const QString& askerName);
+    /// Hosts that are there: who asked is told, and when that one has left, all others.
+    void hostEntered(const QByteArray& uuid);
+    void hostExited(const QByteArray& uuid);
+
+    int runningCount() const;
+    /// Asks every agent to end; allEnded() follows, at once when none runs.
+    void endAll();
+
+Q_SIGNALS:
+    void allEnded();
+
+private:
+    struct Untold
+    {
+        QByteArray askerUuid;
+        News news;
+    };
+    QString _folderOf(const QString& launchUuid) const;
+    void _watch(const std::shared_ptr<Launch>& launch);
+    void _onEnded(const QString& launchUuid);
+    void _announce(const QByteArray& askerUuid, const News& news);
+    bool _tellNow(const Untold& untold);
+    void _refuse(const Request& request, const QString& why);
+    void _removeOldLogs();
+
+    Configuration _configuration;
+    const Places _places;
+    const Tell _tell;
+    QHash<QString, std::shared_ptr<Launch>> _launches; // by uuid, in lower case
+    QSet<QByteArray> _hosts;
+    QList<Untold> _untold;
+    QTimer _tellLater;
+    bool _isEnding = false;
+};
+
+} // namespace launcher
