@@ -17,11 +17,14 @@ option(RR_PRECOMPILED_HEADERS "Precompile Qt's headers for the larger targets" O
 set(RR_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them (address,undefined or thread)")
 set(RR_COVERAGE "" CACHE STRING "Targets whose executed lines are counted (see scripts/coverage)")
 
-# ccache makes a second build from scratch a matter of seconds; a launcher given from outside wins.
+# ccache makes a second build from scratch a matter of seconds, also in another folder; a launcher given from outside wins.
+# A precompiled header is taken by its contents, not by its date.
 find_program(RR_CCACHE ccache)
 if(RR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_C_COMPILER_LAUNCHER "${RR_CCACHE}")
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${RR_CCACHE}")
+    set(launcher "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=1
+        "CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime" "${RR_CCACHE}")
+    set(CMAKE_C_COMPILER_LAUNCHER "${launcher}")
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${launcher}")
 endif()
 
 # A tenth of the time for each of more than a hundred programs.

@@ -132,7 +132,8 @@ QStringList namelessControls(const QQuickItem* within)
     QStringList nameless;
     const QList<QQuickItem*> children = within->childItems();
     for (QQuickItem* const child : children) {
-        if (!child->isVisible()) {
+        // A list keeps rows for later, which have no place in it and show nothing.
+        if (!child->isVisible() || child->property("index") == -1) {
             continue;
         }
         const bool isControl = child->inherits("QQuickAbstractButton") || child->inherits("QQuickTextField")
