@@ -15,6 +15,7 @@ private Q_SLOTS:
     void theRecordsTabTakesNothingWhileTheRecorderIsOff();
     void aRemoteUrlOnTheRecordsTabAsksForAFile();
     void oneCsvFileOnTheFileTabIsLoadedWhileTheRecorderIsOn();
+    void aFileWhoseNameIsNoTextIsLoadedToo();
     void oneCsvFileOnTheFileTabIsKeptWhileTheRecorderIsOff();
     void aDropThatWouldEndARecordingAsksFirst();
     void otherDropsOnTheFileTabDoNothing_data();
@@ -116,6 +117,16 @@ void DroppedFilesTests::oneCsvFileOnTheFileTabIsLoadedWhileTheRecorderIsOn()
     QCOMPARE(pages.dropText, "Drop to load CSV file");
     compareCall(instance, "load_file", { "/data/plant one.csv" });
     QCOMPARE(pages.text("filePathField"), "/data/plant one.csv");
+    QVERIFY(instance->isLoadingRecord());
+}
+
+void DroppedFilesTests::aFileWhoseNameIsNoTextIsLoadedToo()
+{
+    Pages pages;
+    RecorderInstance* const instance = pages.fixture.addRunningRecorder();
+    pages.open(instance, Pages::File);
+    QVERIFY(pages.drop("fileTab", { QUrl("file:///data/plant%FF.csv") }));
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList("load_file"));
     QVERIFY(instance->isLoadingRecord());
 }
 

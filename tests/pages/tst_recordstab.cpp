@@ -24,6 +24,7 @@ private Q_SLOTS:
     void aRecordIsRenamedInItsRow();
     void anEmptyOrUsedRecordNameIsRefusedWithAWord_data();
     void anEmptyOrUsedRecordNameIsRefusedWithAWord();
+    void aBlankBehindTheNameIsNoOtherName();
     void renamingIsGivenUpWithEscape();
     void aRecordIsDownloadedIntoTheChosenFile();
     void aRecordIsDeletedOnceThatIsAgreedTo();
@@ -335,6 +336,19 @@ void RecordsTabTests::anEmptyOrUsedRecordNameIsRefusedWithAWord()
     pages.key(Qt::Key_Return);
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
     QCOMPARE(pages.first->name(), "First");
+}
+
+void RecordsTabTests::aBlankBehindTheNameIsNoOtherName()
+{
+    Listed pages;
+    pages.focusOn("recordsList");
+    pages.key(Qt::Key_F2);
+    const QString name = pages.property("recordName", "text").toString();
+    pages.type(name + u' ');
+    QCOMPARE(pages.property("recordName", "text").toString(), name + u' ');
+    QVERIFY(!pages.isShown("nameError"));
+    pages.key(Qt::Key_Return);
+    QVERIFY(!pages.isShown("recordName"));
 }
 
 void RecordsTabTests::renamingIsGivenUpWithEscape()

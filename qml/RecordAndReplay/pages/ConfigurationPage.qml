@@ -36,6 +36,16 @@ FocusScope {
         return path.slice(path.lastIndexOf("/") + 1);
     }
 
+    // Bytes that are no text stay as the URL has them: the name is only read.
+    function nameOfUrl(file: url): string {
+        const name = root.nameOf(file.toString());
+        try {
+            return decodeURIComponent(name);
+        } catch (error) {
+            return name;
+        }
+    }
+
     objectName: "configurationPage"
     Component.onCompleted: loadsFile = recorder.currentRecord === null || recorder.currentRecord === recorder.recordFromFile
     // What handles Space itself, such as a button or a field, never gets here.
@@ -154,7 +164,7 @@ FocusScope {
                 recorder: root.recorder
                 showsFailure: root.loadsFile
                 onLoadRequested: path => root.load(null, root.nameOf(path), () => root.recorder.loadRecordFile(path))
-                onLoadOfUrlRequested: file => root.load(null, root.nameOf(decodeURIComponent(file.toString())), () => root.recorder.loadRecordUrl(file))
+                onLoadOfUrlRequested: file => root.load(null, root.nameOfUrl(file), () => root.recorder.loadRecordUrl(file))
             }
         }
     }

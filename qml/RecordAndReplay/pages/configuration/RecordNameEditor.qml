@@ -24,7 +24,7 @@ DarkOrLightTextFieldErrorHandler {
 
     objectName: "recordName"
     value: record?.name ?? ""
-    isUsed: isEdited && !isBlank(text) && recorder.isRecordNameAlreadyUsed(text.trim())
+    isUsed: isEdited && !isBlank(text) && text.trim() !== value && recorder.isRecordNameAlreadyUsed(text.trim())
     errorIsBeside: true
     placeholderText: qsTr("Record name")
     font.weight: Font.Medium
