@@ -108,6 +108,8 @@ QNY_EXPORT qny_result_t qny_start(const qny_options_t *options);
  * begins anew, not started. */
 QNY_EXPORT void qny_stop(void);
 QNY_EXPORT bool qny_is_started(void);
+/* Whether the network is started, and secured. */
+QNY_EXPORT bool qny_is_secured(void);
 /* "tcp://127.0.0.1:41235": where this peer is reached, or null when not started. */
 QNY_EXPORT char *qny_endpoint(void);
 /* The name under which this machine is shown (see host_name). Also before a start. */
@@ -136,6 +138,7 @@ typedef struct qny_statistics_values {
     uint64_t calls_received;
     uint64_t messages_refused;       /* malformed or beyond a bound, from others */
     uint64_t queued_bytes;           /* waiting for peers now */
+    uint64_t connections_refused;    /* to this peer, of those who are none of this network or whose key is not let in */
 } qny_statistics_t;
 QNY_EXPORT void qny_statistics(qny_statistics_t *statistics);
 
@@ -161,6 +164,22 @@ QNY_EXPORT qny_result_t qny_certificate_make(const char *directory, const char *
  * that are malformed, all zeros or there twice, a secret that does not match its public half, a private file that others may
  * read. Free it with qny_free. */
 QNY_EXPORT qny_result_t qny_certificate_read(const char *path, qny_certificate_t **certificate);
+/* Inside a callback of a service or of stop requests, on the thread that it runs on: the certificate whose owner the call came
+ * from, as the directory of public certificates had it when the call arrived. Nobody can call by another's. Null anywhere else, and on a network without
+ * security. Valid until the callback returns. */
+QNY_EXPORT const qny_certificate_t *qny_caller_certificate(void);
+
+/* A directory of public certificates, watched: of those, say, who may command. A file that is refused is logged with its line, and does not
+ * count; changes count within a second. Null, and qny_last_error(), when the directory cannot be read, or anybody may write
+ * into it. */
+typedef struct qny_certificates qny_certificates_t;
+QNY_EXPORT qny_certificates_t *qny_certificates_open(const char *directory);
+/* Whether the key is among them now. False for null and "". */
+QNY_EXPORT bool qny_certificates_hold(qny_certificates_t *certificates, const char *public_key);
+/* How many there are now. */
+QNY_EXPORT size_t qny_certificates_count(qny_certificates_t *certificates);
+/* Null is allowed. */
+QNY_EXPORT void qny_certificates_close(qny_certificates_t *certificates);
 
 /* ---- values ------------------------------------------------------------------------------------------------------- */
 
@@ -372,6 +391,8 @@ typedef struct qny_agent_info {
     const char *definition;          /* JSON as of qny_agent_definition() */
     bool stand_in;
     bool stoppable;                  /* it observes stop requests */
+    const char *public_key;          /* on a secured network: by which its peer proved who it is (Z85); else "" */
+    const char *certificate_name;    /* and the name of that certificate when the agent entered; else "" */
 } qny_agent_info_t;
 
 typedef enum qny_agent_event {

@@ -153,10 +153,6 @@ qny_result_t qny_start(const qny_options_t* given)
     Options options;
     options.privateCertificate = givenOr(from.private_certificate, "QNY_PRIVATE_CERTIFICATE");
     options.publicCertificates = givenOr(from.public_certificates, "QNY_PUBLIC_CERTIFICATES");
-    if (!options.privateCertificate.empty() || !options.publicCertificates.empty()) {
-        return fail(QNY_ERROR_SECURITY,
-            "A secured network was asked for, and security is not built into this library; nothing was started.");
-    }
     if (from.device && *from.device) {
         options.device = from.device;
     } else if (const std::string device = environment("QNY_DEVICE"); !device.empty()) {
@@ -201,6 +197,13 @@ qny_result_t qny_start(const qny_options_t* given)
 void qny_stop(void)
 {
     Core::instance().stop();
+}
+
+bool qny_is_secured(void)
+{
+    Core& core = Core::instance();
+    const Lock lock(core.mutex);
+    return core.started && core.self->certificate;
 }
 
 bool qny_is_started(void)
@@ -300,6 +303,7 @@ void qny_statistics(qny_statistics_t* into)
     into->calls_sent = core.statistics.callsSent;
     into->calls_received = core.statistics.callsReceived;
     into->messages_refused = core.statistics.messagesRefused;
+    into->connections_refused = core.statistics.connectionsRefused;
     into->queued_bytes = core.self->queuedBytes;
     for (const auto& [uuid, peer] : core.peers) {
         into->queued_bytes += peer->queuedBytes;

@@ -1,45 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // The exported functions that concern certificates and who calls.
-#include "handed_out.h"
 #include "report.h"
 #include "security/certificate.h"
+#include "security/certificate_directory.h"
+#include "security/handed_certificate.h"
 
 using namespace qny;
-
-namespace {
-
-// The structure, its list and its texts in one piece of memory, so that one qny_free() gives all back.
-qny_certificate_t* handOut(const Certificate& certificate)
-{
-    const size_t pointers = 2 * certificate.metadata.size() + 1;
-    size_t bytes = sizeof(qny_certificate_t) + pointers * sizeof(char*) + certificate.path.size()
-        + certificate.name.size() + certificate.publicKey.size() + 3;
-    for (const auto& [name, value] : certificate.metadata) {
-        bytes += name.size() + value.size() + 2;
-    }
-    auto* made = static_cast<qny_certificate_t*>(allocate(bytes));
-    auto** list = reinterpret_cast<const char**>(made + 1);
-    char* text = reinterpret_cast<char*>(list + pointers);
-    const auto put = [&text](const std::string& from) {
-        char* at = text;
-        std::memcpy(at, from.c_str(), from.size() + 1);
-        text += from.size() + 1;
-        return at;
-    };
-    made->path = put(certificate.path);
-    made->name = put(certificate.name);
-    made->public_key = put(certificate.publicKey);
-    made->is_private = certificate.secret.isSet;
-    made->metadata = list;
-    for (const auto& [name, value] : certificate.metadata) {
-        *list++ = put(name);
-        *list++ = put(value);
-    }
-    *list = nullptr;
-    return made;
-}
-
-} // namespace
 
 qny_result_t qny_certificate_make(
     const char* directory, const char* name, const char* const* metadata, qny_certificate_t** certificate)
@@ -79,4 +45,48 @@ qny_result_t qny_certificate_read(const char* path, qny_certificate_t** certific
     }
     *certificate = handOut(read);
     return QNY_SUCCESS;
+}
+
+const qny_certificate_t* qny_caller_certificate(void)
+{
+    return CallerScope::certificate();
+}
+
+struct qny_certificates
+{
+    explicit qny_certificates(const char* path)
+        : directory(path)
+    {
+    }
+    CertificateDirectory directory;
+};
+
+qny_certificates_t* qny_certificates_open(const char* directory)
+{
+    if (!directory || !*directory) {
+        fail(QNY_ERROR_ARGUMENT, "The directory of certificates is null or empty.");
+        return nullptr;
+    }
+    auto made = std::make_unique<qny_certificates>(directory);
+    if (const std::string problem = made->directory.open(); !problem.empty()) {
+        fail(QNY_ERROR_SECURITY, problem + ".");
+        return nullptr;
+    }
+    made->directory.watch({});
+    return made.release();
+}
+
+bool qny_certificates_hold(qny_certificates_t* certificates, const char* public_key)
+{
+    return certificates && public_key && certificates->directory.certificates()->find(public_key);
+}
+
+size_t qny_certificates_count(qny_certificates_t* certificates)
+{
+    return certificates ? certificates->directory.certificates()->byKey.size() : 0;
+}
+
+void qny_certificates_close(qny_certificates_t* certificates)
+{
+    delete certificates;
 }

@@ -120,6 +120,7 @@ qny_result_t Core::start(const Options& wanted)
     self->arguments = commandLine;
     self->processId = getpid();
     self->maxMessageBytes = wanted.maxMessageBytes;
+    self->certificate = made->ownCertificate();
     defaultAgent();
     for (const auto& [uuid, agent] : m_agents) {
         if (agent->activated) {
@@ -165,6 +166,7 @@ void Core::stop()
         endpoint.clear();
         Network* old = network;
         network = nullptr;
+        self->certificate.reset();
         lock.unlock();
         delete old;
     }

@@ -41,6 +41,7 @@ struct Statistics
     uint64_t callsSent = 0;
     uint64_t callsReceived = 0;
     uint64_t messagesRefused = 0;
+    uint64_t connectionsRefused = 0;
 };
 
 class Core

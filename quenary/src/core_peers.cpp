@@ -15,6 +15,10 @@ void describePeer(AgentRecord& record, const Peer& peer)
     record.hostName = peer.hostName;
     record.address = peer.address;
     record.processId = peer.processId;
+    if (peer.certificate) {
+        record.publicKey = peer.certificate->publicKey;
+        record.certificateName = peer.certificate->name;
+    }
     record.ofThisProcess = peer.isSelf;
     if (!record.standIn) {
         record.executable = peer.executable;

@@ -3,6 +3,7 @@
 
 #include "core.h"
 #include "network.h"
+#include "security/handed_certificate.h"
 #include "service_arguments.h"
 
 #include <algorithm>
@@ -181,6 +182,8 @@ struct Told
         info.definition = record.definition.c_str();
         info.stand_in = record.standIn;
         info.stoppable = record.stoppable;
+        info.public_key = record.publicKey.c_str();
+        info.certificate_name = record.certificateName.c_str();
     }
 
     std::vector<const char*> arguments;
@@ -577,7 +580,9 @@ bool Dispatcher::runCall(Lock& lock, const Batch& batch, std::string_view payloa
     }
     const CallbackPtr callback = service->callback;
     const AgentRecordPtr from = caller->second;
+    const CertificatePtr certificate = batch.peer->certificate;
     call(lock, callback, [&] {
+        const CallerScope scope(certificate.get());
         callback->service(from->name.c_str(), from->uuidText.c_str(), serviceName.c_str(), list.first, count,
             flags & wire::callHasToken ? token.c_str() : nullptr, callback->userData);
     });
@@ -598,7 +603,11 @@ bool Dispatcher::runStopRequest(Lock& lock, const Batch& batch, std::string_view
         return true;
     }
     const AgentRecordPtr record = from->second;
-    call(lock, callback, [&] { callback->stop(record->name.c_str(), record->uuidText.c_str(), callback->userData); });
+    const CertificatePtr certificate = batch.peer->certificate;
+    call(lock, callback, [&] {
+        const CallerScope scope(certificate.get());
+        callback->stop(record->name.c_str(), record->uuidText.c_str(), callback->userData);
+    });
     return true;
 }
 

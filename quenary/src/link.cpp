@@ -3,6 +3,7 @@
 
 #include "core.h"
 #include "network.h"
+#include "security/security.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,12 +15,6 @@ namespace {
 // After so many refused connections in a row nobody is held to listen at the other end (any more).
 constexpr int refusalsOfTheDead = 2;
 constexpr int reconnectMilliseconds = 100;
-
-std::string monitorName(const void* link)
-{
-    return "inproc://monitor-" + std::to_string(reinterpret_cast<uintptr_t>(link)) + "-"
-        + std::to_string(randomNumber());
-}
 
 // A piece is handed to the socket without another copy; the message owns it from then on.
 zmq::message_t toMessage(std::string text)
@@ -74,28 +69,25 @@ std::string readHello(std::string_view payload, Peer& into)
     return {};
 }
 
-Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const Uuid& uuid, std::string address,
-    uint16_t port, const std::string& sourceAddress)
+Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const Destination& to,
+    const std::string& sourceAddress, const Security* security)
     : session(std::max<uint64_t>(randomNumber(), 1))
     , m_core(core)
     , m_identity(identity)
     , m_peer(std::make_shared<Peer>())
-    , m_address(std::move(address))
-    , m_port(port)
+    , m_address(to.address)
+    , m_port(to.port)
     , m_socket(context, zmq::socket_type::dealer)
-    , m_monitor(context, zmq::socket_type::pair)
+    , m_monitor(
+          context, m_socket, ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_CLOSED | ConnectionMonitor::handshakeFailures)
 {
-    m_peer->uuid = uuid;
-    m_peer->uuidText = toText(uuid);
+    m_peer->uuid = to.uuid;
+    m_peer->uuidText = toText(to.uuid);
     m_peer->address = m_address;
+    m_peer->certificate = to.certificate;
     lastHeard = steadyMilliseconds();
-
-    const std::string monitorEndpoint = monitorName(this);
-    if (zmq_socket_monitor(
-            m_socket.handle(), monitorEndpoint.c_str(), ZMQ_EVENT_CONNECTED | ZMQ_EVENT_CLOSED | ZMQ_EVENT_DISCONNECTED)
-        == 0) {
-        m_monitor.set(zmq::sockopt::linger, 0);
-        m_monitor.connect(monitorEndpoint);
+    if (security) {
+        security->secureClient(m_socket, *to.certificate);
     }
     // Nothing is queued for a connection that does not stand; the stream is kept here and sent again where it got lost.
     m_socket.set(zmq::sockopt::immediate, true);
@@ -107,18 +99,11 @@ Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const 
     m_socket.set(zmq::sockopt::heartbeat_timeout, QNY_PRESENCE_BOUND_MS);
     const bool ipv6 = m_address.find(':') != std::string::npos;
     m_socket.set(zmq::sockopt::ipv6, ipv6);
-    const std::string destination = (ipv6 ? "[" + m_address + "]" : m_address) + ":" + std::to_string(port);
+    const std::string destination = (ipv6 ? "[" + m_address + "]" : m_address) + ":" + std::to_string(m_port);
     // From the address where we listen: the other side finds the way back by it.
     const bool sourceFits = !sourceAddress.empty() && (sourceAddress.find(':') != std::string::npos) == ipv6;
     const std::string source = sourceFits ? (ipv6 ? "[" + sourceAddress + "]:0;" : sourceAddress + ":0;") : "";
     m_socket.connect("tcp://" + source + destination);
-}
-
-Link::~Link()
-{
-    // Before its reader goes: an event that nobody can take would hold up the library's thread for all input and
-    // output.
-    zmq_socket_monitor(m_socket.handle(), nullptr, 0);
 }
 
 bool Link::sendMessage(zmq::message_t& message)
@@ -269,34 +254,18 @@ bool Link::resendFrom(uint64_t number)
     return true;
 }
 
-bool Link::endSeen()
+Link::End Link::endSeen()
 {
-    zmq::message_t event;
-    while (true) {
-        try {
-            if (!m_monitor.recv(event, zmq::recv_flags::dontwait)) {
-                break;
-            }
-        } catch (const zmq::error_t&) {
-            break;
+    while (const auto event = m_monitor.next()) {
+        if (event->isOtherMechanism()) {
+            return End::OtherMechanism;
         }
-        uint16_t kind = 0;
-        if (event.size() >= sizeof kind) {
-            std::memcpy(&kind, event.data(), sizeof kind);
-            if (kind == ZMQ_EVENT_CONNECTED) {
-                m_refusals = 0;
-            } else if (kind == ZMQ_EVENT_CLOSED) {
-                ++m_refusals;
-            }
+        if (event->isRefusal()) {
+            return End::Refused;
         }
-        // The second part names the endpoint, which we know.
-        while (event.more()) {
-            if (!m_monitor.recv(event, zmq::recv_flags::dontwait)) {
-                break;
-            }
-        }
+        m_refusals = event->kind == ZMQ_EVENT_HANDSHAKE_SUCCEEDED ? 0 : m_refusals + 1;
     }
-    return m_refusals >= refusalsOfTheDead;
+    return m_refusals >= refusalsOfTheDead ? End::Gone : End::None;
 }
 
 } // namespace qny

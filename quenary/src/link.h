@@ -3,6 +3,7 @@
 // callers' threads need of a peer is in Peer.
 #pragma once
 
+#include "connection_monitor.h"
 #include "model.h"
 
 #include <deque>
@@ -13,6 +14,7 @@
 namespace qny {
 
 class Core;
+class Security;
 
 // What a Hello tells of this process.
 struct Identity
@@ -26,18 +28,27 @@ std::string helloPayload(const Peer& self);
 // Says what is wrong with it, or nothing.
 std::string readHello(std::string_view payload, Peer& into);
 
+// Where a peer is, and who it has to be.
+struct Destination
+{
+    Uuid uuid {};
+    std::string address;
+    uint16_t port = 0;
+    CertificatePtr certificate; // null without security
+};
+
 class Link
 {
 public:
-    Link(Core& core, zmq::context_t& context, const Identity& identity, const Uuid& uuid, std::string address,
-        uint16_t port, const std::string& sourceAddress);
-    ~Link();
+    // Security: null when there is none.
+    Link(Core& core, zmq::context_t& context, const Identity& identity, const Destination& to,
+        const std::string& sourceAddress, const Security* security);
     Link(const Link&) = delete;
     Link& operator=(const Link&) = delete;
 
     const PeerPtr& peer() const { return m_peer; }
     zmq::socket_t& socket() { return m_socket; }
-    zmq::socket_t& monitor() { return m_monitor; }
+    zmq::socket_t& monitor() { return m_monitor.socket(); }
     uint16_t port() const { return m_port; }
     const std::string& address() const { return m_address; }
 
@@ -77,8 +88,18 @@ public:
     bool resendWanted = false;
     std::string partial; // an item that is not whole yet
 
-    // Nobody listens at the other end (any more): its process has ended, or never was there.
-    bool endSeen();
+    // ---- the connections -------------------------------------------------------------------------------------------
+    enum class End
+    {
+        None,
+        Gone, // nobody listens there (any more): the process has ended, or never was there
+        Refused, // it lets us not in, or is not who it should be
+        OtherMechanism // one of both is secured and the other is not
+    };
+    End endSeen();
+    // The connection on which they speak to us, as far as known: its descriptor, and the port at their end.
+    int inboundFd = -1;
+    uint16_t inboundPort = 0;
 
 private:
     bool send(wire::MessageType type, std::string_view payload = {});
@@ -97,7 +118,7 @@ private:
     std::string m_address;
     uint16_t m_port;
     zmq::socket_t m_socket;
-    zmq::socket_t m_monitor;
+    ConnectionMonitor m_monitor;
     bool m_blocked = false;
     int m_refusals = 0;
     // Pieces that were taken from the queue and are not consumed by the other side yet.

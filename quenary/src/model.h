@@ -5,6 +5,7 @@
 
 #include "quenary.h"
 
+#include "security/certificate.h"
 #include "text.h"
 #include "value.h"
 #include "wire.h"
@@ -231,6 +232,8 @@ struct AgentRecord
     int64_t processId = 0;
     std::string executable;
     std::vector<std::string> arguments;
+    std::string publicKey; // of its peer's certificate, as its name; both empty without security
+    std::string certificateName;
     bool ofThisProcess = false;
 };
 using AgentRecordPtr = std::shared_ptr<const AgentRecord>;
@@ -259,6 +262,9 @@ struct Peer
     std::string executable;
     std::vector<std::string> arguments;
     uint64_t maxMessageBytes = 0;
+
+    // What it proved to have the secret half of; null without security.
+    CertificatePtr certificate;
 
     bool up = false; // each side knows the other's agents
     AgentTablePtr agents = std::make_shared<AgentTable>();

@@ -39,8 +39,10 @@ Network::Network(Core& core)
 
 Network::~Network()
 {
+    m_security.reset();
     m_explicit.clear();
     m_links.clear();
+    m_inboxMonitor.reset();
     m_inbox.close();
     m_context.close();
     m_probeContext.close();
@@ -65,6 +67,16 @@ qny_result_t Network::open(const Options& options)
         return fail(
             QNY_ERROR_SYSTEM, std::string("The network thread cannot be set up: ") + std::strerror(errno) + ".");
     }
+    if (!options.privateCertificate.empty() || !options.publicCertificates.empty()) {
+        const qny_result_t result = Security::open(options.privateCertificate, options.publicCertificates, m_security);
+        if (result != QNY_SUCCESS) {
+            return result;
+        }
+        m_security->takeOffice(m_context);
+        m_security->secureServer(m_inbox);
+    }
+    m_inboxMonitor = std::make_unique<ConnectionMonitor>(m_context, m_inbox,
+        ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL);
     if (const qny_result_t result = bindInbox(options); result != QNY_SUCCESS) {
         return result;
     }
@@ -77,23 +89,15 @@ qny_result_t Network::open(const Options& options)
         }
     }
     for (const auto& [host, port] : options.peers) {
-        zmq::socket_t socket(m_probeContext, zmq::socket_type::dealer);
-        socket.set(zmq::sockopt::immediate, true);
-        socket.set(zmq::sockopt::linger, 0);
-        socket.set(zmq::sockopt::sndhwm, 1);
-        socket.set(zmq::sockopt::reconnect_ivl, 250);
-        socket.set(zmq::sockopt::reconnect_ivl_max, 2000);
         const bool ipv6 = host.find(':') != std::string::npos;
-        socket.set(zmq::sockopt::ipv6, ipv6);
         const std::string source = sourceFor(ipv6).empty() ? "" : inBrackets(sourceFor(ipv6)) + ":0;";
         const std::string destination = "tcp://" + source + inBrackets(host) + ":" + std::to_string(port);
         try {
-            socket.connect(destination);
+            m_explicit.push_back(std::make_unique<ExplicitPeer>(m_probeContext, destination, ipv6, m_security.get()));
         } catch (const zmq::error_t& error) {
             return fail(QNY_ERROR_ARGUMENT,
                 "The peer " + host + ":" + std::to_string(port) + " cannot be tried: " + error.what() + ".");
         }
-        m_explicit.push_back({ destination, std::move(socket) });
     }
     return QNY_SUCCESS;
 }
@@ -163,6 +167,11 @@ void Network::run()
         m_identity.port = m_port;
         m_identity.hello = helloPayload(*m_core.self);
     }
+    m_beacon = { m_port, m_identity.uuid };
+    if (m_security) {
+        m_beacon.mark = m_security->mark(*m_security->own(), m_beacon, m_device.address);
+        m_security->watch([this] { wake(); });
+    }
     m_thread = std::thread([this] { loop(); });
 }
 
@@ -222,6 +231,15 @@ void Network::wait(int64_t timeout)
     if (m_discovery.isOpen()) {
         items.push_back({ nullptr, m_discovery.fd(), ZMQ_POLLIN, 0 });
     }
+    items.push_back({ m_inboxMonitor->socket().handle(), 0, ZMQ_POLLIN, 0 });
+    if (m_security) {
+        items.push_back({ m_security->office().handle(), 0, ZMQ_POLLIN, 0 });
+    }
+    for (const auto& each : m_explicit) {
+        if (each->isTried()) {
+            items.push_back({ each->monitor().socket().handle(), 0, ZMQ_POLLIN, 0 });
+        }
+    }
     std::vector<Link*> links;
     const size_t firstLink = items.size();
     for (const auto& [uuid, link] : m_links) {
@@ -238,20 +256,24 @@ void Network::wait(int64_t timeout)
         }
         m_woken = false;
     }
-    std::vector<Uuid> ended;
+    std::vector<std::pair<Uuid, Link::End>> ended;
     for (size_t i = 0; i < links.size(); ++i) {
         if (items[firstLink + 2 * i + 1].revents & ZMQ_POLLOUT) {
             links[i]->unblock();
         }
-        if ((items[firstLink + 2 * i].revents & ZMQ_POLLIN) && links[i]->endSeen()) {
-            ended.push_back(links[i]->peer()->uuid);
+        if (items[firstLink + 2 * i].revents & ZMQ_POLLIN) {
+            if (const Link::End end = links[i]->endSeen(); end != Link::End::None) {
+                ended.emplace_back(links[i]->peer()->uuid, end);
+            }
         }
     }
     // What the dead sent last is read before they are declared so.
     receive();
-    for (const Uuid& uuid : ended) {
-        drop(uuid, "its process has ended", true);
+    for (const auto& [uuid, end] : ended) {
+        tellOfEnd(*m_links.at(uuid), end);
+        drop(uuid, end == Link::End::Gone ? "its process has ended" : "it accepts no connection of this process", true);
     }
+    attendDoor();
     if (m_discovery.isOpen()) {
         receiveBeacons();
     }
@@ -271,6 +293,7 @@ void Network::tick(int64_t now)
         }
     }
     m_lastTick = now;
+    refreshCertificates();
     std::vector<Uuid> silent;
     for (const auto& [uuid, link] : m_links) {
         if (now - link->lastHeard > silenceMilliseconds) {
@@ -318,22 +341,26 @@ void Network::sendBeacon(int64_t now)
     if (!m_discovery.isOpen() || now < m_nextBeacon) {
         return;
     }
-    m_discovery.send({ m_port, m_identity.uuid });
+    m_discovery.send(m_beacon);
     // The first few come quickly one after the other: a datagram may be lost.
     m_nextBeacon = now + (m_beaconsSent++ < 4 ? 100 : beaconMilliseconds);
 }
 
 void Network::probeExplicitPeers(int64_t now)
 {
+    for (const auto& each : m_explicit) {
+        if (each->tend(now)) {
+            tellOfOtherMechanism("the peer at " + each->endpoint());
+        }
+    }
     if (m_explicit.empty() || now < m_nextProbe) {
         return;
     }
     m_nextProbe = now + probeMilliseconds;
     std::string text;
     wire::write(text, { .type = wire::MessageType::Probe, .port = m_port, .sender = m_identity.uuid });
-    for (Explicit& each : m_explicit) {
-        zmq::message_t message(text);
-        if (!each.socket.send(message, zmq::send_flags::dontwait)) {
+    for (const auto& each : m_explicit) {
+        if (!each->probe(text)) {
             m_nextProbe = std::min(m_nextProbe, now + 100);
         }
     }
@@ -349,17 +376,17 @@ void Network::receiveBeacons()
             const std::lock_guard lock(m_core.mutex);
             m_core.refuse("a datagram from " + from + " that is no beacon");
         } else if (beacon.sender != m_identity.uuid) {
-            hint(beacon.sender, from, beacon.port);
+            receiveBeacon(beacon, from);
         }
     }
 }
 
-Link* Network::hint(const Uuid& uuid, const std::string& address, uint16_t port)
+Link* Network::hint(const Destination& peer)
 {
-    if (const auto it = m_links.find(uuid); it != m_links.end()) {
+    if (const auto it = m_links.find(peer.uuid); it != m_links.end()) {
         return it->second.get();
     }
-    if (port == 0 || address.empty() || m_links.size() >= wire::maxPeers) {
+    if (peer.port == 0 || peer.address.empty() || m_links.size() >= wire::maxPeers) {
         return nullptr;
     }
     const auto pending = std::ranges::count_if(m_links, [](const auto& each) { return !each.second->isOpen(); });
@@ -367,12 +394,12 @@ Link* Network::hint(const Uuid& uuid, const std::string& address, uint16_t port)
         return nullptr;
     }
     try {
-        const bool ipv6 = address.find(':') != std::string::npos;
-        auto link = std::make_unique<Link>(m_core, m_context, m_identity, uuid, address, port, sourceFor(ipv6));
-        logDebug("trying peer " + toText(uuid) + " at " + address + ":" + std::to_string(port));
-        return m_links.emplace(uuid, std::move(link)).first->second.get();
+        const bool ipv6 = peer.address.find(':') != std::string::npos;
+        auto link = std::make_unique<Link>(m_core, m_context, m_identity, peer, sourceFor(ipv6), m_security.get());
+        logDebug("trying peer " + toText(peer.uuid) + " at " + peer.address + ":" + std::to_string(peer.port));
+        return m_links.emplace(peer.uuid, std::move(link)).first->second.get();
     } catch (const zmq::error_t& error) {
-        logWarning("no link to " + address + ":" + std::to_string(port) + ": " + error.what());
+        logWarning("no link to " + peer.address + ":" + std::to_string(peer.port) + ": " + error.what());
         return nullptr;
     }
 }
@@ -420,6 +447,7 @@ void Network::leave()
     }
     m_links.clear();
     m_explicit.clear();
+    m_inboxMonitor.reset();
     m_inbox.close();
     m_discovery.close();
 }

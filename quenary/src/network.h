@@ -4,12 +4,15 @@
 
 #include "devices.h"
 #include "discovery.h"
+#include "explicit_peer.h"
 #include "link.h"
 #include "model.h"
+#include "security/security.h"
 
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -37,6 +40,8 @@ public:
     qny_result_t open(const Options& options);
     std::string endpoint() const;
     const std::string& address() const { return m_device.address; }
+    // Null without security.
+    CertificatePtr ownCertificate() const { return m_security ? m_security->own() : nullptr; }
     void run();
     // Sends what waits, takes leave of everybody and ends the thread. Not with the core's mutex held.
     void stop();
@@ -44,12 +49,6 @@ public:
     void wake();
 
 private:
-    struct Explicit
-    {
-        std::string endpoint;
-        zmq::socket_t socket;
-    };
-
     qny_result_t bindInbox(const Options& options);
     qny_result_t bindInbox6();
     // The address from which we connect, so that the other side finds the way back by it.
@@ -59,6 +58,7 @@ private:
     void receive();
     void receiveMessage(const std::shared_ptr<zmq::message_t>& message);
     void receiveBeacons();
+    void receiveBeacon(const wire::Beacon& beacon, const std::string& from);
     void sendBeacon(int64_t now);
     void probeExplicitPeers(int64_t now);
     void tick(int64_t now);
@@ -66,13 +66,23 @@ private:
     void drop(const Uuid& uuid, const std::string& why, bool fellSilent);
     void leave();
 
-    Link* hint(const Uuid& uuid, const std::string& address, uint16_t port);
-    void receiveHello(const wire::Header& header, std::string_view payload, const std::string& address);
+    Link* hint(const Destination& peer);
+    void receiveHello(const wire::Header& header, std::string_view payload, const Destination& from);
     // False when the stream is broken beyond repair.
     bool receiveData(Link& link, std::string_view payload, const std::shared_ptr<zmq::message_t>& message);
     static bool isControl(std::string_view item);
     // Items that change what is known; with the core's mutex held. False for one that the callback thread is to have.
     bool receiveControl(Link& link, std::string_view item);
+    // ---- security (network_security.cpp) ---------------------------------------------------------------------------
+    // False when the message is not from whom it says that it is. Fills in whose certificate it came by.
+    bool isGenuine(const wire::Header& header, const zmq::message_t& message, CertificatePtr& certificate);
+    // Whose certificate was taken away is cut off.
+    void refreshCertificates();
+    void cutUnknownConnections();
+    void attendDoor();
+    void tellOfOtherMechanism(const std::string& whom);
+    void tellOfEnd(const Link& link, Link::End end);
+
     // They have heard our Hello: our stream to them begins.
     void acknowledge(Link& link);
 
@@ -85,17 +95,22 @@ private:
     uint16_t m_port = 0;
     Identity m_identity;
     Discovery m_discovery;
+    std::unique_ptr<Security> m_security; // null: an open network
     zmq::socket_t m_inbox;
-    std::vector<Explicit> m_explicit;
+    std::unique_ptr<ConnectionMonitor> m_inboxMonitor;
+    std::vector<std::unique_ptr<ExplicitPeer>> m_explicit;
     std::unordered_map<Uuid, std::unique_ptr<Link>, UuidHash> m_links;
     int m_wakeFd = -1;
     std::atomic<bool> m_woken { false };
     std::atomic<bool> m_stopping { false };
     std::thread m_thread;
+    wire::Beacon m_beacon;
     int64_t m_nextBeacon = 0;
     int m_beaconsSent = 0;
     int64_t m_nextProbe = 0;
     int64_t m_lastTick = 0;
+    bool m_otherMechanismTold = false;
+    std::set<std::string> m_told; // endpoints of which the log has said that nothing comes of them
 };
 
 } // namespace qny

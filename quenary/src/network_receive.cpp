@@ -67,17 +67,22 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
     if (header.sender == m_identity.uuid) {
         return; // our own address stands among the explicit peers
     }
+    Destination from { header.sender, peerAddress(*message), header.port, nullptr };
+    if (m_security && !isGenuine(header, *message, from.certificate)) {
+        refuse("a message in the name of peer " + toText(header.sender) + " by a certificate that is not its own");
+        return;
+    }
     const auto it = m_links.find(header.sender);
     Link* link = it == m_links.end() ? nullptr : it->second.get();
     const std::string_view payload = body.substr(wire::headerBytes);
     if (header.type == wire::MessageType::Hello) {
-        receiveHello(header, payload, peerAddress(*message));
+        receiveHello(header, payload, from);
         return;
     }
     if (!link) {
         // Somebody who knows us and whom we do not know (any more): we make ourselves known.
         if (header.type != wire::MessageType::Goodbye) {
-            hint(header.sender, peerAddress(*message), header.port);
+            hint(from);
         }
         return;
     }
@@ -142,22 +147,22 @@ void Network::acknowledge(Link& link)
     m_core.openStream(link.peer());
 }
 
-void Network::receiveHello(const wire::Header& header, std::string_view payload, const std::string& address)
+void Network::receiveHello(const wire::Header& header, std::string_view payload, const Destination& from)
 {
-    logDebug("hello of peer " + toText(header.sender) + " from " + address + ":" + std::to_string(header.port)
+    logDebug("hello of peer " + toText(header.sender) + " from " + from.address + ":" + std::to_string(from.port)
         + (header.receiverSession == 0 ? ", who has not heard ours" : ""));
     auto it = m_links.find(header.sender);
     if (it != m_links.end()) {
         const Link& known = *it->second;
         const bool renewed = known.isOpen() && known.theirSession != header.senderSession;
-        const bool elsewhere = !known.isOpen() && (known.address() != address || known.port() != header.port);
+        const bool elsewhere = !known.isOpen() && (known.address() != from.address || known.port() != from.port);
         if (renewed) {
             drop(header.sender, "it has opened its link anew", true);
         } else if (elsewhere) {
             m_links.erase(it);
         }
     }
-    Link* link = hint(header.sender, address, header.port);
+    Link* link = hint(from);
     if (!link || header.senderSession == 0) {
         return;
     }
@@ -165,12 +170,12 @@ void Network::receiveHello(const wire::Header& header, std::string_view payload,
         Peer told;
         if (const std::string problem = readHello(payload, told); !problem.empty()) {
             const std::lock_guard lock(m_core.mutex);
-            m_core.refuse(problem + " from " + address);
+            m_core.refuse(problem + " from " + from.address);
             return;
         }
         const std::lock_guard lock(m_core.mutex);
         Peer& peer = *link->peer();
-        peer.address = address;
+        peer.address = from.address;
         peer.hostName = told.hostName;
         peer.processId = told.processId;
         peer.executable = told.executable;

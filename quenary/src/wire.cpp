@@ -43,9 +43,12 @@ std::string beaconText(const Beacon& beacon)
     Writer writer(text);
     writer.bytes(beaconMagic);
     writer.number(protocolVersion);
-    writer.number(uint8_t { 0 }); // reserved
+    writer.number(beacon.mark ? beaconSecured : uint8_t { 0 });
     writer.number(beacon.port);
     writer.uuid(beacon.sender);
+    if (beacon.mark) {
+        writer.uuid(*beacon.mark);
+    }
     return text;
 }
 
@@ -55,9 +58,13 @@ bool readBeacon(std::string_view datagram, Beacon& beacon)
     if (reader.bytes(beaconMagic.size()) != beaconMagic || reader.number<uint8_t>() != protocolVersion) {
         return false;
     }
-    reader.number<uint8_t>();
+    const auto flags = reader.number<uint8_t>();
     beacon.port = reader.number<uint16_t>();
     beacon.sender = reader.uuid();
+    beacon.mark.reset();
+    if (flags & beaconSecured) {
+        beacon.mark = reader.uuid();
+    }
     return reader.ok() && beacon.port != 0;
 }
 

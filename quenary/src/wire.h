@@ -4,8 +4,10 @@
 
 #include "text.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -209,10 +211,14 @@ private:
 // ---- beacons --------------------------------------------------------------------------------------------------------
 
 constexpr size_t beaconBytes = 24;
+constexpr uint8_t beaconSecured = 1; // a mark follows the 24 bytes
+// By it those who have the sender's certificate know whose the beacon is.
+using Mark = std::array<uint8_t, 16>;
 struct Beacon
 {
     uint16_t port = 0;
     Uuid sender {};
+    std::optional<Mark> mark = {}; // of a secured peer alone
 };
 std::string beaconText(const Beacon& beacon);
 bool readBeacon(std::string_view datagram, Beacon& beacon);

@@ -36,6 +36,8 @@ std::atomic<uint64_t> lastSequence { 0 };
 std::atomic<uint64_t> lostTold { 0 };
 std::atomic<bool> quiet { false };
 std::atomic<bool> outOfOrder { false };
+std::atomic<bool> streaming { false };
+std::thread streamer;
 std::map<std::string, qny_agent_t*> agents;
 
 std::string text(qny_value_type_t type, const void* value, size_t size)
@@ -112,6 +114,9 @@ void onCall(const char* sender, const char* uuid, const char* service, qny_servi
             + text(argument->type, value, argument->size);
     }
     say(line);
+    if (const qny_certificate_t* caller = qny_caller_certificate()) {
+        say(std::string("caller\t") + caller->name + "\t" + caller->public_key);
+    }
     if (user) {
         qny_service_arg_t* list = nullptr;
         qny_service_args_add_string(&list, "answer");
@@ -241,7 +246,11 @@ void obey(const std::vector<std::string>& field, const qny_options_t& options)
     } else if (verb == "observe-stop") {
         done(verb,
             qny_observe_stop_requests(
-                [](const char* name, const char*, void*) { say(std::string("asked-to-stop\t") + name); }, nullptr));
+                [](const char* name, const char*, void*) {
+                    const qny_certificate_t* caller = qny_caller_certificate();
+                    say(std::string("asked-to-stop\t") + name + "\t" + (caller ? caller->name : ""));
+                },
+                nullptr));
     } else if (verb == "uuid") {
         char* uuid = qny_uuid();
         say(std::string("uuid\t") + uuid);
@@ -252,6 +261,19 @@ void obey(const std::vector<std::string>& field, const qny_options_t& options)
         say("statistics\t" + std::to_string(statistics.publications_sent) + "\t"
             + std::to_string(statistics.publications_received) + "\t" + std::to_string(statistics.publications_dropped)
             + "\t" + std::to_string(statistics.publications_lost) + "\t" + std::to_string(statistics.messages_refused));
+    } else if (verb == "stream") { // name: publishes a number each millisecond until told "end-stream"
+        streaming = true;
+        streamer = std::thread([name = field[1]] {
+            for (int i = 1; streaming; ++i) {
+                qny_output_set_int(name.c_str(), i);
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        });
+        done(verb, QNY_SUCCESS);
+    } else if (verb == "end-stream") {
+        streaming = false;
+        streamer.join();
+        done(verb, QNY_SUCCESS);
     } else if (verb == "leave-without-stop") {
         std::exit(0);
     } else {
@@ -283,6 +305,18 @@ int main(int argc, char** argv)
         } else if (option == "--peers") {
             options.peers = value;
             options.multicast = false;
+        } else if (option == "--private") {
+            options.private_certificate = value;
+        } else if (option == "--public") {
+            options.public_certificates = value;
+        } else if (option == "--log") {
+            qny_log_set_handler(
+                [](qny_log_level_t level, const char* message, void*) {
+                    if (level >= QNY_LOG_WARNING) {
+                        say(std::string("log\t") + message);
+                    }
+                },
+                nullptr);
         } else if (option == "--max-message") {
             options.max_message_bytes = number;
         } else if (option == "--max-queue") {
@@ -294,6 +328,10 @@ int main(int argc, char** argv)
     say("ready");
     for (std::string line; std::getline(std::cin, line);) {
         obey(split(line), options);
+    }
+    streaming = false;
+    if (streamer.joinable()) {
+        streamer.join();
     }
     qny_stop();
     return 0;

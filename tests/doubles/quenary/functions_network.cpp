@@ -62,6 +62,16 @@ bool qny_is_started(void)
     return state().isStarted;
 }
 
+bool qny_is_secured(void)
+{
+    return false;
+}
+
+const qny_certificate_t* qny_caller_certificate(void)
+{
+    return nullptr;
+}
+
 char* qny_endpoint(void)
 {
     return qny_is_started() ? copyText("tcp://127.0.0.1:1") : nullptr;

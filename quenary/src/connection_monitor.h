@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+// What becomes of the connections of one socket.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <zmq.hpp>
+
+namespace qny {
+
+class ConnectionMonitor
+{
+public:
+    struct Event
+    {
+        uint16_t kind = 0; // ZMQ_EVENT_…
+        uint32_t value = 0;
+        // The other side is no peer that may or can speak with this one: trying again at once leads nowhere.
+        bool isRefusal() const
+        {
+            return kind == ZMQ_EVENT_HANDSHAKE_FAILED_AUTH || kind == ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL;
+        }
+        // One of them is secured and the other is not.
+        bool isOtherMechanism() const
+        {
+            return kind == ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL
+                && value == ZMQ_PROTOCOL_ERROR_ZMTP_MECHANISM_MISMATCH;
+        }
+    };
+    static constexpr int handshakeFailures = ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL | ZMQ_EVENT_HANDSHAKE_FAILED_AUTH
+        | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL;
+
+    // The socket outlives it.
+    ConnectionMonitor(zmq::context_t& context, zmq::socket_t& of, int events);
+    ~ConnectionMonitor();
+    ConnectionMonitor(const ConnectionMonitor&) = delete;
+    ConnectionMonitor& operator=(const ConnectionMonitor&) = delete;
+
+    zmq::socket_t& socket() { return m_reader; }
+    std::optional<Event> next();
+
+private:
+    zmq::socket_t& m_of;
+    zmq::socket_t m_reader;
+};
+
+} // namespace qny

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "explicit_peer.h"
+
+#include "security/security.h"
+
+namespace qny {
+
+namespace {
+
+// Between two attempts that failed, or two rounds through all keys.
+constexpr int64_t pauseMilliseconds = 1000;
+constexpr int handshakeMilliseconds = 2000;
+
+} // namespace
+
+ExplicitPeer::ExplicitPeer(zmq::context_t& context, std::string endpoint, bool ipv6, const Security* security)
+    : m_context(context)
+    , m_endpoint(std::move(endpoint))
+    , m_ipv6(ipv6)
+    , m_security(security)
+{
+    if (security) {
+        tryNext(0);
+    } else {
+        connect();
+    }
+}
+
+void ExplicitPeer::connect()
+{
+    m_failed = false;
+    m_monitor.reset();
+    m_socket = zmq::socket_t(m_context, zmq::socket_type::dealer);
+    m_socket.set(zmq::sockopt::immediate, true);
+    m_socket.set(zmq::sockopt::linger, 0);
+    m_socket.set(zmq::sockopt::sndhwm, 1);
+    m_socket.set(zmq::sockopt::reconnect_ivl, 250);
+    m_socket.set(zmq::sockopt::reconnect_ivl_max, 2000);
+    m_socket.set(zmq::sockopt::handshake_ivl, handshakeMilliseconds);
+    m_socket.set(zmq::sockopt::ipv6, m_ipv6);
+    if (m_security) {
+        m_security->secureClient(m_socket, *m_certificate);
+    }
+    m_monitor = std::make_unique<ConnectionMonitor>(m_context, m_socket, ConnectionMonitor::handshakeFailures);
+    m_socket.connect(m_endpoint);
+}
+
+void ExplicitPeer::tryNext(int64_t now)
+{
+    while (!m_round.empty() && m_security->find(m_round.back()->publicKey) != m_round.back()) {
+        m_round.pop_back();
+    }
+    if (m_round.empty()) {
+        for (const auto& [key, certificate] : m_security->known().byKey) {
+            m_round.push_back(certificate);
+        }
+        m_nextTry = now + pauseMilliseconds;
+    }
+    if (m_round.empty()) {
+        return;
+    }
+    m_certificate = m_round.back();
+    m_round.pop_back();
+    connect();
+}
+
+bool ExplicitPeer::tend(int64_t now)
+{
+    bool otherMechanism = false;
+    while (const auto event = m_monitor ? m_monitor->next() : std::nullopt) {
+        otherMechanism = otherMechanism || event->isOtherMechanism();
+        m_failed = true;
+        // The key was the right one, and ours is not let in; or no key can help. Else the next one is tried at once.
+        if (!m_security || event->isRefusal()) {
+            m_nextTry = now + pauseMilliseconds;
+        }
+    }
+    if (m_security) {
+        const bool isGone = m_certificate && !m_security->find(m_certificate->publicKey);
+        if (isGone) {
+            m_certificate.reset();
+            m_monitor.reset();
+            m_socket.close();
+        }
+        if ((m_failed || !m_certificate) && (!m_round.empty() || now >= m_nextTry)) {
+            tryNext(now);
+        }
+    } else if (m_failed && now >= m_nextTry) {
+        connect();
+    }
+    return otherMechanism;
+}
+
+bool ExplicitPeer::probe(const std::string& message)
+{
+    return m_monitor && m_socket.send(zmq::buffer(message), zmq::send_flags::dontwait).has_value();
+}
+
+} // namespace qny

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+// A peer that was named by its address: it is told again and again that we are there. Network thread only.
+#pragma once
+
+#include "connection_monitor.h"
+#include "security/certificate.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+#include <zmq.hpp>
+
+namespace qny {
+
+class Security;
+
+// On a secured network the address does not say whose it is: the known keys are tried one after the other, until one
+// opens the connection.
+class ExplicitPeer
+{
+public:
+    // Throws zmq::error_t for an address that cannot be one. Security: null when there is none.
+    ExplicitPeer(zmq::context_t& context, std::string endpoint, bool ipv6, const Security* security);
+    ExplicitPeer(const ExplicitPeer&) = delete;
+    ExplicitPeer& operator=(const ExplicitPeer&) = delete;
+
+    const std::string& endpoint() const { return m_endpoint; }
+    // What happens here is dealt with by tend().
+    ConnectionMonitor& monitor() { return *m_monitor; }
+    bool isTried() const { return m_monitor != nullptr; }
+    // True when it turned out that one of both is secured and the other is not.
+    bool tend(int64_t now);
+    // False when there is no connection now.
+    bool probe(const std::string& message);
+
+private:
+    void connect();
+    void tryNext(int64_t now);
+
+    zmq::context_t& m_context;
+    const std::string m_endpoint;
+    const bool m_ipv6;
+    const Security* const m_security;
+    std::vector<CertificatePtr> m_round; // still to be tried
+    CertificatePtr m_certificate; // being tried, or found
+    zmq::socket_t m_socket;
+    std::unique_ptr<ConnectionMonitor> m_monitor; // of that socket; null while there is none
+    bool m_failed = false;
+    int64_t m_nextTry = 0;
+};
+
+} // namespace qny
