@@ -73,6 +73,18 @@ set_target_properties(qnyRecorderStoreSuite PROPERTIES AUTOMOC ON)
 target_link_libraries(qnyRecorderStoreSuite PUBLIC qnyRecorderData Qt6::Test)
 target_compile_definitions(qnyRecorderStoreSuite PUBLIC RR_GOLDEN_DIRECTORY="${CMAKE_CURRENT_LIST_DIR}/tests/golden")
 
+# Rounds of what may happen to a recorder, with an account of every event; scripts/loss-test runs many of them.
+add_library(qnyRecorderLossRounds STATIC
+    ${CMAKE_CURRENT_LIST_DIR}/tests/losses/kills.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/tests/losses/lossrounds.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/tests/losses/producer.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/tests/losses/wire.cpp
+)
+rr_target_defaults(qnyRecorderLossRounds)
+target_link_libraries(qnyRecorderLossRounds PUBLIC qnyRecorderStoreSuite Threads::Threads)
+rr_add_test(NAME tst_recorder_losses SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/losses/tst_losses.cpp
+    LIBS qnyRecorderLossRounds PkgConfig::SQLITE3 TIMEOUT 240)
+
 rr_add_test(NAME tst_recorder_embeddedstore SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/store/tst_embeddedstore.cpp
     LIBS qnyRecorderStoreSuite PkgConfig::SQLITE3 TIMEOUT 240)
 rr_add_test(NAME tst_recorder_csvfilestore SOURCES ${CMAKE_CURRENT_LIST_DIR}/tests/store/tst_csvfilestore.cpp

@@ -13,7 +13,7 @@ namespace recorder::testing {
 
 namespace {
 
-constexpr int START_MS = 200'000; // fetching it included
+constexpr int START_MS = 300'000; // of one node on a busy machine, or fetching the server
 constexpr int END_MS = 20'000;
 
 // Whether all threads of a process are in one of the states.
@@ -79,8 +79,8 @@ QString CassandraCluster::restart(int node)
 // Takes in the facts up to and including the first of that kind.
 QString CassandraCluster::readUntil(const QString& what)
 {
-    const QDeadlineTimer deadline(START_MS);
     for (;;) {
+        const QDeadlineTimer deadline(START_MS);
         while (!m_script.canReadLine()) {
             if (m_script.state() == QProcess::NotRunning || deadline.hasExpired()) {
                 const QString reason = QString::fromUtf8(m_script.readAllStandardError()).trimmed();

@@ -17,9 +17,38 @@ namespace {
 
 constexpr std::uintmax_t mostReserveBytes = 32 * 1024 * 1024;
 constexpr std::uintmax_t leastReserveBytes = 1024 * 1024;
+constexpr std::uintmax_t lastReserveBytes = 256 * 1024;
 constexpr const char* reserveName = "reserve";
 
+// What went wrong, as in errno; then the file is as long as before.
+int setAside(const std::filesystem::path& path, std::uintmax_t bytes)
+{
+    std::error_code unknown;
+    const std::uintmax_t before = std::filesystem::file_size(path, unknown);
+    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (descriptor < 0) {
+        return errno;
+    }
+    const int error = ::posix_fallocate(descriptor, 0, static_cast<off_t>(bytes));
+    ::close(descriptor);
+    if (error != 0 && unknown) {
+        ::unlink(path.c_str());
+    } else if (error != 0) {
+        std::filesystem::resize_file(path, before, unknown);
+    }
+    return error;
+}
+
 } // namespace
+
+EmbeddedContext::~EmbeddedContext()
+{
+    std::error_code unknown;
+    const std::filesystem::path path = options.directory / reserveName;
+    if (std::filesystem::exists(file, unknown) && !std::filesystem::exists(path, unknown)) {
+        (void)setAside(path, lastReserveBytes);
+    }
+}
 
 StoreResult EmbeddedContext::connect(Database& database) const
 {
@@ -56,14 +85,7 @@ StoreResult EmbeddedContext::keepReserve() const
     const std::filesystem::space_info space = std::filesystem::space(options.directory, unknown);
     const std::uintmax_t available = unknown ? mostReserveBytes : space.available;
     const std::uintmax_t bytes = std::clamp(available / 8, leastReserveBytes, mostReserveBytes);
-    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    int error = descriptor < 0 ? errno : 0;
-    if (descriptor >= 0) {
-        error = ::posix_fallocate(descriptor, 0, static_cast<off_t>(bytes));
-        ::close(descriptor);
-    }
-    if (error == ENOSPC || error == EDQUOT) {
-        ::unlink(path.c_str());
+    if (const int error = setAside(path, bytes); error == ENOSPC || error == EDQUOT) {
         return StoreResult::failed(StoreError::Full,
             "The disk that holds " + options.directory.string()
                 + " is full: nothing can be recorded. Make room there, or give another --data-directory.");
@@ -72,13 +94,29 @@ StoreResult EmbeddedContext::keepReserve() const
     return StoreResult::done();
 }
 
-bool EmbeddedContext::makeRoom(Database& database) const
+std::uint64_t EmbeddedContext::roomForAnEnd() const
 {
-    const bool spent = ::unlink((options.directory / reserveName).c_str()) == 0;
-    const bool emptied = database.isOpen()
+    std::error_code unknown;
+    const std::uintmax_t reserve = std::filesystem::file_size(options.directory / reserveName, unknown);
+    return unknown || reserve < lastReserveBytes ? 0 : (reserve - lastReserveBytes) / 4;
+}
+
+bool EmbeddedContext::spendReserve(Reserve reserve) const
+{
+    const std::filesystem::path path = options.directory / reserveName;
+    if (reserve == Reserve::All) {
+        return ::unlink(path.c_str()) == 0;
+    }
+    std::error_code missing;
+    return std::filesystem::file_size(path, missing) > lastReserveBytes && !missing
+        && ::truncate(path.c_str(), static_cast<off_t>(lastReserveBytes)) == 0;
+}
+
+bool EmbeddedContext::emptyLog(Database& database) const
+{
+    return database.isOpen()
         && sqlite3_wal_checkpoint_v2(database.handle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr)
-            == SQLITE_OK;
-    return spent || emptied;
+        == SQLITE_OK;
 }
 
 StoreResult readRecord(Database& database, std::int64_t id, EmbeddedRow& row)

@@ -43,6 +43,8 @@ struct EmbeddedContext
             options.onMessage(message);
         }
     }
+    // Sets the last piece of the reserve aside again, when opening the store on a full disk has taken it.
+    ~EmbeddedContext();
     // A connection of one's own.
     StoreResult connect(Database& database) const;
     std::uint64_t logBytes() const;
@@ -51,15 +53,32 @@ struct EmbeddedContext
     // Space set aside so that on a full disk a record can still be closed, the store opened, and records deleted. Full
     // when the disk has not even room for that.
     StoreResult keepReserve() const;
-    // For when the disk is full: gives the reserve up and moves the log into the file, which frees the log's space.
-    // False when nothing was gained.
-    bool makeRoom(Database& database) const;
-    // Does it again after making room when it failed for want of it.
-    template <typename Work> StoreResult withRoom(Database& database, Work work) const
+    enum class Reserve
     {
+        ForAnEnd, // but for a last piece, without which the store could not be opened any more
+        All
+    };
+    // What a record may bring at its end on a full disk: it stands in the log and then in the file, beside what the log
+    // holds already.
+    std::uint64_t roomForAnEnd() const;
+    // For when the disk is full; false when nothing was gained.
+    bool spendReserve(Reserve reserve) const;
+    // Moves the log into the file, which frees the log's space.
+    bool emptyLog(Database& database) const;
+    // Does it again after making room when it failed for want of it.
+    template <typename Work> StoreResult withRoom(Database& database, Work work, Reserve reserve = Reserve::All) const
+    {
+        const auto isFull = [](const StoreResult& result) { return !result && result.error == StoreError::Full; };
         StoreResult result = work();
-        if (!result && result.error == StoreError::Full && makeRoom(database)) {
+        // A log that is too long for the disk would take the whole reserve into the file and free nothing.
+        if (isFull(result) && reserve == Reserve::All && spendReserve(reserve)) {
             result = work();
+        }
+        if (isFull(result)) {
+            const bool isSpent = spendReserve(reserve);
+            if (emptyLog(database) || isSpent) {
+                result = work();
+            }
         }
         return result;
     }

@@ -7,9 +7,15 @@ namespace recorder {
 
 namespace {
 
+// The memory that connections share lies in a file too: nothing but a full disk keeps it from growing.
+int primaryCode(int code)
+{
+    return code == SQLITE_IOERR_SHMSIZE ? SQLITE_FULL : code & 0xFF;
+}
+
 StoreError kindOf(int code)
 {
-    switch (code & 0xFF) {
+    switch (primaryCode(code)) {
     case SQLITE_FULL:
         return StoreError::Full;
     case SQLITE_BUSY:
@@ -30,7 +36,7 @@ StoreError kindOf(int code)
 
 std::string advice(int code)
 {
-    switch (code & 0xFF) {
+    switch (primaryCode(code)) {
     case SQLITE_FULL:
         return " Make room on that disk, or give another --data-directory.";
     case SQLITE_BUSY:
@@ -92,7 +98,8 @@ int Database::changes() const
 StoreResult Database::failure(int code, std::string_view doing) const
 {
     std::string message = "The store " + m_file + " is in trouble: could not " + std::string(doing) + ": ";
-    message += m_handle ? sqlite3_errmsg(m_handle) : sqlite3_errstr(code);
+    const bool isPlain = m_handle && kindOf(code) != StoreError::Full;
+    message += isPlain ? sqlite3_errmsg(m_handle) : sqlite3_errstr(primaryCode(code));
     message += '.';
     message += advice(code);
     return StoreResult::failed(kindOf(code), std::move(message));

@@ -152,8 +152,16 @@ StoreResult EmbeddedSink::write(const Batch& batch)
 {
     const auto attempt
         = [&] { return writeBatch(m_database, *m_putChunk, *m_updateExtent, m_context->token, m_record, batch); };
-    // A recording that meets a full disk ends; only its end may use what was set aside.
-    return batch.last ? m_context->withRoom(m_database, attempt) : attempt();
+    // A recording that meets a full disk ends; only its end may use what was set aside, and only when that suffices.
+    std::uint64_t bytes = 0;
+    for (const ChunkRow& chunk : batch.chunks) {
+        bytes += chunk.packed.size();
+    }
+    for (const StoredState& state : batch.states) {
+        bytes += state.packed.size();
+    }
+    const bool mayUseReserve = batch.last && (bytes == 0 || bytes <= m_context->roomForAnEnd());
+    return mayUseReserve ? m_context->withRoom(m_database, attempt, EmbeddedContext::Reserve::ForAnEnd) : attempt();
 }
 
 void EmbeddedSink::abandon(const Batch& last)

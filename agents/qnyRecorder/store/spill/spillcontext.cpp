@@ -64,7 +64,9 @@ bool SpillContext::isTimeToReach() const
 StoreResult SpillContext::reach()
 {
     StoreResult result = m_database->connect();
-    const std::lock_guard guard(m_mutex);
+    const bool isRefused = result.error == StoreError::Refused || result.error == StoreError::NewerVersion;
+    std::unique_lock lock(m_mutex);
+    const bool mustTell = isRefused && m_failure.message != result.message;
     m_isUp = bool(result);
     if (result) {
         m_failure = result;
@@ -75,6 +77,12 @@ StoreResult SpillContext::reach()
         m_nextAttempt = Clock::now() + m_pause;
         m_pause = std::min<Clock::duration>(m_pause * 2, std::chrono::microseconds(m_options.mostPauseUs));
     }
+    lock.unlock();
+    if (mustTell && m_wasTried) {
+        say("The database does not let this recorder in: " + result.message + " What is recorded waits in "
+            + m_options.directory.string() + " meanwhile.");
+    }
+    m_wasTried = true;
     return result;
 }
 
@@ -87,8 +95,9 @@ void SpillContext::noteOverflow(const std::string& reason)
         }
         m_toldOverflow = true;
     }
-    say(reason + " More are lost until the database is reached; journals in " + m_options.directory.string() + " hold "
-        + sizeText(m_budget.used()) + ", and at most " + sizeText(m_budget.limit()) + " (--spill-limit).");
+    say(reason + " More are lost until the database is reached. Start the database " + m_database->describe()
+        + " again, or make room for the journals in " + m_options.directory.string() + ": they hold "
+        + sizeText(m_budget.used()) + " and may hold " + sizeText(m_budget.limit()) + " (--spill-limit).");
 }
 
 void SpillContext::watchBudget()

@@ -5,6 +5,7 @@
 #include "journal.h"
 #include "spillingstore.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -57,6 +58,8 @@ private:
     Clock::duration m_pause;
     bool m_toldNear = false;
     bool m_toldOverflow = false;
+
+    std::atomic<bool> m_wasTried { false }; // the first refusal is an answer to whoever opens the store
 };
 
 // "3.2 GiB", "14 KiB".

@@ -46,6 +46,18 @@ public:
     }
     QString place() const override { return m_place; }
     void usePlace(const QString& place) override { m_place = place; }
+    // Of its first bucket, where small records have everything.
+    bool holdsAnythingOf(const std::string& uuid) override
+    {
+        const std::string first = " = '" + uuid + "' AND bucket = 0";
+        for (const std::string& rows : { "records WHERE uuid = '" + uuid + '\'', "facts WHERE record = '" + uuid + '\'',
+                 "buckets WHERE record" + first, "chunks WHERE record" + first, "states WHERE record" + first }) {
+            if (m_tables.number("SELECT count(*) FROM " + rows) != 0) {
+                return true;
+            }
+        }
+        return false;
+    }
 
     CassandraOptions options() const
     {

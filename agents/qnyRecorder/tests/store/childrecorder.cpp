@@ -6,10 +6,12 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QThread>
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <poll.h>
 #include <unistd.h>
 
@@ -62,11 +64,74 @@ int recordUntilKilled(Store& store, const std::string& uuid, std::int64_t burst,
     return result ? 0 : 1;
 }
 
+void say(const char* what, const std::string& which)
+{
+    std::printf("%s %s\n", what, which.c_str());
+    std::fflush(stdout);
+}
+
+int importUntilKilled(Store& store, const QString& path, std::size_t rows)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return 1;
+    }
+    csv::Import import(store, "child's copy");
+    say("importing", import.uuid());
+    std::int64_t events = 0;
+    for (const std::string& chunk : moduleChunks(file.readAll().toStdString(), rows)) {
+        events += eventRowsIn(chunk);
+        say("feeding", std::to_string(events));
+        if (const StoreResult result = import.feed(chunk); !result) {
+            std::fprintf(stderr, "%s\n", result.message.c_str());
+            return 1;
+        }
+        say("fed", std::to_string(events));
+    }
+    return 0;
+}
+
+int deleteUntilKilled(Store& store, const QStringList& uuids)
+{
+    for (const QString& uuid : uuids) {
+        say("deleting", uuid.toStdString());
+        if (const StoreResult result = store.remove(uuid.toStdString()); !result) {
+            std::fprintf(stderr, "%s\n", result.message.c_str());
+            return 1;
+        }
+        say("deleted", uuid.toStdString());
+    }
+    while (!parentIsGone()) {
+        QThread::msleep(10); // the space is given back meanwhile
+    }
+    return 0;
+}
+
 } // namespace
 
-Event numbered(std::int64_t i, std::int64_t timeUs)
+Event numbered(std::int64_t i, std::int64_t timeUs, std::size_t valueBytes)
 {
-    return { timeUs, "agent", "o" + std::to_string(i % 10), ValueView::fromInteger(static_cast<std::int32_t>(i)) };
+    std::string output = "o" + std::to_string(i % 10);
+    if (valueBytes == 0) {
+        return { timeUs, "agent", std::move(output), ValueView::fromInteger(static_cast<std::int32_t>(i)) };
+    }
+    return { timeUs, "agent", std::move(output),
+        ValueView::fromString(std::to_string(i) + std::string(valueBytes, '.')) };
+}
+
+std::int64_t numberOf(const Event& event)
+{
+    const ValueView value = event.value.view();
+    return value.type == ValueType::String ? std::atoll(std::string(value.bytes).c_str()) : value.integer;
+}
+
+std::int64_t eventRowsIn(const std::string& rows)
+{
+    std::int64_t count = 0;
+    for (std::size_t at = rows.find(";output;"); at != std::string::npos; at = rows.find(";output;", at + 1)) {
+        ++count;
+    }
+    return count;
 }
 
 Child::Child(const QStringList& arguments)
@@ -82,6 +147,20 @@ bool Child::waitForLine(int milliseconds)
         m_process.waitForReadyRead(100);
     }
     return m_process.canReadLine();
+}
+
+bool Child::waitForLines(int count)
+{
+    const QDeadlineTimer deadline(20'000);
+    while (m_read.count('\n') < count && !deadline.hasExpired() && waitForLine()) {
+        m_read += m_process.readLine();
+    }
+    return m_read.count('\n') >= count;
+}
+
+QByteArray Child::output()
+{
+    return std::exchange(m_read, QByteArray()) + m_process.readAllStandardOutput();
 }
 
 void Child::kill()
@@ -118,7 +197,8 @@ std::int64_t lastSeen(const QByteArray& lines)
 
 int childMain(int argc, char** argv, StoreUnderTest& store)
 {
-    if (argc < 2 || std::string_view(argv[1]) != "--child") {
+    const std::string_view task(argc < 2 ? "" : argv[1]);
+    if (task != "--child" && task != "--import" && task != "--delete") {
         return -1;
     }
     QCoreApplication application(argc, argv);
@@ -129,6 +209,12 @@ int childMain(int argc, char** argv, StoreUnderTest& store)
     if (!opened) {
         std::fprintf(stderr, "%s\n", result.message.c_str());
         return 1;
+    }
+    if (task == "--import") {
+        return importUntilKilled(*opened, arguments.at(3), arguments.at(4).toULongLong());
+    }
+    if (task == "--delete") {
+        return deleteUntilKilled(*opened, arguments.at(3).split(QLatin1Char(',')));
     }
     return recordUntilKilled(
         *opened, arguments.at(3).toStdString(), arguments.at(4).toLongLong(), arguments.at(5).toLongLong());

@@ -27,6 +27,8 @@ public:
     // The place as text, from which a child process makes the same (see childMain).
     virtual QString place() const = 0;
     virtual void usePlace(const QString& place) = 0;
+    // Behind the store's back: whether the place still has any event of a record.
+    virtual bool holdsAnythingOf(const std::string& uuid) = 0;
 };
 
 // What a test program does when it was started as a child: it records, or holds a record, until it is killed or its

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "csv/filebackend.h"
 #include "csv/filerecord.h"
+#include "csvfilesundertest.h"
 #include "fulldisk.h"
 #include "store/chunkedreader.h"
-#include "store/csvfile/csvfilestore.h"
 #include "store/csvfile/recordfile.h"
-#include "storesuite.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -20,29 +19,6 @@ using namespace recorder;
 using namespace recorder::testing;
 
 namespace {
-
-class CsvFilesUnderTest : public StoreUnderTest
-{
-public:
-    void makeEmpty() override
-    {
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_place = m_directory->path();
-    }
-    std::unique_ptr<Store> open(StoreResult& result, Store::MessageHandler onMessage = nullptr) override
-    {
-        CsvFileOptions options;
-        options.directory = m_place.toStdString();
-        options.onMessage = std::move(onMessage);
-        return openCsvFileStore(options, result);
-    }
-    QString place() const override { return m_place; }
-    void usePlace(const QString& place) override { m_place = place; }
-
-private:
-    std::unique_ptr<QTemporaryDir> m_directory;
-    QString m_place;
-};
 
 Event numbered(int i)
 {

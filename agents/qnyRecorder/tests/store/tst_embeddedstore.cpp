@@ -1,62 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../smalldisk.h"
+#include "embeddedundertest.h"
 #include "fulldisk.h"
-#include "store/embedded/embeddedstore.h"
-#include "storesuite.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThread>
 
-#include <sqlite3.h>
-
 using namespace recorder;
 using namespace recorder::testing;
-
-namespace {
-
-class EmbeddedUnderTest : public StoreUnderTest
-{
-public:
-    void makeEmpty() override
-    {
-        m_directory = std::make_unique<QTemporaryDir>();
-        m_place = m_directory->path();
-    }
-    std::unique_ptr<Store> open(StoreResult& result, Store::MessageHandler onMessage = nullptr) override
-    {
-        EmbeddedOptions options;
-        options.directory = m_place.toStdString();
-        options.onMessage = std::move(onMessage);
-        return openEmbeddedStore(options, result);
-    }
-    QString place() const override { return m_place; }
-    void usePlace(const QString& place) override { m_place = place; }
-
-private:
-    std::unique_ptr<QTemporaryDir> m_directory;
-    QString m_place;
-};
-
-// Works on the file behind the store's back.
-bool runSql(const QString& directory, const QByteArray& sql, std::int64_t* number = nullptr)
-{
-    sqlite3* database = nullptr;
-    bool good = sqlite3_open((directory + "/records.db").toUtf8().constData(), &database) == SQLITE_OK;
-    sqlite3_busy_timeout(database, 5'000);
-    if (good && number) {
-        sqlite3_stmt* statement = nullptr;
-        good = sqlite3_prepare_v2(database, sql.constData(), -1, &statement, nullptr) == SQLITE_OK
-            && sqlite3_step(statement) == SQLITE_ROW;
-        *number = sqlite3_column_int64(statement, 0);
-        sqlite3_finalize(statement);
-    } else if (good) {
-        good = sqlite3_exec(database, sql.constData(), nullptr, nullptr, nullptr) == SQLITE_OK;
-    }
-    sqlite3_close(database);
-    return good;
-}
-
-} // namespace
 
 // Runs the suite over the embedded store, and what only this store has.
 class TestEmbeddedStore : public StoreSuite
@@ -76,6 +28,7 @@ private slots:
     void aPlaceThatCannotBeWrittenIsSaidSo();
     void aFullStoreEndsTheRecordingAndLosesNothing();
     void aFullDiskEndsTheRecordingAndLosesNothing();
+    void aDiskThatARecordFilledToTheLastByteCanBeReadAndEmptied();
     void aDeletedRecordGivesItsSpaceBack();
     void aLeaseThatEndedIsSeenWithoutALockToAsk();
     void deadOwnersLeaveNoLockFilesBehind();
@@ -272,6 +225,42 @@ void TestEmbeddedStore::aFullStoreEndsTheRecordingAndLosesNothing()
 void TestEmbeddedStore::aFullDiskEndsTheRecordingAndLosesNothing()
 {
     checkFullDisk([this](const std::string& directory) { return openBounded(0, directory); });
+}
+
+void TestEmbeddedStore::aDiskThatARecordFilledToTheLastByteCanBeReadAndEmptied()
+{
+    const SmallDisk disk(m_under.place().toStdString(), "size=5m");
+    if (!disk.isMounted()) {
+        QSKIP("A full disk needs a small tmpfs, which only root may mount.");
+    }
+    const RecordFacts facts = newFacts("too long");
+    {
+        const auto store = openStore();
+        std::unique_ptr<RecordWriter> writer;
+        RR_DONE(store->create(facts, writer));
+        StoreResult result;
+        (void)recordUntilFull(*writer, result);
+        QVERIFY(result.error == StoreError::Full);
+        RR_DONE(writer->close(0));
+    }
+    for (int time = 0; time < 3; ++time) {
+        // Somebody else takes what is left.
+        QFile ballast(m_under.place() + "/ballast " + QString::number(time));
+        QVERIFY(ballast.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        while (ballast.write(QByteArray(4'096, 'x')) > 0) { }
+        const auto store = openStore();
+        QVERIFY(store);
+        const auto reader = read(*store, facts.uuid);
+        QVERIFY(reader);
+        QCOMPARE(eventsOf(*reader).size(), reader->facts().completeness.stored());
+    }
+    const auto store = openStore();
+    QVERIFY(store);
+    RR_DONE(store->remove(facts.uuid));
+    std::unique_ptr<RecordWriter> writer;
+    QTRY_VERIFY_WITH_TIMEOUT(store->create(newFacts("next"), writer), 20'000);
+    RR_DONE(writer->append(numberedText(1).view()));
+    RR_DONE(writer->close(0));
 }
 
 void TestEmbeddedStore::aDeletedRecordGivesItsSpaceBack()

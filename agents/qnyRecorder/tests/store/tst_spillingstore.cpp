@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "childrecorder.h"
+#include "embeddedundertest.h"
 #include "faultydatabase.h"
 #include "store/chunkedwriter.h"
 #include "store/spill/spillingstore.h"
-#include "storesuite.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -54,6 +54,7 @@ public:
     }
     QString place() const override { return m_place; }
     void usePlace(const QString& place) override { m_place = place; }
+    bool holdsAnythingOf(const std::string& uuid) override { return databaseHolds(m_place, uuid); }
     QString journalDirectory() const { return journals.isEmpty() ? m_place + "/spill" : journals; }
 
     std::shared_ptr<FaultSwitch> faults;

@@ -149,7 +149,7 @@ impl Server {
             ConnectionError::ConnectTimeout => self.connecting_timed_out(),
             ConnectionError::ConnectionSetupRequestError(error) => self.setup(error),
             ConnectionError::IoError(error) if error.kind() == std::io::ErrorKind::ConnectionRefused => {
-                self.unreachable("nobody listens there; is it running?")
+                self.unreachable("nobody listens there; start it, or check the address")
             }
             ConnectionError::IoError(error) if self.tls && error.kind() == std::io::ErrorKind::Other => {
                 self.tls(&whole(error.as_ref()))
