@@ -8,6 +8,15 @@
 
 namespace qny {
 
+// What keeps two peers apart.
+enum class ConnectionEnd
+{
+    None,
+    Gone, // nobody listens there (any more): the process has ended, or never was there
+    Refused, // it lets us not in, or is not who it should be
+    OtherMechanism // one of both is secured and the other is not
+};
+
 class ConnectionMonitor
 {
 public:
@@ -20,15 +29,16 @@ public:
         {
             return kind == ZMQ_EVENT_HANDSHAKE_FAILED_AUTH || kind == ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL;
         }
+        // It is who it should be, and does not know our key.
+        bool isNotLetIn() const { return kind == ZMQ_EVENT_HANDSHAKE_FAILED_AUTH; }
         // One of them is secured and the other is not.
         bool isOtherMechanism() const
         {
-            return kind == ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL
-                && value == ZMQ_PROTOCOL_ERROR_ZMTP_MECHANISM_MISMATCH;
+            return kind == ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL && value == ZMQ_PROTOCOL_ERROR_ZMTP_MECHANISM_MISMATCH;
         }
     };
-    static constexpr int handshakeFailures = ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL | ZMQ_EVENT_HANDSHAKE_FAILED_AUTH
-        | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL;
+    static constexpr int handshakeFailures
+        = ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL | ZMQ_EVENT_HANDSHAKE_FAILED_AUTH | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL;
 
     // The socket outlives it.
     ConnectionMonitor(zmq::context_t& context, zmq::socket_t& of, int events);

@@ -13,9 +13,11 @@ constexpr int handshakeMilliseconds = 2000;
 
 } // namespace
 
-ExplicitPeer::ExplicitPeer(zmq::context_t& context, std::string endpoint, bool ipv6, const Security* security)
+ExplicitPeer::ExplicitPeer(
+    zmq::context_t& context, std::string endpoint, std::string place, bool ipv6, const Security* security)
     : m_context(context)
     , m_endpoint(std::move(endpoint))
+    , m_place(std::move(place))
     , m_ipv6(ipv6)
     , m_security(security)
 {
@@ -64,11 +66,15 @@ void ExplicitPeer::tryNext(int64_t now)
     connect();
 }
 
-bool ExplicitPeer::tend(int64_t now)
+ConnectionEnd ExplicitPeer::tend(int64_t now)
 {
-    bool otherMechanism = false;
+    ConnectionEnd end = ConnectionEnd::None;
     while (const auto event = m_monitor ? m_monitor->next() : std::nullopt) {
-        otherMechanism = otherMechanism || event->isOtherMechanism();
+        if (event->isOtherMechanism()) {
+            end = ConnectionEnd::OtherMechanism;
+        } else if (event->isNotLetIn()) {
+            end = ConnectionEnd::Refused;
+        }
         m_failed = true;
         // The key was the right one, and ours is not let in; or no key can help. Else the next one is tried at once.
         if (!m_security || event->isRefusal()) {
@@ -88,7 +94,7 @@ bool ExplicitPeer::tend(int64_t now)
     } else if (m_failed && now >= m_nextTry) {
         connect();
     }
-    return otherMechanism;
+    return end;
 }
 
 bool ExplicitPeer::probe(const std::string& message)

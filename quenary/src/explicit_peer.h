@@ -20,16 +20,17 @@ class ExplicitPeer
 {
 public:
     // Throws zmq::error_t for an address that cannot be one. Security: null when there is none.
-    ExplicitPeer(zmq::context_t& context, std::string endpoint, bool ipv6, const Security* security);
+    ExplicitPeer(zmq::context_t& context, std::string endpoint, std::string place, bool ipv6, const Security* security);
     ExplicitPeer(const ExplicitPeer&) = delete;
     ExplicitPeer& operator=(const ExplicitPeer&) = delete;
 
-    const std::string& endpoint() const { return m_endpoint; }
+    // "host:port", as it was named.
+    const std::string& place() const { return m_place; }
     // What happens here is dealt with by tend().
     ConnectionMonitor& monitor() { return *m_monitor; }
     bool isTried() const { return m_monitor != nullptr; }
-    // True when it turned out that one of both is secured and the other is not.
-    bool tend(int64_t now);
+    // What turned out to keep both apart, if anything.
+    ConnectionEnd tend(int64_t now);
     // False when there is no connection now.
     bool probe(const std::string& message);
 
@@ -39,6 +40,7 @@ private:
 
     zmq::context_t& m_context;
     const std::string m_endpoint;
+    const std::string m_place;
     const bool m_ipv6;
     const Security* const m_security;
     std::vector<CertificatePtr> m_round; // still to be tried

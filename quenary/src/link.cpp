@@ -254,18 +254,18 @@ bool Link::resendFrom(uint64_t number)
     return true;
 }
 
-Link::End Link::endSeen()
+ConnectionEnd Link::endSeen()
 {
     while (const auto event = m_monitor.next()) {
         if (event->isOtherMechanism()) {
-            return End::OtherMechanism;
+            return ConnectionEnd::OtherMechanism;
         }
         if (event->isRefusal()) {
-            return End::Refused;
+            return ConnectionEnd::Refused;
         }
         m_refusals = event->kind == ZMQ_EVENT_HANDSHAKE_SUCCEEDED ? 0 : m_refusals + 1;
     }
-    return m_refusals >= refusalsOfTheDead ? End::Gone : End::None;
+    return m_refusals >= refusalsOfTheDead ? ConnectionEnd::Gone : ConnectionEnd::None;
 }
 
 } // namespace qny

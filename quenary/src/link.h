@@ -51,6 +51,8 @@ public:
     zmq::socket_t& monitor() { return m_monitor.socket(); }
     uint16_t port() const { return m_port; }
     const std::string& address() const { return m_address; }
+    // "host:port"
+    std::string place() const { return m_address + ":" + std::to_string(m_port); }
 
     // ---- handshake -------------------------------------------------------------------------------------------------
     uint64_t session = 0; // ours, of this link
@@ -89,14 +91,7 @@ public:
     std::string partial; // an item that is not whole yet
 
     // ---- the connections -------------------------------------------------------------------------------------------
-    enum class End
-    {
-        None,
-        Gone, // nobody listens there (any more): the process has ended, or never was there
-        Refused, // it lets us not in, or is not who it should be
-        OtherMechanism // one of both is secured and the other is not
-    };
-    End endSeen();
+    ConnectionEnd endSeen();
     // The connection on which they speak to us, as far as known: its descriptor, and the port at their end.
     int inboundFd = -1;
     uint16_t inboundPort = 0;

@@ -23,6 +23,7 @@ constexpr int64_t probeMilliseconds = 1000;
 constexpr int64_t standstillMilliseconds = 1500;
 constexpr int64_t farewellMilliseconds = 500;
 constexpr int beaconsAtOnce = 256;
+constexpr size_t marksAtOnce = 8192;
 
 std::string inBrackets(const std::string& host)
 {
@@ -75,8 +76,8 @@ qny_result_t Network::open(const Options& options)
         m_security->takeOffice(m_context);
         m_security->secureServer(m_inbox);
     }
-    m_inboxMonitor = std::make_unique<ConnectionMonitor>(m_context, m_inbox,
-        ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL);
+    m_inboxMonitor = std::make_unique<ConnectionMonitor>(
+        m_context, m_inbox, ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL);
     if (const qny_result_t result = bindInbox(options); result != QNY_SUCCESS) {
         return result;
     }
@@ -93,7 +94,8 @@ qny_result_t Network::open(const Options& options)
         const std::string source = sourceFor(ipv6).empty() ? "" : inBrackets(sourceFor(ipv6)) + ":0;";
         const std::string destination = "tcp://" + source + inBrackets(host) + ":" + std::to_string(port);
         try {
-            m_explicit.push_back(std::make_unique<ExplicitPeer>(m_probeContext, destination, ipv6, m_security.get()));
+            m_explicit.push_back(std::make_unique<ExplicitPeer>(
+                m_probeContext, destination, inBrackets(host) + ":" + std::to_string(port), ipv6, m_security.get()));
         } catch (const zmq::error_t& error) {
             return fail(QNY_ERROR_ARGUMENT,
                 "The peer " + host + ":" + std::to_string(port) + " cannot be tried: " + error.what() + ".");
@@ -256,13 +258,13 @@ void Network::wait(int64_t timeout)
         }
         m_woken = false;
     }
-    std::vector<std::pair<Uuid, Link::End>> ended;
+    std::vector<std::pair<Uuid, ConnectionEnd>> ended;
     for (size_t i = 0; i < links.size(); ++i) {
         if (items[firstLink + 2 * i + 1].revents & ZMQ_POLLOUT) {
             links[i]->unblock();
         }
         if (items[firstLink + 2 * i].revents & ZMQ_POLLIN) {
-            if (const Link::End end = links[i]->endSeen(); end != Link::End::None) {
+            if (const ConnectionEnd end = links[i]->endSeen(); end != ConnectionEnd::None) {
                 ended.emplace_back(links[i]->peer()->uuid, end);
             }
         }
@@ -270,8 +272,11 @@ void Network::wait(int64_t timeout)
     // What the dead sent last is read before they are declared so.
     receive();
     for (const auto& [uuid, end] : ended) {
-        tellOfEnd(*m_links.at(uuid), end);
-        drop(uuid, end == Link::End::Gone ? "its process has ended" : "it accepts no connection of this process", true);
+        if (const auto it = m_links.find(uuid); it != m_links.end()) {
+            tellOfEnd(it->second->place(), end);
+        }
+        drop(uuid, end == ConnectionEnd::Gone ? "its process has ended" : "it accepts no connection of this process",
+            true);
     }
     attendDoor();
     if (m_discovery.isOpen()) {
@@ -294,6 +299,10 @@ void Network::tick(int64_t now)
     }
     m_lastTick = now;
     refreshCertificates();
+    if (now >= m_marksRefill) {
+        m_marksRefill = now + 100;
+        m_marksLeft = marksAtOnce;
+    }
     std::vector<Uuid> silent;
     for (const auto& [uuid, link] : m_links) {
         if (now - link->lastHeard > silenceMilliseconds) {
@@ -349,9 +358,7 @@ void Network::sendBeacon(int64_t now)
 void Network::probeExplicitPeers(int64_t now)
 {
     for (const auto& each : m_explicit) {
-        if (each->tend(now)) {
-            tellOfOtherMechanism("the peer at " + each->endpoint());
-        }
+        tellOfEnd(each->place(), each->tend(now));
     }
     if (m_explicit.empty() || now < m_nextProbe) {
         return;

@@ -81,7 +81,7 @@ private:
     void cutUnknownConnections();
     void attendDoor();
     void tellOfOtherMechanism(const std::string& whom);
-    void tellOfEnd(const Link& link, Link::End end);
+    void tellOfEnd(const std::string& place, ConnectionEnd end);
 
     // They have heard our Hello: our stream to them begins.
     void acknowledge(Link& link);
@@ -109,6 +109,9 @@ private:
     int m_beaconsSent = 0;
     int64_t m_nextProbe = 0;
     int64_t m_lastTick = 0;
+    // How many more marks of beacons may be looked at before the next refill: a flood of them must not cost more.
+    size_t m_marksLeft = 0;
+    int64_t m_marksRefill = 0;
     bool m_otherMechanismTold = false;
     std::set<std::string> m_told; // endpoints of which the log has said that nothing comes of them
 };

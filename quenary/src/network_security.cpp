@@ -178,9 +178,10 @@ void Network::receiveBeacon(const wire::Beacon& beacon, const std::string& from)
         hint({ beacon.sender, from, beacon.port, nullptr });
         return;
     }
-    if (m_links.contains(beacon.sender)) {
+    if (m_links.contains(beacon.sender) || m_marksLeft < m_security->known().byKey.size()) {
         return;
     }
+    m_marksLeft -= m_security->known().byKey.size();
     if (CertificatePtr certificate = m_security->sender(beacon, from)) {
         hint({ beacon.sender, from, beacon.port, std::move(certificate) });
         return;
@@ -201,12 +202,11 @@ void Network::tellOfOtherMechanism(const std::string& whom)
                           : whom + " is secured and this process is not: they do not meet");
 }
 
-void Network::tellOfEnd(const Link& link, Link::End end)
+void Network::tellOfEnd(const std::string& place, ConnectionEnd end)
 {
-    const std::string place = link.address() + ":" + std::to_string(link.port());
-    if (end == Link::End::OtherMechanism) {
+    if (end == ConnectionEnd::OtherMechanism) {
         tellOfOtherMechanism("the peer at " + place);
-    } else if (end == Link::End::Refused && m_security && m_told.size() < mostTold && m_told.insert(place).second) {
+    } else if (end == ConnectionEnd::Refused && m_security && m_told.size() < mostTold && m_told.insert(place).second) {
         logWarning("security: the peer at " + place + " does not let this process in: the certificate "
             + m_security->own()->name + " is not among its public ones, or its own is not the one that is known here");
     }
