@@ -93,8 +93,14 @@ struct Options
         "beyond it events are lost, and counted.",
         "size" };
     QCommandLineOption verbose { { "v", "verbose" }, "Log every command and answer." };
-    QCommandLineOption certificate { { "1", "qnyCert" }, "This agent's private certificate.", "file" };
-    QCommandLineOption certificates { { "2", "publicCerts" }, "Public certificates of the agents let in.",
+    QCommandLineOption certificate { { "1", "qnyCert" },
+        "This agent's private certificate (default: $QNY_PRIVATE_CERTIFICATE, else no security).", "file" };
+    QCommandLineOption certificates { { "2", "publicCerts" },
+        "Public certificates of the agents let in (default: $QNY_PUBLIC_CERTIFICATES).", "directory" };
+    QCommandLineOption operators { "operators",
+        "Public certificates of those whose commands are obeyed (default: everybody's who is let in); what they "
+        "command "
+        "is written into the audit log of the data directory.",
         "directory" };
     QCommandLineOption timestamped { { "5", "timestamped_replay" },
         "Replayed publications carry the time at which they were recorded." };
@@ -113,8 +119,8 @@ struct Options
     QList<QCommandLineOption> all() const
     {
         return { name, cassandra, keyspace, username, password, replication, consistency, tls, tlsCa, spillLimit,
-            verbose, certificate, certificates, timestamped, device, port, peers, dataDirectory, replayOverLive, help,
-            version };
+            verbose, certificate, certificates, operators, timestamped, device, port, peers, dataDirectory,
+            replayOverLive, help, version };
     }
 };
 
@@ -252,9 +258,14 @@ CommandLine parseCommandLine(const QStringList& arguments)
         }
     }
 
-    if (parser.isSet(options.certificate) || parser.isSet(options.certificates)) {
-        return refusal(
-            QStringLiteral("--qnyCert and --publicCerts: this build has no network security; start without them"));
+    // What a person asked to be secured must not come out open because a text was empty.
+    for (const auto& [option, path] : { std::pair(&options.certificate, &settings.privateCertificate),
+             std::pair(&options.certificates, &settings.publicCertificates),
+             std::pair(&options.operators, &settings.operatorsDirectory) }) {
+        *path = parser.value(*option);
+        if (parser.isSet(*option) && path->isEmpty()) {
+            return refusal(QStringLiteral("--%1 is empty").arg(option->names().constLast()));
+        }
     }
 
     if (parser.isSet(options.cassandra)) {

@@ -35,6 +35,9 @@ struct Settings
     QString device; ///< empty: the environment's, else the network library's default
     quint16 port = 0; ///< 0: the environment's, else the network library's default
     QString peers;
+    QString privateCertificate; ///< empty: the environment's, else no security; the same for the directory
+    QString publicCertificates;
+    QString operatorsDirectory; ///< certificates of those whose commands are obeyed; empty: everybody's are
     QString dataDirectory; ///< absolute
 };
 

@@ -8,8 +8,9 @@
 
 /// The network that this process is on, or would join. One for the process, on the main thread.
 ///
-/// When it connects, the environment of this process gets QNY_DEVICE, QNY_PORT and QNY_PEERS, so that agents started
-/// from here come to the same network without options.
+/// When it connects, the environment of this process gets QNY_DEVICE, QNY_PORT and QNY_PEERS, and QNY_PRIVATE_CERTIFICATE
+/// and QNY_PUBLIC_CERTIFICATES on a secured network, so that agents started from here come to the same network without
+/// options, secured as this process is.
 class CORVANE_EXPORT NetworkConfiguration : public QObject
 {
     Q_OBJECT

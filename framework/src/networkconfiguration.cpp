@@ -7,6 +7,8 @@
 #include <zqproperty.h>
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
 
 #include <quenary.h>
 
@@ -20,6 +22,22 @@ QString taken(char* text)
     const QString copy = QString::fromUtf8(text);
     qny_free(text);
     return copy;
+}
+
+// To the agents that are started from here.
+void handOn(const char* variable, const QByteArray& value)
+{
+    if (value.isEmpty()) {
+        qunsetenv(variable);
+    } else {
+        qputenv(variable, value);
+    }
+}
+
+// They may be started in another folder.
+QByteArray pathBytes(const QString& path)
+{
+    return path.isEmpty() ? QByteArray() : QFile::encodeName(QFileInfo(path).absoluteFilePath());
 }
 
 } // namespace
@@ -37,6 +55,9 @@ NetworkConfiguration::NetworkConfiguration()
     , _peers(qEnvironmentVariable("QNY_PEERS"))
     , _isConnected(qny_is_started())
     , _agentName(QStringLiteral("Corvane"))
+    , _privateCertificate(qEnvironmentVariable("QNY_PRIVATE_CERTIFICATE"))
+    , _publicCertificates(qEnvironmentVariable("QNY_PUBLIC_CERTIFICATES"))
+    , _isQuenarySecurityActivated(!_privateCertificate.isEmpty() || !_publicCertificates.isEmpty())
 {
     if (_port < 1 || _port > MAXIMUM_PORT) {
         _port = DEFAULT_PORT;
@@ -159,18 +180,15 @@ bool NetworkConfiguration::connectToNetwork()
 
     const QByteArray device = _device.toUtf8();
     const QByteArray peers = _peers.toUtf8();
-    const QByteArray privateCertificate = _privateCertificate.toUtf8();
-    const QByteArray publicCertificates = _publicCertificates.toUtf8();
+    // Before the start: what is switched off here must not come back from the environment. One path alone is handed
+    // over as well: the library refuses it, and says what is missing.
+    handOn("QNY_PRIVATE_CERTIFICATE", pathBytes(_privateCertificate));
+    handOn("QNY_PUBLIC_CERTIFICATES", pathBytes(_publicCertificates));
     qny_options_t options;
     qny_options_init(&options);
     options.device = device.isEmpty() ? nullptr : device.constData();
     options.port = static_cast<uint16_t>(_port);
     options.peers = peers.constData();
-    if (_isQuenarySecurityActivated) {
-        // One path alone is handed over as well: the library refuses it, and says what is missing.
-        options.private_certificate = privateCertificate.constData();
-        options.public_certificates = publicCertificates.constData();
-    }
     qny_result_t result = qny_name_set(_agentName.toUtf8().constData());
     if (result == QNY_SUCCESS) {
         result = qny_start(&options);
@@ -205,11 +223,7 @@ bool NetworkConfiguration::connectToNetwork()
         qputenv("QNY_DEVICE", device);
     }
     qputenv("QNY_PORT", QByteArray::number(_port));
-    if (_peers.isEmpty()) {
-        qunsetenv("QNY_PEERS");
-    } else {
-        qputenv("QNY_PEERS", peers);
-    }
+    handOn("QNY_PEERS", peers);
     ZqProperty::assign(this, _localNetworkName, taken(qny_host_name()), &NetworkConfiguration::localNetworkNameChanged);
     _seterrorText({});
     _setisConnected(true);

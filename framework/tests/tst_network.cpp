@@ -11,11 +11,13 @@
 #include <abstractzqcustomitemlistmodel.h>
 
 #include <QAbstractItemModelTester>
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <quenary.h>
@@ -92,6 +94,7 @@ private Q_SLOTS:
 
     void theHostJoinsUnderItsNameAndHandsItsNetworkOn();
     void aConnectionThatFailsSaysWhy();
+    void aSecuredHostHandsItsSecurityOn();
     void anAgentThatComesAndGoesIsSeenByItsInstance();
     void aCrashedAgentIsSeenToGo();
     void aChangedDefinitionIsSeen();
@@ -138,6 +141,35 @@ void TestNetwork::theHostJoinsUnderItsNameAndHandsItsNetworkOn()
     QCOMPARE(QString::fromUtf8(name), QString("Plant_Host"));
     qny_free(name);
     network()->setagentName("Corvane");
+}
+
+void TestNetwork::aSecuredHostHandsItsSecurityOn()
+{
+    network()->disconnectFromNetwork();
+    const QTemporaryDir directory;
+    QVERIFY(directory.isValid());
+    const QByteArray path = directory.path().toUtf8();
+    QCOMPARE(qny_certificate_make(path.constData(), "host", nullptr, nullptr), QNY_SUCCESS);
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(directory.path()));
+    network()->setprivateCertificate("host.cert_secret");
+    network()->setpublicCertificates(".");
+    QVERIFY(network()->isQuenarySecurityActivated());
+    QVERIFY2(network()->connectToNetwork(), qUtf8Printable(network()->errorText()));
+    QVERIFY(qny_is_secured());
+    // Whole paths: what is started from here may run in another folder
+    QCOMPARE(qgetenv("QNY_PRIVATE_CERTIFICATE"), path + "/host.cert_secret");
+    QCOMPARE(QDir::cleanPath(qEnvironmentVariable("QNY_PUBLIC_CERTIFICATES")), directory.path());
+    network()->disconnectFromNetwork();
+    QVERIFY(QDir::setCurrent(before));
+
+    // Switched off, it stays off
+    network()->setprivateCertificate({});
+    network()->setpublicCertificates({});
+    QVERIFY(network()->connectToNetwork());
+    QVERIFY(!qny_is_secured());
+    QVERIFY(!qEnvironmentVariableIsSet("QNY_PRIVATE_CERTIFICATE"));
+    QVERIFY(!qEnvironmentVariableIsSet("QNY_PUBLIC_CERTIFICATES"));
 }
 
 void TestNetwork::aConnectionThatFailsSaysWhy()

@@ -2,6 +2,7 @@
 #include "network.h"
 
 #include <QDebug>
+#include <QFile>
 
 #include <quenary_families.h>
 
@@ -48,6 +49,19 @@ void append(qny_service_arg_t** list, const Argument& argument)
         qWarning().noquote() << "An argument of an answer could not be sent:" << qny_last_error();
         qny_service_args_add_string(list, "");
     }
+}
+
+/// Inside a callback: who calls.
+Caller callerOf(const char* name, const char* uuid)
+{
+    Caller caller;
+    caller.agentUuid = uuid;
+    caller.agentName = QString::fromUtf8(name);
+    if (const qny_certificate_t* certificate = qny_caller_certificate()) {
+        caller.publicKey = certificate->public_key;
+        caller.certificateName = QString::fromUtf8(certificate->name);
+    }
+    return caller;
 }
 
 void publish(const char* output, double seconds)
@@ -109,15 +123,20 @@ QString Network::start(const Settings& settings)
 
     const QByteArray device = settings.device.toUtf8();
     const QByteArray peers = settings.peers.toUtf8();
+    const QByteArray privateCertificate = QFile::encodeName(settings.privateCertificate);
+    const QByteArray publicCertificates = QFile::encodeName(settings.publicCertificates);
     qny_options_t options;
     qny_options_init(&options);
     options.device = device.isEmpty() ? nullptr : device.constData();
     options.peers = peers.isEmpty() ? nullptr : peers.constData();
     options.port = settings.port;
+    options.private_certificate = privateCertificate.constData();
+    options.public_certificates = publicCertificates.constData();
     const qny_result_t result = qny_start(&options);
     if (result != QNY_SUCCESS) {
         return QStringLiteral("cannot join the network: %1").arg(QString::fromUtf8(qny_last_error()));
     }
+    qInfo() << (qny_is_secured() ? "The network is secured" : "The network is open: whoever reaches it may command");
     return {};
 }
 
@@ -144,8 +163,7 @@ void Network::onServiceCall(const char* senderName, const char* senderUuid, cons
         }
         Call call;
         call.service = declared.service;
-        call.caller.agentUuid = senderUuid;
-        call.caller.agentName = QString::fromUtf8(senderName);
+        call.caller = callerOf(senderName, senderUuid);
         if (token) {
             call.caller.token = QByteArray(token);
         }
@@ -158,10 +176,10 @@ void Network::onServiceCall(const char* senderName, const char* senderUuid, cons
     }
 }
 
-void Network::onStopRequest(const char* byName, const char*, void* self)
+void Network::onStopRequest(const char* byName, const char* byUuid, void* self)
 {
     qInfo().noquote() << "Asked to stop by" << byName;
-    static_cast<Network*>(self)->_onStop();
+    static_cast<Network*>(self)->_onStop(callerOf(byName, byUuid));
 }
 
 void Network::send(const Answer& answer)

@@ -16,7 +16,7 @@ class Network final : public AnswerSink
 public:
     /// Called on the network's callback thread; returns quickly.
     using CallHandler = std::function<void(Call call)>;
-    using StopHandler = std::function<void()>;
+    using StopHandler = std::function<void(const Caller& by)>;
 
     Network(CallHandler onCall, StopHandler onStop);
     ~Network() override;

@@ -10,11 +10,11 @@ namespace {
 
 constexpr std::chrono::milliseconds TICK { 50 };
 
-/// The filters of recorders that share a data directory are kept apart by name.
-QString filtersPath(const Settings& settings)
+/// The files of recorders that share a data directory are kept apart by name.
+QString pathFor(const Settings& settings, const char* pattern)
 {
     const QString folder = QDir(defaultDataDirectory(settings.name)).dirName();
-    return QDir(settings.dataDirectory).filePath(QStringLiteral("record-filters-%1.txt").arg(folder));
+    return QDir(settings.dataDirectory).filePath(QString::fromLatin1(pattern).arg(folder));
 }
 
 bool isBulk(Service service)
@@ -24,11 +24,12 @@ bool isBulk(Service service)
 
 } // namespace
 
-Controller::Controller(const Settings& settings, std::unique_ptr<Store> store, Network::StopHandler onStopRequest)
+Controller::Controller(const Settings& settings, std::unique_ptr<Store> store, std::function<void()> onStopRequest)
     : _settings(settings)
     , _store(std::move(store))
+    , _onStopRequest(std::move(onStopRequest))
     , _commands(TICK, [this] { tick(); })
-    , _network([this](Call call) { take(std::move(call)); }, std::move(onStopRequest))
+    , _network([this](Call call) { take(std::move(call)); }, [this](const Caller& by) { takeStopRequest(by); })
     , _answers(_network)
     , _records({ _network.directory(), _answers, *_store, settings.store != StoreKind::None })
     , _transfers({ _network.directory(), _answers, *_store,
@@ -36,7 +37,7 @@ Controller::Controller(const Settings& settings, std::unique_ptr<Store> store, N
     , _replay({ _network, _answers, *_store, [this](TaskThread::Task task) { _commands.post(std::move(task)); },
           settings.timestampedReplay, settings.replayOverLive, settings.name })
     , _recording({ _network, _answers, *_store, [this](TaskThread::Task task) { _commands.post(std::move(task)); } },
-          filtersPath(settings))
+          pathFor(settings, "record-filters-%1.txt"))
 {
     _network.directory().addListener([this](qny_agent_event_t event, const KnownAgent& agent) {
         _recording.onAgent(event, agent);
@@ -53,8 +54,23 @@ Controller::~Controller()
 
 QString Controller::start()
 {
+    if (!_settings.operatorsDirectory.isEmpty()) {
+        if (_settings.privateCertificate.isEmpty() && qEnvironmentVariableIsEmpty("QNY_PRIVATE_CERTIFICATE")) {
+            return QStringLiteral("--operators needs a secured network, on which a caller proves who it is: give "
+                                  "--qnyCert and --publicCerts, too");
+        }
+        QString problem;
+        _operators = Operators::open(_settings.operatorsDirectory, pathFor(_settings, "audit-%1.log"), problem);
+        if (!_operators) {
+            return problem;
+        }
+    }
     _commands.start();
-    return _network.start(_settings);
+    const QString problem = _network.start(_settings);
+    if (problem.isEmpty() && _operators) {
+        qInfo().noquote() << _operators->describe();
+    }
+    return problem;
 }
 
 void Controller::stop()
@@ -80,6 +96,19 @@ void Controller::take(Call call)
     _commands.post([this, shared] { handle(std::move(*shared)); });
 }
 
+void Controller::takeStopRequest(const Caller& by)
+{
+    if (_operators) {
+        const QString problem = _operators->refusal(by);
+        if (!problem.isEmpty()) {
+            qWarning().noquote() << QStringLiteral("Not stopped for %1: %2").arg(by.agentName, problem);
+            return;
+        }
+        _operators->noteStopRequest(by);
+    }
+    _onStopRequest();
+}
+
 void Controller::handle(Call call)
 {
     const auto waiting = _waiting.find(call.caller.agentUuid);
@@ -89,6 +118,14 @@ void Controller::handle(Call call)
     }
     const DeclaredService& declared = declaredService(call.service);
     qDebug().noquote() << "Called" << declared.name << "by" << call.caller.agentName;
+    if (_operators && !isQuestion(call.service)) {
+        const QString denied = _operators->refusal(call.caller);
+        if (!denied.isEmpty()) {
+            refuse(call, denied);
+            return;
+        }
+        _operators->noteObeyed(call);
+    }
     const QString problem = checkArguments(declared, call.arguments);
     if (!problem.isEmpty() && !declared.arguments.empty()) {
         refuse(call, problem);
@@ -187,7 +224,8 @@ void Controller::onBulkDone(const QByteArray& agentUuid)
     }
 }
 
-/// A call whose arguments cannot be read: logged, and answered so that nobody waits for ever.
+/// A call whose arguments cannot be read, or of somebody who is no operator: logged, and answered so that nobody waits
+/// for ever. What goes on goes on: the next progress value says so.
 void Controller::refuse(const Call& call, const QString& problem)
 {
     const DeclaredService& declared = declaredService(call.service);
@@ -209,7 +247,7 @@ void Controller::refuse(const Call& call, const QString& problem)
         break;
     case Service::Load:
     case Service::LoadFile:
-        _answers.loadingFailed(call.caller, firstText(), QStringLiteral("The request cannot be read: ") + problem);
+        _answers.loadingFailed(call.caller, firstText(), QStringLiteral("The request was refused: ") + problem);
         break;
     case Service::MoveTo:
         _answers.movedTo(call.caller, _replay.context().positionSeconds);
@@ -227,17 +265,23 @@ void Controller::refuse(const Call& call, const QString& problem)
         _transfers.refuseImport(call.caller, firstText());
         break;
     case Service::StopRecording:
+        _answers.recordingStopped(call.caller);
+        break;
+    case Service::Unload:
+        _answers.unloaded(call.caller);
+        break;
+    case Service::Play:
+    case Service::Pause:
+        _answers.paused(call.caller);
+        break;
     case Service::PauseRecord:
     case Service::ResumeRecord:
     case Service::GetContext:
     case Service::GetRecordFilters:
-    case Service::Unload:
-    case Service::Play:
-    case Service::Pause:
     case Service::Rename:
     case Service::Delete:
     case Service::Speed:
-        break; // take no arguments, or are not answered
+        break; // are not answered, or never refused
     }
 }
 

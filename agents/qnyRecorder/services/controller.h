@@ -6,6 +6,7 @@
 #include "../recording/recordingdesk.h"
 #include "../replay/replaydesk.h"
 #include "../store/store.h"
+#include "operators.h"
 #include "recordsdesk.h"
 #include "taskthread.h"
 #include "transferdesk.h"
@@ -23,7 +24,7 @@ namespace recorder {
 class Controller
 {
 public:
-    Controller(const Settings& settings, std::unique_ptr<Store> store, Network::StopHandler onStopRequest);
+    Controller(const Settings& settings, std::unique_ptr<Store> store, std::function<void()> onStopRequest);
     ~Controller();
 
     /// Joins the network. Returns what went wrong, or nothing.
@@ -33,6 +34,7 @@ public:
 
 private:
     void take(Call call); // network's thread
+    void takeStopRequest(const Caller& by); // network's thread
     void handle(Call call);
     void execute(const Call& call);
     void executeBulk(const Call& call);
@@ -44,6 +46,8 @@ private:
 
     const Settings _settings;
     std::unique_ptr<Store> _store;
+    const std::function<void()> _onStopRequest;
+    std::unique_ptr<Operators> _operators; // null: everybody is obeyed; set before the network is joined
     TaskThread _commands;
     Network _network;
     Answers _answers;

@@ -160,8 +160,9 @@ private slots:
         QTest::newRow("port 0") << QStringList { "--port", "0" } << "--port";
         QTest::newRow("port text") << QStringList { "--port", "+5" } << "--port";
         QTest::newRow("empty directory") << QStringList { "--data-directory", "" } << "--data-directory";
-        QTest::newRow("certificate") << QStringList { "--qnyCert", "/a" } << "security";
-        QTest::newRow("certificates") << QStringList { "-2", "/a" } << "security";
+        QTest::newRow("empty certificate") << QStringList { "--qnyCert", "" } << "--qnyCert";
+        QTest::newRow("empty certificates") << QStringList { "-2", "" } << "--publicCerts";
+        QTest::newRow("empty operators") << QStringList { "--operators", "" } << "--operators";
     }
     void aBadCommandLineIsRefusedInOneLineThatNamesTheCulprit()
     {
@@ -180,7 +181,7 @@ private slots:
         QVERIFY(help.text.startsWith("Usage: qnyRecorder [options]\n"));
         for (const char* option : { "--device", "--port", "--peers", "--data-directory", "--version",
                  "--replay_over_live", "--cassandra_password", "--timestamped_replay", "--replication", "--consistency",
-                 "--tls", "--tls-ca", "--spill-limit" }) {
+                 "--tls", "--tls-ca", "--spill-limit", "--qnyCert", "--publicCerts", "--operators" }) {
             QVERIFY2(help.text.contains(QLatin1String(option)), option);
         }
         const CommandLine version = parseCommandLine({ "qnyRecorder", "--version" });

@@ -133,11 +133,21 @@ private slots:
         QTest::newRow("unknown option") << QStringList { "--nonsense" } << 2 << "nonsense";
 #ifdef RR_HAS_CASSANDRA
         QTest::newRow("authorities") << QStringList { "-c", "127.0.0.1:1", "--tls-ca", "/missing.pem",
-            "--data-directory", _directory.path() } << 1 << "/missing.pem";
+            "--data-directory", _directory.path() }
+                                     << 1 << "/missing.pem";
 #else
         QTest::newRow("Cassandra") << QStringList { "-c", "db:9042" } << 2 << "embedded";
 #endif
-        QTest::newRow("certificates") << QStringList { "--qnyCert", "/a", "--publicCerts", "/b" } << 2 << "security";
+        QTest::newRow("certificates") << QStringList { "--qnyCert", "/missing.cert_secret", "--publicCerts", "/b",
+            "--data-directory", _directory.path() }
+                                      << 1 << "/missing.cert_secret";
+        QTest::newRow("one certificate") << QStringList { "--qnyCert", "/a", "--data-directory", _directory.path() }
+                                         << 1 << "public certificates is not";
+        QTest::newRow("operators that are nowhere") << QStringList { "--operators", "/missing", "--qnyCert", "/a",
+            "--data-directory", _directory.path() } << 1 << "/missing";
+        QTest::newRow("operators without security")
+            << QStringList { "--operators", _directory.path(), "--data-directory", _directory.path(), "--port", port }
+            << 1 << "secured network";
         QTest::newRow("data directory") << QStringList { "--data-directory", "/dev/null/records" } << 1
                                         << "/dev/null/records";
         QTest::newRow("unknown device") << QStringList { "--device", "nodevice7", "--port", port, "--data-directory",

@@ -19,6 +19,8 @@ const std::vector<ProgramInfo::Option>& commonOptions()
         { "device", "DEVICE", "network device, by name or address (else QNY_DEVICE, else lo)", "" },
         { "port", "PORT", "UDP port of discovery (else QNY_PORT, else 5670)", "" },
         { "peers", "LIST", "peers to try besides discovery, host:port,host:port (else QNY_PEERS)", "" },
+        { "qnyCert", "FILE", "this agent's private certificate (else QNY_PRIVATE_CERTIFICATE, else no security)", "" },
+        { "publicCerts", "DIRECTORY", "public certificates of the agents let in (else QNY_PUBLIC_CERTIFICATES)", "" },
         { "seed", "NUMBER", "seed of everything that is drawn at random", "1" },
         { "journal", "FILE", "append every value published to this file", "" },
     };
@@ -133,6 +135,14 @@ std::variant<Options, ParseEnd> parseOptions(const ProgramInfo& info, const std:
     options.device = given["device"];
     options.peers = given["peers"];
     options.journal = given["journal"];
+    // What was asked to be secured must not come out open because a text was empty.
+    for (const auto& [name, path] :
+        { std::pair("qnyCert", &options.privateCertificate), std::pair("publicCerts", &options.publicCertificates) }) {
+        if (given.contains(name) && given[name].empty()) {
+            return wrong(std::string("option \"--") + name + "\" is empty");
+        }
+        *path = given[name];
+    }
     if (given.contains("port")) {
         const auto port = parseNumber<std::uint16_t>(given["port"]);
         if (!port || *port == 0) {

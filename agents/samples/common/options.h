@@ -30,9 +30,11 @@ struct ProgramInfo
 struct Options
 {
     std::string name; // valid as an agent's name
-    std::string device; // empty: left to the library (QNY_DEVICE, then its default); so are the next two
+    std::string device; // empty: left to the library (QNY_DEVICE, then its default); so are the next four
     std::uint16_t port = 0;
     std::string peers;
+    std::string privateCertificate;
+    std::string publicCertificates;
     std::uint64_t seed = 1;
     std::string journal; // file path; empty: no journal
     std::map<std::string, std::string> own; // every own option, given or by default

@@ -95,6 +95,8 @@ int runSample(const ProgramInfo& info, const char* family, const AgentFactory& c
         network.device = options.device.empty() ? nullptr : options.device.c_str();
         network.port = options.port;
         network.peers = options.peers.empty() ? nullptr : options.peers.c_str();
+        network.private_certificate = options.privateCertificate.c_str();
+        network.public_certificates = options.publicCertificates.c_str();
         if (qny_start(&network) != QNY_SUCCESS) {
             return fail(std::string("cannot join the network: ") + qny_last_error());
         }

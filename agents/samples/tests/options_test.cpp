@@ -54,12 +54,15 @@ TEST(Options, WithoutAnyAreTheDefaults)
 TEST(Options, AreTakenInBothForms)
 {
     const Options options = parsed({ "--name", "Pümpe 1", "--device=lo", "--port", "23456", "--peers=127.0.0.1:4000",
-        "--seed", "18446744073709551615", "--journal=/some/file;x" });
+        "--seed", "18446744073709551615", "--journal=/some/file;x", "--qnyCert", "/own.cert_secret",
+        "--publicCerts=/known" });
     EXPECT_EQ(options.name, "Pümpe 1");
     EXPECT_EQ(options.device, "lo");
     EXPECT_EQ(options.port, 23456);
     EXPECT_EQ(options.peers, "127.0.0.1:4000");
     EXPECT_EQ(options.seed, 18446744073709551615U);
+    EXPECT_EQ(options.privateCertificate, "/own.cert_secret");
+    EXPECT_EQ(options.publicCertificates, "/known");
     EXPECT_EQ(options.journal, "/some/file;x");
 }
 
@@ -77,6 +80,8 @@ TEST(Options, ThatAreWrongEndTheProgramWithOneLineAndStatus2)
         { { "--port", "70000" }, "\"70000\" is no port" },
         { { "--port", "12x" }, "\"12x\" is no port" },
         { { "--seed", "-3" }, "\"-3\" is no seed" },
+        { { "--qnyCert", "" }, "option \"--qnyCert\" is empty" },
+        { { "--publicCerts=" }, "option \"--publicCerts\" is empty" },
         { { "--journal" }, "option \"--journal\" needs a value" },
         { { "plant" }, "unexpected argument \"plant\"" },
         { { "-n" }, "unexpected argument \"-n\"" },
@@ -99,8 +104,8 @@ TEST(Options, HelpNamesEveryOption)
 {
     const ParseEnd end = refused({ "--port", "1", "--help", "--nonsense" });
     EXPECT_EQ(end.status, 0);
-    for (const char* option :
-        { "--line", "--name", "--device", "--port", "--peers", "--seed", "--journal", "--help", "--version" }) {
+    for (const char* option : { "--line", "--name", "--device", "--port", "--peers", "--qnyCert", "--publicCerts",
+             "--seed", "--journal", "--help", "--version" }) {
         EXPECT_NE(end.text.find(std::string(option) + " "), std::string::npos) << option;
     }
     EXPECT_NE(end.text.find("(default: Thing A)"), std::string::npos) << end.text;

@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "operators.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace recorder {
+
+namespace {
+
+/// A filter or a chunk of rows may be long; who reads the log wants to know which record it was.
+constexpr qsizetype MOST_CHARACTERS = 200;
+
+QString shown(const Argument& argument)
+{
+    if (const auto* b = std::get_if<bool>(&argument)) {
+        return *b ? QStringLiteral("true") : QStringLiteral("false");
+    }
+    if (const auto* i = std::get_if<int32_t>(&argument)) {
+        return QString::number(*i);
+    }
+    if (const auto* d = std::get_if<double>(&argument)) {
+        return QString::number(*d, 'g', QLocale::FloatingPointShortest);
+    }
+    const auto* bytes = std::get_if<QByteArray>(&argument);
+    const QString text = bytes ? QString::fromUtf8(*bytes) : QString();
+    return text.size() > MOST_CHARACTERS ? text.left(MOST_CHARACTERS) + QStringLiteral("…") : text;
+}
+
+constexpr qsizetype MOST_TRANSFERS = 10'000;
+
+} // namespace
+
+bool isQuestion(Service service)
+{
+    return service == Service::GetRecords || service == Service::GetContext || service == Service::GetRecordFilters;
+}
+
+std::unique_ptr<Operators> Operators::open(const QString& directory, const QString& auditPath, QString& problem)
+{
+    qny_certificates_t* certificates = qny_certificates_open(QFile::encodeName(directory).constData());
+    if (!certificates) {
+        problem = QStringLiteral("--operators: ") + QString::fromUtf8(qny_last_error());
+        return nullptr;
+    }
+    std::unique_ptr<Operators> made(new Operators(certificates, directory, auditPath));
+    QFile file(auditPath);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+        problem = QStringLiteral("the audit log %1 cannot be written: %2").arg(auditPath, file.errorString());
+        return nullptr;
+    }
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    return made;
+}
+
+Operators::Operators(qny_certificates_t* certificates, const QString& directory, const QString& auditPath)
+    : _certificates(certificates)
+    , _directory(directory)
+    , _auditPath(auditPath)
+{
+}
+
+Operators::~Operators()
+{
+    qny_certificates_close(_certificates);
+}
+
+QString Operators::describe() const
+{
+    return QStringLiteral("Commands are obeyed from %1 operators, those in %2; who was obeyed stands in %3")
+        .arg(qny_certificates_count(_certificates))
+        .arg(_directory, _auditPath);
+}
+
+QString Operators::refusal(const Caller& caller) const
+{
+    if (qny_certificates_hold(_certificates, caller.publicKey.constData())) {
+        return {};
+    }
+    return QStringLiteral("the certificate %1 is none of the operators' in %2").arg(caller.certificateName, _directory);
+}
+
+bool Operators::goesOn(const Call& call)
+{
+    if (call.service != Service::Export && call.service != Service::Append) {
+        return false;
+    }
+    const QByteArray transfer = QByteArray(declaredService(call.service).name) + call.caller.agentUuid
+        + (call.arguments.empty() ? QByteArray() : shown(call.arguments.front()).toUtf8());
+    if (_transfers.contains(transfer)) {
+        return true;
+    }
+    if (_transfers.size() >= MOST_TRANSFERS) {
+        _transfers.clear();
+    }
+    _transfers.insert(transfer);
+    return false;
+}
+
+void Operators::noteObeyed(const Call& call)
+{
+    if (isQuestion(call.service) || goesOn(call)) {
+        return;
+    }
+    QStringList arguments;
+    // Not the rows.
+    const bool hasRows = call.service == Service::Import || call.service == Service::Append;
+    const size_t most = call.arguments.size() - (hasRows && !call.arguments.empty() ? 1 : 0);
+    for (size_t i = 0; i < most; ++i) {
+        arguments.append(shown(call.arguments[i]));
+    }
+    write(call.caller, declaredService(call.service).name, arguments);
+}
+
+void Operators::noteStopRequest(const Caller& caller) const
+{
+    write(caller, "stop the recorder", {});
+}
+
+void Operators::write(const Caller& caller, const char* command, const QStringList& arguments) const
+{
+    const QJsonObject entry { { QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs) },
+        { QStringLiteral("command"), QLatin1String(command) },
+        { QStringLiteral("arguments"), QJsonArray::fromStringList(arguments) },
+        { QStringLiteral("certificate"), caller.certificateName },
+        { QStringLiteral("key"), QString::fromLatin1(caller.publicKey) },
+        { QStringLiteral("agent"), caller.agentName } };
+    const QByteArray line = QJsonDocument(entry).toJson(QJsonDocument::Compact) + '\n';
+    // Opened for each line, so that whoever keeps the logs may move it away.
+    QFile file(_auditPath);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)
+        || file.write(line) != line.size()) {
+        qCritical().noquote() << "The audit log" << _auditPath << "cannot be written:" << file.errorString()
+                              << "; it should say:" << line.trimmed();
+    }
+}
+
+} // namespace recorder

@@ -1,0 +1,305 @@
+// SPDX-License-Identifier: Apache-2.0
+// The whole program on a secured network: who reaches it, whom it obeys, and what it writes down of that.
+#include "scriptedhost.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+using namespace recorder;
+using namespace recorder::testing;
+
+class RecorderAgentSecurityTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QTemporaryDir> _directory;
+    std::unique_ptr<RecorderProcess> _recorder;
+    std::unique_ptr<ScriptedHost> _host;
+
+    QString path(const QString& name) const { return _directory->filePath(name); }
+
+    void make(const char* name)
+    {
+        QVERIFY2(qny_certificate_make(path("own").toUtf8().constData(), name, nullptr, nullptr) == QNY_SUCCESS,
+            qny_last_error());
+        allow(name, "known");
+    }
+    void allow(const QString& name, const QString& directory)
+    {
+        QVERIFY(QFile::copy(path("own/" + name + ".cert"), path(directory + "/." + name)));
+        QVERIFY(QFile::rename(path(directory + "/." + name), path(directory + "/" + name + ".cert")));
+    }
+
+    /// This process comes back to the network with another certificate; with none when the name is empty.
+    void join(const QString& certificate)
+    {
+        qny_stop();
+        const QByteArray own
+            = certificate.isEmpty() ? QByteArray() : path("own/" + certificate + ".cert_secret").toUtf8();
+        const QByteArray known = certificate.isEmpty() ? QByteArray() : path("known").toUtf8();
+        qny_options_t options;
+        qny_options_init(&options);
+        options.device = "lo";
+        options.port = TestNetwork::port();
+        options.private_certificate = own.constData();
+        options.public_certificates = known.constData();
+        qny_name_set("Test host");
+        QVERIFY2(qny_start(&options) == QNY_SUCCESS, qny_last_error());
+        QCOMPARE(qny_is_secured(), !certificate.isEmpty());
+        if (_recorder && !certificate.isEmpty()) {
+            QVERIFY(waitUntil([&] { return qny_agent_is_present(_recorder->name().toUtf8().constData()); }));
+        }
+    }
+
+    bool start(const QStringList& options)
+    {
+        _recorder = std::make_unique<RecorderProcess>("Tape");
+        return _recorder->start(
+            options + QStringList { "-c", "embedded:9042", "--data-directory", path("store"), "-v" });
+    }
+    QStringList secured() const
+    {
+        return { "--qnyCert", path("own/recorder.cert_secret"), "--publicCerts", path("known") };
+    }
+
+    bool call(const char* service, const std::vector<Argument>& arguments = {})
+    {
+        return _host->call(_recorder->name(), service, arguments);
+    }
+
+    QList<QJsonObject> audit() const
+    {
+        QFile file(path("store/audit-Tape.log"));
+        QList<QJsonObject> entries;
+        if (file.open(QIODevice::ReadOnly)) {
+            for (const QByteArray& line : file.readAll().trimmed().split('\n')) {
+                entries.append(QJsonDocument::fromJson(line).object());
+            }
+        }
+        return entries;
+    }
+    QStringList auditedCommands() const
+    {
+        QStringList commands;
+        for (const QJsonObject& entry : audit()) {
+            commands.append(entry["certificate"].toString() + ' ' + entry["command"].toString());
+        }
+        return commands;
+    }
+    bool logs(const QString& text)
+    {
+        return waitUntil([&] { return _recorder->log().contains(text); });
+    }
+
+private slots:
+    void init()
+    {
+        _directory = std::make_unique<QTemporaryDir>();
+        QVERIFY(_directory->isValid());
+        for (const char* each : { "own", "known", "operators", "store" }) {
+            QVERIFY(QDir(_directory->path()).mkdir(each));
+        }
+        for (const char* each : { "recorder", "operator", "visitor" }) {
+            make(each);
+        }
+        allow("operator", "operators");
+        _host = std::make_unique<ScriptedHost>(qny_default_agent());
+    }
+
+    void cleanup()
+    {
+        if (_recorder && QTest::currentTestFailed()) {
+            qInfo().noquote() << _recorder->log();
+        }
+        if (_recorder && _recorder->isRunning()) {
+            _recorder->terminate();
+        }
+        _recorder.reset();
+        _host.reset();
+        qny_stop();
+    }
+
+    void aSecuredRecorderIsReachedByThoseItKnowsAlone()
+    {
+        join("operator");
+        QVERIFY(start(secured()));
+        call("get_context");
+        QVERIFY(_host->reply("context"));
+        QVERIFY(logs("The network is secured"));
+
+        join("");
+        QVERIFY(logs("is not secured and this process is: they do not meet"));
+        QVERIFY(!call("get_context"));
+
+        // A certificate that is taken away, and one that comes back.
+        join("visitor");
+        QVERIFY(QFile::remove(path("known/visitor.cert")));
+        QVERIFY(waitUntil([&] { return !qny_agent_is_present("Tape"); }, 2000));
+        allow("visitor", "known");
+        QVERIFY(waitUntil([&] { return qny_agent_is_present("Tape"); }));
+    }
+
+    void aRecorderThatASecuredProcessStartsIsSecured()
+    {
+        join("operator");
+        qputenv("QNY_PRIVATE_CERTIFICATE", path("own/operator.cert_secret").toUtf8());
+        qputenv("QNY_PUBLIC_CERTIFICATES", path("known").toUtf8());
+        const bool started = start({});
+        qunsetenv("QNY_PRIVATE_CERTIFICATE");
+        qunsetenv("QNY_PUBLIC_CERTIFICATES");
+        QVERIFY(started);
+        QVERIFY(logs("The network is secured"));
+    }
+
+    void onlyOperatorsAreObeyedAndEverybodyIsAnswered()
+    {
+        join("operator");
+        QVERIFY(start(secured() + QStringList { "--operators", path("operators") }));
+        QVERIFY(call("set_record_filters", { QByteArray("-nobody") }));
+        QVERIFY(_host->reply("record_filters"));
+        QVERIFY(call("record", { QByteArray("take"), QByteArray(""), QByteArray("") }));
+        const auto recording = _host->reply("record_uuid");
+        QVERIFY(recording);
+        const QByteArray uuid = recording->text(0).toUtf8();
+        _host->takeAll();
+
+        join("visitor");
+        // What only asks is answered as ever.
+        call("get_context");
+        const auto context = _host->reply("context");
+        QVERIFY(context);
+        QCOMPARE(context->arguments.size(), 9U);
+        call("get_records", { QByteArray("") });
+        QVERIFY(_host->reply("records"));
+        call("get_record_filters");
+        QCOMPARE(_host->reply("record_filters")->text(1), QString("-nobody"));
+
+        const QByteArray rows("\"\";0;record;version;;1\n");
+        const struct
+        {
+            const char* service;
+            std::vector<Argument> arguments;
+            const char* answer; ///< null: this service is never answered
+        } table[] {
+            { "record", { QByteArray("x"), QByteArray(""), QByteArray("") }, "recording_stopped" },
+            { "stop_recording", {}, "recording_stopped" },
+            { "pause_record", {}, nullptr },
+            { "resume_record", {}, nullptr },
+            { "set_record_filters", { QByteArray("Plant") }, "record_filters" },
+            { "load", { uuid, 0.0, 1.0 }, "loading_failed" },
+            { "load_file", { QByteArray("/x.csv"), 0.0, 1.0 }, "loading_failed" },
+            { "unload", {}, "unloaded" },
+            { "rename", { uuid, QByteArray("stolen") }, nullptr },
+            { "delete", { uuid }, nullptr },
+            { "play", {}, "paused" },
+            { "pause", {}, "paused" },
+            { "move_to", { 1.0 }, "moved_to" },
+            { "filter_replaying_agents", { QByteArray("[]") }, "filter_applied" },
+            { "speed", { 2.0 }, nullptr },
+            { "export", { uuid, 0, QByteArray(""), -1, true, false }, "receive_export" },
+            { "import", { QByteArray("x"), true, QByteArray(""), rows }, "record_uuid" },
+            { "append", { uuid, rows }, "record_uuid" },
+        };
+        for (const auto& row : table) {
+            QVERIFY2(call(row.service, row.arguments), row.service);
+            if (row.answer) {
+                const auto answer = _host->reply(row.answer);
+                QVERIFY2(answer, row.service);
+                if (qstrcmp(row.answer, "loading_failed") == 0) {
+                    QVERIFY2(answer->text(1).contains("operators"), qPrintable(answer->text(1)));
+                } else if (qstrcmp(row.answer, "receive_export") == 0) {
+                    QCOMPARE(answer->text(0), QString());
+                    QCOMPARE(answer->text(3), QString());
+                }
+            }
+            QVERIFY2(logs(QStringLiteral("Call of '%1' by Test host refused: the certificate visitor is none of the "
+                                         "operators'")
+                             .arg(QLatin1String(row.service))),
+                row.service);
+        }
+        // Nothing came of it.
+        _host->takeAll();
+        call("get_context");
+        QCOMPARE(_host->reply("context")->text(8), QString::fromUtf8(uuid));
+        call("get_record_filters");
+        QCOMPARE(_host->reply("record_filters")->text(1), QString("-nobody"));
+        QVERIFY(qny_request_stop(_recorderUuid().constData()) == QNY_SUCCESS);
+        QVERIFY(logs("Not stopped for Test host: the certificate visitor is none of the operators'"));
+
+        join("operator");
+        QVERIFY(call("stop_recording"));
+        QVERIFY(_host->reply("recording_stopped"));
+        call("export", { uuid, 0, QByteArray(""), -1, true, false });
+        const auto exported = _host->reply("receive_export");
+        QVERIFY(exported);
+        QVERIFY(exported->text(3).contains("take"));
+        QVERIFY(call("delete", { uuid }));
+        QVERIFY(waitUntil([&] { return auditedCommands().contains("operator delete"); }));
+        QVERIFY(qny_request_stop(_recorderUuid().constData()) == QNY_SUCCESS);
+        QCOMPARE(_recorder->waitForEnd(), 0);
+
+        // The operator's commands stand there, and nobody else's.
+        QCOMPARE(auditedCommands(),
+            QStringList({ "operator set_record_filters", "operator record", "operator stop_recording",
+                "operator export", "operator delete", "operator stop the recorder" }));
+        const QJsonObject started = audit().at(1);
+        QCOMPARE(started["arguments"].toArray().first().toString(), QString("take"));
+        QCOMPARE(started["agent"].toString(), QString("Test host"));
+        QCOMPARE(started["key"].toString().size(), 40);
+        QVERIFY(QDateTime::fromString(started["time"].toString(), Qt::ISODateWithMs).isValid());
+        QCOMPARE(audit().at(4)["arguments"].toArray().first().toString(), QString::fromUtf8(uuid));
+        QCOMPARE(QFile::permissions(path("store/audit-Tape.log")) & (QFile::ReadGroup | QFile::ReadOther),
+            QFile::Permissions());
+    }
+
+    void whoIsAnOperatorMayChangeWhileTheRecorderRuns()
+    {
+        join("visitor");
+        QVERIFY(start(secured() + QStringList { "--operators", path("operators") }));
+        int number = 0;
+        const auto isObeyed = [&] {
+            const QString wanted = QStringLiteral("-filter%1").arg(++number);
+            call("set_record_filters", { wanted.toUtf8() });
+            const auto reply = _host->reply("record_filters");
+            return reply && reply->text(1) == wanted;
+        };
+        QVERIFY(!isObeyed());
+        allow("visitor", "operators");
+        QVERIFY(waitUntil(isObeyed, 2000));
+        QVERIFY(QFile::remove(path("operators/visitor.cert")));
+        QVERIFY(waitUntil([&] { return !isObeyed(); }, 2000));
+    }
+
+private:
+    QByteArray _recorderUuid()
+    {
+        struct Seen
+        {
+            std::mutex mutex;
+            QByteArray uuid;
+        } seen;
+        const auto look = [](qny_agent_event_t, const qny_agent_info_t* agent, void* data) {
+            auto* into = static_cast<Seen*>(data);
+            const std::lock_guard lock(into->mutex);
+            into->uuid = agent->uuid;
+        };
+        qny_observe_agents(look, &seen);
+        waitUntil([&] {
+            const std::lock_guard lock(seen.mutex);
+            return !seen.uuid.isEmpty();
+        });
+        qny_unobserve_agents(look, &seen);
+        return seen.uuid;
+    }
+};
+
+QTEST_GUILESS_MAIN(RecorderAgentSecurityTest)
+#include "tst_recorder_agent_security.moc"
