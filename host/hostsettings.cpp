@@ -8,6 +8,8 @@ namespace {
 constexpr char deviceKey[] = "network/device";
 constexpr char portKey[] = "network/port";
 constexpr char peersKey[] = "network/peers";
+constexpr char privateCertificateKey[] = "network/privateCertificate";
+constexpr char publicCertificatesKey[] = "network/publicCertificates";
 constexpr char recentDocumentsKey[] = "documents/recent";
 
 } // namespace
@@ -31,6 +33,10 @@ void HostSettings::restoreNetwork()
     if (_settings.contains(peersKey)) {
         network->setpeers(_settings.value(peersKey).toString());
     }
+    if (_settings.contains(privateCertificateKey)) {
+        network->setprivateCertificate(_settings.value(privateCertificateKey).toString());
+        network->setpublicCertificates(_settings.value(publicCertificatesKey).toString());
+    }
 }
 
 void HostSettings::rememberNetwork()
@@ -39,6 +45,8 @@ void HostSettings::rememberNetwork()
     _settings.setValue(deviceKey, network->device());
     _settings.setValue(portKey, network->port());
     _settings.setValue(peersKey, network->peers());
+    _settings.setValue(privateCertificateKey, network->privateCertificate());
+    _settings.setValue(publicCertificatesKey, network->publicCertificates());
 }
 
 QStringList HostSettings::recentDocuments() const
@@ -69,5 +77,6 @@ void HostSettings::forgetDocuments()
 bool HostSettings::environmentNamesNetwork()
 {
     return !qEnvironmentVariableIsEmpty("QNY_DEVICE") || !qEnvironmentVariableIsEmpty("QNY_PORT")
-        || !qEnvironmentVariableIsEmpty("QNY_PEERS");
+        || !qEnvironmentVariableIsEmpty("QNY_PEERS") || !qEnvironmentVariableIsEmpty("QNY_PRIVATE_CERTIFICATE")
+        || !qEnvironmentVariableIsEmpty("QNY_PUBLIC_CERTIFICATES");
 }

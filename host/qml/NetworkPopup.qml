@@ -14,14 +14,18 @@ HostPopup {
     readonly property bool editable: !NetworkConfiguration.isConnected
     readonly property int typedPort: /^[0-9]{1,5}$/.test(portField.text) ? parseInt(portField.text) : 0
     readonly property bool isPortGood: typedPort >= 1 && typedPort <= 65535
+    readonly property bool isSecurityWhole: (privateField.text.trim() === "") === (publicField.text.trim() === "")
+    readonly property bool isGood: isPortGood && isSecurityWhole
 
     function connectAsTyped(): void {
-        if (!root.editable || !root.isPortGood) {
+        if (!root.editable || !root.isGood) {
             return;
         }
         NetworkConfiguration.device = deviceField.text.trim();
         NetworkConfiguration.port = root.typedPort;
         NetworkConfiguration.peers = peersField.text.trim();
+        NetworkConfiguration.privateCertificate = privateField.text.trim();
+        NetworkConfiguration.publicCertificates = publicField.text.trim();
         if (NetworkConfiguration.connectToNetwork()) {
             root.close();
         }
@@ -32,6 +36,8 @@ HostPopup {
         NetworkConfiguration.refreshAvailableDevices();
         portField.text = NetworkConfiguration.port;
         peersField.text = NetworkConfiguration.peers;
+        privateField.text = NetworkConfiguration.privateCertificate;
+        publicField.text = NetworkConfiguration.publicCertificates;
         deviceField.text = NetworkConfiguration.device;
         if (root.editable) {
             deviceField.forceActiveFocus();
@@ -109,6 +115,40 @@ HostPopup {
                 placeholderText: qsTr("host:port,host:port")
                 Accessible.name: qsTr("Peers to try besides discovery")
             }
+            FieldLabel {
+                text: qsTr("Private certificate")
+            }
+            HostField {
+                id: privateField
+                Layout.fillWidth: true
+                objectName: "privateCertificateField"
+                enabled: root.editable
+                onAccepted: root.connectAsTyped()
+                isWrong: !root.isSecurityWhole && text.trim() === ""
+                placeholderText: qsTr("File; none on an open network")
+                Accessible.name: qsTr("Private certificate of this host")
+            }
+            FieldLabel {
+                text: qsTr("Public certificates")
+            }
+            HostField {
+                id: publicField
+                Layout.fillWidth: true
+                objectName: "publicCertificatesField"
+                enabled: root.editable
+                onAccepted: root.connectAsTyped()
+                isWrong: !root.isSecurityWhole && text.trim() === ""
+                placeholderText: qsTr("Folder of those who are let in")
+                Accessible.name: qsTr("Folder of the public certificates that are let in")
+            }
+        }
+        Text {
+            objectName: "securityState"
+            Layout.fillWidth: true
+            text: privateField.text.trim() !== "" && publicField.text.trim() !== "" ? qsTr("Secured: only those whose certificates are in the folder are met, and what is started from here is secured too.") : qsTr("Open: whoever reaches this network can see and command its agents.")
+            color: Theme.mutedText
+            font.pixelSize: Theme.smallTextSize
+            wrapMode: Text.Wrap
         }
         Text {
             Layout.fillWidth: true
@@ -124,7 +164,7 @@ HostPopup {
             visible: text !== ""
             Accessible.role: Accessible.AlertMessage
             Accessible.name: text
-            text: !root.editable ? "" : !root.isPortGood ? qsTr("The port is a number from 1 to 65535.") : NetworkConfiguration.errorText
+            text: !root.editable ? "" : !root.isPortGood ? qsTr("The port is a number from 1 to 65535.") : !root.isSecurityWhole ? qsTr("Security needs both, the private certificate and the folder of public ones.") : NetworkConfiguration.errorText
             color: Theme.recording
             font.pixelSize: Theme.smallTextSize
             wrapMode: Text.Wrap
@@ -156,7 +196,7 @@ HostPopup {
                 text: qsTr("Connect")
                 iconName: "plug"
                 primary: true
-                available: root.isPortGood
+                available: root.isGood
                 onClicked: root.connectAsTyped()
             }
         }

@@ -5,6 +5,7 @@
 #include "testplugin.h"
 
 #include <library.h>
+#include <networkconfiguration.h>
 #include <pluginmanager.h>
 #include <systemdocument.h>
 #include <systemdocumenthandler.h>
@@ -124,6 +125,7 @@ private Q_SLOTS:
     void aFileThatIsNoDocumentIsSaidAndTheOpenOneStays();
     void theLastDocumentsAreListedTheLatestFirst();
     void aRecentDocumentThatIsGoneIsSaidAndForgotten();
+    void theNetworkIsRememberedWithItsSecurity();
     void theListOfRecentDocumentsIsKeptShortAndCanBeEmptied();
 
 private:
@@ -386,6 +388,27 @@ void tst_host_documents::aRecentDocumentThatIsGoneIsSaidAndForgotten()
     QCOMPARE(_host->documentPath(), pathOf("plant.json"));
     QVERIFY(!_host->recentDocuments().contains(pathOf("gone.json")));
     QVERIFY2(_host->notices().constLast().contains("gone.json"), qPrintable(_host->notices().constLast()));
+}
+
+void tst_host_documents::theNetworkIsRememberedWithItsSecurity()
+{
+    auto* network = NetworkConfiguration::instance();
+    network->setprivateCertificate("/own/host.cert_secret");
+    network->setpublicCertificates("/known");
+    HostSettings().rememberNetwork();
+    network->setprivateCertificate({});
+    network->setpublicCertificates({});
+    HostSettings().restoreNetwork();
+    QCOMPARE(network->privateCertificate(), "/own/host.cert_secret");
+    QCOMPARE(network->publicCertificates(), "/known");
+    QVERIFY(network->isQuenarySecurityActivated());
+    // An open network is remembered as one
+    network->setprivateCertificate({});
+    network->setpublicCertificates({});
+    HostSettings().rememberNetwork();
+    network->setprivateCertificate("/other");
+    HostSettings().restoreNetwork();
+    QVERIFY(!network->isQuenarySecurityActivated());
 }
 
 void tst_host_documents::theListOfRecentDocumentsIsKeptShortAndCanBeEmptied()

@@ -11,8 +11,10 @@
 #include <systemdocumenthandler.h>
 #include <systemview.h>
 #include <systemviewclassinstance.h>
+#include <quenary.h>
 #include <theme.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -70,6 +72,7 @@ private Q_SLOTS:
     void arrowsChooseAnAgentAndDeleteAsksBeforeItGoes();
     void enterOnAnAgentThatCannotBeStartedSaysWhy();
     void theNetworkIsLeftAndJoinedWithTheKeyboard();
+    void theNetworkIsSecuredWithBothPathsOrNotAtAll();
     void theReportNamesWhatIsSeenAndWhere();
     void theReportLeavesOutRowsThatAListKeepsForLater();
     void aReportThatCannotBeWrittenIsSaid();
@@ -368,6 +371,37 @@ void tst_host_window::theNetworkIsLeftAndJoinedWithTheKeyboard()
     key(Qt::Key_Return);
     QTRY_VERIFY(network->isConnected());
     QTRY_VERIFY(!named("deviceField"));
+}
+
+void tst_host_window::theNetworkIsSecuredWithBothPathsOrNotAtAll()
+{
+    QVERIFY(QDir(_folder.path()).mkpath("certificates"));
+    const QString directory = _folder.filePath("certificates");
+    QVERIFY(qny_certificate_make(directory.toUtf8().constData(), "host", nullptr, nullptr) == QNY_SUCCESS);
+    auto* network = NetworkConfiguration::instance();
+    network->disconnectFromNetwork();
+    key(Qt::Key_Comma, Qt::ControlModifier);
+    QTRY_VERIFY(named("privateCertificateField"));
+    QVERIFY(named("securityState")->property("text").toString().startsWith("Open"));
+    named("privateCertificateField")->forceActiveFocus();
+    type((directory + "/host.cert_secret").toUtf8());
+    key(Qt::Key_Return);
+    QVERIFY(!network->isConnected());
+    QTRY_VERIFY(named("networkProblem"));
+    QVERIFY(named("networkProblem")->property("text").toString().startsWith("Security needs both"));
+    named("publicCertificatesField")->forceActiveFocus();
+    type(directory.toUtf8());
+    QVERIFY(named("securityState")->property("text").toString().startsWith("Secured"));
+    key(Qt::Key_Return);
+    QTRY_VERIFY2(network->isConnected(), qUtf8Printable(network->errorText()));
+    QVERIFY(qny_is_secured());
+    QTRY_VERIFY(!named("deviceField"));
+
+    network->disconnectFromNetwork();
+    network->setprivateCertificate({});
+    network->setpublicCertificates({});
+    QVERIFY(network->connectToNetwork());
+    QVERIFY(!qny_is_secured());
 }
 
 void tst_host_window::theReportNamesWhatIsSeenAndWhere()

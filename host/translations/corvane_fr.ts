@@ -402,6 +402,42 @@
         <source>Disconnect to change these.</source>
         <translation>Déconnectez pour les modifier.</translation>
     </message>
+    <message>
+        <source>Private certificate</source>
+        <translation>Certificat privé</translation>
+    </message>
+    <message>
+        <source>File; none on an open network</source>
+        <translation>Fichier&#x202f;; aucun sur un réseau ouvert</translation>
+    </message>
+    <message>
+        <source>Private certificate of this host</source>
+        <translation>Certificat privé de cet hôte</translation>
+    </message>
+    <message>
+        <source>Public certificates</source>
+        <translation>Certificats publics</translation>
+    </message>
+    <message>
+        <source>Folder of those who are let in</source>
+        <translation>Dossier de ceux qui sont admis</translation>
+    </message>
+    <message>
+        <source>Folder of the public certificates that are let in</source>
+        <translation>Dossier des certificats publics admis</translation>
+    </message>
+    <message>
+        <source>Secured: only those whose certificates are in the folder are met, and what is started from here is secured too.</source>
+        <translation>Sécurisé&#xa0;: seuls ceux dont le certificat est dans le dossier sont rencontrés, et ce qui est démarré d’ici est sécurisé aussi.</translation>
+    </message>
+    <message>
+        <source>Open: whoever reaches this network can see and command its agents.</source>
+        <translation>Ouvert&#xa0;: quiconque atteint ce réseau peut voir et commander ses agents.</translation>
+    </message>
+    <message>
+        <source>Security needs both, the private certificate and the folder of public ones.</source>
+        <translation>La sécurité demande les deux, le certificat privé et le dossier des certificats publics.</translation>
+    </message>
 </context>
 <context>
     <name>NetworkStatus</name>
