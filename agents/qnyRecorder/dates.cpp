@@ -92,7 +92,16 @@ bool takeZone(std::string_view& text, bool& local, int& offsetSeconds)
 std::string toListDate(std::int64_t epochUs)
 {
     const QDateTime date = QDateTime::fromMSecsSinceEpoch(floorDivide(epochUs, 1000));
-    return date.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")).toStdString();
+    const QDate day = date.date();
+    const QTime time = date.time();
+    if (day.year() < 0 || day.year() > 9999) {
+        return date.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")).toStdString();
+    }
+    // The same by hand: a long list is mostly made of dates, and a format would be read again for each.
+    char text[32];
+    std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02d.%03d", day.year(), day.month(), day.day(),
+        time.hour(), time.minute(), time.second(), time.msec());
+    return text;
 }
 
 std::string toCsvDate(std::int64_t epochUs)

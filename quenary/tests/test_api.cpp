@@ -270,7 +270,20 @@ TEST(Api, InputsAndOutputsHoldTheirFirstValuesAndTypes)
     EXPECT_EQ(qny_input_create("bad", QNY_INTEGER_T, &seven, 3), QNY_ERROR_ARGUMENT) << "3 bytes";
     EXPECT_EQ(qny_input_create("bad", QNY_STRING_T, "text", 4), QNY_ERROR_ARGUMENT) << "without its final zero byte";
     EXPECT_EQ(qny_input_create("bad", QNY_STRING_T, "\xff", 2), QNY_ERROR_UTF8);
+    for (size_t at = 0; at < 24; ++at) {
+        for (const char* wrong : { "\xff", "\x80", "\xc3(", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xc0\x80" }) {
+            const std::string text = std::string(at, 'a') + wrong + std::string(24 - at, 'z');
+            EXPECT_EQ(qny_input_create("bad", QNY_STRING_T, text.c_str(), text.size() + 1), QNY_ERROR_UTF8)
+                << wrong << " at " << at;
+        }
+    }
     EXPECT_FALSE(qny_input_exists("bad"));
+    for (size_t at = 0; at < 24; ++at) {
+        const std::string text
+            = std::string(at, 'a') + "\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80" + std::string(24 - at, 'z');
+        EXPECT_EQ(qny_input_create("good", QNY_STRING_T, text.c_str(), text.size() + 1), QNY_SUCCESS) << at;
+        EXPECT_EQ(qny_input_remove("good"), QNY_SUCCESS);
+    }
     EXPECT_EQ(qny_observe_input("missing", noIo, nullptr), QNY_ERROR_UNKNOWN);
     for (const char* name : { "int", "double", "bool", "string" }) {
         EXPECT_EQ(qny_input_remove(name), QNY_SUCCESS);

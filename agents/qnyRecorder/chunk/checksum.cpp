@@ -3,6 +3,9 @@
 
 #include <array>
 #include <cstring>
+#ifdef __x86_64__
+#include <nmmintrin.h>
+#endif
 
 namespace recorder {
 
@@ -38,9 +41,28 @@ std::uint32_t little32(const unsigned char* at)
         | static_cast<std::uint32_t>(at[2]) << 16 | static_cast<std::uint32_t>(at[3]) << 24;
 }
 
+#ifdef __x86_64__
+__attribute__((target("sse4.2"))) std::uint32_t crc32cByInstruction(std::string_view bytes, std::uint32_t start)
+{
+    std::uint64_t crc = ~start;
+    const char* at = bytes.data();
+    std::size_t left = bytes.size();
+    for (; left >= 8; left -= 8, at += 8) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, at, sizeof(eight));
+        crc = _mm_crc32_u64(crc, eight);
+    }
+    auto rest = static_cast<std::uint32_t>(crc);
+    for (; left > 0; --left, ++at) {
+        rest = _mm_crc32_u8(rest, static_cast<unsigned char>(*at));
+    }
+    return ~rest;
+}
+#endif
+
 } // namespace
 
-std::uint32_t crc32c(std::string_view bytes, std::uint32_t start)
+std::uint32_t crc32cByTables(std::string_view bytes, std::uint32_t start)
 {
     std::uint32_t crc = ~start;
     const auto* at = reinterpret_cast<const unsigned char*>(bytes.data());
@@ -56,6 +78,17 @@ std::uint32_t crc32c(std::string_view bytes, std::uint32_t start)
         crc = (crc >> 8) ^ tables[0][(crc ^ *at) & 0xFF];
     }
     return ~crc;
+}
+
+std::uint32_t crc32c(std::string_view bytes, std::uint32_t start)
+{
+#ifdef __x86_64__
+    static const bool hasInstruction = __builtin_cpu_supports("sse4.2");
+    if (hasInstruction) {
+        return crc32cByInstruction(bytes, start);
+    }
+#endif
+    return crc32cByTables(bytes, start);
 }
 
 } // namespace recorder

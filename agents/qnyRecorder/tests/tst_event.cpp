@@ -4,6 +4,7 @@
 #include "event.h"
 #include "store/tally.h"
 
+#include <QDateTime>
 #include <QJsonDocument>
 
 using namespace recorder;
@@ -134,6 +135,13 @@ private slots:
         std::int64_t back = 0;
         QVERIFY(fromDateText("  2026-07-15 12:00:00.000 ", back));
         QCOMPARE(back, summer);
+        // Of any year, also of those that no record should have.
+        for (const qint64 ms : std::initializer_list<qint64> {
+                 -62'135'000'000'000, -70'000'000'000'000, 0, 253'402'000'000'000, 300'000'000'000'000 }) {
+            const QString expected
+                = QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+            QCOMPARE(toListDate(ms * 1000), expected.toStdString());
+        }
     }
 
     void csvDatesAreExact()

@@ -61,6 +61,18 @@ private slots:
         QCOMPARE(crc32c(std::string(32, '\0')), 0x8A9136AAU);
         QCOMPARE(crc32c("6789", crc32c("12345")), 0xE3069283U);
     }
+    void theChecksumIsTheSameOnEveryProcessor()
+    {
+        std::string bytes;
+        for (int i = 0; i < 300; ++i) {
+            bytes += static_cast<char>(i * 31 + i / 7);
+            const std::string_view all = bytes;
+            for (const std::size_t begin : { std::size_t(0), bytes.size() / 3 }) {
+                const auto start = static_cast<std::uint32_t>(i) * 0x01234567U;
+                QCOMPARE(crc32c(all.substr(begin), start), crc32cByTables(all.substr(begin), start));
+            }
+        }
+    }
 
     void theFormatIsTheDocumentedOne()
     {
