@@ -9,102 +9,65 @@
 //
 // Everything is written into the keyspace "benchmark", which is made.
 
-#include "store/cassandra/cassandrastore.h"
-#include "store/cassandra/connection.h"
+#include "barecassandra.h"
 #include "storeload.h"
 
 #include <QTemporaryDir>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
+#include <filesystem>
+#include <thread>
 
 using namespace recorder;
 using namespace recorder::bench;
-using namespace recorder::cassandra;
 
 namespace {
 
-constexpr std::int64_t rowsAtOnce = 2'048;
-
-// The driver alone.
-class Bare
+// What the database could not take while it was recorded is read from the journals and would count as the database's.
+void waitUntilDrained(const std::filesystem::path& journals)
 {
-public:
-    explicit Bare(const CassandraOptions& options)
-        : m_connection(Patience())
-    {
-        cassandra_options given {};
-        given.host = options.host.c_str();
-        given.port = options.port;
-        given.consistency = options.consistency.c_str();
-        given.connect_timeout_ms = 10'000;
-        const StoreResult opened = m_connection.open(given);
-        must(bool(opened), opened.message);
-        run("CREATE KEYSPACE IF NOT EXISTS benchmark WITH replication = {'class': 'SimpleStrategy',"
-            " 'replication_factor': 1}");
-        const StoreResult used = m_connection.useKeyspace("benchmark");
-        must(bool(used), used.message);
-        run("DROP TABLE IF EXISTS bare");
-        run("CREATE TABLE bare (bucket bigint, sequence bigint, value blob, PRIMARY KEY (bucket, sequence))");
+    constexpr double patience = 300;
+    const double began = seconds();
+    while (!std::filesystem::is_empty(journals)) {
+        must(seconds() - began < patience, "what is in the journals does not come into the database");
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    void run(const std::string& statement)
-    {
-        const StoreResult result = m_connection.run(statement).result();
-        must(bool(result), result.message);
-    }
-    double write(std::int64_t rows, std::int64_t inBucket, std::string_view bytes)
-    {
-        static constexpr Cql put { "INSERT INTO bare (bucket, sequence, value) VALUES (?, ?, ?)", Kind::Write };
-        const double began = seconds();
-        for (std::int64_t first = 0; first < rows; first += rowsAtOnce) {
-            std::vector<RowToWrite> some;
-            for (std::int64_t i = first; i < std::min(rows, first + rowsAtOnce); ++i) {
-                some.emplace_back(put, std::initializer_list<Argument> { i / inBucket, i, Argument::blob(bytes) });
-            }
-            const StoreResult result = m_connection.write(some);
-            must(bool(result), result.message);
-        }
-        return seconds() - began;
-    }
-
-private:
-    Connection m_connection;
-};
+    std::printf("%-46s %.3f s\n", "  until the database has what was in journals", seconds() - began);
+}
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const std::string_view endpoint = argc > 1 ? argv[1] : "";
-    const std::size_t colon = endpoint.rfind(':');
     const std::int64_t events = argc > 2 ? std::atoll(argv[2]) : 1'000'000;
-    must(colon != std::string_view::npos && events > 0, "usage: bench_cassandra HOST:PORT [events]");
+    must(argc > 1 && events > 0, "usage: bench_cassandra HOST:PORT [events]");
     const QTemporaryDir journals;
-    CassandraOptions options;
-    options.host = endpoint.substr(0, colon);
-    options.port = static_cast<std::uint16_t>(std::atoi(argv[1] + colon + 1));
-    options.keyspace = "benchmark";
-    options.journals = journals.path().toStdString();
-    options.onMessage = [](const std::string& message) { std::printf("%s\n", message.c_str()); };
+    const CassandraOptions options = cassandraOptions(argv[1], journals.path().toStdString());
     std::printf("%lld events of 100 bytes in Cassandra at %s\n", static_cast<long long>(events), argv[1]);
 
     const Names names;
     {
-        Bare bare(options);
+        BareCassandra bare(options);
         const std::int64_t few = std::min<std::int64_t>(events, 200'000);
-        tell("bare driver, a row an event, 128 in flight", few, bare.write(few, 50'000, names.value));
-        bare.run("TRUNCATE bare");
+        bare.prepare();
+        Stopwatch watch;
+        bare.write(few, 50'000, names.value);
+        tell("bare driver, a row an event, 128 in flight", few, watch);
         std::uint32_t inOne = 0;
         const std::string packed = readyChunk(names, inOne);
-        const std::int64_t chunks = (events + inOne - 1) / inOne;
-        tell("bare driver, ready chunks, 128 in flight", chunks * inOne, bare.write(chunks, 1'000, packed));
+        bare.prepare();
+        watch = Stopwatch();
+        bare.writeChunks(events, packed, inOne);
+        tell("bare driver, ready chunks, 128 in flight", events, watch);
         bare.run("DROP TABLE bare");
     }
     StoreResult result;
     const std::unique_ptr<Store> store = openCassandraStore(options, result);
     must(bool(result), result.message);
     const std::string uuid = writeStore(*store, names, events, "Cassandra store, through its writer");
+    waitUntilDrained(options.journals);
     readStore(*store, uuid, events);
     removeRecord(*store, uuid);
     return 0;

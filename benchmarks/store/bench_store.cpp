@@ -5,6 +5,7 @@
 //
 //   bench_store [events, 1000000] [directory, a temporary one]
 
+#include "baresqlite.h"
 #include "store/embedded/embeddedstore.h"
 #include "storeload.h"
 
@@ -14,7 +15,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <random>
-#include <sqlite3.h>
 #include <string>
 #include <vector>
 
@@ -23,42 +23,13 @@ using namespace recorder::bench;
 
 namespace {
 
-// SQLite alone, with the store's settings.
-class Bare
-{
-public:
-    Bare(const std::filesystem::path& file, const char* schema)
-    {
-        must(sqlite3_open(file.c_str(), &m_database) == SQLITE_OK, "cannot open " + file.string());
-        execute("PRAGMA page_size = 16384; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;");
-        execute(schema);
-    }
-    ~Bare() { sqlite3_close_v2(m_database); }
-    Bare(const Bare&) = delete;
-    Bare& operator=(const Bare&) = delete;
-
-    void execute(const char* sql)
-    {
-        must(sqlite3_exec(m_database, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sqlite3_errmsg(m_database));
-    }
-    sqlite3_stmt* prepare(const char* sql)
-    {
-        sqlite3_stmt* statement = nullptr;
-        must(sqlite3_prepare_v2(m_database, sql, -1, &statement, nullptr) == SQLITE_OK, sqlite3_errmsg(m_database));
-        return statement;
-    }
-
-private:
-    sqlite3* m_database = nullptr;
-};
-
 void writeRows(const std::filesystem::path& file, const Names& names, std::int64_t events)
 {
-    Bare bare(file,
+    BareSqlite bare(file,
         "CREATE TABLE events (id INTEGER PRIMARY KEY, time_us INTEGER, output INTEGER, type INTEGER, value BLOB);"
         "CREATE INDEX by_time ON events (time_us);");
     sqlite3_stmt* insert = bare.prepare("INSERT INTO events (time_us, output, type, value) VALUES (?, ?, ?, ?)");
-    const double began = seconds();
+    const Stopwatch watch;
     for (std::int64_t i = 0; i < events; ++i) {
         if (i % 1000 == 0) {
             bare.execute(i == 0 ? "BEGIN" : "COMMIT; BEGIN");
@@ -71,7 +42,7 @@ void writeRows(const std::filesystem::path& file, const Names& names, std::int64
         sqlite3_reset(insert);
     }
     bare.execute("COMMIT");
-    tell("bare SQLite, a row an event, 1000 a transaction", events, seconds() - began);
+    tell("bare SQLite, a row an event, 1000 a transaction", events, watch);
     sqlite3_finalize(insert);
 
     sqlite3_stmt* find = bare.prepare("SELECT id, value FROM events WHERE time_us >= ? ORDER BY time_us LIMIT 1");
@@ -90,25 +61,16 @@ void writeRows(const std::filesystem::path& file, const Names& names, std::int64
 
 void writeBlobs(const std::filesystem::path& file, const Names& names, std::int64_t events)
 {
-    // One chunk, packed once and written over and over: nothing but SQLite's own work.
     std::uint32_t inOne = 0;
     const std::string packed = readyChunk(names, inOne);
-    Bare bare(file, "CREATE TABLE chunks (id INTEGER PRIMARY KEY, first_us INTEGER, packed BLOB);");
-    sqlite3_stmt* insert = bare.prepare("INSERT INTO chunks (first_us, packed) VALUES (?, ?)");
+    BareChunks bare(file);
     const std::int64_t chunks = (events + inOne - 1) / inOne;
-    const double began = seconds();
+    const Stopwatch watch;
     for (std::int64_t i = 0; i < chunks; ++i) {
-        if (i % 16 == 0) {
-            bare.execute(i == 0 ? "BEGIN" : "COMMIT; BEGIN");
-        }
-        sqlite3_bind_int64(insert, 1, i);
-        sqlite3_bind_blob64(insert, 2, packed.data(), packed.size(), SQLITE_STATIC);
-        must(sqlite3_step(insert) == SQLITE_DONE, "insert failed");
-        sqlite3_reset(insert);
+        bare.add(packed);
     }
-    bare.execute("COMMIT");
-    tell("bare SQLite, ready chunks, 16 a transaction", chunks * inOne, seconds() - began);
-    sqlite3_finalize(insert);
+    bare.commit();
+    tell("bare SQLite, ready chunks, 16 a transaction", chunks * inOne, watch);
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <random>
 
 namespace recorder::bench {
@@ -25,9 +26,39 @@ void must(bool good, const std::string& what)
     }
 }
 
-void tell(const char* what, std::int64_t events, double took)
+namespace {
+
+double workSeconds()
 {
-    std::printf("%-46s %10.0f events/s   %7.3f s\n", what, static_cast<double>(events) / took, took);
+    timespec time {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+} // namespace
+
+Stopwatch::Stopwatch()
+    : m_began(seconds())
+    , m_workBegan(workSeconds())
+{
+}
+
+double Stopwatch::passed() const
+{
+    return seconds() - m_began;
+}
+
+double Stopwatch::worked() const
+{
+    return workSeconds() - m_workBegan;
+}
+
+void tell(const char* what, std::int64_t events, const Stopwatch& watch)
+{
+    const double took = watch.passed();
+    const auto count = static_cast<double>(events);
+    std::printf("%-46s %10.0f events/s   %7.3f s   %6.0f ns of processor an event\n", what, count / took, took,
+        watch.worked() / count * 1e9);
     std::fflush(stdout);
 }
 
@@ -57,7 +88,7 @@ std::string writeStore(Store& store, const Names& names, std::int64_t events, co
     std::unique_ptr<RecordWriter> writer;
     StoreResult result = store.create(facts, writer);
     must(bool(result), result.message);
-    const double began = seconds();
+    const Stopwatch watch;
     for (std::int64_t i = 0; i < events; ++i) {
         result = writer->append(names.event(i));
         if (i % 10'000 == 0 && result) {
@@ -67,7 +98,7 @@ std::string writeStore(Store& store, const Names& names, std::int64_t events, co
     }
     result = writer->close(0);
     must(bool(result), result.message);
-    tell(what, events, seconds() - began);
+    tell(what, events, watch);
     return facts.uuid;
 }
 
@@ -76,7 +107,7 @@ void readStore(Store& store, const std::string& uuid, std::int64_t events)
     std::unique_ptr<RecordReader> reader;
     StoreResult result = store.open(uuid, reader);
     must(bool(result), result.message);
-    const double began = seconds();
+    const Stopwatch watch;
     auto cursor = reader->events(0, events * stepUs, result);
     EventView event;
     std::int64_t count = 0;
@@ -84,7 +115,7 @@ void readStore(Store& store, const std::string& uuid, std::int64_t events)
         ++count;
     }
     must(count == events, "read " + std::to_string(count) + " events");
-    tell("  read whole, in order", events, seconds() - began);
+    tell("  read whole, in order", events, watch);
 
     std::mt19937_64 random(1);
     std::vector<double> seeks;
@@ -104,7 +135,7 @@ void readStore(Store& store, const std::string& uuid, std::int64_t events)
     tellTimes("  seek (first event from a moment on)", std::move(seeks));
     tellTimes("  state (last value of all outputs there)", std::move(states));
 
-    const double exportBegan = seconds();
+    const Stopwatch exportWatch;
     csv::ExportCursor at;
     csv::ExportChunk chunk;
     std::size_t bytes = 0;
@@ -116,7 +147,7 @@ void readStore(Store& store, const std::string& uuid, std::int64_t events)
         ++chunks;
         at = chunk.next;
     } while (!at.isEmpty());
-    tell("  export as CSV, in chunks", events, seconds() - exportBegan);
+    tell("  export as CSV, in chunks", events, exportWatch);
     std::printf("%-46s %zu chunks, %.1f MB\n", "", chunks, static_cast<double>(bytes) / 1e6);
 }
 

@@ -16,7 +16,23 @@ inline constexpr int outputCount = 50;
 
 double seconds();
 void must(bool good, const std::string& what);
-void tell(const char* what, std::int64_t events, double took);
+
+// Time since it was made: on the clock, and of the processor, all threads together. On a busy machine only the second
+// says what something costs.
+class Stopwatch
+{
+public:
+    Stopwatch();
+    double passed() const;
+    double worked() const;
+
+private:
+    double m_began;
+    double m_workBegan;
+};
+
+// Events a second, and what each of them costs.
+void tell(const char* what, std::int64_t events, const Stopwatch& watch);
 // Median and most.
 void tellTimes(const char* what, std::vector<double> took);
 

@@ -50,6 +50,11 @@ public:
         Failed ///< the store failed; retry() goes on at the same place
     };
 
+    /// How far it reads ahead: so many batches, each closed by its size or its count.
+    static constexpr size_t MOST_ITEMS = 8;
+    static constexpr size_t MOST_ITEM_BYTES = 256 * 1024;
+    static constexpr size_t MOST_ITEM_EVENTS = 4096;
+
     /// onReady is called on the reading thread when take() has something to say after Pending.
     ReadAhead(std::unique_ptr<RecordReader> reader, std::shared_ptr<OutputNames> names, std::function<void()> onReady);
     ~ReadAhead();
@@ -78,10 +83,6 @@ private:
     bool readEvents(Item& item, bool& isEnd);
     void reportDamages(const std::vector<Damage>& damages);
     Status takeItem(EventBatch& batch, bool wantsState);
-
-    static constexpr size_t MOST_ITEMS = 8;
-    static constexpr size_t MOST_ITEM_BYTES = 256 * 1024;
-    static constexpr size_t MOST_ITEM_EVENTS = 4096;
 
     const std::unique_ptr<RecordReader> _reader; // reading thread
     std::unique_ptr<EventCursor> _cursor; // reading thread; before its reader ends
