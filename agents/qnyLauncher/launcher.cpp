@@ -20,6 +20,12 @@ constexpr qsizetype MOST_UNTOLD = 100;
 /// The hosts of a network do not arrive at one moment.
 constexpr int TELL_AFTER_MS = 1500;
 
+/// Whether it answers a request, and so is for the one who asked and nobody else.
+bool isAnswer(const News& news)
+{
+    return news.state == QNY_LAUNCH_STARTED || news.state == QNY_LAUNCH_RUNNING || news.state == QNY_LAUNCH_REFUSED;
+}
+
 News newsOf(const QString& launchUuid, const QString& program, const std::optional<LaunchEnd>& end)
 {
     if (!end) {
@@ -78,7 +84,11 @@ void Launcher::startAgent(Request request)
     }
     request.launchUuid = request.launchUuid.toLower();
     if (const std::shared_ptr<Launch> running = _launches.value(request.launchUuid)) {
-        _refuse(request, QStringLiteral("It runs already, as process %1.").arg(running->agent()));
+        const auto process = static_cast<int>(running->agent());
+        qWarning().noquote() << "Refused to" << request.askerName << "to start what runs already, as process"
+                             << process;
+        _announce(
+            request.askerUuid, { request.launchUuid, QNY_LAUNCH_RUNNING, process, running->files().program(), {} });
         return;
     }
     if (_launches.size() >= _configuration.children) {
@@ -118,19 +128,25 @@ void Launcher::startAgent(Request request)
     }
 }
 
-void Launcher::stopAgent(int processId, const QByteArray& askerUuid, const QString& askerName)
+void Launcher::stopAgent(
+    const QString& launchUuid, int processId, const QByteArray& askerUuid, const QString& askerName)
 {
+    std::shared_ptr<Launch> found = _launches.value(launchUuid.toLower());
     for (const std::shared_ptr<Launch>& launch : std::as_const(_launches)) {
-        if (processId > 0 && launch->agent() == processId) {
-            qInfo().noquote() << askerName << "asks to end process" << processId << ", launch" << launch->uuid();
-            launch->askToEnd();
-            return;
+        if (launchUuid.isEmpty() && processId > 0 && launch->agent() == processId) {
+            found = launch;
         }
     }
-    const QString why
-        = QStringLiteral("Process %1 was not started by this launcher, which leaves it alone.").arg(processId);
-    qWarning().noquote() << "Refused to" << askerName << "to end a process:" << why;
-    _announce(askerUuid, { QString(), QNY_LAUNCH_REFUSED, processId, why, {} });
+    if (found) {
+        qInfo().noquote() << askerName << "asks to end process" << found->agent() << "of launch" << found->uuid();
+        found->askToEnd();
+        return;
+    }
+    const QString why = launchUuid.isEmpty()
+        ? QStringLiteral("Process %1 was not started by this launcher, which leaves it alone.").arg(processId)
+        : QStringLiteral("It does not run under this launcher.");
+    qWarning().noquote() << "Refused to" << askerName << "to end an agent:" << why;
+    _announce(askerUuid, { launchUuid.left(36), QNY_LAUNCH_REFUSED, processId, why, {} });
 }
 
 void Launcher::_refuse(const Request& request, const QString& why)
@@ -240,9 +256,8 @@ void Launcher::_announce(const QByteArray& askerUuid, const News& news)
     if (_tellNow(untold)) {
         return;
     }
-    // Answers are for who asked; how an agent ended is worth telling a host that comes later.
-    const bool isAnswer = news.state == QNY_LAUNCH_STARTED || news.state == QNY_LAUNCH_REFUSED;
-    if (!isAnswer) {
+    // How an agent ended is worth telling a host that comes later.
+    if (!isAnswer(news)) {
         _untold.append(untold);
         while (_untold.size() > MOST_UNTOLD) {
             _untold.removeFirst();
@@ -256,8 +271,7 @@ bool Launcher::_tellNow(const Untold& untold)
         _tell(untold.askerUuid, untold.news);
         return true;
     }
-    const bool isAnswer = untold.news.state == QNY_LAUNCH_STARTED || untold.news.state == QNY_LAUNCH_REFUSED;
-    if (isAnswer) {
+    if (isAnswer(untold.news)) {
         return false;
     }
     for (const QByteArray& host : std::as_const(_hosts)) {

@@ -52,7 +52,8 @@ public:
     /// Finds what an earlier launcher left: agents that run are taken over, the end of the others is told.
     void takeOver();
     void startAgent(Request request);
-    void stopAgent(int processId, const QByteArray& askerUuid, const QString& askerName);
+    /// By the uuid of its launch, or else by its process id.
+    void stopAgent(const QString& launchUuid, int processId, const QByteArray& askerUuid, const QString& askerName);
     /// Hosts that are there: who asked is told, and when that one has left, all others.
     void hostEntered(const QByteArray& uuid);
     void hostExited(const QByteArray& uuid);

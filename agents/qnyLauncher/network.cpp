@@ -66,7 +66,7 @@ QString Network::start(const Settings& settings, int argc, const char* const* ar
     qny_service_arg_add(QNY_LAUNCHER_START, "launch", QNY_STRING_T);
     qny_service_arg_add(QNY_LAUNCHER_START, "program", QNY_STRING_T);
     qny_service_init(QNY_LAUNCHER_STOP, &Network::_onStop, this);
-    qny_service_arg_add(QNY_LAUNCHER_STOP, "process", QNY_INTEGER_T);
+    qny_service_arg_add(QNY_LAUNCHER_STOP, "launch", QNY_STRING_T);
     qny_observe_agents(&Network::_onAgent, this);
     qny_observe_stop_requests(&Network::_onEnd, this);
     _isStarted = true;
@@ -182,16 +182,18 @@ void Network::_onStop(const char* senderName, const char* senderUuid, const char
     size_t count, const char*, void* user)
 {
     auto* const self = static_cast<Network*>(user);
-    if (count != 1 || first->type != QNY_INTEGER_T) {
-        qWarning().noquote() << "Refused a request of" << senderName << "to end an agent: it names no process";
-        refuse(senderUuid, {}, QStringLiteral("A request to end an agent names its process id."));
+    const bool isLaunch = count == 1 && first->type == QNY_STRING_T && first->c != nullptr && first->size <= 64;
+    if (!isLaunch && (count != 1 || first->type != QNY_INTEGER_T)) {
+        qWarning().noquote() << "Refused a request of" << senderName << "to end an agent: it names none";
+        refuse(senderUuid, {}, QStringLiteral("A request to end an agent names its launch or its process."));
         return;
     }
-    const int processId = first->i;
+    const QString launch = isLaunch ? QString::fromUtf8(first->c) : QString();
+    const int processId = isLaunch ? 0 : first->i;
     const QString name = QString::fromUtf8(senderName);
     const QByteArray uuid = senderUuid;
-    self->_post(
-        senderName, senderUuid, [self, processId, uuid, name] { Q_EMIT self->stopAsked(processId, uuid, name); });
+    self->_post(senderName, senderUuid,
+        [self, launch, processId, uuid, name] { Q_EMIT self->stopAsked(launch, processId, uuid, name); });
 }
 
 void Network::_onAgent(qny_agent_event_t event, const qny_agent_info_t* agent, void* user)

@@ -32,7 +32,7 @@ public:
 
 Q_SIGNALS:
     void startAsked(const launcher::Request& request);
-    void stopAsked(int processId, const QByteArray& askerUuid, const QString& askerName);
+    void stopAsked(const QString& launchUuid, int processId, const QByteArray& askerUuid, const QString& askerName);
     void hostEntered(const QByteArray& uuid);
     void hostExited(const QByteArray& uuid);
     /// Somebody on the network wants this launcher to end.

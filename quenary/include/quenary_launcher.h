@@ -7,23 +7,26 @@
 #define QUENARY_LAUNCHER_H
 
 /* Service of a launcher: string uuid of the launch, string absolute path of the program, then a string for each argument
- * (none may be left out or joined: no shell ever sees them). Answered by "started", "refused" or "failed". */
+ * (none may be left out or joined: no shell ever sees them). Answered by "started", "running", "refused" or
+ * "failed". */
 #define QNY_LAUNCHER_START "start_agent"
 
-/* Service of a launcher: integer process id of an agent that it started and that no longer answers. The agent is asked by the
- * signal TERM, and killed when it does not end. Answered by "refused" for a process that it did not start, else by the end. */
+/* Service of a launcher: string uuid of a launch, or integer process id, of an agent that it started and that no longer
+ * answers. The agent is asked by the signal TERM, and killed when it does not end. Answered by "refused" when this launcher
+ * runs no such agent, else by the end. */
 #define QNY_LAUNCHER_STOP "stop_agent"
 
 /* Output of a launcher, a string: what it may start, as JSON [{"program":"/path","family":"uuid"}]; the family is "" where
  * nobody wrote it down. */
 #define QNY_LAUNCHER_PROGRAMS "programs"
 
-/* Service of a host: string uuid of the launch ("" for a refused QNY_LAUNCHER_STOP), string state, integer number,
+/* Service of a host: string uuid of the launch ("" when a process was named that is none of its agents), string state, integer number,
  * string text, string last lines that the agent wrote. */
 #define QNY_LAUNCH_STATE "launch_state"
 
 /* States                                number                    text */
 #define QNY_LAUNCH_STARTED "started"     /* process id             canonical program */
+#define QNY_LAUNCH_RUNNING "running"     /* process id             program; it was not started, because it runs already */
 #define QNY_LAUNCH_REFUSED "refused"     /* 0, or the process id   why, a sentence */
 #define QNY_LAUNCH_FAILED "failed"       /* the system's errno     why, a sentence */
 #define QNY_LAUNCH_EXITED "exited"       /* exit status            program */

@@ -223,8 +223,8 @@ void TestAgents::aLaunchRunsOnceAtATime()
     const int process = _told(uuid)->number;
     _start({ "--wait" }, uuid.toUpper());
     const std::optional<News> news = _told(uuid);
-    QCOMPARE(news->state, QNY_LAUNCH_REFUSED);
-    QCOMPARE(news->text, QString("It runs already, as process %1.").arg(process));
+    QCOMPARE(news->state, QNY_LAUNCH_RUNNING);
+    QCOMPARE(news->number, process);
 }
 
 void TestAgents::noMoreRunThanAreAllowed()
@@ -242,7 +242,7 @@ void TestAgents::anAgentIsAskedToEndAndToldAsStopped()
 {
     const QString uuid = _start({ "--wait" });
     const int process = _told(uuid)->number;
-    _launcher->stopAgent(process, HOST, "Corvane");
+    _launcher->stopAgent({}, process, HOST, "Corvane");
     const std::optional<News> news = _told(uuid);
     QCOMPARE(news->state, QNY_LAUNCH_STOPPED);
     QCOMPARE(news->number, SIGTERM);
@@ -254,7 +254,7 @@ void TestAgents::anAgentThatDoesNotListenIsKilled()
     const QString uuid = _start({ "--deaf", "--say", "deaf now", "--wait" });
     const int process = _told(uuid)->number;
     QTRY_COMPARE(_output(uuid), "deaf now\n");
-    _launcher->stopAgent(process, HOST, "Corvane");
+    _launcher->stopAgent({}, process, HOST, "Corvane");
     const std::optional<News> news = _told(uuid);
     QCOMPARE(news->state, QNY_LAUNCH_STOPPED);
     QCOMPARE(news->number, SIGKILL);
@@ -266,7 +266,7 @@ void TestAgents::aFrozenAgentIsEnded()
     const QString uuid = _start({ "--wait" });
     const int process = _told(uuid)->number;
     QCOMPARE(kill(process, SIGSTOP), 0);
-    _launcher->stopAgent(process, HOST, "Corvane");
+    _launcher->stopAgent({}, process, HOST, "Corvane");
     QCOMPARE(_told(uuid)->state, QNY_LAUNCH_STOPPED);
     QVERIFY(!_runs(process));
 }
@@ -281,12 +281,15 @@ void TestAgents::othersProcessesAreLeftAlone()
     const RunningLaunch running = *LaunchFiles(QDir(_folder->filePath("launches")).filePath(uuid)).running();
     // Neither another's process, nor the keeper, nor what signals take for "everybody"
     for (const int id : { static_cast<int>(other.processId()), static_cast<int>(running.keeper.id), 0, -1, -process }) {
-        _launcher->stopAgent(id, HOST, "Corvane");
+        _launcher->stopAgent({}, id, HOST, "Corvane");
         const std::optional<News> news = _told(QString());
         QCOMPARE(news->state, QNY_LAUNCH_REFUSED);
         QCOMPARE(news->number, id);
         QCOMPARE(news->text, QString("Process %1 was not started by this launcher, which leaves it alone.").arg(id));
     }
+    const QString unknown = newUuid();
+    _launcher->stopAgent(unknown, 0, HOST, "Corvane");
+    QCOMPARE(_told(unknown)->text, "It does not run under this launcher.");
     QVERIFY(_runs(process));
     QCOMPARE(other.state(), QProcess::Running);
     other.kill();
@@ -302,8 +305,8 @@ void TestAgents::agentsGoOnWithoutTheLauncherAndTheNextOneKnowsThem()
     QCOMPARE(_launcher->runningCount(), 1);
     _launcher->hostEntered(HOST);
     _start({}, uuid);
-    QCOMPARE(_told(uuid)->text, QString("It runs already, as process %1.").arg(process));
-    _launcher->stopAgent(process, HOST, "Corvane");
+    QCOMPARE(_told(uuid)->number, process);
+    _launcher->stopAgent(uuid, 0, HOST, "Corvane");
     QCOMPARE(_told(uuid)->state, QNY_LAUNCH_STOPPED);
     QVERIFY(!_runs(process));
 }

@@ -312,9 +312,12 @@ void TestProgram::requestsThatAreNoneAreRefused()
     QVERIFY(_told(launch)->text.contains("too long"));
     _ask({ launch, "/bin/sh", "-c", "id" });
     QVERIFY(_told(launch)->text.contains("is not among the programs"));
-    qny_service_args_add_string(&list, "1");
+    qny_service_args_add_double(&list, 1.0);
     QCOMPARE(qny_service_call(uuid.constData(), QNY_LAUNCHER_STOP, &list, nullptr), QNY_SUCCESS);
-    QVERIFY(_told({})->text.contains("names its process id"));
+    QVERIFY(_told({})->text.contains("names its launch or its process"));
+    qny_service_args_add_string(&list, launch.toUtf8().constData());
+    QCOMPARE(qny_service_call(uuid.constData(), QNY_LAUNCHER_STOP, &list, nullptr), QNY_SUCCESS);
+    QVERIFY(_told(launch)->text.contains("does not run under this launcher"));
     qny_service_args_add_int(&list, static_cast<int>(QCoreApplication::applicationPid()));
     QCOMPARE(qny_service_call(uuid.constData(), QNY_LAUNCHER_STOP, &list, nullptr), QNY_SUCCESS);
     QVERIFY(_told({})->text.contains("was not started by this launcher"));
@@ -376,7 +379,9 @@ void TestProgram::agentsOutliveItAndTheNextOneEndsThem()
         QCOMPARE(kill(process, 0), 0);
         QVERIFY(_startLauncher());
         _ask({ launch, _agent });
-        QCOMPARE(_told(launch)->text, QString("It runs already, as process %1.").arg(process));
+        const std::optional<State> running = _told(launch);
+        QCOMPARE(running->state, QNY_LAUNCH_RUNNING);
+        QCOMPARE(running->number, process);
     }
     qny_service_arg_t* list = nullptr;
     qny_service_args_add_int(&list, process);
