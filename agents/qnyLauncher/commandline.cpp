@@ -4,13 +4,17 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QStandardPaths>
-#include <QSysInfo>
 
 #include <quenary.h>
 
 namespace launcher {
 
 namespace {
+
+QString absolute(const QString& path)
+{
+    return QDir::cleanPath(QDir::current().absoluteFilePath(path));
+}
 
 QString defaultStateDirectory()
 {
@@ -38,6 +42,10 @@ CommandLine parseCommandLine(const QStringList& arguments)
     const QCommandLineOption peers("peers", "Peers to try besides discovery (default: $QNY_PEERS).", "host:port,…");
     const QCommandLineOption hostName(
         "host-name", "Name of this machine for others (default: $QNY_HOST_NAME, else the system's host name).", "name");
+    const QCommandLineOption certificate(
+        { "1", "qnyCert" }, "Private certificate of this launcher and its agents.", "file");
+    const QCommandLineOption certificates(
+        { "2", "publicCerts" }, "Public certificates of the agents let in.", "directory");
     const QCommandLineOption endAgents("end-agents",
         "End the agents when the launcher ends; without it they go on, and the next launcher finds them.");
     const QCommandLineOption check("check", "Say whether the configuration is sound, and end.");
@@ -47,7 +55,8 @@ CommandLine parseCommandLine(const QStringList& arguments)
     QCommandLineParser parser;
     parser.setApplicationDescription("Starts agents on this machine when a host asks, and ends those that no longer "
                                      "answer. It starts nothing but the programs that its configuration names.");
-    parser.addOptions({ name, configuration, state, device, port, peers, hostName, endAgents, check, help, version });
+    parser.addOptions({ name, configuration, state, device, port, peers, hostName, certificate, certificates, endAgents,
+        check, help, version });
     CommandLine line;
     const auto refuse = [&line](const QString& why) {
         line.outcome = CommandLine::Outcome::Refuse;
@@ -76,11 +85,17 @@ CommandLine parseCommandLine(const QStringList& arguments)
             return refuse(QStringLiteral("'%1' is no port from 1 to 65535").arg(parser.value(port)));
         }
     }
-    settings.configurationFile = QDir::cleanPath(QDir::current().absoluteFilePath(parser.value(configuration)));
-    settings.stateDirectory = QDir::cleanPath(QDir::current().absoluteFilePath(parser.value(state)));
+    settings.configurationFile = absolute(parser.value(configuration));
+    settings.stateDirectory = absolute(parser.value(state));
     settings.device = parser.value(device);
     settings.peers = parser.value(peers);
     settings.hostName = parser.value(hostName);
+    // Agents may work elsewhere: paths are absolute.
+    const auto path = [&parser](const QCommandLineOption& option) {
+        return parser.isSet(option) ? absolute(parser.value(option)) : QString();
+    };
+    settings.privateCertificate = path(certificate);
+    settings.publicCertificates = path(certificates);
     settings.endAgents = parser.isSet(endAgents);
     settings.checkOnly = parser.isSet(check);
     return line;

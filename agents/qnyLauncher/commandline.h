@@ -15,6 +15,8 @@ struct Settings
     quint16 port = 0;
     QString peers;
     QString hostName;
+    QString privateCertificate;
+    QString publicCertificates;
     bool endAgents = false; // with the launcher
     bool checkOnly = false; // read the configuration, say whether it is sound, and end
 };

@@ -81,8 +81,14 @@ QString Network::start(const Settings& settings, int argc, const char* const* ar
     hand("QNY_PORT", settings.port == 0 ? QString() : QString::number(settings.port));
     hand("QNY_PEERS", settings.peers);
     hand("QNY_HOST_NAME", settings.hostName);
+    hand("QNY_PRIVATE_CERTIFICATE", settings.privateCertificate);
+    hand("QNY_PUBLIC_CERTIFICATES", settings.publicCertificates);
+    const QByteArray privateCertificate = qgetenv("QNY_PRIVATE_CERTIFICATE");
+    const QByteArray publicCertificates = qgetenv("QNY_PUBLIC_CERTIFICATES");
     qny_options_t options;
     qny_options_init(&options);
+    options.private_certificate = privateCertificate.isEmpty() ? nullptr : privateCertificate.constData();
+    options.public_certificates = publicCertificates.isEmpty() ? nullptr : publicCertificates.constData();
     options.max_message_bytes = MOST_MESSAGE_BYTES;
     return qny_start(&options) == QNY_SUCCESS ? QString() : problem("cannot join the network");
 }

@@ -21,6 +21,8 @@ public:
     /// Empty, or one sentence for the user: that the recorder executable is missing, where, and what to do.
     static QString executableProblem();
     static QString defaultCommandLine(const QString& name);
+    /// With the built-in database of the recorder's machine.
+    QString launchLine(const QString& program, const QString& name) const override;
 
 protected:
     void initialise(SystemViewClassInstance* instance) const override;

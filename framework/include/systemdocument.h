@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QSet>
 #include <QStringList>
+#include <QVariantList>
 
 class Host;
 class Library;
@@ -40,6 +41,9 @@ class CORVANE_EXPORT SystemDocument : public QObject
     Q_PROPERTY(AbstractZqCustomItemListModel* hosts READ hostsModel CONSTANT)
     /// Of RunningAgentInfo: on the network now, and of no instance of any view.
     Q_PROPERTY(AbstractZqCustomItemListModel* unplacedAgents READ unplacedAgentsModel CONSTANT)
+    /// What the launchers of other machines may start, a map each: hostName, program (its path there), familyUuid and
+    /// className. See SystemDocumentHandler::createInstanceOnHost().
+    Q_PROPERTY(QVariantList launchOffers READ launchOffers NOTIFY launchOffersChanged)
 
 public:
     explicit SystemDocument(Library* library, QObject* parent = nullptr);
@@ -57,6 +61,7 @@ public:
     AbstractZqCustomItemListModel* systemViewsModel() const;
     AbstractZqCustomItemListModel* hostsModel() const;
     AbstractZqCustomItemListModel* unplacedAgentsModel() const;
+    QVariantList launchOffers() const;
     QList<SystemView*> systemViews() const;
     QList<Host*> hosts() const;
     QList<RunningAgentInfo*> unplacedAgents() const;
@@ -93,6 +98,7 @@ Q_SIGNALS:
     void filePathChanged();
     void isModifiedChanged();
     void currentSystemViewChanged();
+    void launchOffersChanged();
     /// Of any view; SystemDocumentHandler tells the modules.
     void instanceRegistered(SystemView* systemView, SystemViewBaseInstance* instance);
     void instanceUnregistered(SystemView* systemView, SystemViewBaseInstance* instance);

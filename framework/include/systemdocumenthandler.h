@@ -73,6 +73,10 @@ public:
     /// The same for the current view, by family, at a random place. Null without a current view or for an unknown
     /// family.
     Q_INVOKABLE SystemViewBaseInstance* createInstance(const QString& familyUuid);
+    /// The same for another machine: its launch line is for this program there (see SystemDocument::launchOffers). The
+    /// class gets the program's name when it is not known yet.
+    Q_INVOKABLE SystemViewBaseInstance* createInstanceOnHost(
+        const QString& familyUuid, const QString& hostName, const QString& program);
     /// Takes the instance out of its view; its agents that run become unplaced ones. Deleted later.
     Q_INVOKABLE void deleteInstance(SystemViewBaseInstance* instance);
     /// Makes an instance for an agent that was seen on the network, in the current view, under its name and family.

@@ -85,6 +85,11 @@ Q_SIGNALS:
     void runningAgentInfoRemoved(RunningAgentInfo* runningAgentInfo);
     void isRunningChanged();
     void turnOffFailed(RunningAgentInfo* runningAgentInfo, const QString& message);
+    /// A launcher refused to start the launch line, or what it started ended by itself and not well; `message` is a
+    /// sentence for the user. `canBeEnded`: it runs there but is not seen, see SystemViewManager::endAgent().
+    void launchFailed(EncounteredAgentInfo* encounteredAgentInfo, const QString& message, bool canBeEnded);
+    /// What SystemViewManager::endAgent() asked for has been done.
+    void launchStopped(EncounteredAgentInfo* encounteredAgentInfo);
 
 private:
     EncounteredAgentsOnHost* _createGroup(Host* host);

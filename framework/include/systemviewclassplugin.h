@@ -30,6 +30,9 @@ public:
     SystemViewClassInstance* createInstance(SystemView* systemView, SystemViewClass* systemViewClass,
         const QString& name, const QPointF& position, const QJsonObject& data, QList<JsonDocumentError>& errors) const;
 
+    /// A launch line of an agent of this class, for a program on whatever machine: its name, and what it needs besides.
+    virtual QString launchLine(const QString& program, const QString& name) const;
+
 protected:
     /// Completes an instance, new or read, that has no launch line on any machine.
     virtual void initialise(SystemViewClassInstance* instance) const;

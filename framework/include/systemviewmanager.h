@@ -8,6 +8,8 @@
 
 class EncounteredAgentInfo;
 class EncounteredAgentsOnHost;
+class Host;
+class RunningAgentInfo;
 class SystemView;
 class SystemViewBaseInstance;
 
@@ -17,6 +19,7 @@ class CORVANE_EXPORT SystemViewManager : public QObject
     Q_OBJECT
     Q_MOC_INCLUDE("encounteredagentinfo.h")
     Q_MOC_INCLUDE("encounteredagentsonhost.h")
+    Q_MOC_INCLUDE("runningagentinfo.h")
     Q_MOC_INCLUDE("systemviewbaseinstance.h")
     /// Why the last operation asked for was refused, in a sentence for the user; emptied by the next that is not.
     Q_PROPERTY(QString problem READ problem NOTIFY problemChanged)
@@ -44,6 +47,11 @@ public:
     /// runs is seen on the network.
     Q_INVOKABLE bool startAgent(EncounteredAgentInfo* info);
 
+    /// Has an agent that no longer answers ended by its machine's launcher, which does so only to what it started: the
+    /// one that is seen running or, when there is none, the one that was started by the launch line. False, with
+    /// problem(), when the launcher cannot be asked.
+    Q_INVOKABLE bool endAgent(RunningAgentInfo* runningAgentInfo, EncounteredAgentInfo* info);
+
     /// Tells the user, in a sentence, of a problem that is none of the operations above.
     void raiseProblem(const QString& message);
 
@@ -61,6 +69,7 @@ private:
     bool _refuse(const QString& message);
     void _accept();
     void _askLauncher(EncounteredAgentInfo* info);
+    static QString _launcherProblem(const Host* host);
 
     QString _problem;
 };

@@ -2,6 +2,7 @@
 #include "networkconfiguration.h"
 
 #include "corvaneutils.h"
+#include "launchers.h"
 #include "networkagents.h"
 
 #include <zqproperty.h>
@@ -177,6 +178,7 @@ bool NetworkConfiguration::connectToNetwork()
         return true;
     }
     NetworkAgents::instance(); // observes from the first arrival on
+    Launchers::instance()->declare();
 
     const QByteArray device = _device.toUtf8();
     const QByteArray peers = _peers.toUtf8();

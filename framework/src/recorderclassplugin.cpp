@@ -9,6 +9,16 @@
 #include <QDir>
 #include <QFileInfo>
 
+namespace {
+
+QString recorderLine(const QString& program, const QString& name)
+{
+    return CorvaneUtils::joinCommand(
+        program, { QStringLiteral("--name"), name, QStringLiteral("--cassandra"), QStringLiteral("embedded:9042") });
+}
+
+} // namespace
+
 RecorderClassPlugin::RecorderClassPlugin(QObject* parent)
     : SystemViewClassPlugin(parent)
 {
@@ -46,8 +56,12 @@ QString RecorderClassPlugin::executableProblem()
 
 QString RecorderClassPlugin::defaultCommandLine(const QString& name)
 {
-    return CorvaneUtils::joinCommand(executablePath(),
-        { QStringLiteral("--name"), name, QStringLiteral("--cassandra"), QStringLiteral("embedded:9042") });
+    return recorderLine(executablePath(), name);
+}
+
+QString RecorderClassPlugin::launchLine(const QString& program, const QString& name) const
+{
+    return recorderLine(program, name);
 }
 
 void RecorderClassPlugin::initialise(SystemViewClassInstance* instance) const

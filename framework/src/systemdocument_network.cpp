@@ -2,19 +2,28 @@
 #include "systemdocument.h"
 
 #include "host.h"
+#include "launchers.h"
+#include "library.h"
 #include "networkconfiguration.h"
-#include "reservedagentandtoolfamilies.h"
 #include "runningagentinfo.h"
 #include "systemview.h"
+#include "systemviewclass.h"
 #include "systemviewclassinstance.h"
 
 #include <zqcustomitemlistmodel.h>
+
+#include <QFileInfo>
 
 namespace {
 
 bool isAgentOf(const RunningAgentInfo* agent, const SystemViewClassInstance* instance)
 {
     return agent->name() == instance->name() && agent->familyUuid() == instance->familyUuid();
+}
+
+QString hostNameOf(const NetworkAgent& agent)
+{
+    return agent.hostName.isEmpty() ? agent.address : agent.hostName;
 }
 
 } // namespace
@@ -29,6 +38,7 @@ void SystemDocument::followNetwork()
     connect(network, &NetworkAgents::agentEntered, this, &SystemDocument::_onAgentEntered);
     connect(network, &NetworkAgents::agentUpdated, this, &SystemDocument::_onAgentUpdated);
     connect(network, &NetworkAgents::agentExited, this, &SystemDocument::_onAgentExited);
+    connect(Launchers::instance(), &Launchers::offersChanged, this, &SystemDocument::launchOffersChanged);
     for (const NetworkAgent& agent : network->agents()) {
         _onAgentEntered(agent);
     }
@@ -38,6 +48,7 @@ void SystemDocument::leaveNetwork()
 {
     _followsNetwork = false;
     disconnect(NetworkAgents::instance(), nullptr, this, nullptr);
+    disconnect(Launchers::instance(), nullptr, this, nullptr);
 }
 
 QList<SystemViewClassInstance*> SystemDocument::_allClassInstances() const
@@ -61,14 +72,33 @@ RunningAgentInfo* SystemDocument::_runningAgentInfo(const QString& uuid) const
 
 void SystemDocument::_updateLauncherOf(const QString& hostName)
 {
+    // The last that came: one before it may have died, and be seen gone only later.
     QString launcherUuid;
     for (const NetworkAgent& agent : NetworkAgents::instance()->agents()) {
-        if (agent.familyUuid == ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID && agent.hostName == hostName) {
+        if (Launchers::isLauncher(agent) && hostNameOf(agent) == hostName) {
             launcherUuid = agent.uuid;
-            break;
         }
     }
     getOrCreateHost(hostName)->setlauncherUuid(launcherUuid);
+    Q_EMIT launchOffersChanged();
+}
+
+QVariantList SystemDocument::launchOffers() const
+{
+    QVariantList offers;
+    for (const Host* host : _hosts->toList()) {
+        if (!host->hasLauncher() || host->networkName() == NetworkConfiguration::instance()->localNetworkName()) {
+            continue; // here, the host starts agents by itself
+        }
+        for (const OfferedProgram& program : Launchers::instance()->offeredBy(host->launcherUuid())) {
+            const SystemViewClass* systemViewClass = _library->getClassWithUUID(program.familyUuid);
+            offers.append(QVariantMap { { QStringLiteral("hostName"), host->networkName() },
+                { QStringLiteral("program"), program.path }, { QStringLiteral("familyUuid"), program.familyUuid },
+                { QStringLiteral("className"),
+                    systemViewClass == nullptr ? QFileInfo(program.path).fileName() : systemViewClass->name() } });
+        }
+    }
+    return offers;
 }
 
 void SystemDocument::_onAgentEntered(const NetworkAgent& agent)
@@ -76,9 +106,9 @@ void SystemDocument::_onAgentEntered(const NetworkAgent& agent)
     if (_runningAgentInfo(agent.uuid) != nullptr) {
         return;
     }
-    Host* host = getOrCreateHost(agent.hostName.isEmpty() ? agent.address : agent.hostName);
-    if (agent.familyUuid == ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID) {
-        _updateLauncherOf(agent.hostName);
+    Host* host = getOrCreateHost(hostNameOf(agent));
+    if (Launchers::isLauncher(agent)) {
+        _updateLauncherOf(host->networkName());
         return; // a service of its machine, nothing to place
     }
     const bool isAttached = host->networkName() == NetworkConfiguration::instance()->localNetworkName();
@@ -101,8 +131,8 @@ void SystemDocument::_onAgentUpdated(const NetworkAgent& agent)
 
 void SystemDocument::_onAgentExited(const NetworkAgent& agent)
 {
-    if (agent.familyUuid == ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID) {
-        _updateLauncherOf(agent.hostName);
+    if (Launchers::isLauncher(agent)) {
+        _updateLauncherOf(hostNameOf(agent));
     }
     RunningAgentInfo* info = _runningAgentInfo(agent.uuid);
     if (info == nullptr) {

@@ -2,6 +2,7 @@
 #include "systemdocumenthandler.h"
 
 #include "corvanemoduleplugininterface.h"
+#include "corvaneutils.h"
 #include "documentkeys.h"
 #include "encounteredagentinfo.h"
 #include "host.h"
@@ -42,6 +43,15 @@ QString placeOf(const QByteArray& text, int offset)
     const qsizetype line = before.count('\n') + 1;
     const qsizetype column = QString::fromUtf8(before.mid(before.lastIndexOf('\n') + 1)).size() + 1;
     return SystemDocumentHandler::tr("line %1, column %2").arg(line).arg(column);
+}
+
+/// What an instance with one launch line is made from.
+QJsonObject withLaunchLine(const QString& name, const QString& hostName, const QString& commandLine)
+{
+    using namespace DocumentKeys;
+    const QJsonArray lines { QJsonObject { { COMMAND_LINE, commandLine } } };
+    const QJsonArray groups { QJsonObject { { HOST, hostName }, { AGENTS, lines } } };
+    return { { NAME, name }, { ENCOUNTERED_AGENTS, groups } };
 }
 
 QString localPath(const QUrl& url)
@@ -317,6 +327,21 @@ SystemViewBaseInstance* SystemDocumentHandler::createInstance(const QString& fam
         SystemViewManager::instance()->randomInitialPositionInViewport(systemView), QJsonObject());
 }
 
+SystemViewBaseInstance* SystemDocumentHandler::createInstanceOnHost(
+    const QString& familyUuid, const QString& hostName, const QString& program)
+{
+    SystemView* systemView = currentSystemView();
+    SystemViewClassPlugin* plugin = PluginManager::instance()->getSystemViewClassPlugin(familyUuid);
+    SystemViewClass* systemViewClass = _library->getOrCreateClass(familyUuid, QFileInfo(program).fileName());
+    QJsonObject data;
+    if (systemView != nullptr && plugin != nullptr) {
+        const QString name = systemView->uniqueInstanceName(CorvaneUtils::cleanAgentName(systemViewClass->name()));
+        data = withLaunchLine(name, hostName, plugin->launchLine(program, name));
+    }
+    return createInstanceFromPlugin(systemView, plugin, systemViewClass,
+        SystemViewManager::instance()->randomInitialPositionInViewport(systemView), data);
+}
+
 void SystemDocumentHandler::deleteInstance(SystemViewBaseInstance* instance)
 {
     if (instance != nullptr) {
@@ -340,11 +365,10 @@ SystemViewBaseInstance* SystemDocumentHandler::placeAgent(RunningAgentInfo* runn
     }
     const QString family = runningAgentInfo->familyUuid();
     // Its launch line comes along, so that it gets no default one: where it runs is known.
-    QJsonObject data { { NAME, name } };
-    if (runningAgentInfo->host() != nullptr && !runningAgentInfo->commandLine().isEmpty()) {
-        data[ENCOUNTERED_AGENTS] = QJsonArray { QJsonObject { { HOST, runningAgentInfo->host()->networkName() },
-            { AGENTS, QJsonArray { QJsonObject { { COMMAND_LINE, runningAgentInfo->commandLine() } } } } } };
-    }
+    const bool hasLine = runningAgentInfo->host() != nullptr && !runningAgentInfo->commandLine().isEmpty();
+    const QJsonObject data = hasLine
+        ? withLaunchLine(name, runningAgentInfo->host()->networkName(), runningAgentInfo->commandLine())
+        : QJsonObject { { NAME, name } };
     return createInstanceFromPlugin(systemView, PluginManager::instance()->getSystemViewClassPlugin(family),
         _library->getOrCreateClass(family, name),
         SystemViewManager::instance()->randomInitialPositionInViewport(systemView), data);

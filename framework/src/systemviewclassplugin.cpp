@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "systemviewclassplugin.h"
 
+#include "corvaneutils.h"
 #include "documentkeys.h"
 #include "systemdocument.h"
 #include "systemview.h"
@@ -38,6 +39,11 @@ SystemViewClassInstance* SystemViewClassPlugin::createInstance(SystemView* syste
         initialise(instance);
     }
     return instance;
+}
+
+QString SystemViewClassPlugin::launchLine(const QString& program, const QString& name) const
+{
+    return CorvaneUtils::joinCommand(program, { QStringLiteral("--name"), name });
 }
 
 void SystemViewClassPlugin::initialise(SystemViewClassInstance* instance) const

@@ -4,21 +4,15 @@
 #include "corvaneutils.h"
 #include "encounteredagentinfo.h"
 #include "encounteredagentsonhost.h"
-#include "host.h"
 #include "reservedagentandtoolfamilies.h"
-#include "runningagentinfo.h"
 #include "systemdocumenthandler.h"
 #include "systemview.h"
 #include "systemviewclassinstance.h"
 
 #include <zqproperty.h>
 
-#include <QFileInfo>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QStandardPaths>
-
-#include <quenary.h>
 
 namespace {
 
@@ -134,68 +128,6 @@ void SystemViewManager::udapteEncounteredAgentInfoCommandLineNoUndoRedo(SystemVi
     }
     info->setcommandLine(commandLine);
     _accept();
-}
-
-bool SystemViewManager::startAgent(EncounteredAgentInfo* info)
-{
-    if (info == nullptr) {
-        return _refuse(tr("There is no launch line to start: enter one first."));
-    }
-    const QStringList& parts = info->splitCommandLine().parts();
-    if (parts.isEmpty()) {
-        return _refuse(tr("The launch line is empty: enter the program and its options first."));
-    }
-    if (info->splitCommandLine().hasMaskedValue()) {
-        return _refuse(
-            tr("The launch line holds a hidden password (%1), as the network shows it: enter the real one first.")
-                .arg(SplitCommandLine::MASKED_VALUE));
-    }
-    if (!info->group()->isAttachedToCorvane()) {
-        const Host* host = info->group()->host();
-        if (host == nullptr || !host->hasLauncher()) {
-            return _refuse(tr("Nothing starts agents on %1: start qnyLauncher on that machine, on this network.")
-                    .arg(host == nullptr ? tr("an unknown machine") : host->networkName()));
-        }
-        _accept();
-        Q_EMIT SystemDocumentHandler::instance()->startAgentRequested(info);
-        return _problem.isEmpty();
-    }
-    const QString program = QFileInfo(parts.constFirst()).isAbsolute()
-        ? parts.constFirst()
-        : QStandardPaths::findExecutable(parts.constFirst());
-    if (program.isEmpty() || !QFileInfo::exists(program)) {
-        return _refuse(tr("%1 was not found on this machine: correct the launch line, or install the program.")
-                .arg(parts.constFirst()));
-    }
-    if (!QProcess::startDetached(program, parts.mid(1))) {
-        return _refuse(tr("%1 could not be started: check that it may be run.").arg(program));
-    }
-    _accept();
-    return true;
-}
-
-void SystemViewManager::_askLauncher(EncounteredAgentInfo* info)
-{
-    if (info == nullptr) {
-        return;
-    }
-    const Host* host = info->group()->host();
-    if (host == nullptr || !host->hasLauncher()) {
-        _refuse(tr("Nothing starts agents on %1: start qnyLauncher on that machine, on this network.")
-                .arg(host == nullptr ? tr("an unknown machine") : host->networkName()));
-        return;
-    }
-    // "start_agent" takes the launch line's uuid and the line itself; the launcher answers nothing: the agent's arrival
-    // does.
-    qny_service_arg_t* arguments = nullptr;
-    qny_service_args_add_string(&arguments, info->uuid().toUtf8().constData());
-    qny_service_args_add_string(&arguments, info->commandLine().toUtf8().constData());
-    if (qny_service_call(
-            host->launcherUuid().toUtf8().constData(), "start_agent", &arguments, info->uuid().toUtf8().constData())
-        != QNY_SUCCESS) {
-        _refuse(tr("The launcher of %1 could not be asked: %2")
-                .arg(host->networkName(), QString::fromUtf8(qny_last_error())));
-    }
 }
 
 void SystemViewManager::raiseProblem(const QString& message)

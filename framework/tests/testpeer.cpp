@@ -1,18 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // A real agent in a process of its own, driven by its arguments:
-//   --name N --family F [--password P] [--host H] [--stay SECONDS] [--deaf] [--launcher]
-// Says "ready" on standard output once it is on the network, and "call …" for each launch that it is asked for. Leaves
-// when it is asked to stop (unless --deaf) and when its standard input ends; adds an output on the line "redefine".
+//   --name N --family F [--password P] [--host H] [--stay SECONDS] [--deaf] [--launcher [--as F]]
+// Says "ready" on standard output once it is on the network. Leaves when it is asked to stop (unless --deaf) and when
+// its standard input ends; adds an output on the line "redefine". As a launcher it starts nothing: it offers what the
+// line "offer JSON" says, says "call …" and "end …" for what it is asked, and answers who asked it last by the line
+// "answer LAUNCH STATE NUMBER TEXT|LAST LINE|LAST LINE".
 // With --stay it reads nothing, and leaves after so many seconds if nobody asks it before.
 
 #include <quenary.h>
 #include <quenary_families.h>
+#include <quenary_launcher.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
 
@@ -33,13 +38,48 @@ void onStop(const char*, const char*, void*)
     }).detach();
 }
 
-void onStartAgent(const char*, const char*, const char*, qny_service_arg_t* first, size_t count, const char*, void*)
+std::mutex mutex;
+std::string asker; // guarded by it
+
+void onAsked(
+    const char*, const char* senderUuid, const char* service, qny_service_arg_t* first, size_t, const char*, void*)
 {
-    std::string line = "call";
-    for (size_t i = 0; i < count && first != nullptr; ++i, first = first->next) {
-        line += " [" + std::string(first->type == QNY_STRING_T && first->c != nullptr ? first->c : "?") + "]";
+    {
+        const std::lock_guard lock(mutex);
+        asker = senderUuid;
+    }
+    std::string line = service == std::string(QNY_LAUNCHER_START) ? "call" : "end";
+    for (; first != nullptr; first = first->next) {
+        line += " [" + (first->type == QNY_STRING_T ? std::string(first->c) : std::to_string(first->i)) + "]";
     }
     say(line);
+}
+
+void answer(const std::string& words)
+{
+    std::istringstream stream(words);
+    std::string launch;
+    std::string state;
+    int number = 0;
+    std::string text;
+    stream >> launch >> state >> number >> std::ws;
+    std::getline(stream, text, '|');
+    std::string lines;
+    for (std::string line; std::getline(stream, line, '|');) {
+        lines += line + "\n";
+    }
+    qny_service_arg_t* list = nullptr;
+    qny_service_args_add_string(&list, launch == "-" ? "" : launch.c_str());
+    qny_service_args_add_string(&list, state.c_str());
+    qny_service_args_add_int(&list, number);
+    qny_service_args_add_string(&list, text.c_str());
+    if (state != "malformed") {
+        qny_service_args_add_string(&list, lines.c_str());
+    }
+    const std::lock_guard lock(mutex);
+    if (qny_service_call(asker.c_str(), QNY_LAUNCH_STATE, &list, nullptr) != QNY_SUCCESS) {
+        std::cerr << "not answered: " << qny_last_error() << std::endl;
+    }
 }
 
 } // namespace
@@ -70,6 +110,8 @@ int main(int argc, char** argv)
         } else if (argument == "--launcher") {
             isLauncher = true;
             family = QNY_FAMILY_LAUNCHER;
+        } else if (argument == "--as" && hasNext) {
+            family = argv[++i]; // speaks like a launcher, and shows itself as this
         }
     }
     const char* masked[] = { "--password", nullptr };
@@ -81,9 +123,9 @@ int main(int argc, char** argv)
         qny_observe_stop_requests(&onStop, nullptr);
     }
     if (isLauncher) {
-        qny_service_init("start_agent", &onStartAgent, nullptr);
-        qny_service_arg_add("start_agent", "uuid", QNY_STRING_T);
-        qny_service_arg_add("start_agent", "command_line", QNY_STRING_T);
+        qny_output_create(QNY_LAUNCHER_PROGRAMS, QNY_STRING_T, nullptr, 0);
+        qny_service_init(QNY_LAUNCHER_START, &onAsked, nullptr);
+        qny_service_init(QNY_LAUNCHER_STOP, &onAsked, nullptr);
     }
     qny_options_t options;
     qny_options_init(&options);
@@ -100,6 +142,10 @@ int main(int argc, char** argv)
     while (secondsToStay == 0 && std::getline(std::cin, line)) {
         if (line == "redefine") {
             qny_output_create("flow", QNY_DOUBLE_T, nullptr, 0);
+        } else if (line.starts_with("offer ")) {
+            qny_output_set_string(QNY_LAUNCHER_PROGRAMS, line.c_str() + 6);
+        } else if (line.starts_with("answer ")) {
+            answer(line.substr(7));
         }
     }
     qny_stop();

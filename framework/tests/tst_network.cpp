@@ -5,6 +5,7 @@
 #include "encounteredagentinfo.h"
 #include "encounteredagentsonhost.h"
 #include "frameworkfixture.h"
+#include "peer.h"
 #include "runningagentinfo.h"
 #include "systemviewmanager.h"
 
@@ -25,47 +26,6 @@
 using namespace FrameworkFixture;
 
 namespace {
-
-const QString PEER = QStringLiteral(TEST_PEER);
-
-/// An agent in a process of its own; ends with the object.
-class Peer
-{
-public:
-    explicit Peer(const QStringList& arguments)
-    {
-        _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        _process.start(PEER, arguments);
-        _isReady = _process.waitForStarted() && waitForLine(QStringLiteral("ready"));
-    }
-    ~Peer()
-    {
-        _process.closeWriteChannel();
-        if (!_process.waitForFinished(5000)) {
-            _process.kill();
-            _process.waitForFinished();
-        }
-    }
-    bool isReady() const { return _isReady; }
-    bool waitForLine(const QString& start)
-    {
-        while (_process.canReadLine() || _process.waitForReadyRead(10000)) {
-            if (_process.canReadLine()) {
-                lastLine = QString::fromUtf8(_process.readLine()).trimmed();
-                if (lastLine.startsWith(start)) {
-                    return true;
-                }
-            }
-        }
-        return false;
-    }
-    QProcess& process() { return _process; }
-    QString lastLine;
-
-private:
-    QProcess _process;
-    bool _isReady = false;
-};
 
 NetworkConfiguration* network()
 {
@@ -101,7 +61,6 @@ private Q_SLOTS:
     void anAgentStartedHereComesToThisNetworkAndIsStopped();
     void anAgentThatDoesNotAcceptStopsIsSaid();
     void aRunningInstanceKeepsItsName();
-    void anAgentElsewhereIsStartedThroughItsLauncher();
     void agentsThatAreThereBeforeADocumentAreFound();
     void leavingTheNetworkTurnsEveryAgentOff();
 };
@@ -309,30 +268,6 @@ void TestNetwork::aRunningInstanceKeepsItsName()
     const QString line
         = sensor->encounteredAgentsOnHostAttachedToCorvane()->encounteredAgentInfos().at(0)->commandLine();
     QCOMPARE(CorvaneUtils::optionValue(line, "--name", {}), QString("Probe"));
-}
-
-void TestNetwork::anAgentElsewhereIsStartedThroughItsLauncher()
-{
-    SystemDocument* document = handler()->currentSystemDocument();
-    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
-    EncounteredAgentInfo* info = sensor->getOrCreateEncounteredAgentInfo(
-        sensor->getOrCreateEncounteredAgentsOnHost(document->getOrCreateHost("machine two")),
-        "/opt/sensor --name \"Sensor\"");
-    QVERIFY(!info->canBeLaunched());
-    {
-        Peer launcher({ "--name", "Launcher", "--launcher", "--host", "machine two" });
-        QVERIFY(launcher.isReady());
-        QTRY_VERIFY(info->group()->host()->hasLauncher());
-        QVERIFY(info->canBeLaunched());
-        QVERIFY(document->unplacedAgents().isEmpty()); // a launcher is nothing to place
-        Q_EMIT handler()->startAgentRequested(info);
-        QVERIFY(launcher.waitForLine("call"));
-        QCOMPARE(launcher.lastLine, QStringLiteral("call [%1] [%2]").arg(info->uuid(), info->commandLine()));
-        QVERIFY(SystemViewManager::instance()->startAgent(info));
-        QVERIFY(launcher.waitForLine("call"));
-    }
-    QTRY_VERIFY(!info->canBeLaunched());
-    QVERIFY(!info->group()->host()->hasLauncher());
 }
 
 void TestNetwork::agentsThatAreThereBeforeADocumentAreFound()

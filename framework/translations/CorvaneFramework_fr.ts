@@ -17,6 +17,43 @@
     </message>
 </context>
 <context>
+    <name>Launchers</name>
+    <message>
+        <source>The launcher could not be asked: %1</source>
+        <translation>Le lanceur n’a pas pu être sollicité : %1</translation>
+    </message>
+    <message>
+        <source>%1 It said last:
+%2</source>
+        <translation>%1 Ses derniers mots :
+%2</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; was not started on %2: %3</source>
+        <translation>« %1 » n’a pas été démarré sur %2 : %3</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; runs on %2 already, as process %3, but does not answer. End it there, then connect it again.</source>
+        <translation>« %1 » s’exécute déjà sur %2, processus %3, mais ne répond pas. Terminez-le là-bas, puis connectez-le à nouveau.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; ended on %2 with status %3.</source>
+        <translation>« %1 » s’est terminé sur %2 avec le code %3.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; was ended on %2 by the signal %3.</source>
+        <translation>« %1 » a été interrompu sur %2 par le signal %3.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; ended on %2; how is not known, because the process that watched it was ended too.</source>
+        <translation>« %1 » s’est terminé sur %2 ; on ne sait pas comment, car le processus qui le surveillait a été interrompu lui aussi.</translation>
+    </message>
+    <message>
+        <source>The launcher of %1 refused: %2</source>
+        <translation>Le lanceur de %1 a refusé : %2</translation>
+    </message>
+</context>
+<context>
     <name>NetworkConfiguration</name>
     <message>
         <source>The port stays %1: it must be from 1 to %2, not %3.</source>
@@ -297,10 +334,6 @@
     <message>
         <source>%1 could not be started: check that it may be run.</source>
         <translation>%1 n’a pas pu être démarré&#xa0;: vérifiez qu’il peut être exécuté.</translation>
-    </message>
-    <message>
-        <source>The launcher of %1 could not be asked: %2</source>
-        <translation>Le lanceur de %1 n’a pas pu être sollicité&#xa0;: %2</translation>
     </message>
 </context>
 </TS>

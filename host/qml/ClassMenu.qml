@@ -5,7 +5,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Corvane
 
-// The classes of agents that can be added to the view.
+// The classes of agents that can be added to the view: for this machine, and for others whose launchers offer them.
 HostMenu {
     id: root
 
@@ -19,6 +19,19 @@ HostMenu {
 
             label: qtObject.name
             onTriggered: SystemDocumentHandler.createInstance(qtObject.familyUuid)
+        }
+    }
+    Instantiator {
+        model: SystemDocumentHandler.currentSystemDocument?.launchOffers ?? []
+        onObjectAdded: (index, object) => root.addItem(object as MenuItem)
+        onObjectRemoved: (index, object) => root.removeItem(object as MenuItem)
+
+        HostMenuItem {
+            required property var modelData
+
+            label: modelData.className
+            detail: qsTr("on %1").arg(modelData.hostName)
+            onTriggered: SystemDocumentHandler.createInstanceOnHost(modelData.familyUuid, modelData.hostName, modelData.program)
         }
     }
 }

@@ -15,7 +15,6 @@ Item {
     property bool hasShortcuts: true
     readonly property SystemDocument document: SystemDocumentHandler.currentSystemDocument
     readonly property SystemView view: document === null ? null : document.currentSystemView
-    readonly property int unplacedCount: document === null ? 0 : document.unplacedAgents.count
 
     function chooseClass(): void {
         classMenu.popup(addButton, addButton.width - classMenu.width, addButton.height + 4);
@@ -105,7 +104,7 @@ Item {
             isLast: index === ListView.view.count - 1
             isCursor: activeFocus
             Accessible.role: Accessible.ListItem
-            Accessible.name: [card.qtObject?.name ?? "", row.className, row.machineText, row.stateWord].join(", ")
+            Accessible.name: [card.qtObject?.name ?? "", row.className, row.control.machineText, row.control.stateWord].join(", ")
             Accessible.onPressAction: row.press()
             Keys.onReturnPressed: row.press()
             Keys.onEnterPressed: row.press()
@@ -118,6 +117,7 @@ Item {
                 host: root.host
                 instance: card.qtObject
                 onDeletionRequested: confirmDeletion.ask(card.qtObject)
+                onEndRequested: confirmEnd.ask(row.control)
             }
         }
 
@@ -131,39 +131,18 @@ Item {
                 visible: list.count === 0
                 onAddRequested: root.chooseClass()
             }
-            Text {
-                visible: root.unplacedCount > 0
-                bottomPadding: Theme.spacingSmall
-                text: qsTr("On the network, in no view")
-                color: Theme.text
-                font.pixelSize: Theme.textSize
-                font.weight: Font.DemiBold
-            }
-            Repeater {
-                model: root.document === null ? null : root.document.unplacedAgents
-
-                CardRow {
-                    id: unplacedCard
-
-                    required property int index
-                    required property RunningAgentInfo qtObject
-
-                    width: parent?.width ?? 0
-                    isFirst: index === 0
-                    isLast: index === root.unplacedCount - 1
-                    implicitHeight: Theme.rowHeight
-
-                    UnplacedRow {
-                        anchors.fill: parent
-                        host: root.host
-                        agent: unplacedCard.qtObject
-                    }
-                }
+            SystemFooter {
+                width: parent.width
+                host: root.host
+                document: root.document
             }
         }
     }
 
     ConfirmDeletion {
         id: confirmDeletion
+    }
+    ConfirmEnd {
+        id: confirmEnd
     }
 }

@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="fr_FR" sourcelanguage="en">
 <context>
+    <name>ClassMenu</name>
+    <message>
+        <source>on %1</source>
+        <translation>sur %1</translation>
+    </message>
+</context>
+<context>
     <name>CommandLine</name>
     <message>
         <source>&quot;en&quot; or &quot;fr&quot;; else the desktop&apos;s.</source>
@@ -135,10 +142,6 @@
         <translation>Ses lignes de lancement disparaissent avec lui. Un agent en marche continue de tourner et figure parmi les agents non placés.</translation>
     </message>
     <message>
-        <source>Cancel</source>
-        <translation>Annuler</translation>
-    </message>
-    <message>
         <source>Delete</source>
         <translation>Supprimer</translation>
     </message>
@@ -146,9 +149,24 @@
         <source>Keep it</source>
         <translation>Le garder</translation>
     </message>
+</context>
+<context>
+    <name>ConfirmEnd</name>
     <message>
-        <source>Esc</source>
-        <translation>Échap</translation>
+        <source>End &quot;%1&quot;?</source>
+        <translation>Terminer « %1 » ?</translation>
+    </message>
+    <message>
+        <source>The launcher of its machine asks it to end, and kills it when it does not. What it has not written yet is lost.</source>
+        <translation>Le lanceur de sa machine lui demande de se terminer, et l’y force s’il ne le fait pas. Ce qu’il n’a pas encore écrit est perdu.</translation>
+    </message>
+    <message>
+        <source>End</source>
+        <translation>Terminer</translation>
+    </message>
+    <message>
+        <source>Leave it running</source>
+        <translation>Le laisser s’exécuter</translation>
     </message>
 </context>
 <context>
@@ -248,7 +266,7 @@
     </message>
 </context>
 <context>
-    <name>InstanceRow</name>
+    <name>InstanceControl</name>
     <message>
         <source>this machine</source>
         <translation>cette machine</translation>
@@ -274,18 +292,6 @@
         <translation>Arrêté</translation>
     </message>
     <message>
-        <source>&quot;%1&quot; was started but did not appear on the network.</source>
-        <translation>«&#xa0;%1&#xa0;» a été démarré mais n’est pas apparu sur le réseau.</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; was asked to stop but goes on running.</source>
-        <translation>L’arrêt de «&#xa0;%1&#xa0;» a été demandé mais il continue de tourner.</translation>
-    </message>
-    <message>
-        <source>Connect</source>
-        <translation>Connecter</translation>
-    </message>
-    <message>
         <source>The host is not on the network</source>
         <translation>L’hôte n’est pas sur le réseau</translation>
     </message>
@@ -294,16 +300,35 @@
         <translation>Un rejeu joue le rôle de cet agent</translation>
     </message>
     <message>
+        <source>%1 has no launcher: start qnyLauncher there, on this network</source>
+        <translation>%1 n’a pas de lanceur : démarrez-y qnyLauncher, sur ce réseau</translation>
+    </message>
+    <message>
         <source>No launch line of it can be started from here</source>
         <translation>Aucune de ses lignes de lancement ne peut être démarrée d’ici</translation>
     </message>
     <message>
-        <source>Disconnect</source>
-        <translation>Déconnecter</translation>
-    </message>
-    <message>
         <source>This agent does not take requests to stop</source>
         <translation>Cet agent n’accepte pas les demandes d’arrêt</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; was started but did not appear on the network.</source>
+        <translation>«&#xa0;%1&#xa0;» a été démarré mais n’est pas apparu sur le réseau.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; was asked to stop but goes on running.</source>
+        <translation>L’arrêt de «&#xa0;%1&#xa0;» a été demandé mais il continue de tourner.</translation>
+    </message>
+</context>
+<context>
+    <name>InstanceRow</name>
+    <message>
+        <source>Connect</source>
+        <translation>Connecter</translation>
+    </message>
+    <message>
+        <source>Disconnect</source>
+        <translation>Déconnecter</translation>
     </message>
     <message>
         <source>Delete from the system</source>
@@ -324,6 +349,37 @@
     <message>
         <source>Del</source>
         <translation>Suppr</translation>
+    </message>
+    <message>
+        <source>It does not answer: have its machine&apos;s launcher end it</source>
+        <translation>Il ne répond pas : le faire terminer par le lanceur de sa machine</translation>
+    </message>
+    <message>
+        <source>End…</source>
+        <translation>Terminer…</translation>
+    </message>
+</context>
+<context>
+    <name>MachineRow</name>
+    <message>
+        <source>This machine: the host starts its agents</source>
+        <translation>Cette machine : l’hôte démarre ses agents</translation>
+    </message>
+    <message>
+        <source>Its launcher starts agents there</source>
+        <translation>Son lanceur y démarre les agents</translation>
+    </message>
+    <message>
+        <source>To start agents there, start qnyLauncher on it, on this network</source>
+        <translation>Pour y démarrer des agents, démarrez-y qnyLauncher, sur ce réseau</translation>
+    </message>
+    <message>
+        <source>Launcher</source>
+        <translation>Lanceur</translation>
+    </message>
+    <message>
+        <source>No launcher</source>
+        <translation>Sans lanceur</translation>
     </message>
 </context>
 <context>
@@ -482,6 +538,17 @@
     </message>
 </context>
 <context>
+    <name>Question</name>
+    <message>
+        <source>Esc</source>
+        <translation>Échap</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+</context>
+<context>
     <name>RecentMenu</name>
     <message>
         <source>Empty this list</source>
@@ -541,6 +608,17 @@
     </message>
 </context>
 <context>
+    <name>SystemFooter</name>
+    <message>
+        <source>On the network, in no view</source>
+        <translation>Sur le réseau, dans aucune vue</translation>
+    </message>
+    <message>
+        <source>Machines</source>
+        <translation>Machines</translation>
+    </message>
+</context>
+<context>
     <name>SystemPage</name>
     <message numerus="yes">
         <source>%n instance(s)</source>
@@ -564,10 +642,6 @@
     <message>
         <source>Add</source>
         <translation>Ajouter</translation>
-    </message>
-    <message>
-        <source>On the network, in no view</source>
-        <translation>Sur le réseau, dans aucune vue</translation>
     </message>
     <message>
         <source>End the sample agents</source>

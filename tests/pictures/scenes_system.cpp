@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "stage.h"
 
+#include <encounteredagentinfo.h>
+#include <encounteredagentsonhost.h>
+#include <launchers.h>
 #include <networkconfiguration.h>
+#include <reservedagentandtoolfamilies.h>
 #include <sampleplant.h>
+#include <systemviewclassinstance.h>
+#include <systemviewmanager.h>
 
 namespace {
 
@@ -78,6 +84,61 @@ void deletion(Stage& stage)
     stage.click(QStringLiteral("deleteInstanceButton"), 1);
 }
 
+/// Two recorders on other machines, one of which has a launcher.
+void machines(Stage& stage)
+{
+    stage.host().newDocument();
+    QuenaryDouble::Agent launcher;
+    launcher.uuid = QStringLiteral("7f1e0c5a-2a2b-4a53-9a54-6d2e9b1f0001");
+    launcher.name = QStringLiteral("Launcher");
+    launcher.family = ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID;
+    launcher.hostName = QStringLiteral("pump-house");
+    launcher.executable = QStringLiteral("/opt/record-and-replay/agents/qnyLauncher/qnyLauncher");
+    ModuleFixture::enter(launcher);
+    stage.addRecorder(QStringLiteral("Pump house recorder"), {}, QStringLiteral("pump-house"));
+    stage.addRecorder(QStringLiteral("Bench recorder"), {}, QStringLiteral("bench-02"));
+    stage.addRecorder(QStringLiteral("Plant recorder"), {});
+}
+
+/// What a launcher tells of a line, as the framework puts it.
+void launchFailed(const Stage& stage, const QString& name, const QString& message, bool canBeEnded)
+{
+    SystemViewClassInstance* const instance = stage.instance(name);
+    EncounteredAgentInfo* const line = instance->encounteredAgentsOnHosts().at(0)->encounteredAgentInfos().at(0);
+    Q_EMIT instance->launchFailed(line, message, canBeEnded);
+    SystemViewManager::instance()->raiseProblem(message);
+}
+
+void launchEndedBadly(Stage& stage)
+{
+    machines(stage);
+    launchFailed(stage, QStringLiteral("Pump house recorder"),
+        Launchers::tr("%1 It said last:\n%2")
+            .arg(Launchers::tr("\"%1\" ended on %2 with status %3.")
+                     .arg(QStringLiteral("Pump house recorder"), QStringLiteral("pump-house"))
+                     .arg(1),
+                QStringLiteral("qnyRecorder: cannot write into the data directory /var/records (Permission denied); "
+                               "name another with --data-directory")),
+        false);
+}
+
+void launchHidden(Stage& stage)
+{
+    machines(stage);
+    launchFailed(stage, QStringLiteral("Pump house recorder"),
+        Launchers::tr(
+            "\"%1\" runs on %2 already, as process %3, but does not answer. End it there, then connect it again.")
+            .arg(QStringLiteral("Pump house recorder"), QStringLiteral("pump-house"))
+            .arg(20714),
+        true);
+}
+
+void launchEnd(Stage& stage)
+{
+    launchHidden(stage);
+    stage.click(QStringLiteral("endInstanceButton"));
+}
+
 } // namespace
 
 Scenes systemScenes()
@@ -93,5 +154,9 @@ Scenes systemScenes()
         { "system-network-refused", networkRefused },
         { "system-notices", notices },
         { "system-deletion", deletion },
+        { "system-machines", machines },
+        { "system-launch-ended-badly", launchEndedBadly },
+        { "system-launch-hidden", launchHidden },
+        { "system-launch-end", launchEnd },
     };
 }

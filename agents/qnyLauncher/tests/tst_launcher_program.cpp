@@ -238,6 +238,8 @@ void TestProgram::wrongOptionsAreRefused_data()
     QTest::newRow("checked") << QStringList { "--check" } << QByteArray("children = 0\n") << 1
                              << "launcher\\.conf:4: children is a number";
     QTest::newRow("device") << QStringList { "--device", "nodevice9" } << QByteArray() << 1 << "nodevice9";
+    QTest::newRow("certificates") << QStringList { "--qnyCert", "/nowhere/own.cert_secret" } << QByteArray() << 1
+                                  << "cannot join the network";
     QTest::newRow("sound") << QStringList { "--check" } << QByteArray() << 0 << "launcher\\.conf: 1 programs";
     QTest::newRow("help") << QStringList { "--help" } << QByteArray() << 0 << "--end-agents";
 }
