@@ -46,6 +46,9 @@ CommandLine parseCommandLine(const QStringList& arguments)
         { "1", "qnyCert" }, "Private certificate of this launcher and its agents.", "file");
     const QCommandLineOption certificates(
         { "2", "publicCerts" }, "Public certificates of the agents let in.", "directory");
+    const QCommandLineOption operators("operators",
+        "Public certificates of those who may have agents started and ended (default: everybody who is let in).",
+        "directory");
     const QCommandLineOption endAgents("end-agents",
         "End the agents when the launcher ends; without it they go on, and the next launcher finds them.");
     const QCommandLineOption check("check", "Say whether the configuration is sound, and end.");
@@ -55,8 +58,8 @@ CommandLine parseCommandLine(const QStringList& arguments)
     QCommandLineParser parser;
     parser.setApplicationDescription("Starts agents on this machine when a host asks, and ends those that no longer "
                                      "answer. It starts nothing but the programs that its configuration names.");
-    parser.addOptions({ name, configuration, state, device, port, peers, hostName, certificate, certificates, endAgents,
-        check, help, version });
+    parser.addOptions({ name, configuration, state, device, port, peers, hostName, certificate, certificates, operators,
+        endAgents, check, help, version });
     CommandLine line;
     const auto refuse = [&line](const QString& why) {
         line.outcome = CommandLine::Outcome::Refuse;
@@ -96,6 +99,7 @@ CommandLine parseCommandLine(const QStringList& arguments)
     };
     settings.privateCertificate = path(certificate);
     settings.publicCertificates = path(certificates);
+    settings.operators = path(operators);
     settings.endAgents = parser.isSet(endAgents);
     settings.checkOnly = parser.isSet(check);
     return line;

@@ -17,6 +17,7 @@ struct Settings
     QString hostName;
     QString privateCertificate;
     QString publicCertificates;
+    QString operators; // directory of the certificates of those who may ask; empty: everybody on the network
     bool endAgents = false; // with the launcher
     bool checkOnly = false; // read the configuration, say whether it is sound, and end
 };

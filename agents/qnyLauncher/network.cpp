@@ -2,6 +2,7 @@
 #include "network.h"
 
 #include <QDebug>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -14,6 +15,7 @@ namespace launcher {
 namespace {
 
 constexpr int MOST_WAITING = 64;
+const QString NO_OPERATOR = QStringLiteral("Your certificate is not among those of the operators of this launcher.");
 /// Requests are small; definitions of other agents must fit.
 constexpr size_t MOST_MESSAGE_BYTES = 4 * 1024 * 1024;
 
@@ -52,6 +54,7 @@ Network::Network() = default;
 Network::~Network()
 {
     stop();
+    qny_certificates_close(_operators);
 }
 
 QString Network::start(const Settings& settings, int argc, const char* const* argv)
@@ -83,12 +86,17 @@ QString Network::start(const Settings& settings, int argc, const char* const* ar
     hand("QNY_HOST_NAME", settings.hostName);
     hand("QNY_PRIVATE_CERTIFICATE", settings.privateCertificate);
     hand("QNY_PUBLIC_CERTIFICATES", settings.publicCertificates);
-    const QByteArray privateCertificate = qgetenv("QNY_PRIVATE_CERTIFICATE");
-    const QByteArray publicCertificates = qgetenv("QNY_PUBLIC_CERTIFICATES");
+    if (!settings.operators.isEmpty()) {
+        if (qEnvironmentVariableIsEmpty("QNY_PRIVATE_CERTIFICATE")) {
+            return QStringLiteral("--operators needs a secured network: name --qnyCert and --publicCerts, too");
+        }
+        _operators = qny_certificates_open(QFile::encodeName(settings.operators).constData());
+        if (_operators == nullptr) {
+            return problem("the operators' certificates cannot be read");
+        }
+    }
     qny_options_t options;
     qny_options_init(&options);
-    options.private_certificate = privateCertificate.isEmpty() ? nullptr : privateCertificate.constData();
-    options.public_certificates = publicCertificates.isEmpty() ? nullptr : publicCertificates.constData();
     options.max_message_bytes = MOST_MESSAGE_BYTES;
     return qny_start(&options) == QNY_SUCCESS ? QString() : problem("cannot join the network");
 }
@@ -133,6 +141,20 @@ void Network::tell(const QByteArray& hostUuid, const News& news)
 
 // ---- callbacks ------------------------------------------------------------------------------------------------------
 
+bool Network::_isOperator(const char* senderName) const
+{
+    if (_operators == nullptr) {
+        return true;
+    }
+    const qny_certificate_t* const certificate = qny_caller_certificate();
+    if (certificate != nullptr && qny_certificates_hold(_operators, certificate->public_key)) {
+        return true;
+    }
+    qWarning().noquote() << "Refused a request of" << senderName << "with the certificate"
+                         << (certificate == nullptr ? "(none)" : certificate->name) << ": it is no operator's";
+    return false;
+}
+
 template <class Function> void Network::_post(const char* senderName, const char* senderUuid, Function function)
 {
     if (_waiting.fetch_add(1) >= MOST_WAITING) {
@@ -154,6 +176,11 @@ void Network::_onStart(const char* senderName, const char* senderUuid, const cha
     size_t count, const char*, void* user)
 {
     auto* const self = static_cast<Network*>(user);
+    if (!self->_isOperator(senderName)) {
+        const bool hasLaunch = first != nullptr && first->type == QNY_STRING_T && first->c != nullptr;
+        refuse(senderUuid, hasLaunch ? QString::fromUtf8(first->c).left(36) : QString(), NO_OPERATOR);
+        return;
+    }
     QStringList texts;
     size_t bytes = 0;
     bool isText = true;
@@ -188,6 +215,10 @@ void Network::_onStop(const char* senderName, const char* senderUuid, const char
     size_t count, const char*, void* user)
 {
     auto* const self = static_cast<Network*>(user);
+    if (!self->_isOperator(senderName)) {
+        refuse(senderUuid, {}, NO_OPERATOR);
+        return;
+    }
     const bool isLaunch = count == 1 && first->type == QNY_STRING_T && first->c != nullptr && first->size <= 64;
     if (!isLaunch && (count != 1 || first->type != QNY_INTEGER_T)) {
         qWarning().noquote() << "Refused a request of" << senderName << "to end an agent: it names none";
@@ -222,6 +253,9 @@ void Network::_onAgent(qny_agent_event_t event, const qny_agent_info_t* agent, v
 void Network::_onEnd(const char* askerName, const char*, void* user)
 {
     auto* const self = static_cast<Network*>(user);
+    if (!self->_isOperator(askerName)) {
+        return;
+    }
     const QString name = QString::fromUtf8(askerName);
     QMetaObject::invokeMethod(self, [self, name] { Q_EMIT self->endAsked(name); }, Qt::QueuedConnection);
 }

@@ -45,10 +45,12 @@ private:
         size_t count, const char* token, void* self);
     static void _onAgent(qny_agent_event_t event, const qny_agent_info_t* agent, void* self);
     static void _onEnd(const char* askerName, const char* askerUuid, void* self);
+    bool _isOperator(const char* senderName) const;
     template <class Function> void _post(const char* senderName, const char* senderUuid, Function function);
 
     std::atomic<int> _waiting = 0; // requests on their way to the main thread
     bool _isStarted = false;
+    qny_certificates_t* _operators = nullptr; // null: everybody may ask
 };
 
 } // namespace launcher

@@ -97,6 +97,8 @@ private Q_SLOTS:
     void agentsOutliveItAndTheNextOneEndsThem();
     void agentsEndWithItWhenThatIsWanted();
     void aSecondOneInTheSamePlaceIsRefused();
+    void itsSecurityIsThatOfItsAgents();
+    void onlyOperatorsAreObeyed();
 
 private:
     void _configure(const QByteArray& more = {});
@@ -107,6 +109,8 @@ private:
     void _ask(const QStringList& texts);
     std::optional<State> _told(const QString& launch);
     QByteArray _output(const QString& launch) const;
+    void _secure();
+    QStringList _securityOptions() const;
 
     std::unique_ptr<QTemporaryDir> _folder;
     QProcess _launcher;
@@ -143,9 +147,15 @@ void TestProgram::cleanup()
     if (_launcher.state() != QProcess::NotRunning) {
         _endLauncher();
     }
-    // What a failed test left is ended by a launcher that is told to.
-    if (!QDir(_folder->filePath("state/launches")).isEmpty() && _startLauncher({ "--end-agents" })) {
+    // What a test left is ended by a launcher that is told to.
+    const QStringList security = QDir(_folder->filePath("keys")).exists() ? _securityOptions() : QStringList();
+    if (!QDir(_folder->filePath("state/launches")).isEmpty()
+        && _startLauncher(security + QStringList { "--end-agents" })) {
         _endLauncher();
+    }
+    if (QDir(_folder->filePath("keys")).exists()) { // back to the open network
+        qny_stop();
+        QCOMPARE(qny_start(nullptr), QNY_SUCCESS);
     }
     const QMutexLocker lock(&mutex);
     states.clear();
@@ -240,6 +250,8 @@ void TestProgram::wrongOptionsAreRefused_data()
     QTest::newRow("device") << QStringList { "--device", "nodevice9" } << QByteArray() << 1 << "nodevice9";
     QTest::newRow("certificates") << QStringList { "--qnyCert", "/nowhere/own.cert_secret" } << QByteArray() << 1
                                   << "cannot join the network";
+    QTest::newRow("operators in the open")
+        << QStringList { "--operators", "/tmp" } << QByteArray() << 1 << "--operators needs a secured network";
     QTest::newRow("sound") << QStringList { "--check" } << QByteArray() << 0 << "launcher\\.conf: 1 programs";
     QTest::newRow("help") << QStringList { "--help" } << QByteArray() << 0 << "--end-agents";
 }
@@ -418,6 +430,71 @@ void TestProgram::aSecondOneInTheSamePlaceIsRefused()
     QVERIFY(second.waitForFinished());
     QCOMPARE(second.exitCode(), 1);
     QVERIFY(second.readAll().contains("another launcher works in " + _folder->filePath("state").toUtf8()));
+}
+
+/// This test's process joins the network anew, with a certificate; so can a launcher with the options.
+void TestProgram::_secure()
+{
+    QVERIFY(QDir(_folder->path()).mkdir("keys"));
+    for (const char* name : { "host", "machine" }) {
+        QCOMPARE(
+            qny_certificate_make(_folder->filePath("keys").toUtf8().constData(), name, nullptr, nullptr), QNY_SUCCESS);
+    }
+    const QByteArray own = _folder->filePath("keys/host.cert_secret").toUtf8();
+    const QByteArray all = _folder->filePath("keys").toUtf8();
+    qny_options_t options;
+    qny_options_init(&options);
+    options.private_certificate = own.constData();
+    options.public_certificates = all.constData();
+    qny_stop();
+    QVERIFY2(qny_start(&options) == QNY_SUCCESS, qny_last_error());
+}
+
+QStringList TestProgram::_securityOptions() const
+{
+    return { "--qnyCert", _folder->filePath("keys/machine.cert_secret"), "--publicCerts", _folder->filePath("keys") };
+}
+
+void TestProgram::itsSecurityIsThatOfItsAgents()
+{
+    _secure();
+    QVERIFY(_startLauncher(_securityOptions()));
+    const QString launch = newUuid();
+    _ask({ launch, _agent, "--environment", "QNY_PRIVATE_CERTIFICATE", "--environment", "QNY_PUBLIC_CERTIFICATES" });
+    QCOMPARE(_told(launch)->state, QNY_LAUNCH_STARTED);
+    QCOMPARE(_told(launch)->state, QNY_LAUNCH_EXITED);
+    const QString keys = _folder->filePath("keys");
+    QCOMPARE(QString::fromUtf8(_output(launch)),
+        QString("QNY_PRIVATE_CERTIFICATE=%1/machine.cert_secret\nQNY_PUBLIC_CERTIFICATES=%1\n").arg(keys));
+}
+
+void TestProgram::onlyOperatorsAreObeyed()
+{
+    _secure();
+    QVERIFY(QDir(_folder->path()).mkdir("operators"));
+    QVERIFY(_startLauncher(_securityOptions() + QStringList { "--operators", _folder->filePath("operators") }));
+    const QString launch = newUuid();
+    _ask({ launch, _agent, "--wait" });
+    QVERIFY(_told(launch)->text.contains("not among those of the operators"));
+    // Once its certificate is there it is obeyed
+    QVERIFY(QFile::copy(_folder->filePath("keys/host.cert"), _folder->filePath("operators/host.cert")));
+    const auto isStarted = [&] {
+        _ask({ launch, _agent, "--wait" });
+        return _told(launch)->state == QNY_LAUNCH_STARTED;
+    };
+    QVERIFY(QTest::qWaitFor(isStarted, 10'000));
+    QVERIFY(QFile::remove(_folder->filePath("operators/host.cert")));
+    const auto isRefused = [&] {
+        qny_service_arg_t* list = nullptr;
+        qny_service_args_add_double(&list, 1.0); // would end nothing
+        qny_service_call(_launcherUuid().toUtf8().constData(), QNY_LAUNCHER_STOP, &list, nullptr);
+        return _told({})->text.contains("not among those of the operators");
+    };
+    QVERIFY(QTest::qWaitFor(isRefused, 10'000));
+    QCOMPARE(qny_request_stop(_launcherUuid().toUtf8().constData()), QNY_SUCCESS);
+    _ask({ launch, _agent });
+    QVERIFY(_told(launch)->text.contains("not among those of the operators"));
+    QCOMPARE(_launcher.state(), QProcess::Running);
 }
 
 QTEST_GUILESS_MAIN(TestProgram)
