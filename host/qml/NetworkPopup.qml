@@ -125,7 +125,7 @@ HostPopup {
                 enabled: root.editable
                 onAccepted: root.connectAsTyped()
                 isWrong: !root.isSecurityWhole && text.trim() === ""
-                placeholderText: qsTr("File; none on an open network")
+                placeholderText: qsTr("File, if secured")
                 Accessible.name: qsTr("Private certificate of this host")
             }
             FieldLabel {

@@ -463,8 +463,8 @@
         <translation>Certificat privé</translation>
     </message>
     <message>
-        <source>File; none on an open network</source>
-        <translation>Fichier&#x202f;; aucun sur un réseau ouvert</translation>
+        <source>File, if secured</source>
+        <translation>Fichier, si sécurisé</translation>
     </message>
     <message>
         <source>Private certificate of this host</source>
