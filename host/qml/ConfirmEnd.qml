@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
-import Corvane
 
 // Asks before an agent that does not answer is ended by the launcher of its machine.
 Question {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
 import Corvane
-import Corvane.Host
 
 // What can be done with one class instance now: start it, ask it to stop, and have it ended when it does not answer.
 // Shows nothing.
