@@ -25,16 +25,30 @@ double processorSeconds(std::int64_t processId)
     return ticks / static_cast<double>(::sysconf(_SC_CLK_TCK));
 }
 
-long peakKiB(std::int64_t processId)
+namespace {
+
+long statusKiB(std::int64_t processId, const std::string& name)
 {
     std::ifstream status("/proc/" + std::to_string(processId) + "/status");
     std::string line;
     while (std::getline(status, line)) {
-        if (line.starts_with("VmHWM:")) {
-            return std::atol(line.c_str() + 6);
+        if (line.starts_with(name)) {
+            return std::atol(line.c_str() + name.size());
         }
     }
     return 0;
+}
+
+} // namespace
+
+long memoryKiB(std::int64_t processId)
+{
+    return statusKiB(processId, "VmRSS:");
+}
+
+long peakKiB(std::int64_t processId)
+{
+    return statusKiB(processId, "VmHWM:");
 }
 
 void forgetPeak(std::int64_t processId)

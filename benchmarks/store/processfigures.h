@@ -8,6 +8,8 @@ namespace recorder::bench {
 
 // Of a process, all its threads.
 double processorSeconds(std::int64_t processId);
+// The memory it holds, in KiB.
+long memoryKiB(std::int64_t processId);
 // The most memory it held since it began, or since forgetPeak(), in KiB.
 long peakKiB(std::int64_t processId);
 void forgetPeak(std::int64_t processId);
