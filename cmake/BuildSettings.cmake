@@ -50,7 +50,7 @@ function(rr_target_defaults target)
     if(RR_WARNINGS_AS_ERRORS)
         target_compile_options(${target} PRIVATE -Werror)
     endif()
-    if(CMAKE_UNITY_BUILD)
+    if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # There every source is an included file, so each class that uses an unnamed namespace looks like one of a header.
         target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
     endif()

@@ -16,6 +16,13 @@ namespace {
 constexpr std::chrono::seconds longestLastCallback { 2 };
 // A batch of this process's own grows up to this size while the callback thread is busy.
 constexpr size_t ownBatchBytes = 64 * 1024;
+
+// A byte that names no type is never made a value of the enumeration, which need not have room for it.
+qny_value_type_t readType(wire::Reader& reader)
+{
+    const auto number = reader.number<uint8_t>();
+    return isValueType(number) ? static_cast<qny_value_type_t>(number) : QNY_UNKNOWN_T;
+}
 } // namespace
 
 Dispatcher::Dispatcher(Core& core, std::mutex& mutex)
@@ -132,10 +139,15 @@ void Dispatcher::loop()
         if (m_ending) {
             return;
         }
-        Entry entry = std::move(m_queue.front());
-        m_queue.pop_front();
-        std::visit([&](auto& each) { run(lock, each); }, entry);
+        runFirst(lock);
     }
+}
+
+void Dispatcher::runFirst(Lock& lock)
+{
+    Entry entry = std::move(m_queue.front());
+    m_queue.pop_front();
+    std::visit([&](auto& each) { run(lock, each); }, entry);
 }
 
 // The lock is given up while the function runs, and nothing that was looked up before may be used after without a look.
@@ -287,7 +299,7 @@ bool Dispatcher::prepare(const Batch& batch, const Uuid& agent, qny_value_type_t
     Arrival& arrival, AgentRecordPtr& from) const
 {
     const auto it = batch.agents->find(agent);
-    if (it == batch.agents->end() || !isValueType(type) || bytesProblem(type, bytes)) {
+    if (it == batch.agents->end() || bytesProblem(type, bytes)) {
         return false;
     }
     from = it->second;
@@ -304,7 +316,7 @@ bool Dispatcher::runPublication(Lock& lock, const Batch& batch, std::string_view
     wire::Reader reader(payload);
     const auto nameLength = reader.number<uint8_t>();
     const std::string_view key = reader.bytes(sizeof(Uuid) + nameLength);
-    const auto type = static_cast<qny_value_type_t>(reader.number<uint8_t>());
+    const auto type = readType(reader);
     Arrival arrival {};
     arrival.told.sequence = reader.number<uint64_t>();
     arrival.told.time_us = reader.number<int64_t>();
@@ -369,7 +381,7 @@ bool Dispatcher::runLast(Lock& lock, const Batch& batch, std::string_view payloa
     const auto id = reader.number<uint64_t>();
     const Uuid agent = reader.uuid();
     const auto flags = reader.number<uint8_t>();
-    const auto type = static_cast<qny_value_type_t>(reader.number<uint8_t>());
+    const auto type = readType(reader);
     Arrival arrival {};
     arrival.told.sequence = reader.number<uint64_t>();
     arrival.told.time_us = reader.number<int64_t>();
@@ -561,9 +573,9 @@ bool Dispatcher::runCall(Lock& lock, const Batch& batch, std::string_view payloa
     } list;
     qny_service_arg_t** tail = &list.first;
     for (size_t i = 0; i < count; ++i) {
-        const auto type = static_cast<qny_value_type_t>(reader.number<uint8_t>());
+        const auto type = readType(reader);
         const std::string_view bytes = reader.text();
-        if (!reader.ok() || type == QNY_IMPULSE_T || !isValueType(type) || bytesProblem(type, bytes)) {
+        if (!reader.ok() || type == QNY_IMPULSE_T || bytesProblem(type, bytes)) {
             return false;
         }
         const bool declared = service && i < service->arguments.size();

@@ -72,6 +72,7 @@ private:
 
     void wake();
     void loop();
+    void runFirst(Lock& lock);
     void run(Lock& lock, Batch& batch);
     void run(Lock& lock, AgentChange& change);
     void run(Lock& lock, NewObserver& observer);

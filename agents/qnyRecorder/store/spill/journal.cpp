@@ -263,9 +263,9 @@ StoreResult Journal::readState()
         m_state = std::move(states[latest]);
         m_generation = generations[latest];
         m_slot = static_cast<int>(latest);
-    } else {
-        m_state.drainedThrough = frame.end();
     }
+    // No batch stands before the facts: what was given back of the budget must have been taken.
+    m_state.drainedThrough = std::max(m_state.drainedThrough, frame.end());
     m_end = frame.end();
     return StoreResult::done();
 }
@@ -274,7 +274,7 @@ StoreResult Journal::readState()
 void Journal::walk()
 {
     const std::uint64_t size = sizeOf(m_descriptor);
-    std::uint64_t at = std::max(m_state.drainedThrough, m_end);
+    std::uint64_t at = m_state.drainedThrough;
     std::vector<Frame> tail; // the last few
     m_end = at;
     Frame frame;
