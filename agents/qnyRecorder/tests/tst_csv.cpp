@@ -81,6 +81,24 @@ class TestCsv : public QObject
     Q_OBJECT
 
 private slots:
+    void aCharacterThatNeedsQuotesIsSeenWhereverItStands()
+    {
+        // Bytes that differ from such characters by little need none.
+        for (const char c : { ';', '"', '\r', '\n', ':', '<', '!', '#', '\f', '\v', '\xBB', '\xA2', '\x8D', '\x8A' }) {
+            const bool needsQuotes = std::string_view(";\"\r\n").find(c) != std::string_view::npos;
+            for (std::size_t size = 1; size < 40; ++size) {
+                for (std::size_t at = 0; at < size; ++at) {
+                    std::string text(size, 'a');
+                    text[at] = c;
+                    std::string row;
+                    appendFact(row, "name", text);
+                    const bool isQuoted = row.find(";string;\"") != std::string::npos;
+                    QVERIFY2(isQuoted == needsQuotes, row.c_str());
+                }
+            }
+        }
+    }
+
     void rowsAreTheDocumentedOnes()
     {
         std::string rows;
