@@ -42,6 +42,11 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         CommandLine::tr("UDP port of discovery, the same for all on a network."), QStringLiteral("N"));
     const QCommandLineOption peers(QStringLiteral("peers"),
         CommandLine::tr("Peers to try besides discovery: host:port,host:port."), QStringLiteral("LIST"));
+    const QCommandLineOption privateCertificate(QStringLiteral("qnyCert"),
+        CommandLine::tr("This program's private certificate: with --publicCerts, the network is secured."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption publicCertificates(QStringLiteral("publicCerts"),
+        CommandLine::tr("Folder of the public certificates that are let in."), QStringLiteral("DIR"));
     const QCommandLineOption plugins(
         QStringLiteral("plugins"), CommandLine::tr("Folder of the module plugins."), QStringLiteral("DIR"));
     const QCommandLineOption withPlant(
@@ -75,7 +80,7 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         CommandLine::tr("Opens a system document, supervises its agents, and shows the modules' pages."));
     parser.addPositionalArgument(QStringLiteral("document"),
         CommandLine::tr("The system document; else the sample document."), QStringLiteral("[DOCUMENT]"));
-    parser.addOptions({ device, port, peers, plugins, withPlant, journals, page, theme, size, language, screenshot,
+    parser.addOptions({ device, port, peers, privateCertificate, publicCertificates, plugins, withPlant, journals, page, theme, size, language, screenshot,
         tour, output, store, reportControls, help, version });
 
     if (!parser.parse(arguments)) {
@@ -100,10 +105,14 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
         return wrong(CommandLine::tr("Only one document can be opened, but %1 were given").arg(documents.size()));
     }
     for (const QCommandLineOption* option :
-        { &device, &peers, &plugins, &journals, &page, &screenshot, &output, &store, &reportControls }) {
+        { &device, &peers, &privateCertificate, &publicCertificates, &plugins, &journals, &page, &screenshot, &output,
+            &store, &reportControls }) {
         if (parser.isSet(*option) && parser.value(*option).trimmed().isEmpty()) {
             return wrong(CommandLine::tr("Option '%1' needs a value").arg(option->names().first()));
         }
+    }
+    if (parser.isSet(privateCertificate) != parser.isSet(publicCertificates)) {
+        return wrong(CommandLine::tr("'--qnyCert' and '--publicCerts' need one another"));
     }
     for (const QCommandLineOption* option : { &output, &store }) {
         if (parser.isSet(*option) && !parser.isSet(tour)) {
@@ -118,6 +127,8 @@ CommandLineEnd parseCommandLine(const QStringList& arguments, CommandLine* comma
     host.documentPath = documents.value(0);
     host.device = parser.value(device);
     host.peers = parser.value(peers);
+    host.privateCertificate = parser.value(privateCertificate);
+    host.publicCertificates = parser.value(publicCertificates);
     host.pluginsDirectory = parser.value(plugins);
     host.plantJournalDirectory = parser.value(journals);
     host.page = parser.value(page);

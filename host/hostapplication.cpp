@@ -175,7 +175,7 @@ bool HostApplication::_joinNetwork(QString* error)
 
     // The command line, else the environment (which the framework reads), else what was used last.
     const bool isAsked = !options.device.isEmpty() || options.port != 0 || !options.peers.isEmpty()
-        || !options.rememberSettings || HostSettings::environmentNamesNetwork();
+        || !options.privateCertificate.isEmpty() || !options.rememberSettings || HostSettings::environmentNamesNetwork();
     if (!isAsked) {
         settings.restoreNetwork();
     }
@@ -187,6 +187,10 @@ bool HostApplication::_joinNetwork(QString* error)
     }
     if (!options.peers.isEmpty()) {
         network->setpeers(options.peers);
+    }
+    if (!options.privateCertificate.isEmpty()) {
+        network->setprivateCertificate(options.privateCertificate);
+        network->setpublicCertificates(options.publicCertificates);
     }
     connect(network, &NetworkConfiguration::isConnectedChanged, this, &HostApplication::_rememberNetwork);
     if (network->connectToNetwork()) {

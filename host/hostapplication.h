@@ -22,6 +22,8 @@ struct HostOptions
     QString device; // network device by name or address
     quint16 port = 0; // UDP port of discovery
     QString peers; // "host:port,host:port"
+    QString privateCertificate; // path of a file; with the next one or not at all
+    QString publicCertificates; // path of a folder
     QString pluginsDirectory; // empty: <directory of the program>/../plugins/extension-plugins
     QString theme; // "light", "dark"; empty: what the desktop uses
     QString page; // tag of the module shown first, or "system"; empty: the first module

@@ -65,6 +65,15 @@ public:
     Q_INVOKABLE void disconnectFromNetwork();
     Q_INVOKABLE void refreshAvailableDevices();
 
+    /// What a page says of a path before somebody connects with it. The problems are sentences for the user, empty when
+    /// the path would do; both read files: not to be called in a loop.
+    Q_INVOKABLE QString privateCertificateProblem(const QString& path) const;
+    Q_INVOKABLE QString publicCertificatesProblem(const QString& directory) const;
+    /// The name in the certificate; empty when there is a problem.
+    Q_INVOKABLE QString privateCertificateName(const QString& path) const;
+    /// Their names in the order of their files, without those that are refused.
+    Q_INVOKABLE QStringList publicCertificateNames(const QString& directory) const;
+
 Q_SIGNALS:
     void localNetworkNameChanged();
     void deviceChanged();

@@ -20,37 +20,37 @@
     <name>Launchers</name>
     <message>
         <source>The launcher could not be asked: %1</source>
-        <translation>Le lanceur n’a pas pu être sollicité : %1</translation>
+        <translation>Le lanceur n’a pas pu être sollicité&#xa0;: %1</translation>
     </message>
     <message>
         <source>%1 It said last:
 %2</source>
-        <translation>%1 Ses derniers mots :
+        <translation>%1 Ses derniers mots&#xa0;:
 %2</translation>
     </message>
     <message>
         <source>&quot;%1&quot; was not started on %2: %3</source>
-        <translation>« %1 » n’a pas été démarré sur %2 : %3</translation>
+        <translation>«&#xa0;%1&#xa0;» n’a pas été démarré sur %2&#xa0;: %3</translation>
     </message>
     <message>
         <source>&quot;%1&quot; runs on %2 already, as process %3, but does not answer. End it there, then connect it again.</source>
-        <translation>« %1 » s’exécute déjà sur %2, processus %3, mais ne répond pas. Terminez-le là-bas, puis connectez-le à nouveau.</translation>
+        <translation>«&#xa0;%1&#xa0;» s’exécute déjà sur %2, processus %3, mais ne répond pas. Terminez-le là-bas, puis connectez-le à nouveau.</translation>
     </message>
     <message>
         <source>&quot;%1&quot; ended on %2 with status %3.</source>
-        <translation>« %1 » s’est terminé sur %2 avec le code %3.</translation>
+        <translation>«&#xa0;%1&#xa0;» s’est terminé sur %2 avec le code %3.</translation>
     </message>
     <message>
         <source>&quot;%1&quot; was ended on %2 by the signal %3.</source>
-        <translation>« %1 » a été interrompu sur %2 par le signal %3.</translation>
+        <translation>«&#xa0;%1&#xa0;» a été interrompu sur %2 par le signal %3.</translation>
     </message>
     <message>
         <source>&quot;%1&quot; ended on %2; how is not known, because the process that watched it was ended too.</source>
-        <translation>« %1 » s’est terminé sur %2 ; on ne sait pas comment, car le processus qui le surveillait a été interrompu lui aussi.</translation>
+        <translation>«&#xa0;%1&#xa0;» s’est terminé sur %2&#x202f;; on ne sait pas comment, car le processus qui le surveillait a été interrompu lui aussi.</translation>
     </message>
     <message>
         <source>The launcher of %1 refused: %2</source>
-        <translation>Le lanceur de %1 a refusé : %2</translation>
+        <translation>Le lanceur de %1 a refusé&#xa0;: %2</translation>
     </message>
 </context>
 <context>
@@ -78,6 +78,22 @@
     <message>
         <source>Check the certificates, or connect without security.</source>
         <translation>Vérifiez les certificats, ou connectez-vous sans sécurité.</translation>
+    </message>
+    <message>
+        <source>This is the public half. Choose the private one, whose file nobody else may read.</source>
+        <translation>C’est la moitié publique. Choisissez la privée, dont personne d’autre ne peut lire le fichier.</translation>
+    </message>
+    <message>
+        <source>There is no such folder.</source>
+        <translation>Ce dossier n’existe pas.</translation>
+    </message>
+    <message>
+        <source>No certificate is in it yet: nobody is let in.</source>
+        <translation>Il ne contient encore aucun certificat&#xa0;: personne n’est admis.</translation>
+    </message>
+    <message>
+        <source>Everybody may write into this folder: nothing in it would count.</source>
+        <translation>Tout le monde peut écrire dans ce dossier&#xa0;: rien de ce qu’il contient ne compterait.</translation>
     </message>
 </context>
 <context>

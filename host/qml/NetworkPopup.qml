@@ -31,7 +31,7 @@ HostPopup {
         }
     }
 
-    width: Math.min(440, (parent?.width ?? 0) - 80)
+    width: Math.min(520, (parent?.width ?? 0) - 80)
     onAboutToShow: {
         NetworkConfiguration.refreshAvailableDevices();
         portField.text = NetworkConfiguration.port;
@@ -118,28 +118,33 @@ HostPopup {
             FieldLabel {
                 text: qsTr("Private certificate")
             }
-            HostField {
+            CertificateField {
                 id: privateField
                 Layout.fillWidth: true
                 objectName: "privateCertificateField"
-                enabled: root.editable
-                onAccepted: root.connectAsTyped()
-                isWrong: !root.isSecurityWhole && text.trim() === ""
+                label: qsTr("Private certificate of this host")
                 placeholderText: qsTr("File, if secured")
-                Accessible.name: qsTr("Private certificate of this host")
+                available: root.editable
+                isMissing: !root.isSecurityWhole && path === ""
+                problem: path === "" ? "" : NetworkConfiguration.privateCertificateProblem(path)
+                names: path === "" ? "" : NetworkConfiguration.privateCertificateName(path)
+                onAccepted: root.connectAsTyped()
             }
             FieldLabel {
                 text: qsTr("Public certificates")
             }
-            HostField {
+            CertificateField {
                 id: publicField
                 Layout.fillWidth: true
                 objectName: "publicCertificatesField"
-                enabled: root.editable
-                onAccepted: root.connectAsTyped()
-                isWrong: !root.isSecurityWhole && text.trim() === ""
+                label: qsTr("Folder of the public certificates that are let in")
                 placeholderText: qsTr("Folder of those who are let in")
-                Accessible.name: qsTr("Folder of the public certificates that are let in")
+                isFolder: true
+                available: root.editable
+                isMissing: !root.isSecurityWhole && path === ""
+                problem: path === "" ? "" : NetworkConfiguration.publicCertificatesProblem(path)
+                names: path === "" ? "" : NetworkConfiguration.publicCertificateNames(path).join(", ")
+                onAccepted: root.connectAsTyped()
             }
         }
         Text {
@@ -202,7 +207,11 @@ HostPopup {
         }
     }
 
+    // In the middle of the field beside it, also where something is said under that.
     component FieldLabel: Text {
+        Layout.alignment: Qt.AlignTop
+        Layout.preferredHeight: Theme.controlHeight
+        verticalAlignment: Text.AlignVCenter
         color: Theme.mutedText
         font.pixelSize: Theme.textSize
     }

@@ -41,13 +41,16 @@ void tst_host_commandline::everyOptionIsTaken()
         QStringLiteral("--plant-journals"), QStringLiteral("/j"), QStringLiteral("--theme"), QStringLiteral("dark"),
         QStringLiteral("--page"), QStringLiteral("system"), QStringLiteral("--screenshot"), QStringLiteral("x.png"),
         QStringLiteral("--report-controls"), QStringLiteral("c.json"), QStringLiteral("--size"),
-        QStringLiteral("800x600"), QStringLiteral("--language"), QStringLiteral("fr") };
+        QStringLiteral("800x600"), QStringLiteral("--language"), QStringLiteral("fr"), QStringLiteral("--qnyCert"),
+        QStringLiteral("/k/host.cert_secret"), QStringLiteral("--publicCerts"), QStringLiteral("/k/in") };
     const CommandLineEnd end = parseCommandLine(arguments, &line);
     QVERIFY2(!end.ends, qPrintable(end.text));
     QCOMPARE(line.host.documentPath, QStringLiteral("a system.json"));
     QCOMPARE(line.host.device, QStringLiteral("eth0"));
     QCOMPARE(line.host.port, 6000);
     QCOMPARE(line.host.peers, QStringLiteral("h:1,h:2"));
+    QCOMPARE(line.host.privateCertificate, QStringLiteral("/k/host.cert_secret"));
+    QCOMPARE(line.host.publicCertificates, QStringLiteral("/k/in"));
     QCOMPARE(line.host.pluginsDirectory, QStringLiteral("/p"));
     QVERIFY(line.host.withPlant);
     QCOMPARE(line.host.plantJournalDirectory, QStringLiteral("/j"));
@@ -89,6 +92,10 @@ void tst_host_commandline::whatIsWrongIsSaidInOneLineWithStatus2_data()
     QTest::newRow("theme") << "--theme pink" << "'pink' is no theme (light or dark)";
     QTest::newRow("language") << "--language xx" << "'xx' is no language (en or fr)";
     QTest::newRow("two documents") << "one.json two.json" << "Only one document can be opened, but 2 were given";
+    QTest::newRow("own key alone") << "--qnyCert /k/host.cert_secret"
+                                   << "'--qnyCert' and '--publicCerts' need one another";
+    QTest::newRow("others' keys alone") << "--publicCerts /k/in"
+                                        << "'--qnyCert' and '--publicCerts' need one another";
     QTest::newRow("output alone") << "--output somewhere" << "Option 'output' belongs to '--tour'";
     QTest::newRow("store alone") << "--store csv" << "Option 'store' belongs to '--tour'";
     QTest::newRow("unknown store") << "--tour --store paper" << "'paper' is no store (embedded, csv or HOST:PORT)";

@@ -383,14 +383,30 @@ void tst_host_window::theNetworkIsSecuredWithBothPathsOrNotAtAll()
     key(Qt::Key_Comma, Qt::ControlModifier);
     QTRY_VERIFY(named("privateCertificateField"));
     QVERIFY(named("securityState")->property("text").toString().startsWith("Open"));
+    // Beside each path stands what is there.
+    const auto state = [this](const char* field) {
+        return named(field)->findChild<QQuickItem*>("certificateState")->property("text").toString();
+    };
     named("privateCertificateField")->forceActiveFocus();
-    type((directory + "/host.cert_secret").toUtf8());
+    type((directory + "/host.cert").toUtf8());
+    QVERIFY(state("privateCertificateField").contains("public half"));
+    type("_secret");
+    QCOMPARE(state("privateCertificateField"), "host");
     key(Qt::Key_Return);
     QVERIFY(!network->isConnected());
     QTRY_VERIFY(named("networkProblem"));
     QVERIFY(named("networkProblem")->property("text").toString().startsWith("Security needs both"));
     named("publicCertificatesField")->forceActiveFocus();
+    type((directory + "-gone").toUtf8());
+    QVERIFY(state("publicCertificatesField").contains("no such folder"));
+    QVERIFY(QFile::setPermissions(directory, QFile::permissions(directory) | QFile::WriteOther));
+    key(Qt::Key_A, Qt::ControlModifier);
     type(directory.toUtf8());
+    QVERIFY(state("publicCertificatesField").contains("Everybody may write"));
+    QVERIFY(QFile::setPermissions(directory, QFile::permissions(directory) & ~QFile::WriteOther));
+    key(Qt::Key_A, Qt::ControlModifier);
+    type(directory.toUtf8());
+    QCOMPARE(state("publicCertificatesField"), "host");
     QVERIFY(named("securityState")->property("text").toString().startsWith("Secured"));
     key(Qt::Key_Return);
     QTRY_VERIFY2(network->isConnected(), qUtf8Printable(network->errorText()));

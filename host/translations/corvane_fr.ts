@@ -2,6 +2,17 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="fr_FR" sourcelanguage="en">
 <context>
+    <name>CertificateField</name>
+    <message>
+        <source>Choose a folder</source>
+        <translation>Choisir un dossier</translation>
+    </message>
+    <message>
+        <source>Choose a file</source>
+        <translation>Choisir un fichier</translation>
+    </message>
+</context>
+<context>
     <name>ClassMenu</name>
     <message>
         <source>on %1</source>
@@ -130,6 +141,18 @@
         <source>&apos;%1&apos; is no store (embedded, csv or HOST:PORT)</source>
         <translation>«&#xa0;%1&#xa0;» n’est pas un stockage (embedded, csv ou HOST:PORT)</translation>
     </message>
+    <message>
+        <source>This program&apos;s private certificate: with --publicCerts, the network is secured.</source>
+        <translation>Certificat privé de ce programme&#xa0;: avec --publicCerts, le réseau est sécurisé.</translation>
+    </message>
+    <message>
+        <source>Folder of the public certificates that are let in.</source>
+        <translation>Dossier des certificats publics admis.</translation>
+    </message>
+    <message>
+        <source>&apos;--qnyCert&apos; and &apos;--publicCerts&apos; need one another</source>
+        <translation>«&#xa0;--qnyCert&#xa0;» et «&#xa0;--publicCerts&#xa0;» vont ensemble</translation>
+    </message>
 </context>
 <context>
     <name>ConfirmDeletion</name>
@@ -154,7 +177,7 @@
     <name>ConfirmEnd</name>
     <message>
         <source>End &quot;%1&quot;?</source>
-        <translation>Terminer « %1 » ?</translation>
+        <translation>Terminer «&#xa0;%1&#xa0;»&#x202f;?</translation>
     </message>
     <message>
         <source>The launcher of its machine asks it to end, and kills it when it does not. What it has not written yet is lost.</source>
@@ -301,7 +324,7 @@
     </message>
     <message>
         <source>%1 has no launcher: start qnyLauncher there, on this network</source>
-        <translation>%1 n’a pas de lanceur : démarrez-y qnyLauncher, sur ce réseau</translation>
+        <translation>%1 n’a pas de lanceur&#xa0;: démarrez-y qnyLauncher, sur ce réseau</translation>
     </message>
     <message>
         <source>No launch line of it can be started from here</source>
@@ -352,7 +375,7 @@
     </message>
     <message>
         <source>It does not answer: have its machine&apos;s launcher end it</source>
-        <translation>Il ne répond pas : le faire terminer par le lanceur de sa machine</translation>
+        <translation>Il ne répond pas&#xa0;: le faire terminer par le lanceur de sa machine</translation>
     </message>
     <message>
         <source>End…</source>
@@ -363,7 +386,7 @@
     <name>MachineRow</name>
     <message>
         <source>This machine: the host starts its agents</source>
-        <translation>Cette machine : l’hôte démarre ses agents</translation>
+        <translation>Cette machine&#xa0;: l’hôte démarre ses agents</translation>
     </message>
     <message>
         <source>Its launcher starts agents there</source>

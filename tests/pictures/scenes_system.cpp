@@ -10,6 +10,8 @@
 #include <systemviewclassinstance.h>
 #include <systemviewmanager.h>
 
+#include <QtCore/QFile>
+
 namespace {
 
 void runPlant(Stage& stage)
@@ -69,6 +71,17 @@ void networkRefused(Stage& stage)
     QuenaryDouble::script(QStringLiteral("qny_start"), QNY_ERROR_PORT_IN_USE);
     stage.click(QStringLiteral("connectNetworkButton"));
     stage.announcedWarnings.append(NetworkConfiguration::instance()->errorText());
+}
+
+/// An own key that is one, and a folder that is none.
+void networkSecured(Stage& stage)
+{
+    QFile certificate(stage.folder() + QStringLiteral("/control-room.cert_secret"));
+    QVERIFY(certificate.open(QFile::WriteOnly));
+    offline(stage);
+    stage.click(QStringLiteral("networkButton"));
+    stage.fill(QStringLiteral("privateCertificateField"), certificate.fileName(), false);
+    stage.fill(QStringLiteral("publicCertificatesField"), QStringLiteral("/etc/plant/certificates"), false);
 }
 
 void notices(Stage& stage)
@@ -152,6 +165,7 @@ Scenes systemScenes()
         { "system-offline", offline },
         { "system-network", network },
         { "system-network-refused", networkRefused },
+        { "system-network-secured", networkSecured },
         { "system-notices", notices },
         { "system-deletion", deletion },
         { "system-machines", machines },

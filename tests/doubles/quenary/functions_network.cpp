@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "state.h"
 
+#include <QtCore/QFileInfo>
+
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 using namespace QuenaryDouble;
 
@@ -106,6 +109,22 @@ qny_result_t qny_set_command_line(int argc, const char* const* argv, const char*
 void qny_statistics(qny_statistics_t* statistics)
 {
     *statistics = {};
+}
+
+// Every file is a certificate, named as the file is; what is missing is refused.
+qny_result_t qny_certificate_read(const char* path, qny_certificate_t** certificate)
+{
+    const QFileInfo file(QString::fromUtf8(path));
+    if (!file.isFile()) {
+        return fail(QNY_ERROR_SECURITY);
+    }
+    // One piece of memory, as the library hands it out.
+    const QByteArray name = file.completeBaseName().toUtf8();
+    auto* const memory = static_cast<char*>(std::malloc(sizeof(qny_certificate_t) + static_cast<size_t>(name.size()) + 1));
+    char* const text = memory + sizeof(qny_certificate_t);
+    std::memcpy(text, name.constData(), static_cast<size_t>(name.size()) + 1);
+    *certificate = new (memory) qny_certificate_t { text, text, "", file.suffix() == "cert_secret", nullptr };
+    return QNY_SUCCESS;
 }
 
 // ---- values -----------------------------------------------------------------------------------------------------
