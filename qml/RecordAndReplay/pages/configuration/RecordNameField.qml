@@ -90,6 +90,8 @@ Item {
         height: root.height
         sourceComponent: Component {
             RecordNameEditor {
+                id: typed
+
                 recorder: root.recorder
                 record: root.record
                 onFinished: root.end()
@@ -99,7 +101,7 @@ Item {
                     target: root
 
                     function onEditorWanted(x: real): void {
-                        edit(x);
+                        typed.edit(x);
                     }
                 }
             }
