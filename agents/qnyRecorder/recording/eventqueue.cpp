@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "eventqueue.h"
 
+#include <algorithm>
+
 namespace recorder {
 
 void EventBatch::add(int64_t timeUs, uint32_t output, bool isInitial, const ValueView& value)
@@ -81,17 +83,20 @@ bool EventQueue::add(int64_t timeUs, uint32_t output, bool isInitial, const Valu
 void EventQueue::addDefinition(const std::string& agent, const std::string& json)
 {
     const std::lock_guard lock(_mutex);
-    _waiting.definitions.push_back({ agent, json });
+    std::vector<EventBatch::Definition>& waiting = _waiting.definitions;
+    const auto before = std::find_if(
+        waiting.begin(), waiting.end(), [&](const EventBatch::Definition& one) { return one.agent == agent; });
+    if (before != waiting.end()) {
+        before->json = json;
+    } else {
+        waiting.push_back({ agent, json });
+    }
 }
 
 void EventQueue::addNetworkLoss(uint32_t output, uint64_t events)
 {
     const std::lock_guard lock(_mutex);
-    if (!_waiting.networkLosses.empty() && _waiting.networkLosses.back().first == output) {
-        _waiting.networkLosses.back().second += events;
-    } else {
-        _waiting.networkLosses.emplace_back(output, events);
-    }
+    _waiting.networkLosses[output] += events;
 }
 
 void EventQueue::take(EventBatch& batch, std::chrono::milliseconds patience)

@@ -6,9 +6,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace recorder {
@@ -40,7 +40,7 @@ public:
 
     std::vector<Entry> entries;
     std::vector<Definition> definitions;
-    std::vector<std::pair<uint32_t, uint64_t>> networkLosses; ///< number of the output, how many
+    std::map<uint32_t, uint64_t> networkLosses; ///< number of the output, how many
 
     bool isEmpty() const { return entries.empty() && definitions.empty() && networkLosses.empty(); }
     size_t bytes() const { return entries.size() * sizeof(Entry) + _bytes.size(); }
@@ -64,6 +64,7 @@ public:
 
     /// False when the queue is full: the event is not kept, and the caller counts it.
     bool add(int64_t timeUs, uint32_t output, bool isInitial, const ValueView& value);
+    /// The last of two definitions of an agent holds: no more of them wait than there are agents.
     void addDefinition(const std::string& agent, const std::string& json);
     void addNetworkLoss(uint32_t output, uint64_t events);
 

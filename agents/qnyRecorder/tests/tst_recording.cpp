@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "recording/eventqueue.h"
 #include "recording/recording.h"
 #include "recording/storedfilters.h"
 
@@ -201,6 +202,29 @@ private slots:
         // Once settled it holds, however late something comes: intervals are the sender's.
         QCOMPARE(clocks.align("far", false, 5'000'700, 3'000'000), 1'000'700);
         QCOMPARE(clocks.align("near", false, 1'000'001, 9'000'000), 1'000'001);
+    }
+
+    // ---- the queue
+
+    void whatIsSeldomSaidDoesNotPileUpWhileNothingIsTaken()
+    {
+        EventQueue queue(1'000);
+        for (int i = 0; i < 1'000; ++i) {
+            for (const char* agent : { "one", "two" }) {
+                queue.addDefinition(agent, std::to_string(i));
+            }
+            queue.addNetworkLoss(0, 1);
+            queue.addNetworkLoss(1, 2);
+        }
+        EventBatch batch;
+        queue.take(batch, std::chrono::milliseconds(0));
+        QCOMPARE(batch.definitions.size(), size_t(2));
+        QCOMPARE(batch.definitions[0].agent, std::string("one"));
+        QCOMPARE(batch.definitions[1].json, std::string("999"));
+        const std::map<uint32_t, uint64_t> losses { { 0, 1'000 }, { 1, 2'000 } };
+        QVERIFY(batch.networkLosses == losses);
+        batch.clear();
+        QVERIFY(batch.isEmpty());
     }
 
     // ---- recording
