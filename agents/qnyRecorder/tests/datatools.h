@@ -154,3 +154,12 @@ inline bool matchesGolden(const QString& file, const QByteArray& text)
         const recorder::StoreResult rrResult = (expression);                                                           \
         QVERIFY2(bool(rrResult), rrResult.message.c_str());                                                            \
     } while (false)
+
+// For functions that call ones with checks in them.
+#define RR_CHECKED(call)                                                                                               \
+    do {                                                                                                               \
+        call;                                                                                                          \
+        if (QTest::currentTestFailed()) {                                                                              \
+            return;                                                                                                    \
+        }                                                                                                              \
+    } while (false)

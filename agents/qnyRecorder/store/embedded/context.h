@@ -70,15 +70,12 @@ struct EmbeddedContext
     {
         const auto isFull = [](const StoreResult& result) { return !result && result.error == StoreError::Full; };
         StoreResult result = work();
-        // A log that is too long for the disk would take the whole reserve into the file and free nothing.
-        if (isFull(result) && reserve == Reserve::All && spendReserve(reserve)) {
+        if (isFull(result) && spendReserve(reserve)) {
             result = work();
         }
-        if (isFull(result)) {
-            const bool isSpent = spendReserve(reserve);
-            if (emptyLog(database) || isSpent) {
-                result = work();
-            }
+        // Last, for a log that is too long for the disk takes what room there is into the file and frees nothing.
+        if (isFull(result) && emptyLog(database)) {
+            result = work();
         }
         return result;
     }

@@ -149,6 +149,7 @@ void LossRounds::killWhileItDeletes()
             RR_DONE(writer->close(0));
             uuids.append(QString::fromStdString(facts.uuid));
         }
+        QVERIFY(waitUntilStored(*store));
     }
     Child child({ QStringLiteral("--delete"), m_under.place(), uuids.join(QLatin1Char(',')) });
     QVERIFY(child.waitForLines(between(1, static_cast<int>(2 * uuids.size()))));

@@ -77,12 +77,3 @@ private:
 };
 
 } // namespace recorder::testing
-
-// For functions that call ones with checks in them.
-#define RR_CHECKED(call)                                                                                               \
-    do {                                                                                                               \
-        call;                                                                                                          \
-        if (QTest::currentTestFailed()) {                                                                              \
-            return;                                                                                                    \
-        }                                                                                                              \
-    } while (false)

@@ -95,8 +95,8 @@ private slots:
     void aFileReplaysAsItsRecordDoes();
 
     // ---- ends without warning (storesuite_crash.cpp)
-    void aKilledRecordersEventsAreThere_data();
-    void aKilledRecordersEventsAreThere();
+    void killedRecordersEventsAreThere_data();
+    void killedRecordersEventsAreThere();
     void aKilledRecordersRecordIsClosedWithItsTrueLength();
     void anotherProcessIsNotDisturbed();
     void twoProcessesRecordAtOnce();

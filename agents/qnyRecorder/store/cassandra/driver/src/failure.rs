@@ -130,7 +130,7 @@ impl Server {
         } else if why.contains("wrong version number") || why.contains("packet length too long") {
             "it does not speak TLS on this port; start without --tls, or give its other port"
         } else {
-            "no encrypted connection came about"
+            return self.unreachable(format!("no encrypted connection came about ({})", trimmed(why)));
         };
         Failure::new(Kind::Tls, format!("Cassandra at {}: {} ({}).", self.address, advice, trimmed(why)))
     }
