@@ -38,8 +38,8 @@ public:
         }
     }
 
-    // The part behind the last option and its value.
-    qsizetype end() const { return _part; }
+    // Where another option can stand: behind the last option and its value. One whose value is missing would take it.
+    qsizetype end() const { return _lacksValue ? _part - 1 : _part; }
 
     // Every place of one option, in order.
     QList<Option> find(const QString& longOption, const QString& shortOption) const
@@ -61,6 +61,8 @@ private:
         } else if (hasValue && _part + 1 < _parts.size()) {
             option.value = _parts.at(++_part);
             option.takesNextPart = true;
+        } else {
+            _lacksValue = hasValue;
         }
         _options.append(option);
     }
@@ -68,6 +70,7 @@ private:
     const QStringList _parts;
     const QStringList _optionsWithValue;
     qsizetype _part = 0;
+    bool _lacksValue = false; // the last part, which is an option
     QList<Option> _options;
 };
 

@@ -300,6 +300,8 @@ void TestCorvaneUtils::optionsWithValuesAreEdited_data()
     QTest::newRow("the value of another option is none") << "/x/rec -u -c --name --cassandra" << "a:1"
                                                          << "/x/rec -u -c --name --cassandra --cassandra a:1";
     QTest::newRow("no program") << "" << "a:1" << "";
+    QTest::newRow("before an option whose value is missing")
+        << "/x/rec -v -a" << "a:1" << "/x/rec -v --cassandra a:1 -a";
 }
 
 void TestCorvaneUtils::optionsWithValuesAreEdited()
