@@ -47,8 +47,8 @@ struct Caller
     QByteArray agentUuid;
     QString agentName; ///< for the log
     std::optional<QByteArray> token;
-    QByteArray publicKey; ///< by which the call came; empty without security, as its certificate's name
-    QString certificateName;
+    QByteArray publicKey {}; ///< by which the call came; empty without security, as its certificate's name
+    QString certificateName {};
 
     /// The part of the token before "##": under it go the answers that no single call asked for.
     QByteArray plainToken() const
