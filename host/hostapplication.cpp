@@ -175,7 +175,8 @@ bool HostApplication::_joinNetwork(QString* error)
 
     // The command line, else the environment (which the framework reads), else what was used last.
     const bool isAsked = !options.device.isEmpty() || options.port != 0 || !options.peers.isEmpty()
-        || !options.privateCertificate.isEmpty() || !options.rememberSettings || HostSettings::environmentNamesNetwork();
+        || !options.privateCertificate.isEmpty() || !options.rememberSettings
+        || HostSettings::environmentNamesNetwork();
     if (!isAsked) {
         settings.restoreNetwork();
     }
@@ -368,7 +369,9 @@ QStringList HostApplication::notices() const
 void HostApplication::addNotice(const QString& notice)
 {
     if (!_d->notices.contains(notice)) {
-        std::fprintf(stderr, "corvane: %s\n", qUtf8Printable(notice));
+        // An agent's last lines are in it, which must not look like lines of another program.
+        std::fprintf(
+            stderr, "corvane: %s\n", qUtf8Printable(QString(notice).replace(u'\n', QLatin1String("\ncorvane: "))));
         _d->notices.append(notice);
         Q_EMIT noticesChanged();
     }

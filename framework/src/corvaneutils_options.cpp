@@ -102,7 +102,7 @@ const QStringList& CorvaneUtils::recorderOptionsWithValue()
         QStringLiteral("-a"), QStringLiteral("--qnyCert"), QStringLiteral("-1"), QStringLiteral("--publicCerts"),
         QStringLiteral("-2"), QStringLiteral("--device"), QStringLiteral("--port"), QStringLiteral("--peers"),
         QStringLiteral("--data-directory"), QStringLiteral("--replication"), QStringLiteral("--consistency"),
-        QStringLiteral("--tls-ca"), QStringLiteral("--spill-limit") };
+        QStringLiteral("--tls-ca"), QStringLiteral("--spill-limit"), QStringLiteral("--operators") };
     return OPTIONS;
 }
 
