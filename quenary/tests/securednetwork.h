@@ -26,7 +26,7 @@ public:
         return static_cast<size_t>(std::ranges::count_if(
             m_lines, [&](const std::string& line) { return line.find(part) != std::string::npos; }));
     }
-    bool hears(const std::string& part, Milliseconds within = 5s)
+    bool hears(const std::string& part, Milliseconds within = 15s)
     {
         return eventually([&] { return count(part) > 0; }, within);
     }
