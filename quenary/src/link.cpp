@@ -72,6 +72,8 @@ std::string readHello(std::string_view payload, Peer& into)
 Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const Destination& to,
     const std::string& sourceAddress, const Security* security)
     : session(std::max<uint64_t>(randomNumber(), 1))
+    , lastHeard(steadyMilliseconds())
+    , since(lastHeard)
     , m_core(core)
     , m_identity(identity)
     , m_peer(std::make_shared<Peer>())
@@ -85,7 +87,6 @@ Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const 
     m_peer->uuidText = toText(to.uuid);
     m_peer->address = m_address;
     m_peer->certificate = to.certificate;
-    lastHeard = steadyMilliseconds();
     if (security) {
         security->secureClient(m_socket, *to.certificate);
     }
@@ -247,8 +248,9 @@ bool Link::resendFrom(uint64_t number)
     if (number > m_lastNumber) {
         return number == m_lastNumber + 1;
     }
+    // Consumed before it was asked for: a message that was sent again by somebody who recorded it.
     if (m_sent.empty() || number < m_sent.front().number) {
-        return false;
+        return true;
     }
     m_next = std::min<size_t>(m_next, number - m_sent.front().number);
     return true;

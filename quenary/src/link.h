@@ -62,6 +62,12 @@ public:
     bool readyReceived = false;
     bool readyAcknowledged = false;
     int64_t lastHeard = 0;
+    // By what we were led to try it, and when. Anybody can send a beacon in any name.
+    bool isByBeacon = false;
+    const int64_t since;
+    // When it last said something of this very link, and since when somebody says that it has opened another.
+    int64_t spokeAt = 0;
+    int64_t renewalSince = 0;
 
     // ---- sending ---------------------------------------------------------------------------------------------------
     // False when the socket takes nothing now: try again when it is writable.

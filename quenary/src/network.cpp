@@ -22,7 +22,6 @@ constexpr int64_t probeMilliseconds = 1000;
 // This thread itself stood still (a stopped process, a sleeping machine): the others are given time to be heard.
 constexpr int64_t standstillMilliseconds = 1500;
 constexpr int64_t farewellMilliseconds = 500;
-constexpr int beaconsAtOnce = 256;
 constexpr size_t marksAtOnce = 8192;
 
 std::string inBrackets(const std::string& host)
@@ -43,7 +42,7 @@ Network::~Network()
     m_security.reset();
     m_explicit.clear();
     m_links.clear();
-    m_inboxMonitor.reset();
+    m_door.reset();
     m_inbox.close();
     m_context.close();
     m_probeContext.close();
@@ -59,6 +58,7 @@ std::string Network::endpoint() const
 
 qny_result_t Network::open(const Options& options)
 {
+    raiseDescriptorLimit();
     m_context.set(zmq::ctxopt::max_sockets, static_cast<int>(8 * wire::maxPeers));
     if (const qny_result_t result = findDevice(options.device, m_device); result != QNY_SUCCESS) {
         return result;
@@ -76,8 +76,7 @@ qny_result_t Network::open(const Options& options)
         m_security->takeOffice(m_context);
         m_security->secureServer(m_inbox);
     }
-    m_inboxMonitor = std::make_unique<ConnectionMonitor>(
-        m_context, m_inbox, ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL);
+    m_door = std::make_unique<Doorkeeper>(m_context, m_inbox);
     if (const qny_result_t result = bindInbox(options); result != QNY_SUCCESS) {
         return result;
     }
@@ -111,6 +110,7 @@ qny_result_t Network::bindInbox(const Options& options)
     // send.
     m_inbox.set(zmq::sockopt::rcvhwm, 4096);
     m_inbox.set(zmq::sockopt::maxmsgsize, static_cast<int64_t>(wire::maxMessageBytes));
+    m_inbox.set(zmq::sockopt::backlog, 1024);
     m_inbox.set(zmq::sockopt::handshake_ivl, QNY_PRESENCE_BOUND_MS);
     m_inbox.set(zmq::sockopt::heartbeat_ivl, 1000);
     m_inbox.set(zmq::sockopt::heartbeat_timeout, QNY_PRESENCE_BOUND_MS);
@@ -129,6 +129,7 @@ qny_result_t Network::bindInbox(const Options& options)
     }
     const std::string bound = m_inbox.get(zmq::sockopt::last_endpoint);
     m_port = static_cast<uint16_t>(std::strtoul(bound.c_str() + bound.rfind(':') + 1, nullptr, 10));
+    m_door->setPort(m_port);
     const bool wants6 = std::ranges::any_of(
         options.peers, [](const auto& each) { return each.first.find(':') != std::string::npos; });
     return wants6 && !m_device.ipv6 ? bindInbox6() : QNY_SUCCESS;
@@ -231,9 +232,14 @@ void Network::wait(int64_t timeout)
     items.push_back({ m_inbox.handle(), 0, ZMQ_POLLIN, 0 });
     items.push_back({ nullptr, m_wakeFd, ZMQ_POLLIN, 0 });
     if (m_discovery.isOpen()) {
-        items.push_back({ nullptr, m_discovery.fd(), ZMQ_POLLIN, 0 });
+        const int64_t now = steadyMilliseconds();
+        if (m_sieve.budget(now) > 0) {
+            items.push_back({ nullptr, m_discovery.fd(), ZMQ_POLLIN, 0 });
+        } else {
+            timeout = std::min(timeout, m_sieve.nextBudget() - now);
+        }
     }
-    items.push_back({ m_inboxMonitor->socket().handle(), 0, ZMQ_POLLIN, 0 });
+    items.push_back({ m_door->socket().handle(), 0, ZMQ_POLLIN, 0 });
     if (m_security) {
         items.push_back({ m_security->office().handle(), 0, ZMQ_POLLIN, 0 });
     }
@@ -269,6 +275,7 @@ void Network::wait(int64_t timeout)
             }
         }
     }
+    attendDoor();
     // What the dead sent last is read before they are declared so.
     receive();
     for (const auto& [uuid, end] : ended) {
@@ -278,7 +285,6 @@ void Network::wait(int64_t timeout)
         drop(uuid, end == ConnectionEnd::Gone ? "its process has ended" : "it accepts no connection of this process",
             true);
     }
-    attendDoor();
     if (m_discovery.isOpen()) {
         receiveBeacons();
     }
@@ -295,6 +301,7 @@ void Network::tick(int64_t now)
     if (now - m_lastTick > standstillMilliseconds) {
         for (const auto& [uuid, link] : m_links) {
             link->lastHeard = now;
+            link->renewalSince = 0;
         }
     }
     m_lastTick = now;
@@ -373,44 +380,6 @@ void Network::probeExplicitPeers(int64_t now)
     }
 }
 
-void Network::receiveBeacons()
-{
-    wire::Beacon beacon;
-    std::string from;
-    bool valid = false;
-    for (int i = 0; i < beaconsAtOnce && m_discovery.receive(beacon, from, valid); ++i) {
-        if (!valid) {
-            const std::lock_guard lock(m_core.mutex);
-            m_core.refuse("a datagram from " + from + " that is no beacon");
-        } else if (beacon.sender != m_identity.uuid) {
-            receiveBeacon(beacon, from);
-        }
-    }
-}
-
-Link* Network::hint(const Destination& peer)
-{
-    if (const auto it = m_links.find(peer.uuid); it != m_links.end()) {
-        return it->second.get();
-    }
-    if (peer.port == 0 || peer.address.empty() || m_links.size() >= wire::maxPeers) {
-        return nullptr;
-    }
-    const auto pending = std::ranges::count_if(m_links, [](const auto& each) { return !each.second->isOpen(); });
-    if (static_cast<size_t>(pending) >= wire::maxPendingLinks) {
-        return nullptr;
-    }
-    try {
-        const bool ipv6 = peer.address.find(':') != std::string::npos;
-        auto link = std::make_unique<Link>(m_core, m_context, m_identity, peer, sourceFor(ipv6), m_security.get());
-        logDebug("trying peer " + toText(peer.uuid) + " at " + peer.address + ":" + std::to_string(peer.port));
-        return m_links.emplace(peer.uuid, std::move(link)).first->second.get();
-    } catch (const zmq::error_t& error) {
-        logWarning("no link to " + peer.address + ":" + std::to_string(peer.port) + ": " + error.what());
-        return nullptr;
-    }
-}
-
 void Network::drop(const Uuid& uuid, const std::string& why, bool fellSilent)
 {
     const auto it = m_links.find(uuid);
@@ -454,7 +423,7 @@ void Network::leave()
     }
     m_links.clear();
     m_explicit.clear();
-    m_inboxMonitor.reset();
+    m_door.reset();
     m_inbox.close();
     m_discovery.close();
 }

@@ -2,8 +2,10 @@
 // The network thread: owns every socket, finds peers, keeps the links to them, moves their streams.
 #pragma once
 
+#include "beacon_sieve.h"
 #include "devices.h"
 #include "discovery.h"
+#include "doorkeeper.h"
 #include "explicit_peer.h"
 #include "link.h"
 #include "model.h"
@@ -66,7 +68,15 @@ private:
     void drop(const Uuid& uuid, const std::string& why, bool fellSilent);
     void leave();
 
-    Link* hint(const Destination& peer);
+    enum class Hint
+    {
+        Beacon, // anybody can send one in any name, from many an address
+        Connection // a connection of its own leads back to it
+    };
+    // The link to the peer, which is tried if there is none. Null when no more can be tried.
+    Link* hint(const Destination& peer, Hint by);
+    bool makeRoom(const Destination& peer, Hint by);
+    bool isFlooded() const;
     void receiveHello(const wire::Header& header, std::string_view payload, const Destination& from);
     // False when the stream is broken beyond repair.
     bool receiveData(Link& link, std::string_view payload, const std::shared_ptr<zmq::message_t>& message);
@@ -78,8 +88,11 @@ private:
     bool isGenuine(const wire::Header& header, const zmq::message_t& message, CertificatePtr& certificate);
     // Whose certificate was taken away is cut off.
     void refreshCertificates();
-    void cutUnknownConnections();
     void attendDoor();
+    void endStrangers(size_t most);
+    bool speaksForItself(const zmq::message_t& message, const wire::Header& header);
+    // One that carries messages of the peer's own, which nobody else can make up.
+    static void noteConnection(Link& link, const zmq::message_t& message);
     void tellOfOtherMechanism(const std::string& whom);
     void tellOfEnd(const std::string& place, ConnectionEnd end);
 
@@ -95,9 +108,10 @@ private:
     uint16_t m_port = 0;
     Identity m_identity;
     Discovery m_discovery;
+    BeaconSieve m_sieve;
     std::unique_ptr<Security> m_security; // null: an open network
     zmq::socket_t m_inbox;
-    std::unique_ptr<ConnectionMonitor> m_inboxMonitor;
+    std::unique_ptr<Doorkeeper> m_door;
     std::vector<std::unique_ptr<ExplicitPeer>> m_explicit;
     std::unordered_map<Uuid, std::unique_ptr<Link>, UuidHash> m_links;
     int m_wakeFd = -1;

@@ -11,6 +11,22 @@ namespace qny {
 namespace {
 
 constexpr int messagesAtOnce = 256;
+// Three times as long as a peer is silent at most; and what it said may wait to be read behind what others say.
+constexpr int64_t renewalSilenceMilliseconds = 1500;
+constexpr int64_t renewalMilliseconds = 200;
+
+// Who still speaks by the old session has not opened a new one: somebody else says so in its name.
+bool isRenewed(Link& link)
+{
+    const int64_t now = steadyMilliseconds();
+    if (now - link.spokeAt < renewalSilenceMilliseconds) {
+        return false;
+    }
+    if (link.renewalSince == 0) {
+        link.renewalSince = now;
+    }
+    return now - link.renewalSince >= renewalMilliseconds;
+}
 
 std::string peerAddress(const zmq::message_t& message)
 {
@@ -39,6 +55,7 @@ void Network::receive()
             }
         }
         if (!sound) {
+            m_door->refuse(zmq_msg_get(routing.handle(), ZMQ_SRCFD));
             const std::lock_guard lock(m_core.mutex);
             m_core.refuse("a message of several parts from " + peerAddress(*body));
             continue;
@@ -52,6 +69,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
     const std::string_view body(static_cast<const char*>(message->data()), message->size());
     wire::Header header;
     const auto refuse = [&](const std::string& what) {
+        m_door->refuse(zmq_msg_get(message->handle(), ZMQ_SRCFD));
         const std::lock_guard lock(m_core.mutex);
         m_core.refuse(what + " from " + peerAddress(*message));
     };
@@ -76,13 +94,15 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
     Link* link = it == m_links.end() ? nullptr : it->second.get();
     const std::string_view payload = body.substr(wire::headerBytes);
     if (header.type == wire::MessageType::Hello) {
-        receiveHello(header, payload, from);
+        if (speaksForItself(*message, header)) {
+            receiveHello(header, payload, from);
+        }
         return;
     }
     if (!link) {
         // Somebody who knows us and whom we do not know (any more): we make ourselves known.
-        if (header.type != wire::MessageType::Goodbye) {
-            hint(from);
+        if (header.type != wire::MessageType::Goodbye && speaksForItself(*message, header)) {
+            hint(from, Hint::Connection);
         }
         return;
     }
@@ -99,6 +119,8 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
         return; // they have not heard our Hello yet
     }
     acknowledge(*link);
+    link->spokeAt = link->lastHeard;
+    link->renewalSince = 0;
     wire::Reader reader(payload);
     switch (header.type) {
     case wire::MessageType::State: {
@@ -112,6 +134,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
         if (lastSent > link->received) {
             link->resendWanted = true;
         }
+        noteConnection(*link, *message);
         break;
     }
     case wire::MessageType::Resend: {
@@ -155,6 +178,9 @@ void Network::receiveHello(const wire::Header& header, std::string_view payload,
     if (it != m_links.end()) {
         const Link& known = *it->second;
         const bool renewed = known.isOpen() && known.theirSession != header.senderSession;
+        if (renewed && !isRenewed(*it->second)) {
+            return;
+        }
         const bool elsewhere = !known.isOpen() && (known.address() != from.address || known.port() != from.port);
         if (renewed) {
             drop(header.sender, "it has opened its link anew", true);
@@ -162,7 +188,7 @@ void Network::receiveHello(const wire::Header& header, std::string_view payload,
             m_links.erase(it);
         }
     }
-    Link* link = hint(from);
+    Link* link = hint(from, Hint::Connection);
     if (!link || header.senderSession == 0) {
         return;
     }
@@ -210,6 +236,10 @@ bool Network::receiveData(Link& link, std::string_view payload, const std::share
     link.receivedBytes += payload.size();
 
     const std::lock_guard lock(m_core.mutex);
+    if (link.receivedBytes - link.peer()->consumedBytes > windowBytes + wire::maxMessageBytes) {
+        m_core.refuse("more than there is room for from peer " + link.peer()->uuidText);
+        return false;
+    }
     const size_t longest = m_core.options.maxMessageBytes + wire::itemSlackBytes;
     const int64_t now = nowMicroseconds();
     const auto push = [&](std::shared_ptr<const void> keep, std::string_view items, bool closesPiece) {

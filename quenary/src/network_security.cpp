@@ -4,67 +4,12 @@
 #include "network.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
-#include <sys/resource.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace qny {
 
 namespace {
 
 constexpr size_t mostTold = 256;
-constexpr rlim_t mostDescriptors = 65'536;
-
-uint16_t portOf(const sockaddr_storage& address)
-{
-    switch (address.ss_family) {
-    case AF_INET:
-        return ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
-    case AF_INET6:
-        return ntohs(reinterpret_cast<const sockaddr_in6&>(address).sin6_port);
-    default:
-        return 0;
-    }
-}
-
-// 0 when the descriptor is no connection.
-uint16_t portOfOtherEnd(int fd)
-{
-    sockaddr_storage address {};
-    socklen_t size = sizeof address;
-    return getpeername(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0 ? portOf(address) : uint16_t { 0 };
-}
-
-uint16_t portOfOurEnd(int fd)
-{
-    sockaddr_storage address {};
-    socklen_t size = sizeof address;
-    return getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0 ? portOf(address) : uint16_t { 0 };
-}
-
-// A descriptor that stays the same connection while it is looked at: ZeroMQ may close the original, and the number may
-// become another's.
-class HeldDescriptor
-{
-public:
-    explicit HeldDescriptor(int fd)
-        : m_fd(dup(fd))
-    {
-    }
-    ~HeldDescriptor()
-    {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    HeldDescriptor(const HeldDescriptor&) = delete;
-    HeldDescriptor& operator=(const HeldDescriptor&) = delete;
-    int get() const { return m_fd; }
-
-private:
-    int m_fd;
-};
 
 const char* keyOf(const zmq::message_t& message)
 {
@@ -82,11 +27,7 @@ bool Network::isGenuine(const wire::Header& header, const zmq::message_t& messag
         Link& link = *it->second;
         certificate = link.peer()->certificate;
         if (certificate->publicKey == key) {
-            const int fd = zmq_msg_get(message.handle(), ZMQ_SRCFD);
-            if (fd != link.inboundFd) {
-                link.inboundFd = fd;
-                link.inboundPort = portOfOtherEnd(fd);
-            }
+            noteConnection(link, message);
             return true;
         }
         // A beacon that was not its own may have led to the wrong key. Who proves one is believed, and nobody can take
@@ -104,16 +45,14 @@ bool Network::isGenuine(const wire::Header& header, const zmq::message_t& messag
 
 void Network::attendDoor()
 {
-    size_t turnedAway = 0;
-    while (const auto event = m_inboxMonitor->next()) {
-        if (event->isOtherMechanism()) {
-            tellOfOtherMechanism("a peer that tries to reach this one");
-        } else {
-            logDebug("a connection did not begin as a peer of this network begins one");
-        }
-        ++turnedAway;
+    const Doorkeeper::TurnedAway away = m_door->attend();
+    if (away.isOtherMechanism) {
+        tellOfOtherMechanism("a peer that tries to reach this one");
     }
-    turnedAway += m_security ? m_security->answer() : 0;
+    if (m_door->isCrowded()) {
+        endStrangers(Doorkeeper::maxStrangers);
+    }
+    const size_t turnedAway = away.count + (m_security ? m_security->answer() : 0);
     if (turnedAway > 0) {
         const std::lock_guard lock(m_core.mutex);
         m_core.statistics.connectionsRefused += turnedAway;
@@ -142,30 +81,37 @@ void Network::refreshCertificates()
         drop(uuid, "its certificate is not let in any more", true);
     }
     if (change == Security::Change::Removed) {
-        cutUnknownConnections();
+        // The connections stand that were let in by it. One of which it is not known yet whose it is comes again by
+        // itself.
+        attendDoor();
+        endStrangers(0);
     }
     m_told.clear();
 }
 
-// Removing a certificate leaves the connections standing that were let in by it, and ZeroMQ has no way to end one: they
-// are ended below it. Everybody else's stays; one of which it is not known yet whose it is comes again by itself.
-void Network::cutUnknownConnections()
+// Connections of which it is not known that they are a peer's.
+void Network::endStrangers(size_t most)
 {
-    rlimit limit {};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const auto end = static_cast<int>(std::min(limit.rlim_cur, mostDescriptors));
-    for (int fd = 0; fd < end; ++fd) {
-        if (portOfOurEnd(fd) != m_port) {
-            continue;
-        }
-        const HeldDescriptor held(fd);
-        const uint16_t port = portOfOtherEnd(held.get());
-        const bool isKnown = std::ranges::any_of(m_links,
-            [&](const auto& each) { return each.second->inboundFd == fd && each.second->inboundPort == port; });
-        if (port != 0 && portOfOurEnd(held.get()) == m_port && !isKnown) {
-            shutdown(held.get(), SHUT_RDWR);
-        }
+    m_door->endStrangers(
+        [this](int fd, uint16_t port) {
+            return std::ranges::any_of(m_links,
+                [&](const auto& each) { return each.second->inboundFd == fd && each.second->inboundPort == port; });
+        },
+        most);
+}
+
+void Network::noteConnection(Link& link, const zmq::message_t& message)
+{
+    const int fd = zmq_msg_get(message.handle(), ZMQ_SRCFD);
+    if (fd != link.inboundFd) {
+        link.inboundFd = fd;
+        link.inboundPort = portOfOtherEnd(fd);
     }
+}
+
+bool Network::speaksForItself(const zmq::message_t& message, const wire::Header& header)
+{
+    return m_door->speaksFor(zmq_msg_get(message.handle(), ZMQ_SRCFD), header.sender);
 }
 
 void Network::receiveBeacon(const wire::Beacon& beacon, const std::string& from)
@@ -174,8 +120,11 @@ void Network::receiveBeacon(const wire::Beacon& beacon, const std::string& from)
         tellOfOtherMechanism("the peer at " + from + ":" + std::to_string(beacon.port));
         return;
     }
+    if (!m_links.contains(beacon.sender) && isFlooded() && !m_sieve.isSteady(beacon, from, steadyMilliseconds())) {
+        return;
+    }
     if (!m_security) {
-        hint({ beacon.sender, from, beacon.port, nullptr });
+        hint({ beacon.sender, from, beacon.port, nullptr }, Hint::Beacon);
         return;
     }
     if (m_links.contains(beacon.sender) || m_marksLeft < m_security->known().byKey.size()) {
@@ -183,7 +132,7 @@ void Network::receiveBeacon(const wire::Beacon& beacon, const std::string& from)
     }
     m_marksLeft -= m_security->known().byKey.size();
     if (CertificatePtr certificate = m_security->sender(beacon, from)) {
-        hint({ beacon.sender, from, beacon.port, std::move(certificate) });
+        hint({ beacon.sender, from, beacon.port, std::move(certificate) }, Hint::Beacon);
         return;
     }
     const std::string place = from + ":" + std::to_string(beacon.port);

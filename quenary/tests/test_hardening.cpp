@@ -2,6 +2,7 @@
 // Strangers that send what is no message of ours: dropped, counted, logged, never fatal.
 #include "peerprocess.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <atomic>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include <netinet/in.h>
 #include <random>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 #include <zmq.h>
 
@@ -475,4 +477,84 @@ TEST_F(Hardening, AConnectionThatBreaksWhileBothSidesLiveLosesNothing)
     }
     EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "steady"), 0U);
     EXPECT_EQ(qny_output_remove("steady"), QNY_SUCCESS);
+}
+
+TEST_F(Hardening, ARequestThatIsSentAgainCutsNobodyOff)
+{
+    AgentWatch watch;
+    HandMadePeer peer(context, endpoint);
+    peer.introduce("AGAIN-AGAIN-AGAI", "again");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "again"));
+    ASSERT_TRUE(peer.receiveUntil(R"("services")")); // and has said that it consumed it
+    const uint64_t before = refused();
+    peer.send(5, raw<uint64_t>(1));
+    peer.send(3, raw<uint64_t>(0) + raw<uint64_t>(0) + raw<uint64_t>(0));
+    peer.data(item(2, "AGAIN-AGAIN-NONE")); // an agent that is not there: taken, and nothing comes of it
+    peer.data(item(99, "what is this"));
+    EXPECT_TRUE(eventually([&] { return refused() > before; })) << "its stream is read on";
+    EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "again"), 0U);
+}
+
+TEST_F(Hardening, WhoClaimsAnothersUuidEndsItsLinkOnlyWhenThatIsSilent)
+{
+    AgentWatch watch;
+    HandMadePeer peer(context, endpoint);
+    peer.introduce("CLAIM-CLAIM-CLAI", "claimed");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "claimed"));
+    void* socket = dealer();
+    Forged claim = peer.forged;
+    claim.session = 4711;
+    claim.theirs = 0;
+    const auto until = std::chrono::steady_clock::now() + 2500ms;
+    while (std::chrono::steady_clock::now() < until) {
+        send(socket, claim.make(2, helloPayload()));
+        peer.send(3, raw(peer.number) + raw<uint64_t>(0) + raw<uint64_t>(0));
+        std::this_thread::sleep_for(50ms);
+    }
+    EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "claimed"), 0U);
+    // Now it may well be the peer itself, which has lost its link.
+    EXPECT_TRUE(eventually([&] {
+        send(socket, claim.make(2, helloPayload()));
+        std::this_thread::sleep_for(100ms);
+        return watch.count(QNY_AGENT_EXITED, "claimed") > 0;
+    }));
+    zmq_close(socket);
+}
+
+TEST_F(Hardening, AThousandConnectionsThatSayNothingKeepNobodyOut)
+{
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    std::vector<int> connections;
+    for (int i = 0; i < 1000; ++i) {
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0) << i;
+        connections.push_back(fd);
+    }
+    const auto ended = [&] {
+        return std::ranges::count_if(connections, [](int fd) {
+            char byte = 0;
+            return recv(fd, &byte, 1, MSG_DONTWAIT | MSG_PEEK) == 0 || errno == ECONNRESET;
+        });
+    };
+    // What ZeroMQ says first is there to be read of those that stay, and of those that were ended before the end.
+    const auto read = [&] {
+        for (const int fd : connections) {
+            char greeting[64];
+            while (recv(fd, greeting, sizeof greeting, MSG_DONTWAIT) > 0) { }
+        }
+        return ended() >= 744;
+    };
+    EXPECT_TRUE(eventually(read, 20s)) << ended();
+    {
+        AgentWatch watch;
+        PeerProcess other("comes all the same");
+        EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "comes all the same", 10s));
+    }
+    EXPECT_LT(ended(), 1000) << "those that came last stay while there is room";
+    for (const int fd : connections) {
+        close(fd);
+    }
 }

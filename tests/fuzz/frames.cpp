@@ -128,6 +128,8 @@ public:
         fuzz::expect(qny_start(&options) == QNY_SUCCESS, "the network can be joined on the loopback device");
         m_network = m_core.network;
         m_network->stop();
+        m_network->m_inbox = zmq::socket_t(m_network->m_context, zmq::socket_type::router);
+        m_network->m_door = std::make_unique<Doorkeeper>(m_network->m_context, m_network->m_inbox);
         m_uuid = m_core.defaultAgent()->uuid;
         deliver();
     }
@@ -219,6 +221,7 @@ private:
         old.theirSession = 0;
         old.acknowledged = old.readyReceived = old.readyAcknowledged = old.resendWanted = false;
         old.received = old.receivedBytes = old.receivedBytesTold = 0;
+        old.spokeAt = old.renewalSince = 0;
         old.partial = {};
         old.m_sent.clear();
         old.m_next = old.m_inFlight = 0;

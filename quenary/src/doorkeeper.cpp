@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "doorkeeper.h"
+
+#include "report.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <unordered_map>
+#include <vector>
+
+namespace qny {
+
+namespace {
+
+// Six for each of 256 peers, one for each stranger, and the process's own.
+constexpr rlim_t wantedDescriptors = 4096;
+constexpr int eventsAtOnce = 4096;
+constexpr int mostRefused = 1000;
+
+struct End
+{
+    std::string address; // of IPv6 the network, of which one machine may have every address
+    uint16_t port = 0; // 0: no connection
+};
+
+End endOf(const sockaddr_storage& address)
+{
+    if (address.ss_family == AF_INET) {
+        const auto& in = reinterpret_cast<const sockaddr_in&>(address);
+        return { std::string(reinterpret_cast<const char*>(&in.sin_addr), 4), ntohs(in.sin_port) };
+    }
+    if (address.ss_family == AF_INET6) {
+        const auto& in = reinterpret_cast<const sockaddr_in6&>(address);
+        return { std::string(reinterpret_cast<const char*>(&in.sin6_addr), 8), ntohs(in.sin6_port) };
+    }
+    return {};
+}
+
+End otherEnd(int fd)
+{
+    sockaddr_storage address {};
+    socklen_t size = sizeof address;
+    return getpeername(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0 ? endOf(address) : End {};
+}
+
+uint16_t portOfOurEnd(int fd)
+{
+    sockaddr_storage address {};
+    socklen_t size = sizeof address;
+    return getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0 ? endOf(address).port : uint16_t { 0 };
+}
+
+} // namespace
+
+uint16_t portOfOtherEnd(int fd)
+{
+    return otherEnd(fd).port;
+}
+
+void raiseDescriptorLimit()
+{
+    rlimit limit {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wantedDescriptors) {
+        return;
+    }
+    limit.rlim_cur = std::min(limit.rlim_max, wantedDescriptors);
+    if (setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        logDebug(std::string("the limit of open files stays as it is: ") + std::strerror(errno));
+    }
+}
+
+Doorkeeper::Doorkeeper(zmq::context_t& context, zmq::socket_t& inbox)
+    : m_monitor(context, inbox,
+          ZMQ_EVENT_ACCEPTED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL
+              | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL)
+{
+}
+
+Doorkeeper::TurnedAway Doorkeeper::attend()
+{
+    TurnedAway away;
+    for (int i = 0; i < eventsAtOnce; ++i) {
+        const auto event = m_monitor.next();
+        if (!event) {
+            break;
+        }
+        switch (event->kind) {
+        case ZMQ_EVENT_ACCEPTED:
+            enter(static_cast<int>(event->value));
+            break;
+        case ZMQ_EVENT_DISCONNECTED:
+            m_visitors.erase(static_cast<int>(event->value));
+            break;
+        default:
+            away.isOtherMechanism = away.isOtherMechanism || event->isOtherMechanism();
+            ++away.count;
+        }
+    }
+    return away;
+}
+
+void Doorkeeper::enter(int fd)
+{
+    m_visitors.erase(fd);
+    const End from = otherEnd(fd);
+    // It may be gone already, and its descriptor another's.
+    if (from.port != 0 && portOfOurEnd(fd) == m_port) {
+        m_visitors[fd] = { .address = from.address, .port = from.port, .number = ++m_count };
+    }
+}
+
+// ZeroMQ has no way to end a connection: it is ended below it. The descriptor is held so that it stays the same
+// connection while it is looked at; ZeroMQ may close the original, and the number may become another's.
+bool Doorkeeper::end(int fd, const Visitor& visitor) const
+{
+    const int held = dup(fd);
+    if (held < 0) {
+        return false;
+    }
+    const End from = otherEnd(held);
+    const bool isSame = from.port == visitor.port && from.address == visitor.address && portOfOurEnd(held) == m_port;
+    if (isSame) {
+        shutdown(held, SHUT_RDWR);
+    }
+    close(held);
+    return isSame;
+}
+
+void Doorkeeper::endStrangers(const IsPeers& isPeers, size_t most)
+{
+    std::unordered_map<std::string, std::vector<std::pair<uint64_t, int>>> byAddress;
+    size_t count = 0;
+    for (const auto& [fd, visitor] : m_visitors) {
+        if (!visitor.isEnded && !isPeers(fd, visitor.port)) {
+            byAddress[visitor.address].emplace_back(visitor.number, fd);
+            ++count;
+        }
+    }
+    if (count <= most) {
+        return;
+    }
+    for (auto& [address, visitors] : byAddress) {
+        std::ranges::sort(visitors, std::greater()); // who came first is last
+    }
+    for (; count > most; --count) {
+        const auto size = [](const auto& each) { return each.second.size(); };
+        auto& visitors = std::ranges::max_element(byAddress, {}, size)->second;
+        const int fd = visitors.back().second;
+        visitors.pop_back();
+        Visitor& visitor = m_visitors.at(fd);
+        visitor.isEnded = end(fd, visitor);
+    }
+}
+
+bool Doorkeeper::speaksFor(int fd, const Uuid& peer)
+{
+    const auto it = m_visitors.find(fd);
+    if (it == m_visitors.end()) {
+        return true; // it came and went, and left a message behind
+    }
+    if (!it->second.peer) {
+        it->second.peer = peer;
+    }
+    return *it->second.peer == peer;
+}
+
+void Doorkeeper::refuse(int fd)
+{
+    const auto it = m_visitors.find(fd);
+    if (it != m_visitors.end() && !it->second.isEnded && ++it->second.refused > mostRefused) {
+        it->second.isEnded = end(fd, it->second);
+    }
+}
+
+} // namespace qny

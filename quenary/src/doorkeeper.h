@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+// Who stands at this peer's address. Anybody may connect there and say nothing, or nothing sensible: as many may stay
+// as leave room for those who belong here, and of those who must go, the ones go first of whose address most are there,
+// and who are there longest. Network thread only.
+#pragma once
+
+#include "connection_monitor.h"
+#include "text.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <zmq.hpp>
+
+namespace qny {
+
+// As many files and connections as the bounds of docs/wire-protocol.md take may be open, if the system's administrator
+// allows that: the limit that a process begins with is often lower.
+void raiseDescriptorLimit();
+// 0 when the descriptor is no connection.
+uint16_t portOfOtherEnd(int fd);
+
+class Doorkeeper
+{
+public:
+    // Connections of which it is not known that they are a peer's.
+    static constexpr size_t maxStrangers = 256;
+    // Says of a connection to us, by its descriptor and the port at the other end, whether it is a peer's.
+    using IsPeers = std::function<bool(int fd, uint16_t port)>;
+
+    // The inbox outlives it.
+    Doorkeeper(zmq::context_t& context, zmq::socket_t& inbox);
+
+    zmq::socket_t& socket() { return m_monitor.socket(); }
+    void setPort(uint16_t port) { m_port = port; }
+
+    struct TurnedAway
+    {
+        size_t count = 0;
+        bool isOtherMechanism = false; // one of them, or more
+    };
+    // Takes in who came and went.
+    TurnedAway attend();
+    // Ends those that are no peer's but `most`.
+    void endStrangers(const IsPeers& isPeers, size_t most);
+    bool isCrowded() const { return m_visitors.size() > maxStrangers; }
+    // A connection speaks for one peer, the first that it names: who names more only wants to keep us busy.
+    bool speaksFor(int fd, const Uuid& peer);
+    // Something that it sent was refused. Who goes on and on with that is ended.
+    void refuse(int fd);
+
+private:
+    struct Visitor
+    {
+        std::string address;
+        uint16_t port = 0;
+        uint64_t number = 0; // in the order in which they came
+        std::optional<Uuid> peer {};
+        int refused = 0;
+        bool isEnded = false; // by us; it is told when it is gone
+    };
+    void enter(int fd);
+    bool end(int fd, const Visitor& visitor) const;
+
+    ConnectionMonitor m_monitor;
+    uint16_t m_port = 0;
+    uint64_t m_count = 0;
+    std::map<int, Visitor> m_visitors; // by descriptor
+};
+
+} // namespace qny

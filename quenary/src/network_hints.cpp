@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+// Where peers may be: whom to try, when more is said of that than can be tried.
+#include "core.h"
+#include "network.h"
+
+#include <algorithm>
+#include <map>
+
+namespace qny {
+
+namespace {
+
+// What was tried for so long and did not answer gives way to another.
+constexpr int64_t patienceMilliseconds = 300;
+// As many addresses are tried by beacons at a time before it is looked at how steadily each comes.
+constexpr size_t triedBeforeSieve = wire::maxPendingLinks / 2;
+
+} // namespace
+
+bool Network::isFlooded() const
+{
+    const auto pending = std::ranges::count_if(
+        m_links, [](const auto& each) { return !each.second->isOpen() && each.second->isByBeacon; });
+    return static_cast<size_t>(pending) >= triedBeforeSieve;
+}
+
+void Network::receiveBeacons()
+{
+    wire::Beacon beacon;
+    std::string from;
+    bool valid = false;
+    size_t left = m_sieve.budget(steadyMilliseconds());
+    for (; left > 0 && m_discovery.receive(beacon, from, valid); --left) {
+        if (!valid) {
+            const std::lock_guard lock(m_core.mutex);
+            m_core.refuse("a datagram from " + from + " that is no beacon");
+        } else if (beacon.sender != m_identity.uuid) {
+            receiveBeacon(beacon, from);
+        }
+    }
+    m_sieve.setBudget(left);
+}
+
+Link* Network::hint(const Destination& peer, Hint by)
+{
+    if (const auto it = m_links.find(peer.uuid); it != m_links.end()) {
+        const Link& known = *it->second;
+        const bool isElsewhere = known.address() != peer.address || known.port() != peer.port;
+        // Somebody may have sent a beacon in its name.
+        const bool givesWay = known.isByBeacon && known.theirSession == 0 && isElsewhere
+            && steadyMilliseconds() - known.since >= patienceMilliseconds;
+        if (!givesWay) {
+            return it->second.get();
+        }
+        m_links.erase(it);
+    }
+    if (peer.port == 0 || peer.address.empty() || !makeRoom(peer, by)) {
+        return nullptr;
+    }
+    try {
+        const bool ipv6 = peer.address.find(':') != std::string::npos;
+        auto link = std::make_unique<Link>(m_core, m_context, m_identity, peer, sourceFor(ipv6), m_security.get());
+        link->isByBeacon = by == Hint::Beacon;
+        logDebug("trying peer " + toText(peer.uuid) + " at " + peer.address + ":" + std::to_string(peer.port));
+        return m_links.emplace(peer.uuid, std::move(link)).first->second.get();
+    } catch (const zmq::error_t& error) {
+        logWarning("no link to " + peer.address + ":" + std::to_string(peer.port) + ": " + error.what());
+        return nullptr;
+    }
+}
+
+// Beacons and connections have room of their own. Where there is none left, it is made by whoever has waited longest of
+// the address of which most is tried.
+bool Network::makeRoom(const Destination& peer, Hint by)
+{
+    std::map<std::string, std::pair<size_t, const Link*>> pending; // how many, and the longest
+    size_t count = 0;
+    size_t open = 0;
+    for (const auto& [uuid, link] : m_links) {
+        if (link->isOpen()) {
+            ++open;
+            continue;
+        }
+        if (link->isByBeacon != (by == Hint::Beacon)) {
+            continue;
+        }
+        if (by == Hint::Beacon && link->port() == peer.port && link->address() == peer.address) {
+            return false; // whoever is there will say who it is
+        }
+        ++count;
+        auto& [ofAddress, longest] = pending[link->address()];
+        ++ofAddress;
+        if (!longest || link->since < longest->since) {
+            longest = link.get();
+        }
+    }
+    if (open >= wire::maxPeers || count < wire::maxPendingLinks) {
+        return open < wire::maxPeers;
+    }
+    const Link* longest
+        = std::ranges::max_element(pending, {}, [](const auto& each) { return each.second.first; })->second.second;
+    if (steadyMilliseconds() - longest->since < patienceMilliseconds) {
+        return false;
+    }
+    m_links.erase(longest->peer()->uuid);
+    return true;
+}
+
+} // namespace qny
