@@ -25,12 +25,13 @@ struct ReplayStretch
     qint64 endedUs = 0; // when the end, the pause or the stop was seen
 };
 
-// Bounds of a good replay, and where its timing is measured from.
+// Bounds of a replay at the right times, wide enough for a machine that halts for a tenth of a second now and then. How
+// near a replay comes on a quiet one is what benchmarks/replay measures.
 struct ReplayBounds
 {
     double nearMs = 20.0; // within which nearFraction of all events arrive
-    double nearFraction = 0.95;
-    double wholeMs = 50.0; // by which first to last event may be longer or shorter than recorded
+    double nearFraction = 0.7;
+    double wholeMs = 300.0; // by which first to last event may be longer or shorter than recorded
 };
 
 struct ReplayCheck
@@ -47,6 +48,7 @@ struct ReplayCheck
 
     double medianLateMs = 0.0; // of |arrival - due|, the replay's start being where the median event is on time
     double nearLateMs = 0.0; // the nearFraction quantile of the same
+    double oftenLateMs = 0.0; // the 0.95 quantile
     double mostLateMs = 0.0;
     double wholeErrorMs = 0.0; // (last arrival - first arrival) - (last time - first time) / speed
 

@@ -197,17 +197,20 @@ private Q_SLOTS:
         QVERIFY(result.wrong.isEmpty());
     }
 
+    // Every tenth event 25 ms late is what a machine does that halts now and then; four of ten is a fault of the replay.
     void eventsThatComeLateAreFound()
     {
         const RecordFile record = sampleRecord();
-        QList<Observation> observations = goodReplay(record, wholeStretch());
-        for (qsizetype index = 0; index < observations.size(); index += 10) {
-            observations[index].receivedUs += 25'000;
+        for (const int lateOfTen : { 1, 4 }) {
+            QList<Observation> observations = goodReplay(record, wholeStretch());
+            for (qsizetype index = 0; index < observations.size(); ++index) {
+                observations[index].receivedUs += index % 10 < lateOfTen ? 25'000 : 0;
+            }
+            const ReplayCheck result = checkReplay(record, observations, wholeStretch());
+            QCOMPARE(result.timing.size(), lateOfTen == 4 ? 1 : 0);
+            QCOMPARE(result.passed(), lateOfTen == 1);
+            QVERIFY(result.oftenLateMs > 24.0);
         }
-        const ReplayCheck result = checkReplay(record, observations, wholeStretch());
-        QVERIFY(!result.passed());
-        QCOMPARE(result.timing.size(), 1);
-        QVERIFY(result.nearLateMs > 24.0);
     }
 
     void aReplayAtTheWrongSpeedIsFound()
