@@ -20,6 +20,9 @@ set(RR_COVERAGE "" CACHE STRING "Targets whose executed lines are counted (see s
 # ccache makes a second build from scratch a matter of seconds, also in another folder; a launcher given from outside wins.
 # A precompiled header is taken by its contents, not by its date.
 find_program(RR_CCACHE ccache)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:SHELL:-Xclang -fno-pch-timestamp>")
+endif()
 if(RR_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(launcher "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=1
         "CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime" "${RR_CCACHE}")

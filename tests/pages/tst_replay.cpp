@@ -302,7 +302,7 @@ void ReplayTests::aSliderThatIsTakenFromTheHandMovesNothing()
     QCOMPARE(moves(), before);
     QVERIFY(before <= 1);
     if (before == 1) {
-        QCOMPARE(lastServiceCall().arguments, QVariantList({ 20.0 }));
+        QCOMPARE(lastServiceCall().arguments, QVariantList { 20.0 });
     }
     // The hand lets go of what it does not hold any more.
     QTest::mouseRelease(&pages.window, Qt::LeftButton, {}, end);

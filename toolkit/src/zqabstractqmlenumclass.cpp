@@ -10,7 +10,7 @@ ZqAbstractQmlEnumClass::~ZqAbstractQmlEnumClass() = default;
 
 QString ZqAbstractQmlEnumClass::text(int value) const
 {
-    return QString::fromLatin1(getEnumerator(getEnumeratorIndex()).valueToKey(static_cast<quint64>(value)));
+    return QString::fromLatin1(getEnumerator(getEnumeratorIndex()).valueToKey(value));
 }
 
 int ZqAbstractQmlEnumClass::value(const QString& text, int defaultValue) const

@@ -23,18 +23,18 @@ constexpr std::uint64_t repeated(char c)
     return 0x0101010101010101U * static_cast<unsigned char>(c);
 }
 
-// Whether one of eight bytes is that character.
-constexpr bool hasByte(std::uint64_t eight, char c)
+// Not zero when one of eight bytes is that character.
+constexpr std::uint64_t findByte(std::uint64_t eight, char c)
 {
     const std::uint64_t difference = eight ^ repeated(c);
-    return ((difference - repeated('\x01')) & ~difference & repeated('\x80')) != 0;
+    return (difference - repeated('\x01')) & ~difference & repeated('\x80');
 }
 
 bool hasSpecial(const char* at)
 {
     std::uint64_t eight = 0;
     std::memcpy(&eight, at, sizeof(eight));
-    return hasByte(eight, ';') | hasByte(eight, '"') | hasByte(eight, '\r') | hasByte(eight, '\n');
+    return (findByte(eight, ';') | findByte(eight, '"') | findByte(eight, '\r') | findByte(eight, '\n')) != 0;
 }
 
 // Whether something in the text needs quotes. Eight bytes at a time; the last eight overlap those before.

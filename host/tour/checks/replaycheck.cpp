@@ -115,7 +115,7 @@ public:
             }
         }
         _check->expected += std::count_if(_expectation.events.cbegin(), _expectation.events.cend(),
-            [this, untilUs](const TracedEvent& event) { return event.timeUs <= untilUs; });
+            [untilUs](const TracedEvent& event) { return event.timeUs <= untilUs; });
     }
 
 private:

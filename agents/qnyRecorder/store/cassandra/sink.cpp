@@ -116,7 +116,7 @@ StoreResult Sink::findBucket(std::int32_t number, std::optional<Bucket>& bucket)
     }
     const Answer answer = m_context->connection.execute(cql::readBucket, { m_record, number });
     if (answer && answer.rows() > 0) {
-        bucket.emplace();
+        bucket = Bucket {};
         bucket->number = number;
         bucket->firstSequence = answer.number(0, 1);
         bucket->firstUs = answer.integer(0, 2);

@@ -210,13 +210,13 @@ std::unique_ptr<Journal> Journal::create(
     journal->m_facts = facts;
     journal->m_end = framesAt;
     journal->m_nextNumber = 0;
-    const bool hasFacts = journal->writeFrame(0, packFacts(facts));
+    const bool holdsFacts = journal->writeFrame(0, packFacts(facts));
     state.drainedThrough = journal->m_end;
     journal->m_drainedEnd = journal->m_end;
     journal->m_drainedEvents = state.eventsThrough;
     journal->m_persistedEnd = journal->m_end;
     journal->m_punchedEnd = journal->m_end;
-    if (!hasFacts || !journal->writeState(state)) {
+    if (!holdsFacts || !journal->writeState(state)) {
         result = journal->failure(StoreError::Overflow, "written");
         journal->remove();
         return nullptr;

@@ -841,7 +841,7 @@ void TestCsvFileStore::lossesAreToldBeforeTheEnd()
 
 void TestCsvFileStore::aFullDiskEndsTheRecordingAndLosesNothing()
 {
-    checkFullDisk([this](const std::string& directory) {
+    checkFullDisk([](const std::string& directory) {
         CsvFileOptions options;
         options.directory = directory;
         StoreResult result;

@@ -44,10 +44,9 @@ template <auto member> struct OpenTaskStart
     friend auto taskStart() { return member; }
 };
 auto taskStart();
+template struct OpenTaskStart<&RecorderInstance::_startImportTask>;
 
 } // namespace
-
-template struct OpenTaskStart<&RecorderInstance::_startImportTask>;
 
 void tst_RecorderImportRefusals::aFileThatCanNotBeReadIsRefused()
 {

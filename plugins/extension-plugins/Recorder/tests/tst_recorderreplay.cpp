@@ -259,7 +259,7 @@ void tst_RecorderReplay::typedTimesAreCheckedAgainstTheDuration()
         QCOMPARE(QuenaryDouble::calledServices(), QStringList());
     } else {
         QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "move_to" }));
-        QCOMPARE(lastServiceCall().arguments, QVariantList({ seconds }));
+        QCOMPARE(lastServiceCall().arguments, QVariantList { seconds });
     }
 }
 
@@ -331,7 +331,7 @@ void tst_RecorderReplay::aFileRecordIsAsLongAsItsMilliseconds()
     QuenaryDouble::clearCalls();
     replay.instance->updateCurrentRecordTime("00:00:01.005");
     QCOMPARE(QuenaryDouble::calledServices(), QStringList({ "move_to" }));
-    QCOMPARE(lastServiceCall().arguments, QVariantList({ 1.005 }));
+    QCOMPARE(lastServiceCall().arguments, QVariantList { 1.005 });
 }
 
 void tst_RecorderReplay::browsingOffersTheDocumentsFirst()

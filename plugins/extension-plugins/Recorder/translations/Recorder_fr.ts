@@ -355,8 +355,8 @@
 <context>
     <name>FiltersEditor</name>
     <message>
-        <source>A recorder without a database keeps no filters</source>
-        <translation>Un enregistreur sans base de données ne garde pas de filtres</translation>
+        <source>Filters can be applied only with a database</source>
+        <translation>Les filtres ne peuvent être appliqués qu’avec une base de données</translation>
     </message>
     <message>
         <source>Recording filters</source>

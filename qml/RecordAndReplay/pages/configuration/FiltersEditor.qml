@@ -14,7 +14,7 @@ Column {
     required property RecorderInstance recorder
     readonly property bool isApplicable: recorder.isOn && !recorder.offlineMode
     readonly property bool isEditable: isApplicable || !recorder.isOn
-    readonly property string why: recorder.offlineMode ? qsTr("A recorder without a database keeps no filters") : qsTr("Connect the recorder to apply its filters")
+    readonly property string why: recorder.offlineMode ? qsTr("Filters can be applied only with a database") : qsTr("Connect the recorder to apply its filters")
     // The filters that the text was taken from.
     property string shown
     readonly property bool isChanged: area.text !== recorder.recordFilters

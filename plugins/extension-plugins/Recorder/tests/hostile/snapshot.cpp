@@ -173,8 +173,8 @@ Snapshot::Snapshot(RecorderModule& module)
         paths.insert(object, path);
     }
     for (const auto& [path, object] : objects) {
-        const auto put = [this, &path = path, &paths](const char* name, const QVariant& value) {
-            _values.insert(path + u'.' + QString::fromLatin1(name), textOf(value, paths));
+        const auto put = [this, &prefix = path, &paths](const char* name, const QVariant& value) {
+            _values.insert(prefix + u'.' + QString::fromLatin1(name), textOf(value, paths));
         };
         for (int i = 0; i < object->metaObject()->propertyCount(); ++i) {
             const QMetaProperty property = object->metaObject()->property(i);
