@@ -62,7 +62,8 @@ inline std::vector<Event> randomEvents(std::uint64_t seed, std::size_t count, st
         if (random() % 3 != 0) {
             timeUs += static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(2 * meanStepUs + 1));
         }
-        const std::string agent = "agent " + std::to_string(random() % 5) + (random() % 2 ? ";ö" : "");
+        const bool isAwkward = random() % 2 != 0; // two calls in one expression come in any order
+        const std::string agent = "agent " + std::to_string(random() % 5) + (isAwkward ? ";ö" : "");
         const std::string output = "out" + std::to_string(random() % 7);
         events.emplace_back(timeUs, agent, output, values[random() % values.size()]);
     }
