@@ -36,6 +36,9 @@ if(RR_MOLD)
     add_link_options(-fuse-ld=mold)
 endif()
 
+# A program links what it calls itself, and not all that its libraries stand on.
+add_link_options(-Wl,--as-needed)
+
 find_package(Qt6 6.8 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 Widgets Concurrent Svg Test Network LinguistTools)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ZMQ REQUIRED IMPORTED_TARGET libzmq>=4.3)
