@@ -100,7 +100,7 @@ Answer recordUntil(TourContext& tour, double seconds)
         [&] { return QStringLiteral("%1 s recorded").arg(recordedSeconds(tour), 0, 'f', 2); });
 }
 
-Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* made)
+Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* made, double mostApartSeconds)
 {
     // The one that is being recorded may stand in the list already, without an end.
     const auto hasEnd = [](const ObjectHandle& record) { return record.value("endDateTime").toDateTime().isValid(); };
@@ -135,7 +135,7 @@ Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* m
                              .arg(made->text("name"))
                              .arg(duration, 0, 'f', 3)
                              .arg(progress, 0, 'f', 3);
-    return std::abs(duration - progress) < 0.6 ? Answer::yes(text) : Answer::no(text);
+    return std::abs(duration - progress) < mostApartSeconds ? Answer::yes(text) : Answer::no(text);
 }
 
 Answer stopPlant(TourContext& tour, Journal* journal)

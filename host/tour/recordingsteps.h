@@ -10,8 +10,8 @@ namespace tour {
 double recordedSeconds(const TourContext& tour);
 Answer startRecording(TourContext& tour, RecordingWindow* window);
 Answer recordUntil(TourContext& tour, double seconds);
-// made: the record that the list has got by it.
-Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* made);
+// made: the record that the list has got by it, which may be so much longer or shorter than was shown last.
+Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* made, double mostApartSeconds = 0.6);
 // Stops the agents of the plant and reads everything that they say they published.
 Answer stopPlant(TourContext& tour, Journal* journal);
 // Answers the module's file dialog with a path, and reads the file back.

@@ -28,12 +28,6 @@ QQuickItem* findItem(QQuickItem* item, const QString& name)
     return nullptr;
 }
 
-bool showTab(const QQuickWindow& window, int index)
-{
-    QQuickItem* tabs = findItem(window.contentItem(), QStringLiteral("recorderTabs"));
-    return tabs != nullptr && tabs->property("count").toInt() > index && tabs->setProperty("currentIndex", index);
-}
-
 } // namespace
 
 TourContext::TourContext(HostApplication& application, const TourOptions& tourOptions)
@@ -41,6 +35,14 @@ TourContext::TourContext(HostApplication& application, const TourOptions& tourOp
     , options(tourOptions)
     , output(tourOptions.outputDirectory)
 {
+}
+
+bool TourContext::showTab(Tab tab) const
+{
+    const int index = static_cast<int>(tab) - 1;
+    QQuickItem* tabs
+        = host.window() == nullptr ? nullptr : findItem(host.window()->contentItem(), QStringLiteral("recorderTabs"));
+    return tabs != nullptr && tabs->property("count").toInt() > index && tabs->setProperty("currentIndex", index);
 }
 
 void TourContext::screenshot(const QString& name, Tab tab)
@@ -51,7 +53,7 @@ void TourContext::screenshot(const QString& name, Tab tab)
         screenshotFaults.append(QStringLiteral("%1: there is no window").arg(name));
         return;
     }
-    if (tab != Tab::Current && !showTab(*host.window(), static_cast<int>(tab) - 1)) {
+    if (tab != Tab::Current && !showTab(tab)) {
         screenshotFaults.append(QStringLiteral("%1: the page has no such tab").arg(name));
     }
     if (!host.screenshot(file, &error)) {

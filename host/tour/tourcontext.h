@@ -56,6 +56,8 @@ struct TourContext
         CsvFile
     };
 
+    // Brings a tab of the open recorder to the front; false when the page has no such tab.
+    bool showTab(Tab tab) const;
     // Keeps a picture of the module's page, with this tab of the open recorder in front.
     void screenshot(const QString& name, Tab tab = Tab::Current);
     // Whether the recorder's own list comes to show this: asked for, or without a database sent unasked. `lists` counts

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "crowdjournal.h"
+
+#include <chrono>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace soak {
+
+std::int64_t nowUs()
+{
+    using namespace std::chrono;
+    return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+bool CrowdJournal::open(const std::string& path)
+{
+    _file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    return _file >= 0;
+}
+
+void CrowdJournal::add(const std::string& agent, const char* what, std::int32_t number, std::int64_t timeUs)
+{
+    _rows += agent + ';' + what + ';' + std::to_string(number) + ';' + std::to_string(timeUs) + '\n';
+}
+
+bool CrowdJournal::write()
+{
+    const std::string rows = std::move(_rows);
+    _rows.clear();
+    return rows.empty() || ::write(_file, rows.data(), rows.size()) == static_cast<ssize_t>(rows.size());
+}
+
+} // namespace soak
