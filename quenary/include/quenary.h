@@ -81,9 +81,9 @@ QNY_EXPORT void qny_log_set_handler(qny_log_fn handler, void *user_data);
 typedef struct qny_options {
     const char *device;          /* network device by name ("lo", "eth0") or address; null: the environment's QNY_DEVICE, else "lo" */
     uint16_t port;               /* UDP port of discovery, the same for all peers of a network; 0: QNY_PORT, else 5670 */
-    const char *peers;           /* addresses of peers to try besides discovery, "host:port,host:port" (an IPv6 host in
-                                    brackets; the port is their listen_port); null: QNY_PEERS, else none */
-    uint16_t listen_port;        /* TCP port on which this peer is reached; 0: any free one */
+    const char *peers;           /* addresses of peers to try besides discovery, "host:port,host:port-port" (an IPv6 host in
+                                    brackets; where they listen); at most 128 ports; null: QNY_PEERS, else none */
+    uint16_t listen_port;        /* TCP port on which this peer is reached; 0: the first free one of QNY_LISTEN ("5671-5690"), else any */
     bool multicast;              /* discover by UDP multicast (on unless no network allows it); off: explicit peers only */
     const char *host_name;       /* name shown for this machine; null: QNY_HOST_NAME, else the system's host name */
     size_t max_message_bytes;    /* bound on one call or publication, here and from others; 0: 64 MiB */

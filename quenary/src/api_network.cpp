@@ -100,6 +100,17 @@ bool readPort(std::string_view text, uint16_t& into)
     return result.ec == std::errc() && result.ptr == text.data() + text.size() && into != 0;
 }
 
+// "5671", or "5671-5690".
+bool readPorts(std::string_view text, std::pair<uint16_t, uint16_t>& into)
+{
+    const size_t dash = std::min(text.find('-'), text.size());
+    if (!readPort(text.substr(0, dash), into.first)) {
+        return false;
+    }
+    into.second = into.first;
+    return dash == text.size() || (readPort(text.substr(dash + 1), into.second) && into.second >= into.first);
+}
+
 qny_result_t readPeers(std::string_view text, std::vector<std::pair<std::string, uint16_t>>& into)
 {
     while (!text.empty()) {
@@ -117,8 +128,8 @@ qny_result_t readPeers(std::string_view text, std::vector<std::pair<std::string,
         }
         const size_t colon = each.rfind(':');
         std::string_view host = each.substr(0, std::min(colon, each.size()));
-        uint16_t port = 0;
-        bool sound = colon != std::string_view::npos && readPort(each.substr(colon + 1), port);
+        std::pair<uint16_t, uint16_t> ports;
+        bool sound = colon != std::string_view::npos && readPorts(each.substr(colon + 1), ports);
         if (host.starts_with('[') && host.ends_with(']')) {
             host = host.substr(1, host.size() - 2);
         } else {
@@ -128,9 +139,16 @@ qny_result_t readPeers(std::string_view text, std::vector<std::pair<std::string,
         if (!sound || host.empty() || host.find_first_not_of(allowed) != std::string_view::npos) {
             return fail(QNY_ERROR_ARGUMENT,
                 "The peer '" + printable(each)
-                    + "' is not of the form host:port (an IPv6 host in brackets, a port from 1 to 65535).");
+                    + "' is not of the form host:port or host:port-port (an IPv6 host in brackets, ports from 1 to "
+                      "65535).");
         }
-        into.emplace_back(host, port);
+        if (into.size() + ports.second - ports.first >= maxNamedPeers) {
+            return fail(QNY_ERROR_ARGUMENT,
+                "The peers are more than " + std::to_string(maxNamedPeers) + ", each port of a range being one.");
+        }
+        for (uint32_t port = ports.first; port <= ports.second; ++port) {
+            into.emplace_back(host, static_cast<uint16_t>(port));
+        }
     }
     return QNY_SUCCESS;
 }
@@ -167,7 +185,14 @@ qny_result_t qny_start(const qny_options_t* given)
     if (const qny_result_t result = readPeers(peers, options.peers); result != QNY_SUCCESS) {
         return result;
     }
-    options.listenPort = from.listen_port;
+    options.listenPorts = { from.listen_port, from.listen_port };
+    if (const std::string ports = environment("QNY_LISTEN");
+        from.listen_port == 0 && !ports.empty() && !readPorts(ports, options.listenPorts)) {
+        return fail(QNY_ERROR_ARGUMENT,
+            "QNY_LISTEN holds '" + printable(ports)
+                + "', which is neither a port from 1 to 65535 nor two of them as "
+                  "5671-5690.");
+    }
     options.multicast = from.multicast;
     options.hostName = from.host_name && *from.host_name ? from.host_name : systemHostName();
     if (!isUtf8(options.hostName)) {

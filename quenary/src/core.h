@@ -18,12 +18,15 @@ namespace qny {
 
 class Network;
 
+// Each port of a named range counts.
+constexpr size_t maxNamedPeers = 128;
+
 struct Options
 {
     std::string device = "lo";
     uint16_t port = 5670;
     std::vector<std::pair<std::string, uint16_t>> peers;
-    uint16_t listenPort = 0;
+    std::pair<uint16_t, uint16_t> listenPorts { 0, 0 }; // the first free one of these; 0: any
     bool multicast = true;
     std::string hostName;
     size_t maxMessageBytes = 64 * 1024 * 1024;

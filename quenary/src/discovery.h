@@ -5,9 +5,17 @@
 #include "devices.h"
 #include "wire.h"
 
+#include <netinet/in.h>
 #include <string>
+#include <sys/socket.h>
 
 namespace qny {
+
+union SocketAddress {
+    sockaddr any;
+    sockaddr_in four;
+    sockaddr_in6 six;
+};
 
 class Discovery
 {
@@ -28,7 +36,8 @@ public:
 private:
     int m_receiver = -1;
     int m_sender = -1;
-    uint16_t m_port = 0;
+    bool m_ipv6 = false;
+    SocketAddress m_group {};
     unsigned m_deviceIndex = 0;
     bool m_sendFailed = false;
 };

@@ -10,6 +10,9 @@ namespace {
 // Between two attempts that failed, or two rounds through all keys.
 constexpr int64_t pauseMilliseconds = 1000;
 constexpr int handshakeMilliseconds = 2000;
+// Left to the system, an attempt that began while the network was cut off is repeated more and more rarely, for
+// minutes.
+constexpr int attemptMilliseconds = 2000;
 
 } // namespace
 
@@ -39,6 +42,7 @@ void ExplicitPeer::connect()
     m_socket.set(zmq::sockopt::reconnect_ivl, 250);
     m_socket.set(zmq::sockopt::reconnect_ivl_max, 2000);
     m_socket.set(zmq::sockopt::handshake_ivl, handshakeMilliseconds);
+    m_socket.set(zmq::sockopt::connect_timeout, attemptMilliseconds);
     m_socket.set(zmq::sockopt::ipv6, m_ipv6);
     if (m_security) {
         m_security->secureClient(m_socket, *m_certificate);

@@ -29,6 +29,15 @@ std::string inBrackets(const std::string& host)
     return host.find(':') != std::string::npos && host.front() != '[' ? "[" + host + "]" : host;
 }
 
+// That no port is left to listen on.
+std::string takenText(const std::pair<uint16_t, uint16_t>& ports, const std::string& address)
+{
+    const bool isOne = ports.first == ports.second;
+    return (isOne ? "Another program holds the TCP port " : "Other programs hold all of the TCP ports ")
+        + std::to_string(ports.first) + (isOne ? "" : "-" + std::to_string(ports.second)) + " on " + address
+        + "; choose another listen_port, or 0 for any free one.";
+}
+
 } // namespace
 
 Network::Network(Core& core)
@@ -59,6 +68,7 @@ std::string Network::endpoint() const
 qny_result_t Network::open(const Options& options)
 {
     raiseDescriptorLimit();
+    m_probeContext.set(zmq::ctxopt::max_sockets, static_cast<int>(8 * maxNamedPeers));
     m_context.set(zmq::ctxopt::max_sockets, static_cast<int>(8 * wire::maxPeers));
     if (const qny_result_t result = findDevice(options.device, m_device); result != QNY_SUCCESS) {
         return result;
@@ -80,7 +90,8 @@ qny_result_t Network::open(const Options& options)
     if (const qny_result_t result = bindInbox(options); result != QNY_SUCCESS) {
         return result;
     }
-    if (options.multicast && m_device.ipv6) {
+    if (options.multicast && m_device.ipv6 && m_device.loopback) {
+        // Systems have no way for multicast there.
         logInfo("the device " + m_device.name
             + " was named by an IPv6 address: peers are not discovered, only those named in `peers` are tried");
     } else if (options.multicast) {
@@ -115,17 +126,20 @@ qny_result_t Network::bindInbox(const Options& options)
     m_inbox.set(zmq::sockopt::heartbeat_ivl, 1000);
     m_inbox.set(zmq::sockopt::heartbeat_timeout, QNY_PRESENCE_BOUND_MS);
     m_inbox.set(zmq::sockopt::ipv6, m_device.ipv6);
-    const std::string wanted = "tcp://" + inBrackets(m_device.address) + ":"
-        + (options.listenPort ? std::to_string(options.listenPort) : "*");
-    try {
-        m_inbox.bind(wanted);
-    } catch (const zmq::error_t& error) {
-        if (error.num() == EADDRINUSE) {
-            return fail(QNY_ERROR_PORT_IN_USE,
-                "Another program holds the TCP port " + std::to_string(options.listenPort) + " on " + m_device.address
-                    + "; choose another listen_port, or 0 for any free one.");
+    for (uint16_t port = options.listenPorts.first;; ++port) {
+        const std::string wanted
+            = "tcp://" + inBrackets(m_device.address) + ":" + (port == 0 ? "*" : std::to_string(port));
+        try {
+            m_inbox.bind(wanted);
+            break;
+        } catch (const zmq::error_t& error) {
+            if (error.num() != EADDRINUSE) {
+                return fail(QNY_ERROR_SYSTEM, "This peer cannot listen on " + wanted + ": " + error.what() + ".");
+            }
+            if (port == options.listenPorts.second) {
+                return fail(QNY_ERROR_PORT_IN_USE, takenText(options.listenPorts, m_device.address));
+            }
         }
-        return fail(QNY_ERROR_SYSTEM, "This peer cannot listen on " + wanted + ": " + error.what() + ".");
     }
     const std::string bound = m_inbox.get(zmq::sockopt::last_endpoint);
     m_port = static_cast<uint16_t>(std::strtoul(bound.c_str() + bound.rfind(':') + 1, nullptr, 10));

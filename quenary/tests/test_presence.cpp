@@ -189,6 +189,34 @@ TEST_F(Presence, ExplicitPeersFindEachOtherWithoutMulticast)
     EXPECT_FALSE(other.expect({ "entered", "me" }).empty());
 }
 
+TEST_F(Presence, ProcessesShareARangeOfPortsAndAreAllFoundByIt)
+{
+    const uint16_t first = freeTcpPort();
+    const std::string range = std::to_string(first) + "-" + std::to_string(first + 3);
+    setenv("QNY_LISTEN", range.c_str(), 1);
+    PeerProcess one("one", { "--peers", "127.0.0.1:1" });
+    PeerProcess two("two", { "--peers", "127.0.0.1:1" });
+    unsetenv("QNY_LISTEN");
+    qny_options_t mine = options();
+    mine.multicast = false;
+    const std::string peers = "127.0.0.1:" + range;
+    mine.peers = peers.c_str();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "one"));
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "two"));
+    EXPECT_NE(one.endpoint(), two.endpoint());
+    qny_stop();
+
+    // When none of the ports is left, that is told.
+    const std::string taken = two.endpoint().substr(two.endpoint().rfind(':') + 1);
+    setenv("QNY_LISTEN", taken.c_str(), 1);
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_PORT_IN_USE);
+    EXPECT_NE(std::string(qny_last_error()).find(taken), std::string::npos) << qny_last_error();
+    setenv("QNY_LISTEN", "80-70", 1);
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_ARGUMENT);
+    unsetenv("QNY_LISTEN");
+}
+
 TEST_F(Presence, AnExplicitPeerMayStartLaterAndUseIpv6)
 {
     size_t count = 0;
@@ -366,12 +394,17 @@ TEST_F(Presence, AStartThatCannotBeDoneSaysWhy)
     mine = options();
     mine.public_certificates = "certificates";
     EXPECT_EQ(qny_start(&mine), QNY_ERROR_SECURITY);
-    for (const char* peers : { "nocolon", "host:", "host:0", "host:99999", "::1:77", ":77", "ho st:77", "host:7x" }) {
+    for (const char* peers : { "nocolon", "host:", "host:0", "host:99999", "::1:77", ":77", "ho st:77", "host:7x",
+             "host:9-8", "host:7-", "host:1-2-3" }) {
         mine = options();
         mine.peers = peers;
         EXPECT_EQ(qny_start(&mine), QNY_ERROR_ARGUMENT) << peers;
         EXPECT_NE(std::string(qny_last_error()).find("host:port"), std::string::npos);
     }
+    mine = options();
+    mine.peers = "host:1-100,host:1-29";
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_ARGUMENT);
+    EXPECT_NE(std::string(qny_last_error()).find("more than 128"), std::string::npos);
     mine = options();
     ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
     EXPECT_TRUE(qny_is_started());
