@@ -7,6 +7,8 @@
 #include <systemdocumenthandler.h>
 #include <systemviewclassinstance.h>
 
+#include <QtTest/QSignalSpy>
+
 /// The list of recorders: what it says of each, and what each offers.
 class RecordersListTests : public QObject
 {
@@ -260,8 +262,12 @@ void RecordersListTests::aRecorderIsDeletedOnceThatIsAgreedTo()
     pages.focusOn("recorderInstance", 1);
     pages.key(Qt::Key_Delete);
     QCOMPARE(pages.text("question"), "Do you want to delete recorder 'Bee' ?");
+    // While it fades, the recorder has gone already.
+    QSignalSpy changes(pages.item("question"), SIGNAL(textChanged(QString)));
+    QVERIFY(changes.isValid());
     pages.click("acceptButton");
     QVERIFY(!pages.isShown("question"));
+    QCOMPARE(changes.count(), 0);
     QCOMPARE(pages.texts("recorderTitle"), QStringList({ "Ant" }));
 }
 

@@ -13,6 +13,9 @@ Popup {
     property string text
     property string acceptText: qsTr("DELETE")
     property bool isDestructive: true
+    // What was asked stays until it is out of sight, although what was deleted has no name any more.
+    property string question
+    property bool isAccepted: false
 
     signal accepted
     // After the answer, whichever it was.
@@ -25,7 +28,10 @@ Popup {
     focus: true
     closePolicy: Popup.CloseOnEscape
     // Whatever had the keyboard when it was last open: what is safe has it now.
-    onAboutToShow: cancel.forceActiveFocus(Qt.PopupFocusReason)
+    onAboutToShow: {
+        root.isAccepted = false;
+        cancel.forceActiveFocus(Qt.PopupFocusReason);
+    }
     onClosed: root.hidden()
 
     background: Rectangle {
@@ -58,8 +64,15 @@ Popup {
         implicitHeight: content.implicitHeight
         focus: true
         Accessible.role: Accessible.Dialog
-        Accessible.name: root.text
+        Accessible.name: root.question
 
+        Binding {
+            target: root
+            property: "question"
+            value: root.text
+            when: !root.isAccepted
+            restoreMode: Binding.RestoreNone
+        }
         Column {
             id: content
             width: parent.width
@@ -68,7 +81,7 @@ Popup {
             Text {
                 objectName: "question"
                 width: parent.width
-                text: root.text
+                text: root.question
                 color: Theme.text
                 font.pixelSize: Theme.titleSize
                 font.weight: Font.DemiBold
@@ -95,6 +108,7 @@ Popup {
                     text: root.acceptText
                     destructive: root.isDestructive
                     onClicked: {
+                        root.isAccepted = true;
                         root.accepted();
                         root.close();
                     }
