@@ -66,6 +66,9 @@ QString CassandraCluster::start(const Options& options)
     if (options.tls) {
         arguments += QStringLiteral("--tls");
     }
+    if (options.isDurable) {
+        arguments += QStringLiteral("--durable");
+    }
     m_script.start(QStringLiteral(RR_CASSANDRA_SCRIPT), arguments);
     return readUntil(QStringLiteral("ready"));
 }

@@ -18,6 +18,7 @@ public:
         int nodes = 1;
         bool auth = false;
         bool tls = false;
+        bool isDurable = false; // a node that is killed has everything that it acknowledged
     };
 
     // Empty when there can be one here, else why not: for QSKIP.

@@ -75,7 +75,8 @@ private:
 
 void TestCassandraLosses::initTestCase()
 {
-    const QString why = m_cassandra.start({ .nodes = qEnvironmentVariableIntValue("RR_LOSS_NODES") == 3 ? 3 : 1 });
+    const QString why = m_cassandra.start(
+        { .nodes = qEnvironmentVariableIntValue("RR_LOSS_NODES") == 3 ? 3 : 1, .isDurable = true });
     if (!why.isEmpty()) {
         QSKIP(qPrintable(why));
     }
