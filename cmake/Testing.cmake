@@ -30,15 +30,27 @@ set(RR_TEST_OPTIONS
     ${RR_TEST_OPTIMIZATION}
     -fPIE # what a library is made of otherwise differs from what a program is
     -Wno-conversion) # QTRY_VERIFY and its like narrow a duration in the caller's own source
-if(RR_PRECOMPILED_HEADERS)
-    file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/testheaders.cpp" CONTENT "")
-    add_library(TestHeaders OBJECT "${CMAKE_BINARY_DIR}/testheaders.cpp")
-    rr_target_defaults(TestHeaders)
+
+# rr_precompiled_headers(name OPTIONS compiler-options HEADERS <a> ...): what all modules of Qt for tests have in common, for
+# programs that are compiled with the same options. There is no such target where headers are not precompiled.
+function(rr_precompiled_headers name)
+    if(NOT RR_PRECOMPILED_HEADERS)
+        return()
+    endif()
+    cmake_parse_arguments(H "" "" "OPTIONS;HEADERS" ${ARGN})
+    string(TOLOWER "${name}" source)
+    file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/${source}.cpp" CONTENT "")
+    add_library(${name} OBJECT "${CMAKE_BINARY_DIR}/${source}.cpp")
+    rr_target_defaults(${name})
+    target_compile_options(${name} PRIVATE ${H_OPTIONS})
+    target_link_libraries(${name} PRIVATE QtTestModules)
+    target_precompile_headers(${name} PRIVATE <QtCore/QtCore> <QtQml/QQmlEngine> <QtQuick/QQuickItem>
+        <QtTest/QTest> <QtWidgets/QApplication> ${H_HEADERS})
+endfunction()
+
+rr_precompiled_headers(TestHeaders OPTIONS ${RR_TEST_OPTIONS} HEADERS <QtTest/QSignalSpy>)
+if(TARGET TestHeaders)
     set_target_properties(TestHeaders PROPERTIES POSITION_INDEPENDENT_CODE OFF)
-    target_compile_options(TestHeaders PRIVATE ${RR_TEST_OPTIONS})
-    target_link_libraries(TestHeaders PRIVATE QtTestModules)
-    target_precompile_headers(TestHeaders PRIVATE <QtCore/QtCore> <QtQml/QQmlEngine> <QtQuick/QQuickItem>
-        <QtTest/QSignalSpy> <QtTest/QTest> <QtWidgets/QApplication>)
 endif()
 
 # rr_test_library(name): the objects that several Qt tests share are compiled as the tests are.

@@ -100,12 +100,17 @@ Answer recordUntil(TourContext& tour, double seconds)
         [&] { return QStringLiteral("%1 s recorded").arg(recordedSeconds(tour), 0, 'f', 2); });
 }
 
+QList<ObjectHandle> endedRecords(const ObjectHandle& instance)
+{
+    QList<ObjectHandle> records = instance.items("records");
+    records.removeIf(
+        [](const ObjectHandle& record) { return !record.value("endDateTime").toDateTime().isValid(); });
+    return records;
+}
+
 Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* made, double mostApartSeconds)
 {
-    // The one that is being recorded may stand in the list already, without an end.
-    const auto hasEnd = [](const ObjectHandle& record) { return record.value("endDateTime").toDateTime().isValid(); };
-    QList<ObjectHandle> before = tour.instance.items("records");
-    before.removeIf([&](const ObjectHandle& record) { return !hasEnd(record); });
+    const QList<ObjectHandle> before = endedRecords(tour.instance);
     const double progress = recordedSeconds(tour);
     const SignalCounter answers(tour.module, SIGNAL(recordingStoppedReceived(QString)));
     window->stop.askedUs = nowUs();
@@ -117,9 +122,9 @@ Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* m
     }
     window->stop.seenUs = nowUs();
     const auto isListed = [&] {
-        const QList<ObjectHandle> records = tour.instance.items("records");
+        const QList<ObjectHandle> records = endedRecords(tour.instance);
         for (const ObjectHandle& record : records) {
-            if (!before.contains(record) && hasEnd(record)) {
+            if (!before.contains(record)) {
                 *made = record;
             }
         }
@@ -138,21 +143,30 @@ Answer stopRecording(TourContext& tour, RecordingWindow* window, ObjectHandle* m
     return std::abs(duration - progress) < mostApartSeconds ? Answer::yes(text) : Answer::no(text);
 }
 
+QString readJournals(const QString& folder, Journal* journal)
+{
+    QString error;
+    const QStringList agents = SamplePlant::agentNames();
+    for (const QString& agent : agents) {
+        if (!journal->addFile(SamplePlant::journalFile(folder, agent), &error)) {
+            return error;
+        }
+    }
+    return {};
+}
+
 Answer stopPlant(TourContext& tour, Journal* journal)
 {
     tour.host.stopPlant();
     if (tour.host.isPlantRunning()) {
         return Answer::no(QStringLiteral("some agent still runs"));
     }
-    const QStringList agents = SamplePlant::agentNames();
-    for (const QString& agent : agents) {
-        QString error;
-        if (!journal->addFile(SamplePlant::journalFile(tour.host.options().plantJournalDirectory, agent), &error)) {
-            return Answer::no(error);
-        }
+    if (const QString error = readJournals(tour.host.options().plantJournalDirectory, journal); !error.isEmpty()) {
+        return Answer::no(error);
     }
-    return Answer::yes(
-        QStringLiteral("%1 publications in the journals of %2 agents").arg(journal->size()).arg(agents.size()));
+    return Answer::yes(QStringLiteral("%1 publications in the journals of %2 agents")
+            .arg(journal->size())
+            .arg(SamplePlant::agentNames().size()));
 }
 
 void recordingChapter(TourContext& tour)

@@ -82,21 +82,18 @@ bool join6(int receiver, int sender, const Device& device)
 }
 
 // Whether a datagram was sent to the group, and came by the device.
-bool isToGroup(const cmsghdr& header, unsigned device)
+bool isToGroup(const cmsghdr& header, const SocketAddress& group, unsigned device)
 {
     if (header.cmsg_level == IPPROTO_IP && header.cmsg_type == IP_PKTINFO) {
         in_pktinfo info {};
         std::memcpy(&info, CMSG_DATA(&header), sizeof info);
-        in_addr wanted {};
-        inet_pton(AF_INET, group4, &wanted);
-        return info.ipi_addr.s_addr == wanted.s_addr && static_cast<unsigned>(info.ipi_ifindex) == device;
+        return info.ipi_addr.s_addr == group.four.sin_addr.s_addr && static_cast<unsigned>(info.ipi_ifindex) == device;
     }
     if (header.cmsg_level == IPPROTO_IPV6 && header.cmsg_type == IPV6_PKTINFO) {
         in6_pktinfo info {};
         std::memcpy(&info, CMSG_DATA(&header), sizeof info);
-        in6_addr wanted {};
-        inet_pton(AF_INET6, group6, &wanted);
-        return std::memcmp(&info.ipi6_addr, &wanted, sizeof wanted) == 0 && info.ipi6_ifindex == device;
+        return std::memcmp(&info.ipi6_addr, &group.six.sin6_addr, sizeof info.ipi6_addr) == 0
+            && info.ipi6_ifindex == device;
     }
     return false;
 }
@@ -183,7 +180,7 @@ bool Discovery::receive(wire::Beacon& beacon, std::string& fromAddress, bool& va
     }
     valid = false;
     for (cmsghdr* each = CMSG_FIRSTHDR(&message); each; each = CMSG_NXTHDR(&message, each)) {
-        valid = valid || isToGroup(*each, m_deviceIndex);
+        valid = valid || isToGroup(*each, m_group, m_deviceIndex);
     }
     valid = valid && !(message.msg_flags & MSG_TRUNC)
         && wire::readBeacon({ datagram, static_cast<size_t>(size) }, beacon);

@@ -2,6 +2,7 @@
 #include "site.h"
 
 #include <filedialoganswer.h>
+#include <recordingsteps.h>
 #include <replaycheck.h>
 #include <toursteps.h>
 
@@ -135,15 +136,7 @@ QString Site::stopPlant()
 {
     _plant.reset();
     _journal = {};
-    const QStringList agents = SamplePlant::agentNames();
-    for (const QString& agent : agents) {
-        QString error;
-        if (!_journal.addFile(
-                SamplePlant::journalFile(path(QStringLiteral("journals-%1").arg(_plantRuns)), agent), &error)) {
-            return error;
-        }
-    }
-    return {};
+    return readJournals(path(QStringLiteral("journals-%1").arg(_plantRuns)), &_journal);
 }
 
 void Site::forgetLauncher()
@@ -211,9 +204,7 @@ QString Site::recordFor(double seconds)
 
 QString Site::stopRecording()
 {
-    QList<ObjectHandle> before = instance.items("records");
-    const auto hasEnd = [](const ObjectHandle& each) { return each.value("endDateTime").toDateTime().isValid(); };
-    before.removeIf([&](const ObjectHandle& each) { return !hasEnd(each); });
+    const QList<ObjectHandle> before = endedRecords(instance);
     const SignalCounter answers(module, SIGNAL(recordingStoppedReceived(QString)));
     _window.stop.askedUs = nowUs();
     if (const QString fault = instance.call("stopRecording"); !fault.isEmpty()) {
@@ -226,8 +217,9 @@ QString Site::stopRecording()
     _window.stop.seenUs = nowUs();
     record = {};
     return _await("a new record in the list", [&] {
-        for (const ObjectHandle& each : instance.items("records")) {
-            if (hasEnd(each) && !before.contains(each)) {
+        const QList<ObjectHandle> records = endedRecords(instance);
+        for (const ObjectHandle& each : records) {
+            if (!before.contains(each)) {
                 record = each;
                 _recordedAt = each.value("startDateTime").toDateTime();
             }

@@ -70,16 +70,22 @@ inline std::vector<Event> randomEvents(std::uint64_t seed, std::size_t count, st
     return events;
 }
 
-// Everything that a cursor gives. The test fails when the store does.
-inline std::vector<Event> allOf(EventCursor& cursor)
+// Everything that a cursor gives; false when the store fails.
+inline bool readAll(EventCursor& cursor, std::vector<Event>& events)
 {
-    std::vector<Event> events;
     EventView event;
     EventCursor::Step step = cursor.next(event);
     for (; step == EventCursor::Step::Event; step = cursor.next(event)) {
         events.emplace_back(event);
     }
-    if (step == EventCursor::Step::Failed) {
+    return step != EventCursor::Step::Failed;
+}
+
+// The test fails when the store does.
+inline std::vector<Event> allOf(EventCursor& cursor)
+{
+    std::vector<Event> events;
+    if (!readAll(cursor, events)) {
         QTest::qFail(cursor.result().message.c_str(), __FILE__, __LINE__);
     }
     return events;

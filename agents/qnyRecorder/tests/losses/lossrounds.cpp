@@ -21,12 +21,7 @@ std::vector<Event> eventsOnceAnswered(RecordReader& reader)
         StoreResult result;
         const std::unique_ptr<EventCursor> cursor
             = reader.events(0, std::numeric_limits<std::int64_t>::max(), result);
-        EventCursor::Step step = EventCursor::Step::Failed;
-        EventView event;
-        while (cursor && (step = cursor->next(event)) == EventCursor::Step::Event) {
-            events.emplace_back(event);
-        }
-        if (step != EventCursor::Step::Failed) {
+        if (cursor && readAll(*cursor, events)) {
             return events;
         }
         if (deadline.hasExpired()) {
