@@ -55,14 +55,20 @@ bool bindTo(int fd, bool ipv6, const char* address, uint16_t port)
 }
 
 // Only the group and the device, whatever other programs have joined; and which it came by is told with each datagram.
+// Before the port is bound: what comes then comes so.
+bool prepare(int receiver, bool ipv6)
+{
+    return ipv6 ? setOption(receiver, IPPROTO_IPV6, IPV6_MULTICAST_ALL, 0)
+            && setOption(receiver, IPPROTO_IPV6, IPV6_RECVPKTINFO, 1)
+                : setOption(receiver, IPPROTO_IP, IP_MULTICAST_ALL, 0) && setOption(receiver, IPPROTO_IP, IP_PKTINFO, 1);
+}
+
 bool join4(int receiver, int sender, const Device& device)
 {
     ip_mreqn membership {};
     inet_pton(AF_INET, group4, &membership.imr_multiaddr);
     inet_pton(AF_INET, device.address.c_str(), &membership.imr_address);
     membership.imr_ifindex = static_cast<int>(device.index);
-    setOption(receiver, IPPROTO_IP, IP_MULTICAST_ALL, 0);
-    setOption(receiver, IPPROTO_IP, IP_PKTINFO, 1);
     return setsockopt(receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0
         && setsockopt(sender, IPPROTO_IP, IP_MULTICAST_IF, &membership, sizeof membership) == 0
         && setOption(sender, IPPROTO_IP, IP_MULTICAST_LOOP, 1) && setOption(sender, IPPROTO_IP, IP_MULTICAST_TTL, 1);
@@ -73,8 +79,6 @@ bool join6(int receiver, int sender, const Device& device)
     ipv6_mreq membership {};
     inet_pton(AF_INET6, group6, &membership.ipv6mr_multiaddr);
     membership.ipv6mr_interface = device.index;
-    setOption(receiver, IPPROTO_IPV6, IPV6_MULTICAST_ALL, 0);
-    setOption(receiver, IPPROTO_IPV6, IPV6_RECVPKTINFO, 1);
     return setsockopt(receiver, IPPROTO_IPV6, IPV6_JOIN_GROUP, &membership, sizeof membership) == 0
         && setOption(sender, IPPROTO_IPV6, IPV6_MULTICAST_IF, static_cast<int>(device.index))
         && setOption(sender, IPPROTO_IPV6, IPV6_MULTICAST_LOOP, 1)
@@ -119,6 +123,9 @@ qny_result_t Discovery::open(const Device& device, uint16_t port)
     // On a network of IPv6 the same port belongs to those of IPv4.
     if (m_ipv6 && !setOption(m_receiver, IPPROTO_IPV6, IPV6_V6ONLY, 1)) {
         return systemError("IPV6_V6ONLY");
+    }
+    if (!prepare(m_receiver, m_ipv6)) {
+        return systemError("what is needed to tell multicast by group and device");
     }
     if (!bindTo(m_receiver, m_ipv6, m_ipv6 ? "::" : "0.0.0.0", port)) {
         if (errno == EADDRINUSE) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Strangers that send what is no message of ours: dropped, counted, logged, never fatal.
+#include "beaconsocket.h"
 #include "peerprocess.h"
 
 #include <algorithm>
@@ -102,6 +103,12 @@ struct Forged
 template <typename T> std::string raw(T value)
 {
     return { reinterpret_cast<const char*>(&value), sizeof value };
+}
+
+// Of a peer that is not there.
+std::string beaconOf(const std::string& uuid)
+{
+    return std::string("QNYB\1\0", 6) + raw<uint16_t>(1) + uuid;
 }
 
 std::string named(const std::string& name)
@@ -287,37 +294,46 @@ TEST_F(Hardening, RawTcpIsNoHarm)
 
 TEST_F(Hardening, BeaconsOfStrangersAreHintsAtMost)
 {
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    in_addr loopback {};
-    loopback.s_addr = htonl(INADDR_LOOPBACK);
-    setsockopt(fd, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback);
-    sockaddr_in group {};
-    group.sin_family = AF_INET;
-    group.sin_port = htons(discoveryPort());
-    inet_pton(AF_INET, "239.255.86.71", &group.sin_addr);
+    const BeaconSocket strangers;
     const uint64_t before = refused();
     for (const std::string& text :
         { std::string("x"), std::string("QNYB"), std::string(500, 'x'), std::string(1000, 'x') }) {
-        sendto(fd, text.data(), text.size(), 0, reinterpret_cast<sockaddr*>(&group), sizeof group);
+        strangers.send(text);
     }
     EXPECT_TRUE(eventually([&] { return refused() >= before + 4; }));
     // Peers that do not exist, more than are tried at once.
     for (int i = 0; i < 300; ++i) {
-        std::string text = "QNYB";
-        text += '\1';
-        text += '\0';
-        text += raw<uint16_t>(1);
         std::string uuid(16, 'u');
         uuid[0] = static_cast<char>(i);
         uuid[1] = static_cast<char>(i >> 8);
-        text += uuid;
-        sendto(fd, text.data(), text.size(), 0, reinterpret_cast<sockaddr*>(&group), sizeof group);
+        strangers.send(beaconOf(uuid));
     }
-    close(fd);
     // They are given up after a while, and then a true peer is found (see TearDown).
     AgentWatch watch;
     PeerProcess other("patient");
     EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "patient", 10s));
+}
+
+TEST_F(Hardening, BeaconsThatComeWhileAProcessStartsAreBeacons)
+{
+    const PeerProcess neighbour("neighbour"); // which has joined the group on this machine
+    std::atomic<bool> isOver = false;
+    std::thread others([&] {
+        const BeaconSocket socket;
+        while (!isOver) {
+            socket.send(beaconOf(std::string(16, 'u')));
+        }
+    });
+    const qny_options_t mine = options();
+    const uint64_t before = refused();
+    for (int i = 0; i < 50; ++i) {
+        qny_stop();
+        EXPECT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+        std::this_thread::sleep_for(2ms);
+    }
+    isOver = true;
+    others.join();
+    EXPECT_EQ(refused(), before);
 }
 
 TEST_F(Hardening, MalformedItemsOfAPeerAreDroppedAndTheRestIsTaken)

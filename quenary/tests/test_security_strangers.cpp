@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Strangers at the door of a secured process, with tools of their own.
+#include "beaconsocket.h"
 #include "securednetwork.h"
 
 #include <arpa/inet.h>
@@ -321,20 +322,9 @@ TEST_F(Strangers, ABeaconThatIsSentAgainFromElsewhereLeadsNobodyAstray)
     socklen_t size = sizeof place;
     ASSERT_EQ(getsockname(listener, reinterpret_cast<sockaddr*>(&place), &size), 0);
 
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in from = place;
-    from.sin_port = 0;
-    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&from), sizeof from), 0);
-    in_addr loopback {};
-    loopback.s_addr = htonl(INADDR_LOOPBACK);
-    setsockopt(fd, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof loopback);
-    sockaddr_in group {};
-    group.sin_family = AF_INET;
-    group.sin_port = htons(discoveryPort());
-    inet_pton(AF_INET, "239.255.86.71", &group.sin_addr);
+    const BeaconSocket forger("127.0.0.99");
     for (const std::string& mark : { std::string(16, 'm'), std::string(5, 'm'), std::string() }) {
-        const std::string beacon = std::string("QNYB\1\1", 6) + raw(ntohs(place.sin_port)) + strangersUuid + mark;
-        sendto(fd, beacon.data(), beacon.size(), 0, reinterpret_cast<sockaddr*>(&group), sizeof group);
+        forger.send(std::string("QNYB\1\1", 6) + raw(ntohs(place.sin_port)) + strangersUuid + mark);
     }
     EXPECT_TRUE(log.hears("there is a secured peer at 127.0.0.99")) << log.all();
     AgentWatch watch;
@@ -342,5 +332,4 @@ TEST_F(Strangers, ABeaconThatIsSentAgainFromElsewhereLeadsNobodyAstray)
     EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "pump")) << "a true beacon was answered in that time";
     EXPECT_LT(accept(listener, nullptr, nullptr), 0) << "nobody came";
     close(listener);
-    close(fd);
 }

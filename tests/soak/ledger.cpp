@@ -18,8 +18,10 @@ namespace {
 constexpr qint64 SECOND_US = 1'000'000;
 // How far a recording's boundaries may lie beside what was asked and seen, on a machine that has other things to do.
 constexpr qint64 TOLERANCE_US = SECOND_US;
-// Until then a recorder may not know an agent that has come, or has come back.
+// Until then a recorder may not know an agent that has come …
 constexpr qint64 ACQUAINTANCE_US = 2 * SECOND_US;
+// … or has come back after it was silent: it must first be given up, then found by its beacon.
+constexpr qint64 RETURN_US = 5 * SECOND_US;
 // What was on its way when a publisher was killed.
 constexpr qint64 UNSENT_US = SECOND_US;
 constexpr qint64 KEPT_US = 20 * SECOND_US;
@@ -137,7 +139,7 @@ bool Ledger::_isOwed(const Life& life, qint64 timeUs, const tour::RecordingWindo
     const bool isKnown = timeUs > life.joinedUs + ACQUAINTANCE_US;
     const bool isSent = !life.wasKilled || timeUs < life.goneUs - UNSENT_US;
     const bool isAway = life.frozenUs > 0 && timeUs > life.frozenUs - UNSENT_US
-        && (life.thawedUs == 0 || timeUs < life.thawedUs + ACQUAINTANCE_US);
+        && (life.thawedUs == 0 || timeUs < life.thawedUs + RETURN_US);
     return isInRecording && isKnown && isSent && !isAway && !_isPause(timeUs, window);
 }
 
