@@ -193,8 +193,8 @@ Account Ledger::settle(const MadeRecord& record)
                 if (std::binary_search(numbers.cbegin(), numbers.cend(), publication.key())) {
                     continue;
                 }
-                if (publication.key() > first && publication.key() < last) {
-                    ++missing[name].second;
+                if (publication.key() < last) {
+                    missing[name].second += publication.value() > window.start.askedUs ? 1 : 0;
                     missing[name].first += isOwed ? 1 : 0;
                 } else if (isOwed) {
                     absent.append(QString::number(publication.key()));
@@ -214,7 +214,7 @@ Account Ledger::settle(const MadeRecord& record)
     for (auto output = missing.cbegin(); output != missing.cend(); ++output) {
         const qsizetype reported = losses.value(output.key());
         if (reported < output->first) {
-            account.faults.append(QStringLiteral("%1 of %2 are missing in between, %3 are reported lost")
+            account.faults.append(QStringLiteral("%1 of %2 are missing, %3 are reported lost")
                     .arg(output->first)
                     .arg(output.key())
                     .arg(reported));
