@@ -47,6 +47,7 @@ public:
 
     void send(const std::string& text) const
     {
+        passLink(1, text.size());
         (void)sendto(_fd, text.data(), text.size(), 0, reinterpret_cast<const sockaddr*>(&_group), sizeof _group);
     }
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "connections.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -9,6 +11,7 @@
 #include <poll.h>
 #include <random>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <zmq.h>
@@ -18,6 +21,15 @@ namespace recorder::testing {
 namespace {
 
 constexpr int NONE = 0;
+constexpr std::size_t HEADERS = 78; // of Ethernet, with what stands between two packets, IP and TCP
+constexpr std::size_t MOST_IN_PACKET = 1460;
+
+std::atomic<double> linkSpeed { 0 };
+
+void passLinkWith(std::size_t bytes)
+{
+    passLink(bytes / MOST_IN_PACKET + 1, bytes);
+}
 
 sockaddr_in placeOf(const char* address, std::uint16_t port)
 {
@@ -40,6 +52,29 @@ std::string item(std::uint8_t kind, const std::string& content)
 
 } // namespace
 
+void setLinkSpeed(double bytesPerSecond)
+{
+    linkSpeed = bytesPerSecond;
+}
+
+void passLink(std::size_t packets, std::size_t bytes)
+{
+    using std::chrono::steady_clock;
+    thread_local steady_clock::time_point isFree = steady_clock::now();
+    const double speed = linkSpeed;
+    if (speed <= 0) {
+        return;
+    }
+    const std::chrono::duration<double> takes { static_cast<double>(packets * HEADERS + bytes) / speed };
+    const steady_clock::time_point now = steady_clock::now();
+    isFree = std::max(isFree, now - std::chrono::milliseconds(5))
+        + std::chrono::duration_cast<steady_clock::duration>(takes);
+    // Not for each packet: the sleep itself takes longer than many of them.
+    if (isFree > now + std::chrono::milliseconds(1)) {
+        std::this_thread::sleep_until(isFree);
+    }
+}
+
 Connection::Connection(std::uint16_t port, const char* from)
     : _fd(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0))
 {
@@ -48,6 +83,7 @@ Connection::Connection(std::uint16_t port, const char* from)
     const int one = 1;
     // The port is chosen by connect(): there are more for each pair of ends.
     setsockopt(_fd, IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, &one, sizeof one);
+    passLink(4); // to open it and to close it
     if (bind(_fd, reinterpret_cast<const sockaddr*>(&source), sizeof source) == 0) {
         (void)connect(_fd, reinterpret_cast<const sockaddr*>(&target), sizeof target);
     }
@@ -68,6 +104,7 @@ Connection::Connection(Connection&& other) noexcept
 std::size_t Connection::send(const std::string& bytes) const
 {
     const ssize_t sent = ::send(_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    passLinkWith(sent < 0 ? 0 : static_cast<std::size_t>(sent));
     return sent < 0 ? 0 : static_cast<std::size_t>(sent);
 }
 
@@ -83,6 +120,7 @@ bool Connection::sendAll(const std::string& bytes) const
             return false;
         }
         at += sent < 0 ? 0 : static_cast<std::size_t>(sent);
+        passLinkWith(sent < 0 ? 0 : static_cast<std::size_t>(sent));
     }
     return true;
 }
@@ -236,6 +274,7 @@ void FalsePeer::send(std::uint8_t type, const std::string& content)
 {
     const std::string message = _speaker.message(type, content);
     _sent += frame(message);
+    passLinkWith(message.size());
     zmq_send(_outbox, message.data(), message.size(), ZMQ_DONTWAIT);
 }
 

@@ -9,6 +9,13 @@
 
 namespace recorder::testing {
 
+/// How fast the link is over which each attacking thread sends, in bytes a second; 0, which it is at first: as fast as
+/// the thread can.
+void setLinkSpeed(double bytesPerSecond);
+/// Takes the time that so many packets with so many bytes of content take on the calling thread's link, with all
+/// headers.
+void passLink(std::size_t packets, std::size_t bytes = 0);
+
 /// A TCP connection to 127.0.0.1 that waits for nothing.
 class Connection
 {

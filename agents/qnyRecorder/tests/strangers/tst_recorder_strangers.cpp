@@ -20,6 +20,11 @@ constexpr int MOST_MEBIBYTES = 128;
 /// Under each attack a true peer is found, though not at once.
 constexpr int FOUND_MS = 30'000;
 
+int attackSeconds()
+{
+    return qEnvironmentVariableIntValue("QNY_ATTACK_SECONDS");
+}
+
 /// What a process has of the system now.
 struct Figures
 {
@@ -91,7 +96,7 @@ private:
         _recorder = std::make_unique<RecorderProcess>("Tape");
         QVERIFY(_recorder->start(storedIn("store")));
     }
-    /// Not verbose: nobody reads what it says meanwhile, and a full pipe would hold it up.
+    /// Not verbose: what it says is read now and then only, and a full pipe would hold it up.
     QStringList storedIn(const QString& folder) const
     {
         return { "-c", "embedded:9042", "--data-directory", path(folder) };
@@ -119,6 +124,7 @@ private:
                 const Figures now = figuresOf(_recorder->processId());
                 most.descriptors = std::max(most.descriptors, now.descriptors);
                 most.mebibytes = std::max(most.mebibytes, now.mebibytes);
+                _recorder->log(); // so that there is room for what it says of so many strangers
             }
             QTest::qSleep(1);
         }
@@ -132,6 +138,16 @@ private:
     }
 
     bool answers() const { return _host->call(_recorder->name(), "get_context") && _host->reply("context"); }
+
+public:
+    /// Qt ends a test function that takes longer than five minutes, unless it is told before there is an application.
+    static void initMain()
+    {
+        if (attackSeconds() > 0) {
+            const qint64 attacks = static_cast<qint64>(allAttacks().size()) * (attackSeconds() + 30);
+            qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((300 + attacks) * 1000));
+        }
+    }
 
 private slots:
     void cleanup()
@@ -165,8 +181,7 @@ private slots:
     void aRecordingLosesNothingWhateverStrangersDo()
     {
         QFETCH(bool, isSecured);
-        const int seconds = qEnvironmentVariableIntValue("QNY_ATTACK_SECONDS");
-        const int ms = seconds > 0 ? seconds * 1000 : isSecured ? 400 : 700;
+        const int ms = attackSeconds() > 0 ? attackSeconds() * 1000 : isSecured ? 400 : 700;
         begin(isSecured);
         if (QTest::currentTestFailed()) {
             return;
