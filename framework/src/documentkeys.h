@@ -29,11 +29,15 @@ inline const QString HOST = QStringLiteral("host");
 inline const QString AGENTS = QStringLiteral("agents");
 inline const QString COMMAND_LINE = QStringLiteral("command_line");
 
+/// Nor a key with a zero character in it, which nobody means: QJsonObject may take "name" and the same with zeros
+/// behind it for one key, so that what is written under the one would be found under the other.
 inline QJsonObject without(const QJsonObject& json, const QStringList& keys)
 {
-    QJsonObject rest = json;
-    for (const QString& key : keys) {
-        rest.remove(key);
+    QJsonObject rest;
+    for (auto it = json.begin(); it != json.end(); ++it) {
+        if (!keys.contains(it.key()) && !it.key().contains(QChar(u'\0'))) {
+            rest.insert(it.key(), it.value());
+        }
     }
     return rest;
 }

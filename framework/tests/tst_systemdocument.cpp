@@ -73,6 +73,7 @@ private Q_SLOTS:
     void aNewDocumentHasOneEmptyView();
     void aSavedDocumentOpensAsItWas();
     void uuidsAndUnknownKeysAreKept();
+    void namesStayBesideKeysThatEndWithZeros();
     void moduleBlocksAreReadBeforeTheDocumentIsCurrent();
     void anEmptyModuleBlockIsNotWritten();
     void theBlockOfAModuleThatIsNotThereIsKept();
@@ -206,6 +207,39 @@ void TestSystemDocument::uuidsAndUnknownKeysAreKept()
     QCOMPARE(handler()->warnings(), QStringList());
     QVERIFY(handler()->saveDocument());
     QCOMPARE(jsonOf(path), QJsonDocument::fromJson(text).object());
+}
+
+void TestSystemDocument::namesStayBesideKeysThatEndWithZeros()
+{
+    // Given a document in which each object has such a key, of one zero or many
+    for (const int zeros : { 1, 10 }) {
+        const QString more = QStringLiteral("\\u0000").repeated(zeros);
+        const QString text = QStringLiteral(R"({"version": 1, "note%1": 1, "version%1": 1,
+            "hosts": [{"name": "plant-3", "name%1": "h"}],
+            "views": [{"uuid": "v", "uuid%1": "w", "name": "Main", "name%1": "x", "instances": [
+                {"name": "S", "name%1": "y", "family": "f", "family%1": "z", "encountered_agents": [
+                    {"host": "plant-3", "host%1": "i", "agents": [
+                        {"command_line": "/opt/s", "command_line%1": "/opt/t"}]}]}]}]})")
+                                 .arg(more);
+        QVERIFY2(handler()->openDocument(_write(text.toUtf8())), qUtf8Printable(handler()->errorText()));
+        const QString path = _folder->filePath("zeros.json");
+        // When it is saved and opened, twice
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY(handler()->saveDocumentAs(path));
+            QVERIFY(!contentOf(path).contains("\\u0000"));
+            QVERIFY2(handler()->openDocument(path), qUtf8Printable(handler()->errorText()));
+            // Then all is as it was named
+            QCOMPARE(handler()->warnings(), QStringList());
+            QCOMPARE(currentView()->uuid(), QString("v"));
+            QCOMPARE(currentView()->name(), QString("Main"));
+            const SystemViewClassInstance* instance = currentView()->getAgentByName("S");
+            QVERIFY(instance);
+            QCOMPARE(instance->familyUuid(), QString("f"));
+            const EncounteredAgentsOnHost* group = instance->encounteredAgentsOnHosts().at(0);
+            QCOMPARE(group->host()->networkName(), QString("plant-3"));
+            QCOMPARE(group->encounteredAgentInfos().at(0)->commandLine(), QString("/opt/s"));
+        }
+    }
 }
 
 void TestSystemDocument::moduleBlocksAreReadBeforeTheDocumentIsCurrent()

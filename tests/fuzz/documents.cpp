@@ -82,6 +82,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         fuzz::expect(isRead, "what is saved can be opened");
         // Halves of characters do not survive in a file, so that texts that differ in them only become the same.
         if (saved == written) {
+            if (again != saved) {
+                std::fprintf(stderr, "%s\n%s\n", QJsonDocument(saved).toJson().constData(),
+                    QJsonDocument(again).toJson().constData());
+            }
             fuzz::expect(again == saved, "a document that was saved opens as it was");
             fuzz::expect(errorCountOfSaved <= errorCount, "and has no errors that it had not before");
         }
