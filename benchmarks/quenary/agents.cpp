@@ -59,7 +59,6 @@ struct Progress
 };
 
 // ---- the process that answers
-// ----------------------------------------------------------------------------------------
 
 void onEcho(const char*, const char* sender, const char*, qny_service_arg_t* argument, size_t, const char*, void*)
 {
@@ -98,7 +97,6 @@ void answer(uint16_t port, const std::string& own, const std::string& known)
 }
 
 // ---- the process that measures
-// ---------------------------------------------------------------------------------------
 
 void onAnswer(const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user)
 {
@@ -195,6 +193,7 @@ public:
     }
 
     uint64_t lost() const override { return m_progress.lost; }
+    pid_t other() const override { return m_child; }
 
 private:
     uint64_t publish(size_t bytes, bool isToldOf)

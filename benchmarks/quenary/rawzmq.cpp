@@ -134,6 +134,7 @@ public:
         zmq_recv(m_socket, m_buffer.data(), m_buffer.size(), 0);
         return static_cast<double>(count) / secondsSince(begin);
     }
+    pid_t other() const override { return m_child; }
 
 private:
     pid_t m_child = -1;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace bench {
@@ -34,6 +35,8 @@ public:
     virtual double throughput(size_t bytes, uint64_t count) = 0;
     // How many of them never arrived.
     virtual uint64_t lost() const { return 0; }
+    // The process that answers.
+    virtual pid_t other() const = 0;
 };
 
 // Each forks the other process off. Keys are made where `secured` says so.
