@@ -157,16 +157,18 @@ void Doorkeeper::endStrangers(const IsPeers& isPeers, size_t most)
     }
 }
 
-bool Doorkeeper::speaksFor(int fd, const Uuid& peer)
+bool Doorkeeper::speaksFor(int fd, std::string_view routingId, const Uuid& peer)
 {
     const auto it = m_visitors.find(fd);
     if (it == m_visitors.end()) {
         return true; // it came and went, and left a message behind
     }
-    if (!it->second.peer) {
-        it->second.peer = peer;
+    Visitor& visitor = it->second;
+    if (!visitor.peer || visitor.routingId != routingId) {
+        visitor.routingId = routingId;
+        visitor.peer = peer;
     }
-    return *it->second.peer == peer;
+    return *visitor.peer == peer;
 }
 
 void Doorkeeper::refuse(int fd)

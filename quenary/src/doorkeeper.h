@@ -12,6 +12,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <zmq.hpp>
 
 namespace qny {
@@ -46,8 +47,10 @@ public:
     // Ends those that are no peer's but `most`.
     void endStrangers(const IsPeers& isPeers, size_t most);
     bool isCrowded() const { return m_visitors.size() > maxStrangers; }
-    // A connection speaks for one peer, the first that it names: who names more only wants to keep us busy.
-    bool speaksFor(int fd, const Uuid& peer);
+    // A connection speaks for one peer, the first that it names: who names more only wants to keep us busy. The routing
+    // id is the inbox's own name of the connection: messages of one that is gone may still come when its descriptor is
+    // another's.
+    bool speaksFor(int fd, std::string_view routingId, const Uuid& peer);
     // Something that it sent was refused. Who goes on and on with that is ended.
     void refuse(int fd);
 
@@ -57,6 +60,7 @@ private:
         std::string address;
         uint16_t port = 0;
         uint64_t number = 0; // in the order in which they came
+        std::string routingId {}; // of the connection on which that was said
         std::optional<Uuid> peer {};
         int refused = 0;
         bool isEnded = false; // by us; it is told when it is gone

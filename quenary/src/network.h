@@ -58,7 +58,8 @@ private:
     void loop();
     void wait(int64_t timeout);
     void receive();
-    void receiveMessage(const std::shared_ptr<zmq::message_t>& message);
+    // The routing id is the inbox's own name of the connection by which it came.
+    void receiveMessage(const std::shared_ptr<zmq::message_t>& message, std::string_view routingId);
     void receiveBeacons();
     void receiveBeacon(const wire::Beacon& beacon, const std::string& from);
     void sendBeacon(int64_t now);
@@ -90,7 +91,7 @@ private:
     void refreshCertificates();
     void attendDoor();
     void endStrangers(size_t most);
-    bool speaksForItself(const zmq::message_t& message, const wire::Header& header);
+    bool speaksForItself(const zmq::message_t& message, std::string_view routingId, const wire::Header& header);
     // One that carries messages of the peer's own, which nobody else can make up.
     static void noteConnection(Link& link, const zmq::message_t& message);
     void tellOfOtherMechanism(const std::string& whom);

@@ -43,7 +43,7 @@ void Network::receive()
         if (!m_inbox.recv(routing, zmq::recv_flags::dontwait)) {
             return;
         }
-        // One part after the connection's id, which says nothing. More is no message of ours.
+        // One part after the connection's id. More is no message of ours.
         auto body = std::make_shared<zmq::message_t>();
         bool sound = routing.more();
         if (sound) {
@@ -60,11 +60,11 @@ void Network::receive()
             m_core.refuse("a message of several parts from " + peerAddress(*body));
             continue;
         }
-        receiveMessage(body);
+        receiveMessage(body, routing.to_string_view());
     }
 }
 
-void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
+void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std::string_view routingId)
 {
     const std::string_view body(static_cast<const char*>(message->data()), message->size());
     wire::Header header;
@@ -94,14 +94,14 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
     Link* link = it == m_links.end() ? nullptr : it->second.get();
     const std::string_view payload = body.substr(wire::headerBytes);
     if (header.type == wire::MessageType::Hello) {
-        if (speaksForItself(*message, header)) {
+        if (speaksForItself(*message, routingId, header)) {
             receiveHello(header, payload, from);
         }
         return;
     }
     if (!link) {
         // Somebody who knows us and whom we do not know (any more): we make ourselves known.
-        if (header.type != wire::MessageType::Goodbye && speaksForItself(*message, header)) {
+        if (header.type != wire::MessageType::Goodbye && speaksForItself(*message, routingId, header)) {
             hint(from, Hint::Connection);
         }
         return;
