@@ -128,6 +128,9 @@ void Churn::cycle()
 
 void Churn::finish()
 {
+    if (_replays == 0) {
+        _say(lines::FAULT, QStringLiteral("no record was replayed"));
+    }
     _disconnect(*_main);
 }
 
@@ -248,8 +251,15 @@ bool Churn::_export(TourContext& recorder, const ObjectHandle& record, const QSt
 bool Churn::_replay(TourContext& recorder)
 {
     const double middle = recorder.record.number("durationInSeconds") / 2;
-    if (!_call(recorder.instance, "loadRecord", { argument(recorder.record) })
-        || !_check(QStringLiteral("load"), tour::awaitLoaded(recorder))) {
+    if (!_call(recorder.instance, "loadRecord", { argument(recorder.record) })) {
+        return false;
+    }
+    // In a short record all may be agents that have not gone yet: no others can stand in for them.
+    const Answer loaded = tour::awaitLoaded(recorder);
+    if (!loaded.passed && loaded.text.contains(QLatin1String("Every recorded agent is on the network itself"))) {
+        return true;
+    }
+    if (!_check(QStringLiteral("load"), loaded)) {
         return false;
     }
     const SignalCounter moves(recorder.module, SIGNAL(recordMovedTo(QString, double)));
@@ -263,6 +273,7 @@ bool Churn::_replay(TourContext& recorder)
             { argument(recorder.record), argument(speeds.value(speeds.size() - 1)) })
         && _check(QStringLiteral("play on"), tour::beginPlaying(recorder, {}, QStringLiteral("middle")))
         && _check(QStringLiteral("play to the end"), tour::playToEnd(recorder));
+    _replays += isPlayed ? 1 : 0;
     return _check(QStringLiteral("unload"), tour::unload(recorder)) && isPlayed;
 }
 

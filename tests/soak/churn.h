@@ -65,6 +65,7 @@ private:
     std::unique_ptr<tour::TourContext> _victim;
     int _cycles = 0;
     int _files = 0;
+    int _replays = 0;
     bool _wasKilled = false; // the record that is said was made by a recorder that was killed
 };
 

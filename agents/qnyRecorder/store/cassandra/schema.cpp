@@ -9,19 +9,18 @@ namespace {
 
 // Every key follows from what is written, so that any row may be written again.
 //
-// records     The list, a partition a record, changed by conditional writes alone. state: 0 recording, 1 whole, 2
-// deleted
-//             (its partitions are removed in the background). owner: who writes it now; last_owner: who wrote it last.
-//             They differ while somebody closes a record whose owner died. A chunk counts only below next_sequence, a
-//             bucket only up to bucket. counts_slot: which of the two rows of counts holds, over the chunks before
-//             counted_through.
+// records     The list, a partition a record, changed by conditional writes alone. state: 0 recording, 1 whole,
+//             2 deleted (its partitions are removed in the background). owner: who writes it now; last_owner: who wrote
+//             it last. They differ while somebody closes a record whose owner died. A chunk counts only below
+//             next_sequence, a bucket only up to bucket. counts_slot: which of the two rows of counts holds, over the
+//             chunks before counted_through.
 // owners      Rows live for the length of a lease and are written anew all the time. place: see processplace.h.
 // work        Records that are being written or removed, and by whom: what to look after when that owner dies.
 // holds       Records that are being read, and by whom: a row for each reader, "OWNER/NUMBER".
 // facts       What is said of a record, but for what its list shows. claimed: the completeness that an imported file
-// states. buckets     A row for each run of chunks, written before its first chunk. The sequences of a bucket end where
-// those of the
-//             next begin: what lies beyond was written by an owner whose record was taken over.
+//             states.
+// buckets     A row for each run of chunks, written before its first chunk. The sequences of a bucket end where those
+//             of the next begin: what lies beyond was written by an owner whose record was taken over.
 // chunk_infos Where the chunks of a bucket lie in time, without the packed bytes of chunks.
 // states      The last value of every output, in the bucket of the last chunk that it covers.
 //

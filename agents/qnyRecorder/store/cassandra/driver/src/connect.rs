@@ -4,6 +4,7 @@
 
 use crate::answer::Answer;
 use crate::border::{guarded, reference, text};
+use crate::consistency::{consistency_of, serial_of};
 use crate::failure::{whole, Failure, Kind, Server};
 use crate::session::Session;
 use openssl::ssl::{SslConnector, SslContext, SslMethod, SslVerifyMode};
@@ -12,7 +13,6 @@ use scylla::client::execution_profile::ExecutionProfile;
 use scylla::client::session_builder::SessionBuilder;
 use scylla::policies::speculative_execution::SimpleSpeculativeExecutionPolicy;
 use scylla::policies::timestamp_generator::MonotonicTimestampGenerator;
-use scylla::statement::{Consistency, SerialConsistency};
 use std::ffi::c_char;
 use std::net::{TcpStream, ToSocketAddrs};
 use std::sync::Arc;
@@ -35,27 +35,6 @@ pub struct RawOptions {
     tls_ca_file: *const c_char,
     consistency: *const c_char,
     connect_timeout_ms: u32,
-}
-
-fn consistency_of(name: &str) -> Result<Consistency, Failure> {
-    Ok(match name {
-        "ONE" => Consistency::One,
-        "TWO" => Consistency::Two,
-        "THREE" => Consistency::Three,
-        "QUORUM" => Consistency::Quorum,
-        "ALL" => Consistency::All,
-        "LOCAL_ONE" => Consistency::LocalOne,
-        "" | "LOCAL_QUORUM" => Consistency::LocalQuorum,
-        other => return Err(Failure::new(Kind::Internal, format!("There is no consistency \"{other}\"."))),
-    })
-}
-
-/// Conditional writes agree in the data centre when plain ones do.
-pub fn serial_of(consistency: Consistency) -> SerialConsistency {
-    match consistency {
-        Consistency::LocalOne | Consistency::LocalQuorum => SerialConsistency::LocalSerial,
-        _ => SerialConsistency::Serial,
-    }
 }
 
 fn bad_ca(file: &str, why: impl std::fmt::Display) -> Failure {

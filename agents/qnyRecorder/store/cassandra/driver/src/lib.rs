@@ -6,6 +6,7 @@
 mod answer;
 mod border;
 mod connect;
+mod consistency;
 mod failure;
 mod session;
 mod value;

@@ -4,7 +4,7 @@
 
 use crate::answer::Answer;
 use crate::border::{free, guarded, reference, slice, text, Outcome};
-use crate::connect::serial_of;
+use crate::consistency::serial_of;
 use crate::failure::{Failure, Kind, Server};
 use crate::value::{Given, RawValue};
 use futures::stream::{iter, StreamExt};
