@@ -2,8 +2,6 @@
 #include "busypages.h"
 #include "pagetest.h"
 
-#include <systemviewmanager.h>
-
 /// Every way in which a recorder can fail to answer: the person is told what happened, and can always go on.
 class WaysOutTests : public QObject
 {
@@ -30,23 +28,6 @@ private Q_SLOTS:
 };
 
 namespace {
-
-/// What is told in the host's window from here on.
-class Told
-{
-public:
-    QStringList texts() const
-    {
-        QStringList texts;
-        for (const QList<QVariant>& raised : _raised) {
-            texts.append(raised.first().toString());
-        }
-        return texts;
-    }
-
-private:
-    QSignalSpy _raised { SystemViewManager::instance(), &SystemViewManager::problemRaised };
-};
 
 void acknowledge(BusyPages& pages, const QString& recordUuid)
 {

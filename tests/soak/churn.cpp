@@ -198,11 +198,13 @@ void Churn::_showPages()
     }
 }
 
-// What a person reads and takes away. That a recorder was killed is told; anything else is a fault.
+// What a person reads and takes away. That a recorder was killed is told, and what became of its recording; anything else
+// is a fault.
 void Churn::_lookAtNotices()
 {
     static const QRegularExpression killed(
-        QStringLiteral("was ended on .* by the signal SIGKILL|left during a recording: nothing is recorded any more"));
+        QStringLiteral("was ended on .* by the signal SIGKILL|left during a recording: nothing is recorded any more"
+                       "|went out of reach during a recording|was started again: the recording"));
     while (!_host.notices().isEmpty()) {
         const QString notice = _host.notices().first();
         if (!notice.contains(killed)) {

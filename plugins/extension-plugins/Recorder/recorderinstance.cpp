@@ -127,9 +127,6 @@ static QString lossOf(const RecorderInstance& instance)
     if (instance.isDownloadingRecord()) {
         return RecorderInstance::tr("The recorder '%1' left during a download: the file holds what came before.");
     }
-    if (instance.isRecording()) {
-        return RecorderInstance::tr("The recorder '%1' left during a recording: nothing is recorded any more.");
-    }
     return instance.isLoadingRecord() ? RecorderInstance::tr("The recorder '%1' left while it loaded a record.")
                                       : QString();
 }
@@ -137,6 +134,7 @@ static QString lossOf(const RecorderInstance& instance)
 void RecorderInstance::updateFromRunningAgentInfo(RunningAgentInfo* runningAgentInfo)
 {
     const QString loss = lossOf(*this);
+    const QString recordingLoss = runningAgentInfo ? QString() : _noteLossOfRecording();
     if (_setGuarded(_runningAgentInfo, runningAgentInfo, &RecorderInstance::_onrunningAgentInfoDestroyed)) {
         Q_EMIT runningAgentInfoChanged();
     }
@@ -149,10 +147,13 @@ void RecorderInstance::updateFromRunningAgentInfo(RunningAgentInfo* runningAgent
         _getRecordFilters();
         getRecords(QString());
         _getContext();
+        _tellOfRestart();
     } else {
         resetOnDisconnect();
-        if (!loss.isEmpty()) {
-            _raiseProblem(loss.arg(name()));
+        for (const QString& each : { loss, recordingLoss }) {
+            if (!each.isEmpty()) {
+                _raiseProblem(each.arg(name()));
+            }
         }
     }
 }

@@ -414,6 +414,10 @@ private:
     void _setisRecording(bool isRecording);
     void _setisRecordingPaused(bool isRecordingPaused);
     void _onRecordingTimeout();
+    /// The recorder leaves: what to say of its recording, if there may be one.
+    QString _noteLossOfRecording();
+    void _tellOfRestart();
+    void _tellOfReturn(bool isStillRecording);
     void _clearRecords();
     void _forgetRecords();
     void _readRecords(const QString& json);
@@ -509,6 +513,12 @@ private:
     double _recordingProgressInSeconds = 0.0;
     /// Restarted by every progress value: silence means that the recording ended.
     QTimer _recordingTimer;
+    /// Beyond isRecording: silence is also what a cut link sounds like. Until the recorder says that it ended, or says
+    /// anything else after the silence.
+    bool _mayBeRecording = false;
+    bool _isListedSinceProgress = false;
+    /// The agent that went out of reach with a recording of which nobody knows whether it goes on.
+    QString _agentLostWhileRecording;
 
     // ---- replay
     RecorderRecord* _currentRecord = nullptr;

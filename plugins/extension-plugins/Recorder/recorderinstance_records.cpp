@@ -4,16 +4,21 @@
 #include "recorddates.h"
 #include "recordermoduledata.h"
 
+#include <runningagentinfo.h>
 #include <zqproperty.h>
 
 #include <QtCore/QBitArray>
 #include <QtCore/QChildEvent>
 #include <QtCore/QDebug>
+#include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <utility>
 
 namespace {
 
@@ -138,6 +143,7 @@ void RecorderInstance::recordingStopped()
     setrecordingProgressInSeconds(0.0);
     _setisRecording(false);
     _setisRecordingPaused(false);
+    _mayBeRecording = false;
 }
 
 void RecorderInstance::setrecordingProgressInSeconds(double progressInSeconds)
@@ -150,11 +156,14 @@ void RecorderInstance::setrecordingProgressInSeconds(double progressInSeconds)
         // A recorder that repeats the same length is paused.
         _setisRecordingPaused(true);
     }
+    _isListedSinceProgress = false;
     _recordingTimer.start();
 }
 
 void RecorderInstance::_onRecordingTimeout()
 {
+    // A recorder that is stopped by another host may send its new list before this.
+    _mayBeRecording = _mayBeRecording && !_isListedSinceProgress;
     _setisRecording(false);
     _setisRecordingPaused(false);
     getRecords(QString());
@@ -162,6 +171,7 @@ void RecorderInstance::_onRecordingTimeout()
 
 void RecorderInstance::_setisRecording(bool isRecording)
 {
+    _mayBeRecording = _mayBeRecording || isRecording;
     ZqProperty::assign(this, _isRecording, isRecording, &RecorderInstance::isRecordingChanged);
 }
 
@@ -170,10 +180,59 @@ void RecorderInstance::_setisRecordingPaused(bool isRecordingPaused)
     ZqProperty::assign(this, _isRecordingPaused, isRecordingPaused, &RecorderInstance::isRecordingPausedChanged);
 }
 
+// ---- a recorder that is lost while it records -------------------------------------------------------------------
+
+// Whether a process of this machine has ended, be it that nobody has asked how yet.
+static bool hasEnded(qint64 processId)
+{
+    if (::kill(static_cast<pid_t>(processId), 0) != 0) {
+        return errno == ESRCH;
+    }
+    QFile state(QStringLiteral("/proc/%1/stat").arg(processId));
+    const QByteArray text = state.open(QIODevice::ReadOnly) ? state.readAll() : QByteArray();
+    return text.mid(text.lastIndexOf(')') + 1).trimmed().startsWith('Z');
+}
+
+QString RecorderInstance::_noteLossOfRecording()
+{
+    if (!std::exchange(_mayBeRecording, false)) {
+        return QString();
+    }
+    if (_runningAgentInfo && _runningAgentInfo->isAttachedToCorvane() && hasEnded(_runningAgentInfo->processId())) {
+        return tr("The recorder '%1' left during a recording: nothing is recorded any more.");
+    }
+    _agentLostWhileRecording = _agentInstanceUuid;
+    return tr("The recorder '%1' went out of reach during a recording: whether it goes on recording is known when it "
+              "is back.");
+}
+
+// An agent that has another uuid is another process.
+void RecorderInstance::_tellOfRestart()
+{
+    if (!_agentLostWhileRecording.isEmpty() && _agentLostWhileRecording != _agentInstanceUuid) {
+        _agentLostWhileRecording.clear();
+        _raiseProblem(tr("The recorder '%1' was started again: the recording in which it went out of reach has ended.")
+                .arg(name()));
+    }
+}
+
+void RecorderInstance::_tellOfReturn(bool isStillRecording)
+{
+    if (std::exchange(_agentLostWhileRecording, QString()).isEmpty()) {
+        return;
+    }
+    const QString text = isStillRecording ? tr("The recorder '%1' is back: its recording has not ended.")
+                                          : tr("The recorder '%1' is back: its recording has ended.");
+    _raiseProblem(text.arg(name()));
+}
+
 // ---- the list of records ----------------------------------------------------------------------------------------
 
 void RecorderInstance::updateRecords(const QString& json)
 {
+    // After a silence: the recorder can be reached, and publishes no progress.
+    _mayBeRecording = _mayBeRecording && _isRecording;
+    _isListedSinceProgress = true;
     if (json.isEmpty()) {
         _clearRecords();
     } else {

@@ -202,6 +202,7 @@ void RecorderInstance::updateContext(const QString& replayId, const QDateTime& r
     double replayDuration, double replayProgress, double replaySpeed, bool replayIsRunning,
     const QString& replayAllAgents, const QString& replayAgentsFilter, const QString& recordId)
 {
+    _tellOfReturn(!recordId.isEmpty());
     if (replayId.isEmpty()) {
         if (!recordId.isEmpty()) {
             _setisRecording(true);

@@ -83,6 +83,7 @@ QuenaryDouble::Agent ModuleFixture::agentOf(RecorderInstance* instance, const QS
     agent.name = instance->name();
     agent.family = ReservedAgentAndToolFamilies::RECORDER_CLASS_UUID;
     agent.hostName = NetworkConfiguration::instance()->localNetworkName();
+    agent.processId = ENDED_PROCESS;
     return agent;
 }
 
@@ -120,6 +121,15 @@ void ModuleFixture::settle()
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
+}
+
+QStringList Told::texts() const
+{
+    QStringList texts;
+    for (const QList<QVariant>& raised : _raised) {
+        texts.append(raised.first().toString());
+    }
+    return texts;
 }
 
 // ---- the recorder's side ----------------------------------------------------------------------------------------
@@ -188,9 +198,8 @@ LoadedRecorder::LoadedRecorder()
     : instance(fixture.addRunningRecorder())
     , recorder(instance)
 {
-    recorder.records(
-        u'[' + recordJson(RECORD_A, QStringLiteral("First")) + u',' + recordJson(RECORD_B, QStringLiteral("Second"))
-        + u']');
+    recorder.records(u'[' + recordJson(RECORD_A, QStringLiteral("First")) + u','
+        + recordJson(RECORD_B, QStringLiteral("Second")) + u']');
     record = qobject_cast<RecorderRecord*>(instance->records()->get(0));
     other = qobject_cast<RecorderRecord*>(instance->records()->get(1));
     instance->loadRecord(record);

@@ -4,10 +4,12 @@
 #include "recordermodule.h"
 
 #include <quenarydouble.h>
+#include <systemviewmanager.h>
 
 #include <QtCore/QObject>
 #include <QtTest/QtTest>
 
+#include <limits>
 #include <memory>
 
 /// An open document with one empty view, a module on it, and a network that the test plays. What most tests begin with.
@@ -33,6 +35,8 @@ public:
 
     /// The recorder's program enters the network as this launch line would make it; returns when the module saw it.
     static QuenaryDouble::Agent run(RecorderInstance* instance);
+    /// By which no process is known: beyond the numbers that the system gives.
+    static constexpr qint64 ENDED_PROCESS = std::numeric_limits<int>::max();
     static QuenaryDouble::Agent agentOf(RecorderInstance* instance, const QString& uuid);
     static void enter(const QuenaryDouble::Agent& agent);
     static void leave(const QString& agentUuid);
@@ -45,6 +49,16 @@ public:
 
 private:
     std::unique_ptr<RecorderModule> _module;
+};
+
+/// What is told in the host's window from here on.
+class Told
+{
+public:
+    QStringList texts() const;
+
+private:
+    QSignalSpy _raised { SystemViewManager::instance(), &SystemViewManager::problemRaised };
 };
 
 /// Plays the recorder's side of one instance: answers as its agent would, and returns when the module heard it.

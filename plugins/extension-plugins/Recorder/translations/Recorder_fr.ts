@@ -664,6 +664,22 @@
         <translation>L’enregistreur «&#xa0;%1&#xa0;» est parti pendant un enregistrement&#xa0;: plus rien n’est enregistré.</translation>
     </message>
     <message>
+        <source>The recorder &apos;%1&apos; went out of reach during a recording: whether it goes on recording is known when it is back.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» n’est plus joignable, au cours d’un enregistrement&#xa0;: on saura à son retour s’il continue d’enregistrer.</translation>
+    </message>
+    <message>
+        <source>The recorder &apos;%1&apos; was started again: the recording in which it went out of reach has ended.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» a été relancé&#xa0;: l’enregistrement au cours duquel il n’était plus joignable est terminé.</translation>
+    </message>
+    <message>
+        <source>The recorder &apos;%1&apos; is back: its recording has not ended.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» est de retour&#xa0;: son enregistrement n’est pas terminé.</translation>
+    </message>
+    <message>
+        <source>The recorder &apos;%1&apos; is back: its recording has ended.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» est de retour&#xa0;: son enregistrement est terminé.</translation>
+    </message>
+    <message>
         <source>The recorder &apos;%1&apos; left while it loaded a record.</source>
         <translation>L’enregistreur «&#xa0;%1&#xa0;» est parti pendant qu’il chargeait un enregistrement.</translation>
     </message>
