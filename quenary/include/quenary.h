@@ -272,7 +272,8 @@ typedef struct qny_publication {
     int64_t time_us;      /* the sender's stamp, microseconds since 1970 UTC */
     int64_t received_us;  /* when it reached this process, on this machine's clock, microseconds since 1970 UTC */
     uint64_t sequence;    /* number of this publication of this output */
-    uint64_t lost;        /* how many of this output were lost right before this one */
+    uint64_t lost;        /* how many of this output were lost right before this one; with last_value: how many were published since
+                             the last one that was received, the one with this value among them */
     bool last_value;      /* not a new publication: the value that the output had when the mapping or monitor came alive */
     bool stand_in;        /* the sender is a stand-in of a replay */
 } qny_publication_t;
@@ -321,8 +322,11 @@ QNY_EXPORT bool qny_mapping_is_live(const char *from_our_input, const char *to_a
 
 /* Receives every publication of every output of one agent of another peer, outputs that it adds later included, until the
  * monitor is removed or the agent leaves (which removes it). No input is needed. The values that the outputs have now come
- * first, marked last_value. One monitor an agent. QNY_ERROR_UNKNOWN_AGENT, QNY_ERROR_EXISTS. */
+ * first, marked last_value. One monitor an agent. QNY_ERROR_UNKNOWN_AGENT, QNY_ERROR_EXISTS.
+ * Of an agent that fell silent, comes back and is monitored again, what it published meanwhile counts as lost; unless its
+ * monitor was removed while it was away. */
 QNY_EXPORT qny_result_t qny_monitor_add(const char *agent_uuid, qny_publication_fn callback, void *user_data);
+/* QNY_ERROR_UNKNOWN when there is none, and for an agent that is away. */
 QNY_EXPORT qny_result_t qny_monitor_remove(const char *agent_uuid);
 
 /* ---- services ----------------------------------------------------------------------------------------------------- */
@@ -393,6 +397,8 @@ typedef struct qny_agent_info {
     bool stoppable;                  /* it observes stop requests */
     const char *public_key;          /* on a secured network: by which its peer proved who it is (Z85); else "" */
     const char *certificate_name;    /* and the name of that certificate when the agent entered; else "" */
+    bool fell_silent;                /* with QNY_AGENT_EXITED: it did not take its leave. Its process died or cannot be
+                                        reached, and may come back, its agents under the same uuids */
 } qny_agent_info_t;
 
 typedef enum qny_agent_event {
@@ -410,6 +416,9 @@ QNY_EXPORT qny_result_t qny_observe_agents(qny_agent_event_fn callback, void *us
 QNY_EXPORT qny_result_t qny_unobserve_agents(qny_agent_event_fn callback, void *user_data);
 /* Whether an agent of another process with this uuid or name is there now. */
 QNY_EXPORT bool qny_agent_is_present(const char *agent_name_or_uuid);
+/* Whether the process of this agent of another process said something within the last 1.5 s, as each does twice a second
+ * while it runs and can be reached. False for an unknown agent, and for a moment after this process itself stood still. */
+QNY_EXPORT bool qny_agent_is_heard(const char *agent_uuid);
 
 /* Asks an agent of another process to stop: its process's stop callback decides how. QNY_ERROR_UNKNOWN_AGENT; QNY_ERROR_ARGUMENT for one
  * that is not stoppable. */

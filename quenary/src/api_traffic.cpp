@@ -490,6 +490,9 @@ qny_result_t qny_monitor_remove(const char* agent_uuid)
     Core& core = Core::instance();
     Lock lock(core.mutex);
     const auto uuid = uuidFromText(agent_uuid);
+    if (uuid) {
+        core.monitorCounts.erase(*uuid);
+    }
     if (!uuid || !core.monitors.contains(*uuid)) {
         return fail(QNY_ERROR_UNKNOWN, "There is no monitor of the agent '" + printable(agent_uuid) + "'.");
     }

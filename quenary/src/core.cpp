@@ -149,6 +149,7 @@ void Core::stop()
         network->stop();
         Lock lock(mutex);
         dispatcher.discardBatches();
+        monitorCounts.clear();
         while (!peers.empty()) {
             peerDown(peers.begin()->second, false);
         }

@@ -129,6 +129,8 @@ public:
     std::unordered_map<std::string, std::vector<FeedPtr>, TextHash, std::equal_to<>> feeds; // by outputKey()
     std::unordered_map<uint64_t, FeedPtr> feedsById;
     std::unordered_map<Uuid, std::shared_ptr<Monitor>, UuidHash> monitors;
+    // Where the counts of agents stood that were monitored and fell silent: as Mapping::remembered.
+    std::unordered_map<Uuid, Monitor::Counts, UuidHash> monitorCounts;
     std::vector<CallbackPtr> agentObservers;
     std::vector<CallbackPtr> observersToCome; // not yet taken up by the callback thread
     CallbackPtr stopCallback;
@@ -149,6 +151,9 @@ public:
     Network* network = nullptr;
     uint64_t epoch = 0; // of starts and stops: what arrived in an earlier one is not delivered any more
     std::string shownHostName;
+    // When the network thread last went on after standing still. What it reads for a while then is from before: others
+    // may have given this process up meanwhile. Written without the lock.
+    std::atomic<int64_t> stoodStillUntil = -wellKnownMilliseconds;
     int64_t tellAt = 0; // steadyMilliseconds() at which changes are told at the latest; 0: none
 
     // Malformed or beyond a bound, from others: counted, and logged without flooding the log.

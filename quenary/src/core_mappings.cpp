@@ -7,7 +7,7 @@
 namespace qny {
 
 namespace {
-// How many agents that fell silent a mapping remembers the count of.
+// How many agents that fell silent a mapping remembers the count of, and the monitors together.
 constexpr size_t maxRemembered = 256;
 } // namespace
 
@@ -167,6 +167,10 @@ qny_result_t Core::addMonitor(const Uuid& agent, const CallbackPtr& callback)
     monitor->agent = agent;
     monitor->peer = it->second.peer;
     monitor->callback = callback;
+    if (const auto counts = monitorCounts.find(agent); counts != monitorCounts.end()) {
+        monitor->outputs = std::move(counts->second);
+        monitorCounts.erase(counts);
+    }
     monitors.emplace(agent, monitor);
     std::string text;
     {
@@ -213,6 +217,10 @@ void Core::announce(Lock& lock, const AgentChange& change)
                 }
                 removeFeed(feed, true);
             }
+        }
+        if (const auto it = monitors.find(uuid);
+            change.fellSilent && it != monitors.end() && monitorCounts.size() < maxRemembered) {
+            monitorCounts[uuid] = it->second->outputs;
         }
         removeMonitor(lock, uuid, true);
         break;

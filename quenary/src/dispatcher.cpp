@@ -210,7 +210,8 @@ void Dispatcher::run(Lock& lock, AgentChange& change)
     if (change.agent->ofThisProcess) {
         return;
     }
-    const Told told(*change.agent);
+    Told told(*change.agent);
+    told.info.fell_silent = change.fellSilent;
     const std::vector<CallbackPtr> observers = m_core.agentObservers;
     for (const CallbackPtr& observer : observers) {
         call(lock, observer, [&] { observer->agentEvent(change.event, &told.info, observer->userData); });
@@ -427,10 +428,14 @@ bool Dispatcher::runLast(Lock& lock, const Batch& batch, std::string_view payloa
             if (monitor->outputs.size() >= maxMonitoredOutputs) {
                 return false;
             }
-            count = monitor->outputs.emplace(output, Monitor::Count {}).first;
+            count = monitor->outputs.emplace(output, Monitor::Count { sequence, 0 }).first;
         }
-        count->second.sequence = std::max(count->second.sequence, sequence);
+        const uint64_t missing = sequence - std::min(sequence, count->second.sequence);
+        m_core.statistics.publicationsLost += missing;
+        count->second.sequence += missing;
+        count->second.pendingLost += missing;
         if (hasValue) {
+            arrival.told.lost = std::exchange(count->second.pendingLost, 0);
             deliver(lock, *monitor, count->first, *from, arrival);
         }
     }

@@ -65,8 +65,7 @@ public:
     // By what we were led to try it, and when. Anybody can send a beacon in any name.
     bool isByBeacon = false;
     const int64_t since;
-    // When it last said something of this very link, and since when somebody says that it has opened another.
-    int64_t spokeAt = 0;
+    // Since when somebody says that it has opened another.
     int64_t renewalSince = 0;
 
     // ---- sending ---------------------------------------------------------------------------------------------------

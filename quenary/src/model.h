@@ -10,6 +10,7 @@
 #include "value.h"
 #include "wire.h"
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -267,6 +268,9 @@ struct Peer
     CertificatePtr certificate;
 
     bool up = false; // each side knows the other's agents
+    // When it last said something of this very link, by steadyMilliseconds(). Written by the network thread, without
+    // the lock.
+    std::atomic<int64_t> spokeAt = 0;
     AgentTablePtr agents = std::make_shared<AgentTable>();
 
     // Its interest in our outputs.
@@ -309,8 +313,15 @@ struct Monitor
         uint64_t sequence = 0;
         uint64_t pendingLost = 0;
     };
-    std::unordered_map<std::string, Count, TextHash, std::equal_to<>> outputs;
+    using Counts = std::unordered_map<std::string, Count, TextHash, std::equal_to<>>;
+    Counts outputs;
 };
+
+// A peer that is quiet for longer stands still, or cannot be reached: it speaks twice a second. Three times as long,
+// for what it said may wait to be read behind what others say.
+constexpr int64_t quietMilliseconds = 1500;
+// After standing still, a process knows by then who has given it up: they open their links anew.
+constexpr int64_t wellKnownMilliseconds = quietMilliseconds + 300;
 
 int64_t nowMicroseconds(); // since 1970 UTC
 int64_t steadyMilliseconds();

@@ -313,6 +313,7 @@ void Network::tick(int64_t now)
         }
     }
     if (now - m_lastTick > standstillMilliseconds) {
+        m_core.stoodStillUntil = now;
         for (const auto& [uuid, link] : m_links) {
             link->lastHeard = now;
             link->renewalSince = 0;

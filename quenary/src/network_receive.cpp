@@ -11,15 +11,13 @@ namespace qny {
 namespace {
 
 constexpr int messagesAtOnce = 256;
-// Three times as long as a peer is silent at most; and what it said may wait to be read behind what others say.
-constexpr int64_t renewalSilenceMilliseconds = 1500;
 constexpr int64_t renewalMilliseconds = 200;
 
 // Who still speaks by the old session has not opened a new one: somebody else says so in its name.
 bool isRenewed(Link& link)
 {
     const int64_t now = steadyMilliseconds();
-    if (now - link.spokeAt < renewalSilenceMilliseconds) {
+    if (now - link.peer()->spokeAt < quietMilliseconds) {
         return false;
     }
     if (link.renewalSince == 0) {
@@ -119,7 +117,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std
         return; // they have not heard our Hello yet
     }
     acknowledge(*link);
-    link->spokeAt = link->lastHeard;
+    link->peer()->spokeAt = link->lastHeard;
     link->renewalSince = 0;
     wire::Reader reader(payload);
     switch (header.type) {

@@ -229,7 +229,7 @@ void AgentWatch::told(qny_agent_event_t event, const qny_agent_info_t* agent, vo
     auto* watch = static_cast<AgentWatch*>(self);
     const std::lock_guard lock(watch->m_mutex);
     auto made = std::make_unique<Event>(Event { event, agent->name, agent->uuid, agent->definition, agent->family,
-        agent->executable, {}, agent->stand_in, agent->stoppable, agent->process_id, agent->address, agent->host_name,
+        agent->executable, {}, agent->stand_in, agent->stoppable, agent->fell_silent, agent->process_id, agent->address, agent->host_name,
         agent->peer_uuid, std::chrono::steady_clock::now() });
     made->arguments.assign(agent->arguments, agent->arguments + agent->arguments_count);
     watch->m_events.push_back(std::move(made));

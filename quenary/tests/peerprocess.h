@@ -87,6 +87,7 @@ public:
         std::vector<std::string> arguments;
         bool standIn;
         bool stoppable;
+        bool fellSilent;
         int64_t processId;
         std::string address;
         std::string hostName;

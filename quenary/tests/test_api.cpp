@@ -132,6 +132,11 @@ TEST(Api, NullTextsAreErrorsAndNeverCrash)
     EXPECT_EQ(qny_observe_agents(nullptr, nullptr), QNY_ERROR_ARGUMENT);
     EXPECT_EQ(qny_unobserve_agents(nullptr, nullptr), QNY_ERROR_ARGUMENT);
     EXPECT_FALSE(qny_agent_is_present(nullptr));
+    EXPECT_FALSE(qny_agent_is_heard(nullptr));
+    EXPECT_FALSE(qny_agent_is_heard("no uuid"));
+    char* own = qny_uuid();
+    EXPECT_FALSE(qny_agent_is_heard(own)) << "agents of other processes only";
+    qny_free(own);
     EXPECT_EQ(qny_request_stop(nullptr), QNY_ERROR_ARGUMENT);
     EXPECT_EQ(qny_observe_stop_requests(nullptr, nullptr), QNY_SUCCESS) << "null withdraws it";
     EXPECT_EQ(qny_set_command_line(1, nullptr, nullptr), QNY_ERROR_ARGUMENT);

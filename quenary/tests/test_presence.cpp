@@ -124,7 +124,15 @@ TEST_F(Presence, AFrozenPeerIsSeenToGoWithinTheBoundAndComesBackWhenItGoesOn)
     ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "sleeper", Milliseconds(QNY_PRESENCE_BOUND_MS + 1000)));
     EXPECT_LT(millisecondsSince(frozen), QNY_PRESENCE_BOUND_MS);
     watch.clear();
+    char* own = qny_uuid();
+    const std::string me = own;
+    qny_free(own);
+    const auto isHeard = [&] {
+        other.tell({ "heard", me });
+        return other.expect({ "heard" })[1] == "yes";
+    };
     other.signal(SIGCONT);
+    EXPECT_FALSE(isHeard()) << "what it reads now was said before it was given up";
     EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "sleeper"));
     // It, too, hears of us anew, and each can call the other.
     EXPECT_FALSE(other.expect({ "exited", "me" }).empty());
@@ -132,6 +140,7 @@ TEST_F(Presence, AFrozenPeerIsSeenToGoWithinTheBoundAndComesBackWhenItGoesOn)
     EXPECT_EQ(other.ask({ "service", "ask" }), QNY_SUCCESS);
     EXPECT_EQ(qny_service_call("sleeper", "ask", nullptr, nullptr), QNY_SUCCESS);
     EXPECT_FALSE(other.expect({ "called", "ask", "me" }).empty());
+    EXPECT_TRUE(eventually(isHeard));
 }
 
 TEST_F(Presence, ALeavingPeerSaysSo)
@@ -142,8 +151,61 @@ TEST_F(Presence, ALeavingPeerSaysSo)
     ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "leaver"));
     const auto left = std::chrono::steady_clock::now();
     other.ask({ "stop" });
-    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "leaver"));
+    const auto* exited = watch.wait(QNY_AGENT_EXITED, "leaver");
+    ASSERT_TRUE(exited);
     EXPECT_LT(millisecondsSince(left), 1000);
+    EXPECT_FALSE(exited->fellSilent);
+}
+
+TEST_F(Presence, WhatAMonitoredAgentPublishesWhileItIsAwayIsToldAsLostUnlessItsMonitorWasRemoved)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    PeerProcess kept("kept");
+    PeerProcess removed("removed");
+    const std::string uuids[] = { kept.uuid(), removed.uuid() };
+    Arrivals seen[2];
+    PeerProcess* const sources[] = { &kept, &removed };
+    const auto monitor = [&](size_t i) { return qny_monitor_add(uuids[i].c_str(), &Arrivals::take, &seen[i]); };
+    for (size_t i = 0; i < 2; ++i) {
+        sources[i]->ask({ "output", "out", "integer" });
+        sources[i]->ask({ "output", "unused", "integer" });
+        sources[i]->ask({ "publish", "out", "integer", "1" });
+        ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, i == 0 ? "kept" : "removed"));
+        ASSERT_EQ(monitor(i), QNY_SUCCESS);
+        ASSERT_TRUE(seen[i].waitFor(1));
+        // The last answer to the monitor is that of the output without a value: what comes next stands behind it.
+        sources[i]->ask({ "publish", "out", "integer", "2" });
+        ASSERT_TRUE(seen[i].waitFor(2));
+        EXPECT_TRUE(qny_agent_is_heard(uuids[i].c_str()));
+        sources[i]->signal(SIGSTOP);
+    }
+    // It is missed before it is given up.
+    EXPECT_TRUE(eventually([&] { return !qny_agent_is_heard(uuids[0].c_str()); }));
+    EXPECT_TRUE(qny_agent_is_present("kept"));
+    for (const char* name : { "kept", "removed" }) {
+        const auto* exited = watch.wait(QNY_AGENT_EXITED, name);
+        ASSERT_TRUE(exited);
+        EXPECT_TRUE(exited->fellSilent);
+    }
+    EXPECT_EQ(qny_monitor_remove(uuids[1].c_str()), QNY_ERROR_UNKNOWN) << "it is away";
+    watch.clear();
+    for (size_t i = 0; i < 2; ++i) {
+        sources[i]->signal(SIGCONT);
+        sources[i]->ask({ "publish", "out", "integer", "3" });
+        sources[i]->ask({ "publish", "out", "integer", "4" });
+        sources[i]->ask({ "publish", "unused", "integer", "5" });
+        ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, i == 0 ? "kept" : "removed"));
+        ASSERT_EQ(monitor(i), QNY_SUCCESS);
+        ASSERT_TRUE(seen[i].waitFor(4));
+        const auto out = seen[i].all()[2];
+        const auto unused = seen[i].all()[3];
+        EXPECT_TRUE(out.last && unused.last);
+        EXPECT_EQ(out.sequence, 4U);
+        EXPECT_EQ(out.lost, i == 0 ? 2U : 0U);
+        EXPECT_EQ(unused.output, "unused");
+        EXPECT_EQ(unused.lost, i == 0 ? 1U : 0U);
+    }
 }
 
 TEST_F(Presence, AProgramThatForgetsToStopEndsCleanlyAndIsSeenToGo)

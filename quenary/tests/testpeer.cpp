@@ -243,6 +243,8 @@ void obey(const std::vector<std::string>& field, const qny_options_t& options)
         say("counts\t" + std::to_string(received) + "\t" + std::to_string(lastSequence) + "\t"
             + std::to_string(lostTold) + "\t" + std::to_string(qny_input_lost(field[1].c_str())) + "\t"
             + (outOfOrder ? "disordered" : "ordered"));
+    } else if (verb == "heard") { // agent
+        say(std::string("heard\t") + (qny_agent_is_heard(field[1].c_str()) ? "yes" : "no"));
     } else if (verb == "observe-stop") {
         done(verb,
             qny_observe_stop_requests(

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "site.h"
 
+#include "lossaccount.h"
+
 #include <filedialoganswer.h>
 #include <recordingsteps.h>
 #include <replaycheck.h>
@@ -204,7 +206,6 @@ QString Site::recordFor(double seconds)
 
 QString Site::stopRecording()
 {
-    const QList<ObjectHandle> before = endedRecords(instance);
     const SignalCounter answers(module, SIGNAL(recordingStoppedReceived(QString)));
     _window.stop.askedUs = nowUs();
     if (const QString fault = instance.call("stopRecording"); !fault.isEmpty()) {
@@ -219,9 +220,11 @@ QString Site::stopRecording()
     return _await("a new record in the list", [&] {
         const QList<ObjectHandle> records = endedRecords(instance);
         for (const ObjectHandle& each : records) {
-            if (!before.contains(each)) {
+            // The list may come anew after an outage: it is known by its start, which is told in milliseconds.
+            const QDateTime startedAt = each.value("startDateTime").toDateTime();
+            if (startedAt.toMSecsSinceEpoch() >= _window.start.askedUs / 1000) {
                 record = each;
-                _recordedAt = each.value("startDateTime").toDateTime();
+                _recordedAt = startedAt;
             }
         }
         return !record.isNull();
@@ -358,6 +361,18 @@ QString Site::checkDownload(const QString& fileName)
     }
     const RecordCheck check = checkRecord(file, _journal, _window);
     return check.passed() ? QString() : check.summary();
+}
+
+QString Site::checkLosses(const QString& fileName)
+{
+    RecordFile file;
+    QString error;
+    if (!file.readFile(path(fileName), &error)) {
+        return error;
+    }
+    const LossAccount account = accountFor(file, _journal, _window);
+    qInfo("%s", qPrintable(account.summary()));
+    return account.faults.isEmpty() ? QString() : account.summary();
 }
 
 QString Site::waitingFor() const

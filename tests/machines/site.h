@@ -79,6 +79,8 @@ public:
 
     /// The downloaded record against what the plant's agents say that they published: all of it, unaltered.
     QString checkDownload(const QString& fileName);
+    /// The same after an outage: all of it, or it says how much it lost.
+    QString checkLosses(const QString& fileName);
 
     /// Empty when no page waits for an answer, else for which.
     QString waitingFor() const;

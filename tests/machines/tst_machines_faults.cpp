@@ -68,16 +68,29 @@ private Q_SLOTS:
         QCOMPARE(site().stopRecording(), "");
         QCOMPARE(site().stopPlant(), "");
         QCOMPARE(site().download("record.csv"), "");
+        QCOMPARE(site().checkLosses("record.csv"), "");
         QCOMPARE(site().waitingFor(), "");
+        if (_isNoticed(seconds)) {
+            const QString told = site().host.notices().join(u'\n');
+            QVERIFY2(site().isTold("went out of reach during a recording"), qPrintable(told));
+            QVERIFY2(site().isTold("is back: its recording has not ended"), qPrintable(told));
+        }
     }
 
-    void aMachineThatStoodStillIsFoundAgain_data() { _pauses({ "7" }); }
-    void aMachineThatStoodStillIsFoundAgain()
+    void aMachineThatStoodStillIsFoundAgainAndRecordsOn_data() { _pauses({ "7" }); }
+    void aMachineThatStoodStillIsFoundAgainAndRecordsOn()
     {
         QFETCH(const int, seconds);
+        QCOMPARE(site().startPlant(), "");
+        QCOMPARE(site().startRecording(), "");
+        QCOMPARE(site().recordFor(1.0), "");
         QCOMPARE(_freezeFor(seconds), "");
         QCOMPARE(_foundAgain(seconds), "");
-        QCOMPARE(site().findRecordAgain(), "");
+        // It is ended at once: who has not been met again by then is named in the record.
+        QCOMPARE(site().stopRecording(), "");
+        QCOMPARE(site().stopPlant(), "");
+        QCOMPARE(site().download("record.csv"), "");
+        QCOMPARE(site().checkLosses("record.csv"), "");
     }
 
     void anIdleRecorderIsFoundAgainAfterACut_data() { _cuts({ "2 pulled" }); }

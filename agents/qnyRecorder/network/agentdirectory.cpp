@@ -34,7 +34,7 @@ void AgentDirectory::onAgentEvent(qny_agent_event_t event, const qny_agent_info_
     auto* self = static_cast<AgentDirectory*>(directory);
     const KnownAgent agent { info->uuid, info->name, info->family ? info->family : "",
         info->peer_uuid ? info->peer_uuid : "", info->definition ? info->definition : "", info->stand_in,
-        isOurAddress(info->address) };
+        isOurAddress(info->address), info->fell_silent };
     {
         const std::lock_guard lock(self->_mutex);
         if (event == QNY_AGENT_EXITED) {

@@ -23,6 +23,7 @@ struct KnownAgent
     std::string definition; ///< JSON
     bool isStandIn = false;
     bool isOnThisMachine = false; ///< shares our clock, as far as it does not make stamps of its own
+    bool fellSilent = false; ///< of one that left: it did not take its leave, and may come back
 
     bool isRecorder() const;
     /// Whether its publications are recorded at all, whatever the filters say.

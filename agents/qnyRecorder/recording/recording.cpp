@@ -19,6 +19,7 @@ constexpr std::chrono::milliseconds WRITER_PATIENCE { 20 };
 constexpr int64_t CLOCK_STEP_US = 1'000'000;
 constexpr int CLOSE_ATTEMPTS = 10;
 constexpr std::chrono::milliseconds CLOSE_PAUSE { 200 };
+constexpr size_t MOST_SILENCES = 20;
 
 /// Whether trying again is of no use: there is no room, or the record was deleted under the recorder's hands.
 bool isForGood(const StoreResult& failure)
@@ -36,6 +37,7 @@ public:
         uint32_t number;
         bool isIncluded;
         uint64_t lastSequence;
+        bool isLeftOut; ///< what was published last fell into a pause
     };
 
     Recording* owner = nullptr;
@@ -45,6 +47,7 @@ public:
     bool isOnThisMachine = false;
     bool isThereAtStart = false;
     bool isDefined = false;
+    bool isSilent = false; ///< it went without taking its leave, and was not met again
     int64_t lastTimeUs = 0;
     std::map<std::string, KnownOutput, std::less<>> outputs;
 };
@@ -84,6 +87,7 @@ Recording::Source* Recording::addAgent(const KnownAgent& agent, bool isThereAtSt
         source->isOnThisMachine = agent.isOnThisMachine;
         source->isThereAtStart = isThereAtStart;
     }
+    source->isSilent = false;
     define(*source, agent.definition);
     return source.get();
 }
@@ -94,6 +98,15 @@ void Recording::updateAgent(const KnownAgent& agent)
     const auto found = _sources.find(agent.uuid);
     if (found != _sources.end()) {
         define(*found->second, agent.definition);
+    }
+}
+
+void Recording::loseSightOf(const std::string& agentUuid)
+{
+    const std::lock_guard lock(_mutex);
+    const auto found = _sources.find(agentUuid);
+    if (found != _sources.end()) {
+        found->second->isSilent = true;
     }
 }
 
@@ -133,6 +146,20 @@ uint32_t Recording::outputNumber(Source& source, std::string_view name)
     return entry->second;
 }
 
+std::optional<int64_t> Recording::placeInRecord(Source& source, const qny_publication_t& publication)
+{
+    // When a last value was published is of no use: its stamp may be old, and is not on our clock yet.
+    return _timeline.toRecord(publication.last_value
+            ? publication.received_us
+            : _clocks.align(source.peerUuid, source.isOnThisMachine, publication.time_us, publication.received_us));
+}
+
+bool Recording::wasMissed(const Source& source, const qny_publication_t& publication) const
+{
+    const std::optional<int64_t> publishedUs = _clocks.aligned(source.peerUuid, publication.time_us);
+    return publishedUs && _timeline.toRecord(*publishedUs);
+}
+
 void Recording::takePublication(Source& source, const qny_publication_t& publication)
 {
     if (publication.stand_in) {
@@ -147,33 +174,41 @@ void Recording::takePublication(Source& source, const qny_publication_t& publica
     const bool isFirst = known == source.outputs.end();
     if (isFirst) {
         const uint32_t number = outputNumber(source, name);
-        known = source.outputs.emplace(name, Source::KnownOutput { number, _outputs[number]->isIncluded, 0 }).first;
+        known
+            = source.outputs
+                  .emplace(name, Source::KnownOutput { number, _outputs[number]->isIncluded, 0, _timeline.isPaused() })
+                  .first;
     }
     Source::KnownOutput& output = known->second;
     if (!output.isIncluded) {
         return;
     }
     uint64_t lost = publication.lost;
-    int64_t timeUs = 0;
-    bool isInitial = false;
+    // A last value that is one of those that were missed while the agent was away.
+    bool wasPublishedAway = false;
     if (publication.last_value) {
         // A monitor that came alive again tells once more what was received before it went.
         if (!isFirst && publication.sequence <= output.lastSequence) {
             return;
         }
-        lost = isFirst ? 0 : publication.sequence - output.lastSequence - 1;
-        isInitial = isFirst && source.isThereAtStart;
-        // When it was published is of no use here: its stamp may be old, and is not on our clock yet.
-        timeUs = publication.received_us;
-    } else {
-        timeUs = _clocks.align(source.peerUuid, source.isOnThisMachine, publication.time_us, publication.received_us);
+        lost = isFirst ? lost : publication.sequence - output.lastSequence;
+        wasPublishedAway = lost > 0;
+        lost -= wasPublishedAway ? 1 : 0;
     }
     output.lastSequence = publication.sequence;
 
+    const bool isInitial = publication.last_value && !wasPublishedAway && source.isThereAtStart;
+    const bool wasLeftOut = output.isLeftOut;
     int64_t recordTimeUs = 0;
     if (!isInitial) {
-        const std::optional<int64_t> inRecord = _timeline.toRecord(timeUs);
+        const std::optional<int64_t> inRecord = placeInRecord(source, publication);
+        output.isLeftOut = !inRecord;
         if (!inRecord) {
+            // Where in the gap the recording was paused, or ended, nobody knows: rather too many than too few.
+            lost += wasPublishedAway && wasMissed(source, publication) ? 1 : 0;
+            if (lost > 0 && !wasLeftOut) {
+                _queue.addNetworkLoss(output.number, lost);
+            }
             return;
         }
         recordTimeUs = std::max(*inRecord, source.lastTimeUs);
@@ -322,8 +357,47 @@ void Recording::watchClock()
     }
 }
 
+void Recording::remarkSilences()
+{
+    struct Silence
+    {
+        int64_t sinceUs = 0; // the first one
+        int times = 0;
+    };
+    std::map<std::string, Silence> silences; // by agent name: it may have been started again and again
+    {
+        const std::lock_guard lock(_mutex);
+        for (const auto& [uuid, source] : _sources) {
+            if (source->isSilent && source->isDefined) {
+                Silence& silence = silences[source->name];
+                silence.sinceUs
+                    = silence.times == 0 ? source->lastTimeUs : std::min(silence.sinceUs, source->lastTimeUs);
+                ++silence.times;
+            }
+        }
+    }
+    size_t remarked = 0;
+    for (const auto& [name, silence] : silences) {
+        if (remarked == MOST_SILENCES) {
+            _writer->remark(
+                std::to_string(silences.size() - remarked) + " more agents fell silent without taking their leave.");
+            break;
+        }
+        ++remarked;
+        QString remark = QStringLiteral("\"%1\" fell silent after %2 s without taking its leave")
+                             .arg(QString::fromStdString(name))
+                             .arg(static_cast<double>(silence.sinceUs) / 1e6, 0, 'f', 3);
+        if (silence.times > 1) {
+            remark += QStringLiteral(", the first of %1 times").arg(silence.times);
+        }
+        _writer->remark(
+            (remark + QStringLiteral(": what it published since is neither recorded nor counted.")).toStdString());
+    }
+}
+
 void Recording::closeRecord()
 {
+    remarkSilences();
     {
         const std::lock_guard lock(_mutex);
         for (const std::unique_ptr<Output>& output : _outputs) {

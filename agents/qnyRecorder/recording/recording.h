@@ -52,6 +52,9 @@ public:
     /// are those at the start of the recording; of a later arrival they are publications that were made on its way in.
     Source* addAgent(const KnownAgent& agent, bool isThereAtStart);
     void updateAgent(const KnownAgent& agent);
+    /// Nothing is heard of the agent any more, and it did not take its leave. Unless it is added again, its record ends
+    /// there, which is remarked.
+    void loseSightOf(const std::string& agentUuid);
     void takePublication(Source& source, const qny_publication_t& publication);
     /// The monitor's callback; its user data is the Source.
     static void onPublication(const qny_publication_t* publication, void* source);
@@ -83,6 +86,9 @@ private:
 
     // These three with _mutex locked.
     uint32_t outputNumber(Source& source, std::string_view name);
+    std::optional<int64_t> placeInRecord(Source& source, const qny_publication_t& publication);
+    /// Whether a last value that the record leaves out was published while it ran, as far as is known.
+    bool wasMissed(const Source& source, const qny_publication_t& publication) const;
     void define(Source& source, const std::string& definition);
     bool hasIncludedOutput(const std::string& agent, const std::string& definition) const;
 
@@ -90,6 +96,7 @@ private:
     void storeBatch(const EventBatch& batch);
     void noteResult(const StoreResult& result);
     void watchClock();
+    void remarkSilences();
     void closeRecord();
 
     const std::string _uuid;

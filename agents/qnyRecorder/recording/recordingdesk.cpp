@@ -6,6 +6,8 @@
 #include <QDateTime>
 #include <QDebug>
 
+#include <algorithm>
+
 namespace recorder {
 
 namespace {
@@ -18,9 +20,12 @@ constexpr auto PROGRESS_INTERVAL = 100ms;
 /// publications is on its way to the agents.
 constexpr auto LISTENING_SETTLES = 60ms;
 /// What was published before the end may still be on its way: the recording is closed when nothing of the kind came for
-/// the first time, and after the second at the latest.
+/// the first time, and after the second at the latest. So long it waits for agents that are not heard, or have just
+/// gone, too: when one of the machines stood still, they come back within that time and say how much was missed.
 constexpr auto LATECOMERS_GAP = 50ms;
 constexpr auto LATECOMERS_MOST = 2s;
+/// Whose link is opened anew is back before that.
+constexpr auto AWAITED_MOST = 3s;
 
 /// Microseconds since 1970 UTC, steady from the call of this on whatever is done to the system clock.
 std::function<int64_t()> steadyClock()
@@ -181,7 +186,7 @@ void RecordingDesk::finish()
     const auto latest = std::chrono::steady_clock::now() + LATECOMERS_MOST;
     do {
         std::this_thread::sleep_for(LATECOMERS_GAP);
-    } while (_recording->tookEvents() && std::chrono::steady_clock::now() < latest);
+    } while ((_recording->tookEvents() || isSomebodyAwaited()) && std::chrono::steady_clock::now() < latest);
     stopListening();
     stopProgress();
     const int64_t durationUs = _recording->finish();
@@ -200,6 +205,10 @@ void RecordingDesk::onAgent(qny_agent_event_t event, const KnownAgent& agent)
     const std::lock_guard lock(_monitorMutex);
     if (event == QNY_AGENT_EXITED) {
         _monitored.erase(agent.uuid);
+        if (_listening && agent.fellSilent) {
+            _listening->loseSightOf(agent.uuid);
+            _away[agent.uuid] = std::chrono::steady_clock::now();
+        }
     } else if (_listening && event == QNY_AGENT_UPDATED && _monitored.contains(agent.uuid)) {
         _listening->updateAgent(agent);
     } else if (_listening) {
@@ -219,6 +228,7 @@ void RecordingDesk::listenTo(const KnownAgent& agent, bool isThereAtStart)
     const qny_result_t result = qny_monitor_add(agent.uuid.c_str(), Recording::onPublication, source);
     if (result == QNY_SUCCESS) {
         _monitored.insert(agent.uuid);
+        _away.erase(agent.uuid);
     } else if (result != QNY_ERROR_UNKNOWN_AGENT) {
         qWarning().noquote() << "Agent" << agent.name.c_str() << "cannot be recorded:" << qny_last_error();
     }
@@ -233,13 +243,32 @@ void RecordingDesk::listenToEverybody()
     }
 }
 
+bool RecordingDesk::isSomebodyAwaited()
+{
+    const auto longAgo = std::chrono::steady_clock::now() - AWAITED_MOST;
+    const std::lock_guard lock(_monitorMutex);
+    return std::any_of(_monitored.begin(), _monitored.end(), [](const std::string& uuid) {
+        return !qny_agent_is_heard(uuid.c_str());
+    }) || std::any_of(_away.begin(), _away.end(), [&](const auto& each) { return each.second > longAgo; });
+}
+
 void RecordingDesk::stopListening()
 {
     std::set<std::string> monitored;
     {
         const std::lock_guard lock(_monitorMutex);
+        for (const std::string& uuid : _monitored) {
+            if (!qny_agent_is_heard(uuid.c_str())) {
+                _listening->loseSightOf(uuid);
+            }
+        }
         _listening = nullptr;
         monitored.swap(_monitored);
+        // What they publish from now on is missed by no later recording.
+        for (const auto& [uuid, since] : _away) {
+            monitored.insert(uuid);
+        }
+        _away.clear();
     }
     // Not with the mutex locked: removing waits for callbacks, and those of agents take it.
     for (const std::string& uuid : monitored) {

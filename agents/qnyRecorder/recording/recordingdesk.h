@@ -7,8 +7,10 @@
 #include "recording.h"
 #include "storedfilters.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -56,6 +58,7 @@ public:
 private:
     void listenTo(const KnownAgent& agent, bool isThereAtStart); // with _monitorMutex locked
     void listenToEverybody();
+    bool isSomebodyAwaited();
     void stopListening();
     void finish();
     void onFailed(const std::string& uuid, const QString& reason);
@@ -73,6 +76,7 @@ private:
     std::mutex _monitorMutex; // this group
     Recording* _listening = nullptr; // while agents that come are to be recorded
     std::set<std::string> _monitored; // agent uuids
+    std::map<std::string, std::chrono::steady_clock::time_point> _away; // when those went that fell silent
 
     std::mutex _progressMutex; // this group
     std::condition_variable _progressChanged;

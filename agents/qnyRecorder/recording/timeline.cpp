@@ -17,6 +17,12 @@ int64_t SenderClocks::align(const std::string& sender, bool isOnThisMachine, int
     return stampUs + known->second;
 }
 
+std::optional<int64_t> SenderClocks::aligned(const std::string& sender, int64_t stampUs) const
+{
+    const auto known = _offsets.find(sender);
+    return known == _offsets.end() ? std::nullopt : std::optional(stampUs + known->second);
+}
+
 void RecordTimeline::pause(int64_t nowUs)
 {
     if (!_pausedSinceUs) {

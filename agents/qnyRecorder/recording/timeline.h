@@ -25,6 +25,8 @@ public:
 
     /// The stamp on our clock. The first call for a sender settles its offset, so it must be for a live publication.
     int64_t align(const std::string& sender, bool isOnThisMachine, int64_t stampUs, int64_t receivedUs);
+    /// The same for any publication, once the sender's offset is settled.
+    std::optional<int64_t> aligned(const std::string& sender, int64_t stampUs) const;
 
 private:
     std::unordered_map<std::string, int64_t> _offsets;

@@ -158,6 +158,13 @@ private:
 
 using Times = std::vector<int64_t>;
 
+/// What the record of one event says is missing.
+uint64_t lossOf(Bench& bench)
+{
+    bench.finish();
+    return bench.times() == Times { 100 } ? bench.written.lost[{ "pump", "level" }][LostIn::Network] : 0;
+}
+
 } // namespace
 
 class RecordingTest : public QObject
@@ -295,6 +302,97 @@ private slots:
         QCOMPARE((bench.written.lost[{ "pump", "level" }][LostIn::Network]), uint64_t(2));
     }
 
+    void whatAnAgentFirstPublishesWhileItIsAwayIsCounted()
+    {
+        // Given an agent that was there at the start and had published nothing, which goes and comes back
+        Bench bench;
+        auto* pump = bench.add("pump");
+        bench.recording->loseSightOf("pump-uuid");
+        QCOMPARE(bench.add("pump", false), pump);
+        // When its third publication is told as the one that it holds now
+        bench.publish(pump, "level", 3.0, START_US + 50,
+            { .isLastValue = true, .lost = 3, .sequence = 3, .receivedUs = START_US + 60 });
+        bench.nowUs = START_US + 100;
+        bench.finish();
+        // Then it is no value of the start, and the two before it are lost
+        QCOMPARE(bench.times(), (Times { 60 }));
+        QVERIFY(bench.written.initials.empty());
+        QCOMPARE((bench.written.lost[{ "pump", "level" }][LostIn::Network]), uint64_t(2));
+    }
+
+    void anAgentThatFellSilentAndDidNotComeBackIsRemarked()
+    {
+        Bench bench;
+        const auto fallSilent = [&](const std::string& uuid, const std::string& name, int64_t afterUs) {
+            const KnownAgent agent { uuid, name, "", "peer", "{}", false, false };
+            bench.publish(bench.recording->addAgent(agent, true), "level", 1.0, START_US + afterUs);
+            bench.recording->loseSightOf(uuid);
+            return agent;
+        };
+        bench.recording->addAgent(fallSilent("1", "back", 100'000), false);
+        fallSilent("2", "gone", 200'000);
+        fallSilent("3", "restarted", 300'000);
+        fallSilent("4", "restarted", 400'000);
+        bench.recording->addAgent(KnownAgent { "5", "mute", "", "peer", R"({"outputs":[]})", false, false }, true);
+        bench.recording->loseSightOf("5");
+        bench.recording->loseSightOf("nobody");
+        bench.nowUs = START_US + 500'000;
+        bench.finish();
+        const std::vector<std::string> remarks {
+            "\"gone\" fell silent after 0.200 s without taking its leave: what it published since is neither recorded "
+            "nor counted.",
+            "\"restarted\" fell silent after 0.300 s without taking its leave, the first of 2 times: what it published "
+            "since is neither recorded nor counted.",
+        };
+        QCOMPARE(bench.written.remarks, remarks);
+    }
+
+    void aNetworkThatBreaksDownIsNotRemarkedAgentByAgent()
+    {
+        Bench bench;
+        for (int i = 0; i < 100; ++i) {
+            bench.publish(bench.add("pump " + std::to_string(i)), "level", 1.0, START_US + 1);
+            bench.recording->loseSightOf("pump " + std::to_string(i) + "-uuid");
+        }
+        bench.finish();
+        QCOMPARE(bench.written.remarks.size(), size_t(21));
+        QCOMPARE(bench.written.remarks.back(), std::string("80 more agents fell silent without taking their leave."));
+    }
+
+    void aGapThatReachesIntoAPauseIsALoss()
+    {
+        Bench bench;
+        auto* pump = bench.add("pump");
+        bench.publish(pump, "level", 1.0, START_US + 100);
+        bench.nowUs = START_US + 1000;
+        bench.recording->pause();
+        // Some of the three may have been published before the pause.
+        bench.publish(pump, "level", 5.0, START_US + 1500, { .lost = 3, .sequence = 5 });
+        QCOMPARE(lossOf(bench), uint64_t(3));
+    }
+
+    void whatAnAgentWasMissedWithIsCountedAfterTheEndToo_data()
+    {
+        QTest::addColumn<int>("publishedUs");
+        QTest::addColumn<uint64_t>("lost");
+        QTest::newRow("the last of it published before the end") << 900 << uint64_t(4);
+        QTest::newRow("after the end") << 1500 << uint64_t(3);
+    }
+
+    void whatAnAgentWasMissedWithIsCountedAfterTheEndToo()
+    {
+        QFETCH(const int, publishedUs);
+        QFETCH(const uint64_t, lost);
+        Bench bench;
+        auto* pump = bench.add("pump");
+        bench.publish(pump, "level", 1.0, START_US + 100, { .sequence = 1 });
+        bench.nowUs = START_US + 1000;
+        bench.recording->end();
+        bench.publish(pump, "level", 5.0, START_US + publishedUs,
+            { .isLastValue = true, .lost = 4, .sequence = 5, .receivedUs = START_US + 2000 });
+        QCOMPARE(lossOf(bench), lost);
+    }
+
     void whatFallsIntoAPauseIsLeftOutAndIsNoLoss()
     {
         Bench bench;
@@ -303,7 +401,8 @@ private slots:
         bench.nowUs = START_US + 1000;
         bench.recording->pause();
         QVERIFY(bench.recording->isPaused());
-        bench.publish(pump, "level", 2.0, START_US + 1500, { .lost = 3 });
+        bench.publish(pump, "level", 2.0, START_US + 1500);
+        bench.publish(pump, "level", 2.0, START_US + 1600, { .lost = 3 });
         bench.nowUs = START_US + 5000;
         QCOMPARE(bench.recording->elapsedUs(), 1000);
         bench.recording->resume();

@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "lossaccount.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <algorithm>
+
+using namespace tour;
+
+namespace {
+
+// What is published at the moment of the stop may be in the record or not.
+constexpr qint64 BOUNDARY_US = 300'000;
+
+// How far a record's times are from its agent's stamps: by what is in the record once, and was published once.
+qint64 offsetOf(const QList<TracedEvent>& events, const QList<TracedEvent>& publications)
+{
+    const auto timesByValue = [](const QList<TracedEvent>& all) {
+        QHash<QString, QList<qint64>> times;
+        for (const TracedEvent& event : all) {
+            times[event.output + QLatin1Char('\n') + event.value.key()].append(event.timeUs);
+        }
+        return times;
+    };
+    const QHash<QString, QList<qint64>> recorded = timesByValue(events);
+    const QHash<QString, QList<qint64>> published = timesByValue(publications);
+    QHash<qint64, int> votes;
+    qint64 best = 0;
+    for (auto value = recorded.cbegin(); value != recorded.cend(); ++value) {
+        const QList<qint64> times = published.value(value.key());
+        if (value->size() == 1 && times.size() == 1) {
+            const qint64 offset = times.first() - value->first();
+            best = ++votes[offset] > votes.value(best) ? offset : best;
+        }
+    }
+    return best;
+}
+
+// One output's side of the account.
+class OutputAccount
+{
+public:
+    OutputAccount(QList<TracedEvent> publications, const RecordingWindow& window, LossAccount* account)
+        : _publications(std::move(publications))
+        , _window(window)
+        , _account(account)
+    {
+    }
+
+    /// The value that the record says the output had at the start: what follows belongs to the record.
+    void takeInitial(const TracedEvent& value) { _initial = value.value.key(); }
+
+    /// `offset` leads to the agent's own stamps, `startUs` to the time at which the recorder received it.
+    void take(const TracedEvent& event, qint64 offset, qint64 startUs)
+    {
+        const TracedEvent* found = nullptr;
+        const auto find = [&](qint64 fromUs, qint64 toUs) {
+            for (auto i = static_cast<qsizetype>(_last); i < _publications.size(); ++i) {
+                const TracedEvent& publication = _publications.at(i);
+                if (publication.timeUs > toUs) {
+                    break;
+                }
+                if (publication.timeUs >= fromUs && publication.value.key() == event.value.key()) {
+                    found = &publication;
+                }
+            }
+        };
+        find(event.timeUs + offset, event.timeUs + offset);
+        if (!found) {
+            // The one that the output still held when its agent was met again.
+            find(0, event.timeUs + startUs);
+            ++_account->late;
+        }
+        if (!found) {
+            _account->faults.append(QStringLiteral("nobody published %1").arg(event.describe()));
+            return;
+        }
+        _first = _stored == 0 ? found->sequence : _first;
+        _last = found->sequence;
+        ++_stored;
+    }
+
+    void close(const QString& name, qsizetype reported, bool isSilent)
+    {
+        if (_stored == 0) {
+            _last = _numberBefore(static_cast<quint64>(_publications.size()) + 1);
+            _first = _last + 1;
+        }
+        auto produced = static_cast<qsizetype>(_last - _numberBefore(_first));
+        const bool isNew = !_initial && !_publications.isEmpty() && _publications.first().timeUs > _window.start.seenUs;
+        if (const auto earlier = static_cast<qsizetype>(_first) - 1;
+            isNew && _stored + reported == produced + earlier) {
+            // First used while its agent, which was there at the start, was away.
+            produced += earlier;
+        }
+        qsizetype absent
+            = std::count_if(_publications.cbegin(), _publications.cend(), [this](const TracedEvent& publication) {
+                  return publication.sequence > _last && publication.timeUs > _window.start.seenUs + BOUNDARY_US
+                      && publication.timeUs < _window.stop.askedUs - BOUNDARY_US;
+              });
+        if (const qsizetype beyond = _stored + reported - produced; absent > 0 && beyond > 0) {
+            // Its agent was met again after the end: what was lost until then is no longer exact.
+            produced += beyond;
+            absent = std::max<qsizetype>(absent - beyond, 0);
+        }
+        _account->produced += produced;
+        _account->stored += _stored;
+        _account->reported += reported;
+        _account->unheard += absent;
+        if (produced != _stored + reported) {
+            _account->faults.append(QStringLiteral("%1: %2 published, %3 stored, %4 reported lost")
+                    .arg(name)
+                    .arg(produced)
+                    .arg(_stored)
+                    .arg(reported));
+        }
+        if (absent > 0 && !isSilent) {
+            _account->faults.append(
+                QStringLiteral("%1: the last %2 are neither stored nor reported").arg(name).arg(absent));
+        }
+    }
+
+private:
+    // The last number before that is no part of the record: of the value that it says the output had at the start.
+    quint64 _numberBefore(quint64 below) const
+    {
+        if (!_initial) {
+            // First published while it was recorded, or an impulse, which leaves no value.
+            return below - 1;
+        }
+        quint64 number = 0;
+        for (const TracedEvent& publication : _publications) {
+            if (publication.sequence < below && publication.timeUs <= _window.start.seenUs
+                && publication.value.key() == _initial) {
+                number = publication.sequence;
+            }
+        }
+        return number;
+    }
+
+    const QList<TracedEvent> _publications; // of one run of its agent: the first has number 1
+    const RecordingWindow& _window;
+    LossAccount* _account;
+    std::optional<QString> _initial;
+    quint64 _first = 0; // the first number that is in the record
+    quint64 _last = 0;
+    qsizetype _stored = 0;
+};
+
+} // namespace
+
+QString LossAccount::summary() const
+{
+    return QStringLiteral("%1 published, %2 stored (%3 late), %4 reported lost, %5 unheard at the end")
+               .arg(produced)
+               .arg(stored)
+               .arg(late)
+               .arg(reported)
+               .arg(unheard)
+        + (faults.isEmpty() ? QString() : QStringLiteral("; ") + faults.mid(0, 10).join(QStringLiteral("; ")));
+}
+
+LossAccount accountFor(const RecordFile& file, const Journal& journal, const RecordingWindow& window)
+{
+    LossAccount account;
+    const QJsonObject completeness
+        = QJsonDocument::fromJson(file.facts().value(QStringLiteral("completeness")).toUtf8()).object();
+    QHash<QString, qsizetype> reported;
+    for (const QJsonValue& value : completeness.value(QLatin1String("outputs")).toArray()) {
+        const QJsonObject output = value.toObject();
+        for (const QJsonValue& lost : output.value(QLatin1String("lost")).toObject()) {
+            reported[output.value(QLatin1String("agent")).toString() + QLatin1Char('/')
+                + output.value(QLatin1String("output")).toString()]
+                += static_cast<qsizetype>(lost.toInteger());
+        }
+    }
+    const QString start = file.facts().value(QStringLiteral("start_date"));
+    const qint64 startUs = QDateTime::fromString(start.section(QLatin1Char('.'), 0, 0) + QLatin1Char('Z'), Qt::ISODate)
+                               .toSecsSinceEpoch()
+            * 1'000'000
+        + start.section(QLatin1Char('.'), 1).left(6).toLongLong();
+    QStringList silent;
+    for (const QJsonValue& remark : completeness.value(QLatin1String("remarks")).toArray()) {
+        silent.append(remark.toString());
+    }
+    for (const QString& agent : journal.agents()) {
+        const auto ofAgent = [&agent](const TracedEvent& event) { return event.agent == agent; };
+        QList<TracedEvent> events;
+        std::copy_if(file.events().cbegin(), file.events().cend(), std::back_inserter(events), ofAgent);
+        const QList<TracedEvent> publications = journal.eventsByAgent().value(agent);
+        const qint64 offset = offsetOf(events, publications);
+        const bool isSilent = !silent.filter(QLatin1Char('"') + agent + QStringLiteral("\" fell silent")).isEmpty();
+        QMap<QString, QList<TracedEvent>> byOutput;
+        for (const TracedEvent& publication : publications) {
+            byOutput[publication.output].append(publication);
+        }
+        for (auto output = byOutput.cbegin(); output != byOutput.cend(); ++output) {
+            OutputAccount outputAccount(*output, window, &account);
+            for (const TracedEvent& value : file.initialValues()) {
+                if (ofAgent(value) && value.output == output.key()) {
+                    outputAccount.takeInitial(value);
+                }
+            }
+            for (const TracedEvent& event : std::as_const(events)) {
+                if (event.output == output.key()) {
+                    outputAccount.take(event, offset, startUs);
+                }
+            }
+            const QString name = agent + QLatin1Char('/') + output.key();
+            outputAccount.close(name, reported.value(name), isSilent);
+        }
+    }
+    return account;
+}
