@@ -29,15 +29,35 @@ inline const QString HOST = QStringLiteral("host");
 inline const QString AGENTS = QStringLiteral("agents");
 inline const QString COMMAND_LINE = QStringLiteral("command_line");
 
-/// Nor a key with a zero character in it, which nobody means: QJsonObject may take "name" and the same with zeros
-/// behind it for one key, so that what is written under the one would be found under the other.
+/// Without keys that hold a zero character, at any depth: nobody means those, and QJsonObject may take "name" and the
+/// same with zeros behind it for one key, so that what is written under the one is found under the other.
+inline QJsonValue withoutZerosInKeys(const QJsonValue& value)
+{
+    if (value.isArray()) {
+        QJsonArray array;
+        for (const QJsonValue& each : value.toArray()) {
+            array.append(withoutZerosInKeys(each));
+        }
+        return array;
+    }
+    if (!value.isObject()) {
+        return value;
+    }
+    const QJsonObject whole = value.toObject();
+    QJsonObject object;
+    for (auto it = whole.begin(); it != whole.end(); ++it) {
+        if (!it.key().contains(QChar(u'\0'))) {
+            object.insert(it.key(), withoutZerosInKeys(it.value()));
+        }
+    }
+    return object;
+}
+
 inline QJsonObject without(const QJsonObject& json, const QStringList& keys)
 {
-    QJsonObject rest;
-    for (auto it = json.begin(); it != json.end(); ++it) {
-        if (!keys.contains(it.key()) && !it.key().contains(QChar(u'\0'))) {
-            rest.insert(it.key(), it.value());
-        }
+    QJsonObject rest = json;
+    for (const QString& key : keys) {
+        rest.remove(key);
     }
     return rest;
 }

@@ -232,7 +232,7 @@ bool SystemDocument::loadFromJson(const QJsonObject& json, QList<JsonDocumentErr
             continue;
         }
         getOrCreateHost(hostName);
-        _readHosts.insert(hostName, without(value.toObject(), { NAME }));
+        _readHosts.insert(hostName, value.toObject());
     }
     for (const QJsonValue& value : json[VIEWS].toArray()) {
         const QJsonObject viewJson = value.toObject();

@@ -149,7 +149,7 @@ bool SystemDocumentHandler::openDocument(const QString& filePath)
         return _fail(
             tr("%1 is not a system document: it holds a list, not an object. Open another file.").arg(shownPath));
     }
-    const QJsonObject json = parsed.object();
+    const QJsonObject json = DocumentKeys::withoutZerosInKeys(parsed.object()).toObject();
 
     // Looked at before the modules' blocks are handed out: a file that is refused must leave nothing behind.
     QList<JsonDocumentError> errors;

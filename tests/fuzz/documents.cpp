@@ -3,6 +3,7 @@
 #include "fuzz.h"
 #include "quiet.h"
 
+#include "documentkeys.h"
 #include "encounteredagentinfo.h"
 #include "encounteredagentsonhost.h"
 #include "library.h"
@@ -73,7 +74,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     bool isRead = false;
     qsizetype errorCount = 0;
-    const QJsonObject written = readAndWrite(parsed.object(), isRead, errorCount);
+    const QJsonObject json = DocumentKeys::withoutZerosInKeys(parsed.object()).toObject();
+    const QJsonObject written = readAndWrite(json, isRead, errorCount);
     if (isRead) {
         const QJsonObject saved = QJsonDocument::fromJson(QJsonDocument(written).toJson()).object();
         fuzz::expect(!saved.isEmpty(), "what is saved is JSON");
