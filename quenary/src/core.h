@@ -99,8 +99,9 @@ public:
         Always,
         IfThereIs
     };
-    // Appends an item to what the peer is sent. False when there was no room for a publication.
-    bool enqueue(const PeerPtr& peer, std::string_view item, Room room = Room::Always);
+    // Appends an item to what the peer is sent. False when there was no room for a publication. A long value at the end of
+    // an item may stand by itself, so that it is copied once only.
+    bool enqueue(const PeerPtr& peer, std::string_view item, Room room = Room::Always, std::string_view value = {});
     void tellDropped(const PeerPtr& peer);
     // What a peer asks of us, or this process of itself.
     void subscribe(const PeerPtr& peer, uint64_t id, Subscription subscription);

@@ -13,14 +13,15 @@ namespace {
 constexpr size_t itemHeadBytes = 1024;
 } // namespace
 
-bool Core::enqueue(const PeerPtr& peer, std::string_view item, Room room)
+bool Core::enqueue(const PeerPtr& peer, std::string_view item, Room room, std::string_view value)
 {
+    size_t left = item.size() + value.size();
     if (peer->isSelf) {
-        if (room == Room::IfThereIs && peer->queuedBytes + item.size() > options.maxPeerQueueBytes) {
+        if (room == Room::IfThereIs && peer->queuedBytes + left > options.maxPeerQueueBytes) {
             return false;
         }
-        peer->queuedBytes += item.size();
-        dispatcher.pushOwn(peer, peer->agents, item);
+        peer->queuedBytes += left;
+        dispatcher.pushOwn(peer, peer->agents, item, value);
         return true;
     }
     if (!peer->open) {
@@ -28,27 +29,31 @@ bool Core::enqueue(const PeerPtr& peer, std::string_view item, Room room)
         return true;
     }
     if (room == Room::IfThereIs) {
-        if (peer->queuedBytes + item.size() > options.maxPeerQueueBytes
-            || item.size() > peer->maxMessageBytes + itemHeadBytes) {
+        if (peer->queuedBytes + left > options.maxPeerQueueBytes || left > peer->maxMessageBytes + itemHeadBytes) {
             return false;
         }
         if (!peer->dropped.empty()) {
             tellDropped(peer);
         }
     }
-    peer->queuedBytes += item.size();
-    while (!item.empty()) {
+    peer->queuedBytes += left;
+    while (left > 0) {
         // Small items share a piece, large ones are cut.
-        const bool startsNew = peer->pieces.empty()
-            || peer->pieces.back().size() + item.size() > wire::dataHeaderBytes + wire::batchBytes;
+        const bool startsNew
+            = peer->pieces.empty() || peer->pieces.back().size() + left > wire::dataHeaderBytes + wire::batchBytes;
         if (startsNew) {
             peer->pieces.emplace_back();
-            peer->pieces.back().reserve(std::min(item.size(), wire::pieceBytes) + wire::dataHeaderBytes + 256);
+            peer->pieces.back().reserve(std::min(left, wire::pieceBytes) + wire::dataHeaderBytes + 256);
             peer->pieces.back().append(wire::dataHeaderBytes, '\0');
         }
-        const size_t taken = std::min(item.size(), wire::pieceBytes);
-        peer->pieces.back().append(item.substr(0, taken));
-        item.remove_prefix(taken);
+        size_t space = std::min(left, wire::pieceBytes);
+        left -= space;
+        for (std::string_view* part : { &item, &value }) {
+            const size_t taken = std::min(space, part->size());
+            peer->pieces.back().append(part->substr(0, taken));
+            part->remove_prefix(taken);
+            space -= taken;
+        }
     }
     network->wake();
     return true;
@@ -248,26 +253,23 @@ qny_result_t Core::publish(Agent& agent, Output& output, Value value, int64_t ti
     static thread_local std::string text;
     text.clear();
     {
-        wire::Item item(text, wire::ItemKind::Publication, 64 + output.name.size() + output.value.size());
+        wire::Item item(text, wire::ItemKind::Publication);
         item->number(static_cast<uint8_t>(output.name.size()));
         item->uuid(agent.uuid);
         item->bytes(output.name);
         item->number(static_cast<uint8_t>(output.type));
         item->number(output.sequence);
         item->number(time);
-        item->bytes(output.value);
+        item.isFollowedBy(output.value.size());
     }
     for (const PeerPtr& peer : output.listeners) {
-        if (enqueue(peer, text, Room::IfThereIs)) {
+        if (enqueue(peer, text, Room::IfThereIs, output.value)) {
             statistics.publicationsSent += peer->isSelf ? 0 : 1;
         } else {
             ++statistics.publicationsDropped;
             peer->dropped[outputKey(agent.uuid, output.name)] = output.sequence;
             tellDropped(peer);
         }
-    }
-    if (text.capacity() > wire::pieceBytes) {
-        text = {};
     }
     return QNY_SUCCESS;
 }

@@ -58,22 +58,26 @@ void Dispatcher::push(NewObserver observer)
     wake();
 }
 
-void Dispatcher::pushOwn(const PeerPtr& self, const AgentTablePtr& agents, std::string_view item)
+void Dispatcher::pushOwn(
+    const PeerPtr& self, const AgentTablePtr& agents, std::string_view item, std::string_view value)
 {
+    const size_t size = item.size() + value.size();
     if (!m_queue.empty()) {
         auto* last = std::get_if<Batch>(&m_queue.back());
-        if (last && last->own && last->agents == agents && last->own->size() + item.size() <= ownBatchBytes) {
-            last->own->append(item);
-            last->bytes += item.size();
+        if (last && last->own && last->agents == agents && last->own->size() + size <= ownBatchBytes) {
+            last->own->append(item).append(value);
+            last->bytes += size;
             return;
         }
     }
     Batch batch;
     batch.peer = self;
     batch.agents = agents;
-    batch.own = std::make_shared<std::string>(item);
+    batch.own = std::make_shared<std::string>();
+    batch.own->reserve(size);
+    batch.own->append(item).append(value);
     batch.receivedAt = nowMicroseconds();
-    batch.bytes = item.size();
+    batch.bytes = size;
     push(std::move(batch));
 }
 

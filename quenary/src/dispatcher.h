@@ -56,7 +56,8 @@ public:
     void push(Batch batch);
     void push(AgentChange change);
     void push(NewObserver observer);
-    void pushOwn(const PeerPtr& self, const AgentTablePtr& agents, std::string_view item);
+    // The item's value may stand by itself.
+    void pushOwn(const PeerPtr& self, const AgentTablePtr& agents, std::string_view item, std::string_view value);
     // What has arrived and was not yet delivered is forgotten; arrivals and departures are kept.
     void discardBatches();
     // Waits until everything that is in the queue now has been delivered. Not from inside a callback: returns at once.

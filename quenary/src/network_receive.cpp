@@ -10,6 +10,8 @@ namespace qny {
 
 namespace {
 
+// Of a long item, before all of it has come.
+constexpr size_t reservedBytes = 4 * 1024 * 1024;
 constexpr int messagesAtOnce = 256;
 constexpr int64_t renewalMilliseconds = 200;
 
@@ -265,9 +267,12 @@ bool Network::receiveData(Link& link, std::string_view payload, const std::share
         return false;
     };
 
+    // The pieces of a long item are put together without being moved again, unless it says that it is very long.
+    const auto makeRoom = [&link](size_t wanted) { link.partial.reserve(std::min(wanted, reservedBytes)); };
     // The rest of an item that began in an earlier piece.
     while (!link.partial.empty() && !stream.empty()) {
         const size_t wanted = link.partial.size() < sizeof(uint32_t) ? sizeof(uint32_t) : lengthOf(link.partial);
+        makeRoom(wanted);
         const size_t taken = std::min(wanted - link.partial.size(), stream.size());
         link.partial.append(stream.substr(0, taken));
         stream.remove_prefix(taken);
@@ -307,7 +312,9 @@ bool Network::receiveData(Link& link, std::string_view payload, const std::share
         at += length;
     }
     push(message, stream.substr(begin, at - begin), true);
-    link.partial.append(stream.substr(at));
+    const std::string_view begun = stream.substr(at);
+    makeRoom(begun.size() < sizeof(uint32_t) ? 0 : lengthOf(begun));
+    link.partial.append(begun);
     return true;
 }
 

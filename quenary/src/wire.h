@@ -196,15 +196,18 @@ public:
     Item& operator=(const Item&) = delete;
     ~Item()
     {
-        const auto length = static_cast<uint32_t>(m_into.size() - m_start - sizeof(uint32_t));
+        const auto length = static_cast<uint32_t>(m_into.size() - m_start - sizeof(uint32_t) + m_following);
         std::memcpy(m_into.data() + m_start, &length, sizeof length);
     }
 
     Writer* operator->() { return &m_writer; }
+    // Its last so many bytes stand elsewhere.
+    void isFollowedBy(size_t bytes) { m_following = bytes; }
 
 private:
     std::string& m_into;
     size_t m_start;
+    size_t m_following = 0;
     Writer m_writer;
 };
 
