@@ -221,7 +221,7 @@ private:
         old.theirSession = 0;
         old.acknowledged = old.readyReceived = old.readyAcknowledged = old.resendWanted = false;
         old.received = old.receivedBytes = old.receivedBytesTold = 0;
-        old.spokeAt = old.renewalSince = 0;
+        old.renewalSince = 0;
         old.partial = {};
         old.m_sent.clear();
         old.m_next = old.m_inFlight = 0;
@@ -240,7 +240,10 @@ private:
         }
     }
 
-    void receive(std::string_view bytes) { m_network->receiveMessage(std::make_shared<zmq::message_t>(bytes)); }
+    void receive(std::string_view bytes)
+    {
+        m_network->receiveMessage(std::make_shared<zmq::message_t>(bytes), "the connection");
+    }
 
     void say(wire::MessageType type, std::string_view payload)
     {
