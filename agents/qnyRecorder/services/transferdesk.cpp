@@ -44,7 +44,7 @@ void TransferDesk::exportChunk(const Call& call, Done done)
         session->agentUuid = call.caller.agentUuid;
     }
     session->isBusy = true;
-    _worker.post([this, call, session, done = std::move(done)] {
+    _worker.post([this, call, session, done = std::move(done)]() mutable {
         StoreResult result;
         const bool isFirst = call.boolean(4);
         if (isFirst || !session->reader) {
@@ -60,7 +60,8 @@ void TransferDesk::exportChunk(const Call& call, Done done)
             }
             result = csv::exportChunk(*session->reader, cursor, chunk);
         }
-        _with.postCommand([this, call, session, result, chunk, done] {
+        // When the answer goes, this thread holds nothing any more: the next call may delete the record.
+        _with.postCommand([this, call, session = std::move(session), result, chunk, done] {
             finishExport(call, session, result, chunk);
             done();
         });
@@ -126,10 +127,10 @@ void TransferDesk::append(const Call& call, Done done)
     feed(call, session, 1, std::move(done));
 }
 
-void TransferDesk::feed(const Call& call, const std::shared_ptr<Import>& session, size_t chunkArgument, Done done)
+void TransferDesk::feed(const Call& call, std::shared_ptr<Import> session, size_t chunkArgument, Done done)
 {
     session->isBusy = true;
-    _worker.post([this, call, session, chunkArgument, done = std::move(done)] {
+    _worker.post([this, call, session = std::move(session), chunkArgument, done = std::move(done)]() mutable {
         StoreResult result;
         if (!session->import) {
             session->import = csv::Import::resume(_with.store, session->recordUuid.toStdString(), result);
@@ -138,7 +139,7 @@ void TransferDesk::feed(const Call& call, const std::shared_ptr<Import>& session
             const QByteArray& chunk = call.bytes(chunkArgument);
             result = session->import->feed({ chunk.constData(), static_cast<size_t>(chunk.size()) });
         }
-        _with.postCommand([this, call, session, result, done] {
+        _with.postCommand([this, call, session = std::move(session), result, done] {
             finishImport(call, session, result);
             done();
         });

@@ -70,7 +70,7 @@ private:
     bool isInUse(const Session& session) const;
     void finishExport(const Call& call, const std::shared_ptr<Export>& session, const StoreResult& result,
         const csv::ExportChunk& chunk);
-    void feed(const Call& call, const std::shared_ptr<Import>& session, size_t chunkArgument, Done done);
+    void feed(const Call& call, std::shared_ptr<Import> session, size_t chunkArgument, Done done);
     void finishImport(const Call& call, const std::shared_ptr<Import>& session, const StoreResult& result);
 
     Dependencies _with;

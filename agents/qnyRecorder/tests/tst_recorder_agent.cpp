@@ -759,6 +759,23 @@ private slots:
         }
     }
 
+    // What exported or imported it last may not hold it any more when it has answered.
+    void aRecordMayBeDeletedAsSoonAsItsExportOrImportHasEnded()
+    {
+        const QByteArray token("host-id##import");
+        QByteArray rows = csvRows(100, "one");
+        rows.replace("\n", "\n\n");
+        for (int round = 0; round < 60; ++round) {
+            call("import", { QByteArray("short"), true, QByteArray(""), rows }, token);
+            const QString uuid = _host->reply("record_uuid", token.constData())->text(0);
+            if (round % 2 == 0) {
+                QVERIFY(_host->exported(_name, uuid) != "failed");
+            }
+            call("delete", { uuid.toUtf8() });
+            QVERIFY(recordOf(uuid).isEmpty());
+        }
+    }
+
     void anUnknownRecordIsExportedAsNothing()
     {
         call("export", { QByteArray("11111111-2222-3333-4444-555555555555"), 0, QByteArray(""), -1, true, false });
