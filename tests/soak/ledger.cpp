@@ -174,6 +174,7 @@ Account Ledger::settle(const MadeRecord& record)
         }
     }
 
+    const QHash<QString, qsizetype> losses = lossesOf(file.facts().value(QStringLiteral("completeness")));
     QHash<QString, std::pair<qsizetype, qsizetype>> missing; // by agent and output: the least and the most
     for (auto life = _lives.cbegin(); life != _lives.cend(); ++life) {
         for (auto output = life->published.cbegin(); output != life->published.cend(); ++output) {
@@ -193,14 +194,17 @@ Account Ledger::settle(const MadeRecord& record)
                 if (std::binary_search(numbers.cbegin(), numbers.cend(), publication.key())) {
                     continue;
                 }
+                if (publication.value() > window.start.askedUs && publication.value() <= window.stop.seenUs) {
+                    ++missing[name].second;
+                }
                 if (publication.key() < last) {
-                    missing[name].second += publication.value() > window.start.askedUs ? 1 : 0;
                     missing[name].first += isOwed ? 1 : 0;
                 } else if (isOwed) {
                     absent.append(QString::number(publication.key()));
                 }
             }
-            if (!absent.isEmpty()) {
+            // What was missed right before the end is known if the agent was met again in time.
+            if (!absent.isEmpty() && losses.value(name) < missing[name].first + absent.size()) {
                 account.faults.append(
                     QStringLiteral("%1 of %2 are neither recorded nor reported, from %3 to %4; recorded: %5 to %6")
                         .arg(absent.size())
@@ -210,7 +214,6 @@ Account Ledger::settle(const MadeRecord& record)
             }
         }
     }
-    const QHash<QString, qsizetype> losses = lossesOf(file.facts().value(QStringLiteral("completeness")));
     for (auto output = missing.cbegin(); output != missing.cend(); ++output) {
         const qsizetype reported = losses.value(output.key());
         if (reported < output->first) {
