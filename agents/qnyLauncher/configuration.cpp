@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "configuration.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QUuid>
+
+#include <sys/stat.h>
 
 namespace launcher {
 
@@ -43,7 +46,19 @@ QString programProblem(const QString& path)
     if (file.permission(QFileDevice::WriteOther)) {
         return QStringLiteral("anybody may write to %1: take that permission from it").arg(path);
     }
-    return {};
+    for (QDir folder = file.dir();; folder.cdUp()) {
+        // In one like /tmp nobody takes away or renames what is not theirs.
+        struct stat status {};
+        if (stat(QFile::encodeName(folder.path()).constData(), &status) == 0 && (status.st_mode & S_IWOTH) != 0
+            && (status.st_mode & S_ISVTX) == 0) {
+            return QStringLiteral("anybody may write into %1, and so put another program in place of %2: take that "
+                                  "permission from it")
+                .arg(folder.path(), path);
+        }
+        if (folder.isRoot()) {
+            return {};
+        }
+    }
 }
 
 template <class T> QString readNumber(const Number& number, const QString& text, T& into)

@@ -16,6 +16,8 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -44,7 +46,16 @@ void installLog()
 QString makePrivate(const QString& path)
 {
     const auto mine = QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner;
-    if (!QDir().mkpath(path) || !QFile::setPermissions(path, mine) || !QFileInfo(path).isWritable()) {
+    const bool isThere = QDir().mkpath(path);
+    // Where others may make folders and links, one of theirs must not lead to what is ours elsewhere.
+    struct stat itself {};
+    struct stat folder {};
+    const QByteArray name = QFile::encodeName(path);
+    if (isThere && lstat(name.constData(), &itself) == 0 && stat(name.constData(), &folder) == 0
+        && (folder.st_uid != geteuid() || (itself.st_uid != geteuid() && itself.st_uid != 0))) {
+        return QStringLiteral("%1 belongs to somebody else; name another with --state-directory").arg(path);
+    }
+    if (!isThere || !QFile::setPermissions(path, mine) || !QFileInfo(path).isWritable()) {
         return QStringLiteral("cannot make or write into %1; name another with --state-directory").arg(path);
     }
     return {};

@@ -165,8 +165,11 @@ template <class Function> void Network::_post(const char* senderName, const char
     }
     QMetaObject::invokeMethod(
         this,
-        [this, function] {
+        [this, function, asker = QByteArray(senderUuid)] {
             _waiting.fetch_sub(1);
+            if (_operators != nullptr) {
+                Q_EMIT hostEntered(asker); // it may have been no operator when it came
+            }
             function();
         },
         Qt::QueuedConnection);
@@ -237,7 +240,10 @@ void Network::_onAgent(qny_agent_event_t event, const qny_agent_info_t* agent, v
 {
     auto* const self = static_cast<Network*>(user);
     const QByteArray uuid = agent->uuid;
-    const bool isThere = event != QNY_AGENT_EXITED && !agent->stand_in && isHost(agent->definition);
+    // How agents ended, and what they said last, is for those who may start them. Who may only later is told from
+    // its first request on.
+    const bool mayHear = self->_operators == nullptr || qny_certificates_hold(self->_operators, agent->public_key);
+    const bool isThere = event != QNY_AGENT_EXITED && !agent->stand_in && mayHear && isHost(agent->definition);
     QMetaObject::invokeMethod(
         self,
         [self, uuid, isThere] {

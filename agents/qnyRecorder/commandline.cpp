@@ -9,6 +9,8 @@
 #include <QStandardPaths>
 #include <QUrl>
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 
 #include <quenary.h>
@@ -212,6 +214,38 @@ QString defaultDataDirectory(const QString& recorderName)
     }
     const QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     return QDir(base).filePath(QStringLiteral("qnyRecorder/") + folder);
+}
+
+QByteArrayList hidePassword(int argc, char* const* argv, const QString& password)
+{
+    const QByteArray mask("********");
+    const QByteArray value = password.toLocal8Bit();
+    QByteArrayList shown;
+    for (int i = 0; i < argc; ++i) {
+        shown.append(argv[i]);
+    }
+    const auto hide = [&](int argument, qsizetype begin) {
+        char* const text = argv[argument] + begin;
+        const size_t size = std::strlen(text);
+        std::memset(text, 0, size);
+        std::memset(text, '*', std::min(size, static_cast<size_t>(mask.size())));
+        shown[argument].truncate(begin);
+        shown[argument] += mask;
+    };
+    for (int i = 1; i < argc && !value.isEmpty() && shown.at(i) != "--"; ++i) {
+        const QByteArray argument = shown.at(i);
+        // "-va value": the last of several short options may be the one.
+        const bool isCluster = argument.startsWith('-') && !argument.startsWith("--") && argument.endsWith('a');
+        const bool isOption = argument == "--cassandra_password" || argument == "--a" || isCluster;
+        const QByteArray before = argument.chopped(std::min(value.size(), argument.size()));
+        if (isOption && i + 1 < argc && shown.at(i + 1) == value) {
+            hide(++i, 0);
+        } else if (argument.endsWith(value) && before.startsWith('-')
+            && (before.endsWith('a') || before.endsWith("a=") || before == "--cassandra_password=")) {
+            hide(i, before.size()); // "-avalue", "-vavalue", "--cassandra_password=value"
+        }
+    }
+    return shown;
 }
 
 CommandLine parseCommandLine(const QStringList& arguments)

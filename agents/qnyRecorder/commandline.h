@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <QByteArrayList>
 #include <QString>
 #include <QStringList>
 
@@ -57,6 +58,11 @@ struct CommandLine
 
 /// Reads the arguments, the program's own name first. Looks at no file and starts nothing.
 CommandLine parseCommandLine(const QStringList& arguments);
+
+/// Overwrites the password's value where it stands in the arguments of this process, which every user of the machine
+/// can read while it runs. The password as parseCommandLine() has read it. Returns the arguments as others may see
+/// them.
+QByteArrayList hidePassword(int argc, char* const* argv, const QString& password);
 
 /// The folder of one recorder below the platform's data location: any agent name gives a safe, distinct folder name.
 QString defaultDataDirectory(const QString& recorderName);

@@ -8,7 +8,11 @@
 #include <quenary.h>
 
 #include <atomic>
-#include <cstdio>
+#include <climits>
+#include <mutex>
+#include <poll.h>
+#include <unistd.h>
+#include <utility>
 
 namespace recorder {
 
@@ -32,16 +36,67 @@ const char* levelName(QtMsgType type)
     return "info";
 }
 
-/// Called from any thread; one fprintf a line keeps lines whole.
+/// What a foreign text may not do to the terminal or the file that the log is read in: begin a line of its own making,
+/// or control anything.
+QString harmless(QString text)
+{
+    for (QChar& character : text) {
+        const bool isHarmful
+            = character.category() == QChar::Other_Control || character.category() == QChar::Other_Format;
+        if (isHarmful && character != u'\n' && character != u'\t') {
+            character = u'?';
+        }
+    }
+    return text.replace(u'\n', QLatin1String("\n    "));
+}
+
+/// Standard error may be a pipe that nobody reads any more. A recorder must not stand still for its log, nor its
+/// network's thread: what finds no room is left out, and told when there is room again.
+class Output
+{
+public:
+    void write(const QByteArray& line)
+    {
+        const std::lock_guard lock(_mutex);
+        if (!hasRoom()) {
+            ++_leftOut;
+            return;
+        }
+        const quint64 leftOut = std::exchange(_leftOut, 0);
+        const QByteArray note
+            = leftOut == 0 ? QByteArray() : "(" + QByteArray::number(leftOut) + " lines found no room here)\n";
+        // As much as a pipe with room takes without waiting.
+        QByteArray text = note + line;
+        if (text.size() > PIPE_BUF) {
+            text = text.left(PIPE_BUF - 4) + "…\n";
+        }
+        [[maybe_unused]] const ssize_t written
+            = ::write(STDERR_FILENO, text.constData(), static_cast<size_t>(text.size()));
+    }
+
+private:
+    bool hasRoom()
+    {
+        // A reader that is busy is waited for; one that did not come is not, until it does.
+        constexpr int PATIENCE_MS = 250;
+        pollfd output { STDERR_FILENO, POLLOUT, 0 };
+        const int ready = poll(&output, 1, _leftOut == 0 ? PATIENCE_MS : 0);
+        return ready != 0;
+    }
+
+    std::mutex _mutex;
+    quint64 _leftOut = 0;
+};
+
+/// Called from any thread.
 void writeMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     if (type == QtDebugMsg && !isVerbose) {
         return;
     }
-    QString line = message;
-    line.replace(QLatin1Char('\n'), QLatin1String("\n    "));
+    static Output* const output = new Output; // outlives every thread that may still log
     const QByteArray time = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz")).toUtf8();
-    std::fprintf(stderr, "%s %s: %s\n", time.constData(), levelName(type), line.toUtf8().constData());
+    output->write(time + ' ' + levelName(type) + ": " + harmless(message).toUtf8() + '\n');
 }
 
 void writeNetworkMessage(qny_log_level_t level, const char* message, void*)

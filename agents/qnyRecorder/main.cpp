@@ -57,8 +57,9 @@ int main(int argc, char* argv[])
         return STATUS_BAD_COMMAND_LINE;
     }
     const Settings& settings = commandLine.settings;
+    const QByteArrayList shownArguments = hidePassword(argc, argv, settings.password);
     installLog(settings.verbose);
-    QString problem = Network::setCommandLine(argc, argv);
+    QString problem = Network::setCommandLine(shownArguments);
     if (!problem.isEmpty()) {
         return failed(problem);
     }

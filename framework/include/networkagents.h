@@ -22,6 +22,7 @@ struct CORVANE_EXPORT NetworkAgent
     QString definition; ///< JSON
     bool standIn = false;
     bool stoppable = false;
+    bool isOfThisMachine = false; ///< by the address from which it speaks, which it cannot make up as it can its name
 };
 Q_DECLARE_METATYPE(NetworkAgent)
 

@@ -5,6 +5,42 @@
 
 #include <quenary.h>
 
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <memory>
+#include <netinet/in.h>
+
+namespace {
+
+bool isAddressOfThisMachine(const QString& address)
+{
+    if (address.startsWith(QLatin1String("127."))) {
+        return true;
+    }
+    ifaddrs* first = nullptr;
+    if (getifaddrs(&first) != 0) {
+        return false;
+    }
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(first, &freeifaddrs);
+    const QByteArray wanted = address.toLatin1();
+    for (const ifaddrs* each = first; each != nullptr; each = each->ifa_next) {
+        const int family = each->ifa_addr == nullptr ? AF_UNSPEC : each->ifa_addr->sa_family;
+        const void* bytes = nullptr;
+        if (family == AF_INET) {
+            bytes = &reinterpret_cast<const sockaddr_in*>(each->ifa_addr)->sin_addr;
+        } else if (family == AF_INET6) {
+            bytes = &reinterpret_cast<const sockaddr_in6*>(each->ifa_addr)->sin6_addr;
+        }
+        char text[INET6_ADDRSTRLEN] = "";
+        if (bytes != nullptr && inet_ntop(family, bytes, text, sizeof text) != nullptr && wanted == text) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
 // The library's thread calls in here. It copies and posts; the application object outlives the observation, because the
 // observation ends in its post routine.
 struct NetworkAgentsCallback
@@ -27,6 +63,7 @@ struct NetworkAgentsCallback
         copy.definition = QString::fromUtf8(agent->definition);
         copy.standIn = agent->stand_in;
         copy.stoppable = agent->stoppable;
+        copy.isOfThisMachine = isAddressOfThisMachine(copy.address);
         QMetaObject::invokeMethod(self, [self, event, copy] { self->_onEvent(event, copy); }, Qt::QueuedConnection);
     }
 };
@@ -86,8 +123,8 @@ void NetworkAgents::_onEvent(int event, const NetworkAgent& agent)
         break;
     case QNY_AGENT_EXITED:
         if (isKnown) {
-            _agents.removeAt(index);
-            Q_EMIT agentExited(agent);
+            // As it was met: this machine may have another address by now.
+            Q_EMIT agentExited(_agents.takeAt(index));
         }
         break;
     default:

@@ -21,9 +21,13 @@ bool isAgentOf(const RunningAgentInfo* agent, const SystemViewClassInstance* ins
     return agent->name() == instance->name() && agent->familyUuid() == instance->familyUuid();
 }
 
+/// A machine is what its processes call it, but none is this one by its word alone: the launch lines of this machine
+/// are started here.
 QString hostNameOf(const NetworkAgent& agent)
 {
-    return agent.hostName.isEmpty() ? agent.address : agent.hostName;
+    const QString name = agent.hostName.isEmpty() ? agent.address : agent.hostName;
+    const bool isClaimed = name == NetworkConfiguration::instance()->localNetworkName();
+    return isClaimed && !agent.isOfThisMachine ? QStringLiteral("%1 (%2)").arg(name, agent.address) : name;
 }
 
 } // namespace

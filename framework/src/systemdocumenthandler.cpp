@@ -263,7 +263,14 @@ bool SystemDocumentHandler::_save(const QString& filePath)
     const QByteArray text = QJsonDocument(json).toJson(QJsonDocument::Indented);
     // Written beside the file and put in its place at the end: a full disk leaves the old file as it was.
     QSaveFile file(filePath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
+    const bool isNew = !QFileInfo::exists(filePath);
+    bool isSaved = file.open(QIODevice::WriteOnly);
+    if (isSaved && isNew) {
+        // Launch lines may hold passwords: it is its owner's alone. One that was there keeps its permissions.
+        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    }
+    isSaved = isSaved && file.write(text) == text.size() && file.commit();
+    if (!isSaved) {
         return _fail(tr("%1 could not be saved: %2. The file is as it was before; save under another name.")
                 .arg(QDir::toNativeSeparators(filePath), file.errorString()));
     }

@@ -72,6 +72,7 @@ inline NetworkAgent agent(const QString& uuid, const QString& name, const QStrin
     result.executable = QStringLiteral("/usr/bin/env");
     result.arguments = arguments;
     result.stoppable = true;
+    result.isOfThisMachine = true;
     return result;
 }
 

@@ -156,6 +156,8 @@ void TestSystemDocument::aSavedDocumentOpensAsItWas()
     QVERIFY(handler()->hasUnsavedChanges());
     QVERIFY2(handler()->saveDocumentAs(path), qUtf8Printable(handler()->errorText()));
     QVERIFY(!handler()->hasUnsavedChanges());
+    // Its launch lines may hold passwords
+    QCOMPARE(QFile::permissions(path) & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
     _plugin->text.clear();
     QVERIFY2(handler()->openDocument(path), qUtf8Printable(handler()->errorText()));
 

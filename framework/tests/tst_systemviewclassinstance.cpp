@@ -46,6 +46,7 @@ private Q_SLOTS:
     void aRemoteLaunchLineCanBeLaunchedThroughALauncher();
     void aMaskedLaunchLineCannotBeLaunched();
     void aRunningAgentJoinsTheInstanceOfItsNameAndFamily();
+    void anAgentOfAnotherMachineThatTakesTheNameOfThisOneBringsNoLaunchLineHere();
     void aRunningAgentWithAMaskedPasswordKeepsTheLaunchLine();
     void aRunningAgentThatLeavesIsAnnouncedWhileItLives();
     void aStandInLeavesNoLaunchLineAndDoesNotCountAsRunning();
@@ -310,6 +311,22 @@ void TestSystemViewClassInstance::aRunningAgentJoinsTheInstanceOfItsNameAndFamil
     entered(here);
     QCOMPARE(created.count(), 2);
     QCOMPARE(handler()->currentSystemDocument()->unplacedAgents().size(), 2);
+}
+
+void TestSystemViewClassInstance::anAgentOfAnotherMachineThatTakesTheNameOfThisOneBringsNoLaunchLineHere()
+{
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    NetworkAgent stranger = agent("a1", "Sensor", SENSOR_FAMILY, localName(), { "-c", "harm" });
+    stranger.address = "192.0.2.9";
+    stranger.isOfThisMachine = false;
+    entered(stranger);
+    QCOMPARE(sensor->runningAgentInfos().size(), 1);
+    const RunningAgentInfo* info = sensor->runningAgentInfos().at(0);
+    QVERIFY(!info->isAttachedToCorvane());
+    QCOMPARE(info->host()->networkName(), localName() + " (192.0.2.9)");
+    const EncounteredAgentsOnHost* here = sensor->encounteredAgentsOnHostAttachedToCorvane();
+    QVERIFY(here == nullptr || here->encounteredAgentInfos().isEmpty());
+    QVERIFY(!sensor->encounteredAgentsOnHosts().constLast()->encounteredAgentInfos().at(0)->canBeLaunched());
 }
 
 void TestSystemViewClassInstance::aRunningAgentWithAMaskedPasswordKeepsTheLaunchLine()

@@ -88,7 +88,8 @@ typedef struct qny_options {
     const char *host_name;       /* name shown for this machine; null: QNY_HOST_NAME, else the system's host name */
     size_t max_message_bytes;    /* bound on one call or publication, here and from others; 0: 64 MiB */
     size_t max_peer_queue_bytes; /* publications waiting for one slow peer; beyond it they are lost, and counted by the
-                                    receiver; calls are never lost so; 0: 256 MiB */
+                                    receiver; calls are never lost so, but a peer that lets four times as much wait
+                                    (64 MiB at least) is cut off; 0: 256 MiB */
     const char *private_certificate;  /* path of this peer's certificate with its secret half; null or "": QNY_PRIVATE_CERTIFICATE */
     const char *public_certificates;  /* directory of the public certificates of the peers that are let in; null or "":
                                          QNY_PUBLIC_CERTIFICATES. With neither there is no security; one alone is refused */

@@ -2,6 +2,7 @@
 #include "core.h"
 
 #include "network.h"
+#include "security/security.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -121,6 +122,10 @@ qny_result_t Core::start(const Options& wanted)
     self->processId = getpid();
     self->maxMessageBytes = wanted.maxMessageBytes;
     self->certificate = made->ownCertificate();
+    if (self->certificate) {
+        self->uuid = Security::peerUuid(*self->certificate);
+        self->uuidText = toText(self->uuid);
+    }
     defaultAgent();
     for (const auto& [uuid, agent] : m_agents) {
         if (agent->activated) {

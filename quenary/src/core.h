@@ -105,6 +105,8 @@ public:
     void tellDropped(const PeerPtr& peer);
     // What a peer asks of us, or this process of itself.
     void subscribe(const PeerPtr& peer, uint64_t id, Subscription subscription);
+    // It lets wait more than publications may take and everything that can be asked for once, twice over.
+    bool asksTooMuch(const Peer& peer) const;
     void unsubscribe(const PeerPtr& peer, uint64_t id);
     // The items that open the stream to a peer: our agents.
     void openStream(const PeerPtr& peer);

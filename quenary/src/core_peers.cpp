@@ -26,6 +26,15 @@ void describePeer(AgentRecord& record, const Peer& peer)
     }
 }
 
+size_t descriptionBytes(const AgentRecord& record)
+{
+    size_t bytes = record.definition.size() + record.executable.size();
+    for (const std::string& argument : record.arguments) {
+        bytes += argument.size() + sizeof argument;
+    }
+    return bytes;
+}
+
 void put(Peer& peer, const AgentRecordPtr& record)
 {
     auto table = std::make_shared<AgentTable>(*peer.agents);
@@ -53,6 +62,7 @@ void Core::peerDown(const PeerPtr& pointer, bool fellSilent)
         }
     }
     peer->agents = std::make_shared<AgentTable>();
+    peer->describedBytes = 0;
     peer->up = false;
     peer->open = false;
     peer->pieces.clear();
@@ -84,8 +94,14 @@ bool Core::agentChanged(const PeerPtr& peer, AgentRecord record)
         return false;
     }
     describePeer(record, *peer);
+    const size_t bytes = descriptionBytes(record);
+    const auto it = peer->agents->find(record.uuid);
+    const size_t bytesBefore = it == peer->agents->end() ? 0 : descriptionBytes(*it->second);
+    if (!peer->isSelf && peer->describedBytes - bytesBefore + bytes > wire::maxDescriptionBytes) {
+        return false;
+    }
+    peer->describedBytes += bytes - bytesBefore;
     const auto known = std::make_shared<const AgentRecord>(std::move(record));
-    const auto it = peer->agents->find(known->uuid);
     const AgentRecordPtr before = it == peer->agents->end() ? nullptr : it->second;
     owners[known->uuid] = peer.get();
     put(*peer, known);
@@ -115,6 +131,7 @@ void Core::agentGone(const PeerPtr& peer, const Uuid& uuid)
     auto table = std::make_shared<AgentTable>(*peer->agents);
     table->erase(uuid);
     peer->agents = std::move(table);
+    peer->describedBytes -= descriptionBytes(*record);
     owners.erase(uuid);
     if (peer->up) {
         dispatcher.push(AgentChange { QNY_AGENT_EXITED, record, peer });

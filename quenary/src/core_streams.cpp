@@ -130,6 +130,20 @@ void Core::subscribe(const PeerPtr& peer, uint64_t id, Subscription wanted)
     peer->subscriptions.emplace(id, std::move(wanted));
 }
 
+bool Core::asksTooMuch(const Peer& peer) const
+{
+    if (peer.queuedBytes <= options.maxPeerQueueBytes) {
+        return false;
+    }
+    size_t values = 0;
+    for (const auto& [uuid, agent] : m_agents) {
+        for (const auto& output : agent->outputs) {
+            values += output->value.size() + itemHeadBytes;
+        }
+    }
+    return peer.queuedBytes > options.maxPeerQueueBytes + 2 * values;
+}
+
 void Core::unsubscribe(const PeerPtr& peer, uint64_t id)
 {
     const auto it = peer->subscriptions.find(id);

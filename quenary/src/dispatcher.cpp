@@ -252,7 +252,7 @@ void Dispatcher::run(Lock& lock, Batch& batch)
     }
     std::string_view rest = batch.items;
     const uint64_t epoch = m_core.epoch;
-    while (!rest.empty() && !m_ending && epoch == m_core.epoch) {
+    while (!rest.empty() && !m_ending && epoch == m_core.epoch && !batch.peer->isCutOff) {
         wire::Reader reader(rest);
         const auto length = reader.number<uint32_t>();
         const std::string_view body = reader.bytes(length);
@@ -290,7 +290,7 @@ bool Dispatcher::runItem(Lock& lock, const Batch& batch, wire::ItemKind kind, st
     case wire::ItemKind::Last:
         return runLast(lock, batch, payload);
     case wire::ItemKind::Gap:
-        return runGap(payload);
+        return runGap(batch, payload);
     case wire::ItemKind::Call:
         return runCall(lock, batch, payload);
     case wire::ItemKind::StopRequest:
@@ -446,13 +446,19 @@ bool Dispatcher::runLast(Lock& lock, const Batch& batch, std::string_view payloa
     return true; // an answer to a subscription that was withdrawn meanwhile is no fault
 }
 
-bool Dispatcher::runGap(std::string_view payload)
+bool Dispatcher::runGap(const Batch& batch, std::string_view payload)
 {
     wire::Reader reader(payload);
     const auto nameLength = reader.number<uint8_t>();
     const std::string_view key = reader.bytes(sizeof(Uuid) + nameLength);
     const auto sequence = reader.number<uint64_t>();
     if (!reader.atEnd()) {
+        return false;
+    }
+    Uuid agent {};
+    std::memcpy(agent.data(), key.data(), agent.size());
+    // Whoever could say it of another's output would silence it: what that publishes next would count as seen.
+    if (!batch.agents->contains(agent)) {
         return false;
     }
     uint64_t lost = 0;
@@ -467,8 +473,6 @@ bool Dispatcher::runGap(std::string_view payload)
             }
         }
     }
-    Uuid agent {};
-    std::memcpy(agent.data(), key.data(), agent.size());
     if (const auto it = m_core.monitors.find(agent); it != m_core.monitors.end()) {
         const auto count = it->second->outputs.find(key.substr(sizeof(Uuid)));
         if (count != it->second->outputs.end() && sequence > count->second.sequence) {

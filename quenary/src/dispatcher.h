@@ -83,7 +83,7 @@ private:
     bool runItem(Lock& lock, const Batch& batch, wire::ItemKind kind, std::string_view payload);
     bool runPublication(Lock& lock, const Batch& batch, std::string_view payload);
     bool runLast(Lock& lock, const Batch& batch, std::string_view payload);
-    bool runGap(std::string_view payload);
+    bool runGap(const Batch& batch, std::string_view payload);
     bool runCall(Lock& lock, const Batch& batch, std::string_view payload);
     bool runStopRequest(Lock& lock, const Batch& batch, std::string_view payload);
 

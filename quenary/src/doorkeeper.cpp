@@ -2,11 +2,13 @@
 #include "doorkeeper.h"
 
 #include "report.h"
+#include "wire.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
+#include <linux/tcp.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -21,6 +23,11 @@ namespace {
 constexpr rlim_t wantedDescriptors = 4096;
 constexpr int eventsAtOnce = 4096;
 constexpr int mostRefused = 1000;
+constexpr int64_t lookMilliseconds = 100;
+// What may come of one connection before the end of a message: a message, and what makes it up on the way.
+constexpr uint64_t mostOfAStranger = 2 * wire::maxMessageBytes;
+// Of a peer all that it may send ahead: it may have been this process that stood still.
+constexpr uint64_t mostOfAPeer = 16 * wire::maxMessageBytes;
 
 struct End
 {
@@ -60,6 +67,13 @@ uint16_t portOfOurEnd(int fd)
 uint16_t portOfOtherEnd(int fd)
 {
     return otherEnd(fd).port;
+}
+
+uint64_t bytesReceived(int fd)
+{
+    tcp_info info {};
+    socklen_t size = sizeof info;
+    return getsockopt(fd, IPPROTO_TCP, TCP_INFO, &info, &size) == 0 ? info.tcpi_bytes_received : 0;
 }
 
 void raiseDescriptorLimit()
@@ -169,6 +183,26 @@ bool Doorkeeper::speaksFor(int fd, std::string_view routingId, const Uuid& peer)
         visitor.peer = peer;
     }
     return *visitor.peer == peer;
+}
+
+void Doorkeeper::endEndless(const IsPeers& isPeers, int64_t now)
+{
+    if (now < m_nextLook) {
+        return;
+    }
+    m_nextLook = now + lookMilliseconds;
+    for (auto& [fd, visitor] : m_visitors) {
+        const uint64_t bytes = bytesReceived(fd);
+        const auto place = static_cast<size_t>(fd);
+        if ((place < m_heard.size() && m_heard[place]) || bytes < visitor.bytes) {
+            visitor.bytes = bytes;
+        } else if (!visitor.isEnded && bytes - visitor.bytes > mostOfAStranger
+            && (bytes - visitor.bytes > mostOfAPeer || !isPeers(fd, visitor.port))) {
+            visitor.isEnded = end(fd, visitor);
+            logWarning("a connection was ended that sends a message without an end");
+        }
+    }
+    m_heard.assign(m_heard.size(), false);
 }
 
 void Doorkeeper::refuse(int fd)

@@ -7,12 +7,14 @@
 #include "connection_monitor.h"
 #include "text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 #include <zmq.hpp>
 
 namespace qny {
@@ -22,6 +24,8 @@ namespace qny {
 void raiseDescriptorLimit();
 // 0 when the descriptor is no connection.
 uint16_t portOfOtherEnd(int fd);
+// That came by a connection so far, read or not; 0 when the system does not say.
+uint64_t bytesReceived(int fd);
 
 class Doorkeeper
 {
@@ -51,6 +55,17 @@ public:
     // id is the inbox's own name of the connection: messages of one that is gone may still come when its descriptor is
     // another's.
     bool speaksFor(int fd, std::string_view routingId, const Uuid& peer);
+    // A whole message of it was read.
+    void heard(int fd)
+    {
+        if (fd >= 0) {
+            m_heard.resize(std::max(m_heard.size(), static_cast<size_t>(fd) + 1));
+            m_heard[static_cast<size_t>(fd)] = true;
+        }
+    }
+    // Ends those that go on sending and never come to the end of a message: one may have parts without number, and
+    // ZeroMQ keeps them all until the last. To be called when what was whole has been read.
+    void endEndless(const IsPeers& isPeers, int64_t now);
     // Something that it sent was refused. Who goes on and on with that is ended.
     void refuse(int fd);
 
@@ -63,6 +78,7 @@ private:
         std::string routingId {}; // of the connection on which that was said
         std::optional<Uuid> peer {};
         int refused = 0;
+        uint64_t bytes = 0; // that had come when a message of it was read last, or soon after
         bool isEnded = false; // by us; it is told when it is gone
     };
     void enter(int fd);
@@ -72,6 +88,8 @@ private:
     uint16_t m_port = 0;
     uint64_t m_count = 0;
     std::map<int, Visitor> m_visitors; // by descriptor
+    std::vector<bool> m_heard; // by descriptor, since the last look
+    int64_t m_nextLook = 0;
 };
 
 } // namespace qny

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "explicit_peer.h"
 
+#include "report.h"
 #include "security/security.h"
 
 namespace qny {
@@ -21,6 +22,7 @@ ExplicitPeer::ExplicitPeer(
     : m_context(context)
     , m_endpoint(std::move(endpoint))
     , m_place(std::move(place))
+    , m_port(static_cast<uint16_t>(std::stoul(m_place.substr(m_place.rfind(':') + 1))))
     , m_ipv6(ipv6)
     , m_security(security)
 {
@@ -47,7 +49,10 @@ void ExplicitPeer::connect()
     if (m_security) {
         m_security->secureClient(m_socket, *m_certificate);
     }
-    m_monitor = std::make_unique<ConnectionMonitor>(m_context, m_socket, ConnectionMonitor::handshakeFailures);
+    OneWay::prepare(m_socket);
+    m_oneWay = {};
+    m_monitor = std::make_unique<ConnectionMonitor>(
+        m_context, m_socket, OneWay::events | ConnectionMonitor::handshakeFailures);
     m_socket.connect(m_endpoint);
 }
 
@@ -74,6 +79,10 @@ ConnectionEnd ExplicitPeer::tend(int64_t now)
 {
     ConnectionEnd end = ConnectionEnd::None;
     while (const auto event = m_monitor ? m_monitor->next() : std::nullopt) {
+        if (event->kind == ZMQ_EVENT_CONNECTED) {
+            m_oneWay.connected(static_cast<int>(event->value), now);
+            continue;
+        }
         if (event->isOtherMechanism()) {
             end = ConnectionEnd::OtherMechanism;
         } else if (event->isNotLetIn()) {
@@ -84,6 +93,13 @@ ConnectionEnd ExplicitPeer::tend(int64_t now)
         if (!m_security || event->isRefusal()) {
             m_nextTry = now + pauseMilliseconds;
         }
+    }
+    if (m_oneWay.isMisused(m_port, now)) {
+        logWarning("the peer at " + m_place + " sends where it should only listen");
+        m_monitor.reset();
+        m_socket.close();
+        m_failed = true;
+        m_nextTry = now + pauseMilliseconds;
     }
     if (m_security) {
         const bool isGone = m_certificate && !m_security->find(m_certificate->publicKey);

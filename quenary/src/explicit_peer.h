@@ -3,6 +3,7 @@
 #pragma once
 
 #include "connection_monitor.h"
+#include "one_way.h"
 #include "security/certificate.h"
 
 #include <memory>
@@ -41,11 +42,13 @@ private:
     zmq::context_t& m_context;
     const std::string m_endpoint;
     const std::string m_place;
+    const uint16_t m_port;
     const bool m_ipv6;
     const Security* const m_security;
     std::vector<CertificatePtr> m_round; // still to be tried
     CertificatePtr m_certificate; // being tried, or found
     zmq::socket_t m_socket;
+    OneWay m_oneWay;
     std::unique_ptr<ConnectionMonitor> m_monitor; // of that socket; null while there is none
     bool m_failed = false;
     int64_t m_nextTry = 0;

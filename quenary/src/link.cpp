@@ -80,8 +80,8 @@ Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const 
     , m_address(to.address)
     , m_port(to.port)
     , m_socket(context, zmq::socket_type::dealer)
-    , m_monitor(
-          context, m_socket, ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_CLOSED | ConnectionMonitor::handshakeFailures)
+    , m_monitor(context, m_socket,
+          OneWay::events | ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_CLOSED | ConnectionMonitor::handshakeFailures)
 {
     m_peer->uuid = to.uuid;
     m_peer->uuidText = toText(to.uuid);
@@ -90,6 +90,7 @@ Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const 
     if (security) {
         security->secureClient(m_socket, *to.certificate);
     }
+    OneWay::prepare(m_socket);
     // Nothing is queued for a connection that does not stand; the stream is kept here and sent again where it got lost.
     m_socket.set(zmq::sockopt::immediate, true);
     m_socket.set(zmq::sockopt::linger, 0);
@@ -264,6 +265,10 @@ ConnectionEnd Link::endSeen()
         }
         if (event->isRefusal()) {
             return ConnectionEnd::Refused;
+        }
+        if (event->kind == ZMQ_EVENT_CONNECTED) {
+            m_oneWay.connected(static_cast<int>(event->value), steadyMilliseconds());
+            continue;
         }
         m_refusals = event->kind == ZMQ_EVENT_HANDSHAKE_SUCCEEDED ? 0 : m_refusals + 1;
     }

@@ -5,6 +5,7 @@
 
 #include "connection_monitor.h"
 #include "model.h"
+#include "one_way.h"
 
 #include <deque>
 #include <memory>
@@ -94,9 +95,12 @@ public:
     uint64_t receivedBytesTold = 0;
     bool resendWanted = false;
     std::string partial; // an item that is not whole yet
+    bool isGreedy = false; // it asks and asks, and does not take what it gets
 
     // ---- the connections -------------------------------------------------------------------------------------------
     ConnectionEnd endSeen();
+    // It sends where it should only listen.
+    bool isMisused(int64_t now) { return m_oneWay.isMisused(m_port, now); }
     // The connection on which they speak to us, as far as known: its descriptor, and the port at their end.
     int inboundFd = -1;
     uint16_t inboundPort = 0;
@@ -120,6 +124,7 @@ private:
     zmq::socket_t m_socket;
     ConnectionMonitor m_monitor;
     bool m_blocked = false;
+    OneWay m_oneWay;
     int m_refusals = 0;
     // Pieces that were taken from the queue and are not consumed by the other side yet.
     std::deque<Piece> m_sent;

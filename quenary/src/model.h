@@ -271,7 +271,9 @@ struct Peer
     // When it last said something of this very link, by steadyMilliseconds(). Written by the network thread, without
     // the lock.
     std::atomic<int64_t> spokeAt = 0;
+    bool isCutOff = false; // its certificate was taken away: what it said before and nobody has heard yet is dropped
     AgentTablePtr agents = std::make_shared<AgentTable>();
+    size_t describedBytes = 0; // by what was said of them
 
     // Its interest in our outputs.
     std::unordered_map<uint64_t, Subscription> subscriptions;

@@ -23,6 +23,8 @@ constexpr int64_t probeMilliseconds = 1000;
 constexpr int64_t standstillMilliseconds = 1500;
 constexpr int64_t farewellMilliseconds = 500;
 constexpr size_t marksAtOnce = 8192;
+constexpr size_t queuesOfTheDead = 4;
+constexpr size_t leastQueueBytes = size_t { 16 } * 1024 * 1024;
 
 std::string inBrackets(const std::string& host)
 {
@@ -326,18 +328,33 @@ void Network::tick(int64_t now)
         m_marksLeft = marksAtOnce;
     }
     std::vector<Uuid> silent;
+    std::vector<std::pair<Uuid, const char*>> hostile;
     for (const auto& [uuid, link] : m_links) {
         if (now - link->lastHeard > silenceMilliseconds) {
             silent.push_back(uuid);
+        } else if (takesNothing(*link)) {
+            hostile.emplace_back(uuid, "too much waits that it does not take");
+        } else if (link->isMisused(now)) {
+            hostile.emplace_back(uuid, "it sends where it should only listen");
         } else {
             serve(*link, now);
         }
+    }
+    for (const auto& [uuid, why] : hostile) {
+        drop(uuid, why, true);
     }
     for (const Uuid& uuid : silent) {
         drop(uuid, "nothing was heard of it for " + std::to_string(silenceMilliseconds) + " ms", true);
     }
     sendBeacon(now);
     probeExplicitPeers(now);
+}
+
+// Answers are never dropped while a peer lives; one that asks and asks and takes none of them counts as dead.
+bool Network::takesNothing(const Link& link) const
+{
+    const std::lock_guard lock(m_core.mutex);
+    return link.peer()->queuedBytes > std::max(m_core.options.maxPeerQueueBytes, leastQueueBytes) * queuesOfTheDead;
 }
 
 void Network::serve(Link& link, int64_t now)
@@ -403,7 +420,7 @@ void Network::drop(const Uuid& uuid, const std::string& why, bool fellSilent)
     }
     const Link& link = *it->second;
     if (link.peer()->open) {
-        logInfo("peer " + link.peer()->uuidText + " (" + link.peer()->hostName + ", process "
+        logInfo("peer " + link.peer()->uuidText + " (" + printable(link.peer()->hostName) + ", process "
             + std::to_string(link.peer()->processId) + ") is gone: " + why);
         const std::lock_guard lock(m_core.mutex);
         m_core.peerDown(link.peer(), fellSilent);

@@ -65,6 +65,7 @@ private:
     void sendBeacon(int64_t now);
     void probeExplicitPeers(int64_t now);
     void tick(int64_t now);
+    bool takesNothing(const Link& link) const;
     void serve(Link& link, int64_t now);
     void drop(const Uuid& uuid, const std::string& why, bool fellSilent);
     void leave();
@@ -91,6 +92,8 @@ private:
     void refreshCertificates();
     void attendDoor();
     void endStrangers(size_t most);
+    void endEndless();
+    bool isPeers(int fd, uint16_t port) const;
     bool speaksForItself(const zmq::message_t& message, std::string_view routingId, const wire::Header& header);
     // One that carries messages of the peer's own, which nobody else can make up.
     static void noteConnection(Link& link, const zmq::message_t& message);
@@ -127,6 +130,7 @@ private:
     // How many more marks of beacons may be looked at before the next refill: a flood of them must not cost more.
     size_t m_marksLeft = 0;
     int64_t m_marksRefill = 0;
+    int m_fullRounds = 0; // since the inbox was empty
     bool m_otherMechanismTold = false;
     std::set<std::string> m_told; // endpoints of which the log has said that nothing comes of them
 };

@@ -13,6 +13,7 @@ namespace {
 // Of a long item, before all of it has come.
 constexpr size_t reservedBytes = 4 * 1024 * 1024;
 constexpr int messagesAtOnce = 256;
+constexpr int roundsOfAll = 8;
 constexpr int64_t renewalMilliseconds = 200;
 
 // Who still speaks by the old session has not opened a new one: somebody else says so in its name.
@@ -41,6 +42,7 @@ void Network::receive()
     for (int i = 0; i < messagesAtOnce; ++i) {
         zmq::message_t routing;
         if (!m_inbox.recv(routing, zmq::recv_flags::dontwait)) {
+            endEndless();
             return;
         }
         // One part after the connection's id. More is no message of ours.
@@ -54,14 +56,26 @@ void Network::receive()
                 (void)m_inbox.recv(rest, zmq::recv_flags::dontwait);
             }
         }
+        const int fd = zmq_msg_get(body->handle(), ZMQ_SRCFD);
+        m_door->heard(fd);
         if (!sound) {
-            m_door->refuse(zmq_msg_get(routing.handle(), ZMQ_SRCFD));
+            m_door->refuse(fd);
             const std::lock_guard lock(m_core.mutex);
             m_core.refuse("a message of several parts from " + peerAddress(*body));
             continue;
         }
         receiveMessage(body, routing.to_string_view());
     }
+    // There is more, of each connection in turn: after some rounds each that had a message was heard.
+    if (++m_fullRounds >= roundsOfAll) {
+        endEndless();
+    }
+}
+
+void Network::endEndless()
+{
+    m_fullRounds = 0;
+    m_door->endEndless([this](int fd, uint16_t port) { return isPeers(fd, port); }, steadyMilliseconds());
 }
 
 void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std::string_view routingId)
@@ -293,7 +307,7 @@ bool Network::receiveData(Link& link, std::string_view payload, const std::share
     // Whole items: those for the callback thread go to it in one batch as long as no control item lies between.
     size_t begin = 0;
     size_t at = 0;
-    while (stream.size() - at >= sizeof(uint32_t)) {
+    while (stream.size() - at >= sizeof(uint32_t) && !link.isGreedy) {
         const std::string_view rest = stream.substr(at);
         if (tooLong(rest)) {
             return false;
@@ -315,7 +329,7 @@ bool Network::receiveData(Link& link, std::string_view payload, const std::share
     const std::string_view begun = stream.substr(at);
     makeRoom(begun.size() < sizeof(uint32_t) ? 0 : lengthOf(begun));
     link.partial.append(begun);
-    return true;
+    return !link.isGreedy;
 }
 
 bool Network::isControl(std::string_view item)
@@ -359,7 +373,7 @@ bool Network::receiveControl(Link& link, std::string_view item)
             !definition.empty()) {
             refuse("the agent " + record.name + " with a definition of which " + definition);
         } else if (!m_core.agentChanged(peer, std::move(record))) {
-            refuse("an agent whose uuid another process has, or one agent too many,");
+            refuse("an agent whose uuid another process has, or one agent too many or with too much to say,");
         }
         break;
     }
@@ -400,6 +414,10 @@ bool Network::receiveControl(Link& link, std::string_view item)
     }
     default:
         break;
+    }
+    if (m_core.asksTooMuch(*peer)) {
+        refuse("a request on top of many whose answers wait to be taken");
+        link.isGreedy = true;
     }
     if (link.readyReceived && link.readyAcknowledged && !peer->up) {
         m_core.peerUp(peer);

@@ -37,6 +37,9 @@ bool Network::isGenuine(const wire::Header& header, const zmq::message_t& messag
         }
     }
     certificate = m_security->find(key);
+    if (certificate && !Security::fits(header.sender, *certificate)) {
+        return false;
+    }
     if (certificate && it != m_links.end()) {
         m_links.erase(it);
     }
@@ -78,6 +81,10 @@ void Network::refreshCertificates()
         }
     }
     for (const Uuid& uuid : removed) {
+        {
+            const std::lock_guard lock(m_core.mutex);
+            m_links.at(uuid)->peer()->isCutOff = true;
+        }
         drop(uuid, "its certificate is not let in any more", true);
     }
     if (change == Security::Change::Removed) {
@@ -92,12 +99,13 @@ void Network::refreshCertificates()
 // Connections of which it is not known that they are a peer's.
 void Network::endStrangers(size_t most)
 {
-    m_door->endStrangers(
-        [this](int fd, uint16_t port) {
-            return std::ranges::any_of(m_links,
-                [&](const auto& each) { return each.second->inboundFd == fd && each.second->inboundPort == port; });
-        },
-        most);
+    m_door->endStrangers([this](int fd, uint16_t port) { return isPeers(fd, port); }, most);
+}
+
+bool Network::isPeers(int fd, uint16_t port) const
+{
+    return std::ranges::any_of(
+        m_links, [&](const auto& each) { return each.second->inboundFd == fd && each.second->inboundPort == port; });
 }
 
 void Network::noteConnection(Link& link, const zmq::message_t& message)
@@ -132,6 +140,9 @@ void Network::receiveBeacon(const wire::Beacon& beacon, const std::string& from)
     }
     m_marksLeft -= m_security->known().byKey.size();
     if (CertificatePtr certificate = m_security->sender(beacon, from)) {
+        if (!Security::fits(beacon.sender, *certificate)) {
+            return;
+        }
         hint({ beacon.sender, from, beacon.port, std::move(certificate) }, Hint::Beacon);
         return;
     }

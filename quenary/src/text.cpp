@@ -170,6 +170,11 @@ Uuid newUuid()
 {
     Uuid uuid;
     fillRandom(uuid.data(), uuid.size());
+    return asUuid(uuid);
+}
+
+Uuid asUuid(Uuid uuid)
+{
     uuid[6] = static_cast<uint8_t>((uuid[6] & 0x0F) | 0x40);
     uuid[8] = static_cast<uint8_t>((uuid[8] & 0x3F) | 0x80);
     return uuid;

@@ -33,6 +33,8 @@ struct UuidHash
 };
 
 Uuid newUuid();
+// With the bits by which a random uuid is told for one.
+Uuid asUuid(Uuid uuid);
 uint64_t randomNumber();
 // Lower case, without braces.
 std::string toText(const Uuid& uuid);

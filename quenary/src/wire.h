@@ -76,6 +76,8 @@ constexpr uint8_t callHasToken = 1;
 
 constexpr size_t maxAgentsPerPeer = 1024;
 constexpr size_t maxDefinitionBytes = 1024 * 1024;
+// Of all agents of a peer together, each with the command line that is shown with it.
+constexpr size_t maxDescriptionBytes = 64 * 1024 * 1024;
 constexpr size_t maxArguments = 1024;
 constexpr size_t maxCommandLineArguments = 4096;
 constexpr size_t maxCommandLineBytes = 256 * 1024;

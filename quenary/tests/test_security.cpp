@@ -2,6 +2,7 @@
 // A secured network: who meets whom, and what happens while certificates come and go.
 #include "securednetwork.h"
 
+#include <cstring>
 #include <zmq.h>
 
 using namespace test;
@@ -197,6 +198,51 @@ TEST_F(Security, ARemovedKeyIsCutOffWithinASecondAndNobodyElseIsDisturbed)
     }
     qny_mapping_remove_with_name("from outgoing", "outgoing", "number");
     qny_mapping_remove_with_name("from staying", "staying", "number");
+}
+
+TEST_F(Security, WhatWasSaidAndNotHeardBeforeAKeyWasRemovedIsNotHeardAfter)
+{
+    struct Gate
+    {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool isOpen = false;
+        int calls = 0;
+    } gate;
+    qny_service_init(
+        "work",
+        [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
+            auto& at = *static_cast<Gate*>(user);
+            std::unique_lock lock(at.mutex);
+            ++at.calls;
+            at.changed.notify_all();
+            at.changed.wait(lock, [&] { return at.isOpen; });
+        },
+        &gate);
+    make("outgoing");
+    LogWatch log;
+    ASSERT_EQ(startMe(), QNY_SUCCESS) << qny_last_error();
+    AgentWatch watch;
+    PeerProcess outgoing("outgoing", by("outgoing"));
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "outgoing")) << log.all();
+    ASSERT_FALSE(outgoing.expect({ "entered", "me" }, 10s).empty());
+    for (const char* const each : { "first", "second", "third" }) {
+        outgoing.ask({ "call", "me", "work", "", each });
+    }
+    {
+        std::unique_lock lock(gate.mutex);
+        ASSERT_TRUE(gate.changed.wait_for(lock, 5s, [&] { return gate.calls == 1; }));
+    }
+    forbid("outgoing");
+    EXPECT_TRUE(log.hears("its certificate is not let in any more")) << log.all();
+    {
+        const std::lock_guard lock(gate.mutex);
+        gate.isOpen = true;
+    }
+    gate.changed.notify_all();
+    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "outgoing"));
+    EXPECT_EQ(gate.calls, 1) << "the others waited while the first was worked on";
+    qny_service_remove("work");
 }
 
 TEST_F(Security, ACertificateThatIsExchangedCutsOffTheOldKeyAndLetsInTheNew)
@@ -481,6 +527,35 @@ TEST_F(Security, NothingNewCountsInADirectoryThatAnybodyMayWriteInto)
     EXPECT_TRUE(watch.wait(QNY_AGENT_EXITED, "pump")) << "what is taken away counts";
     std::filesystem::permissions(folder.file("known"), std::filesystem::perms::owner_all);
     EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "intruder"));
+}
+
+TEST_F(Security, WhatAnybodyMayExchangeFromAboveDoesNotCount)
+{
+    // Neither the private file nor the directory themselves are open; a folder above them is.
+    ASSERT_EQ(chmod(folder.path.c_str(), 0777), 0);
+    EXPECT_EQ(startMe(), QNY_ERROR_SECURITY);
+    EXPECT_NE(
+        std::strstr(qny_last_error(), (privateFile("me") + ": anybody may write into " + folder.path).c_str()), nullptr)
+        << qny_last_error();
+    const std::string known = folder.file("known");
+    EXPECT_EQ(qny_certificates_open(known.c_str()), nullptr);
+    EXPECT_NE(
+        std::strstr(qny_last_error(), (known + ": anybody may write into " + folder.path + " above").c_str()), nullptr)
+        << qny_last_error();
+    // By a link, too.
+    CertificateFolder elsewhere;
+    std::filesystem::create_directory_symlink(known, elsewhere.file("link"));
+    EXPECT_EQ(qny_certificates_open(elsewhere.file("link").c_str()), nullptr);
+    // In one like /tmp nobody exchanges what is another's.
+    ASSERT_EQ(chmod(folder.path.c_str(), 01777), 0);
+    EXPECT_EQ(startMe(), QNY_SUCCESS) << qny_last_error();
+    // Opened while the process runs, it lets in nobody new.
+    LogWatch log;
+    ASSERT_EQ(chmod(folder.path.c_str(), 0777), 0);
+    EXPECT_TRUE(log.hears(folder.path + " above this directory: nothing new in it counts"));
+    make("late");
+    ASSERT_EQ(chmod(folder.path.c_str(), 0700), 0);
+    EXPECT_TRUE(log.hears("the certificate late (")) << log.all();
 }
 
 TEST_F(Security, ADirectoryOfItsOwnCanBeAskedWhoIsInIt)

@@ -138,6 +138,17 @@ protected:
         const std::string text = folder.read("own/" + name + ".cert_secret");
         return text.substr(text.rfind('"') - 40, 40);
     }
+    // The uuid of its process, as those who are let in may see it.
+    static std::string peerUuidOf(AgentWatch& watch, const std::string& agent)
+    {
+        std::string text = watch.wait(QNY_AGENT_ENTERED, agent)->peerUuid;
+        std::erase(text, '-');
+        std::string uuid;
+        for (size_t i = 0; i < text.size(); i += 2) {
+            uuid += static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16));
+        }
+        return uuid;
+    }
     static std::pair<std::string, std::string> newKeys()
     {
         char publicKey[41];
@@ -217,13 +228,7 @@ TEST_F(Strangers, APeerThatClaimsAnothersUuidIsNotTakenForIt)
     AgentWatch watch;
     PeerProcess pump("pump", by("pump"));
     ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "pump"));
-    // The uuid of its process, as those who are let in may see it.
-    std::string text = watch.wait(QNY_AGENT_ENTERED, "pump")->peerUuid;
-    std::erase(text, '-');
-    std::string uuid;
-    for (size_t i = 0; i < text.size(); i += 2) {
-        uuid += static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16));
-    }
+    const std::string uuid = peerUuidOf(watch, "pump");
     ASSERT_EQ(uuid.size(), 16U);
     // A true certificate, but not the pump's.
     Stranger thief(endpoint(), Stranger::Curve, publicKey("me"), publicKey("thief"), secretKey("thief"));
@@ -239,6 +244,26 @@ TEST_F(Strangers, APeerThatClaimsAnothersUuidIsNotTakenForIt)
     EXPECT_TRUE(eventually([] { return qny_service_call("pump", "alive", nullptr, nullptr) == QNY_SUCCESS; }));
     EXPECT_FALSE(pump.expect({ "called", "alive" }).empty());
     EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "pump"), 0U);
+}
+
+TEST_F(Strangers, APeerDoesNotTakeTheUuidOfOneThatHasNotBeenSeenYet)
+{
+    make("thief");
+    AgentWatch watch;
+    PeerProcess pump("pump", by("pump"));
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "pump"));
+    const std::string uuid = peerUuidOf(watch, "pump");
+    // A process that is new on the network, and by chance hears of the thief first.
+    qny_stop();
+    ASSERT_EQ(startMe({}, false), QNY_SUCCESS) << qny_last_error();
+    ASSERT_TRUE(log.hears("3 public certificates in")) << log.all();
+    Stranger thief(endpoint(), Stranger::Curve, publicKey("me"), publicKey("thief"), secretKey("thief"));
+    ASSERT_TRUE(thief.sees(ZMQ_EVENT_HANDSHAKE_SUCCEEDED));
+    const uint64_t before = statistics().messages_refused;
+    thief.say(hello(uuid, thief.port));
+    EXPECT_TRUE(eventually([&] { return statistics().messages_refused == before + 1; })) << log.all();
+    qny_stop();
+    ASSERT_EQ(startMe(), QNY_SUCCESS) << qny_last_error();
 }
 
 TEST_F(Strangers, HalfOpenConnectionsAndGarbageKeepNobodyOut)

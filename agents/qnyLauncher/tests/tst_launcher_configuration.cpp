@@ -9,6 +9,8 @@
 #include <QTest>
 #include <QUuid>
 
+#include <sys/stat.h>
+
 using namespace launcher;
 
 class TestConfiguration : public QObject
@@ -151,6 +153,16 @@ void TestConfiguration::whatAnybodyMayWriteToIsRefused()
     QVERIFY(QFile::setPermissions(open, QFile::permissions(open) | QFileDevice::WriteOther));
     problem = _read("program = " + open.toUtf8(), configuration);
     QVERIFY2(problem.contains("anybody may write to " + open), qPrintable(problem));
+
+    // Nor where anybody may put another program in its place.
+    QVERIFY(QDir(_folder.path()).mkpath("shared/below"));
+    const QString below = _program("shared/below/program");
+    const QByteArray shared = _folder.filePath("shared").toUtf8();
+    QCOMPARE(chmod(shared.constData(), 0777), 0);
+    problem = _read("program = " + below.toUtf8(), configuration);
+    QVERIFY2(problem.contains("anybody may write into " + shared), qPrintable(problem));
+    QCOMPARE(chmod(shared.constData(), 01777), 0);
+    QCOMPARE(_read("program = " + below.toUtf8(), configuration), QString());
 }
 
 void TestConfiguration::aProgramIsNamedByItsCanonicalPath()

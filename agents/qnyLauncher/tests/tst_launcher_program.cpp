@@ -16,6 +16,8 @@
 #include <QUuid>
 
 #include <csignal>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <quenary.h>
 #include <quenary_families.h>
@@ -97,6 +99,7 @@ private Q_SLOTS:
     void agentsOutliveItAndTheNextOneEndsThem();
     void agentsEndWithItWhenThatIsWanted();
     void aSecondOneInTheSamePlaceIsRefused();
+    void aPlaceThatSomebodyElseMadeIsRefused();
     void itsSecurityIsThatOfItsAgents();
     void onlyOperatorsAreObeyed();
 
@@ -110,6 +113,7 @@ private:
     std::optional<State> _told(const QString& launch);
     QByteArray _output(const QString& launch) const;
     void _secure();
+    void _join();
     QStringList _securityOptions() const;
 
     std::unique_ptr<QTemporaryDir> _folder;
@@ -432,6 +436,32 @@ void TestProgram::aSecondOneInTheSamePlaceIsRefused()
     QVERIFY(second.readAll().contains("another launcher works in " + _folder->filePath("state").toUtf8()));
 }
 
+void TestProgram::aPlaceThatSomebodyElseMadeIsRefused()
+{
+    if (geteuid() != 0) {
+        QSKIP("Only root can make what belongs to somebody else.");
+    }
+    constexpr uid_t SOMEBODY = 54321;
+    QVERIFY(QDir(_folder->path()).mkpath("valuable"));
+    const QByteArray valuable = _folder->filePath("valuable").toUtf8();
+    const QByteArray state = _folder->filePath("state").toUtf8();
+    QCOMPARE(chmod(valuable.constData(), 0755), 0);
+    // A link of theirs to a folder of ours, and a folder of theirs.
+    for (const bool isLink : { true, false }) {
+        QCOMPARE(isLink ? symlink(valuable.constData(), state.constData()) : mkdir(state.constData(), 0755), 0);
+        QCOMPARE(lchown(state.constData(), SOMEBODY, SOMEBODY), 0);
+        QProcess launcher;
+        launcher.setProcessChannelMode(QProcess::MergedChannels);
+        launcher.start(QStringLiteral(QNY_LAUNCHER), _options());
+        QVERIFY(launcher.waitForFinished());
+        QCOMPARE(launcher.exitCode(), 1);
+        QVERIFY(launcher.readAll().contains(state + " belongs to somebody else"));
+        QCOMPARE(isLink ? unlink(state.constData()) : rmdir(state.constData()), 0);
+    }
+    QVERIFY(QFile::permissions(_folder->filePath("valuable")).testFlag(QFile::ReadOther));
+    QVERIFY(QDir(_folder->filePath("valuable")).isEmpty());
+}
+
 /// This test's process joins the network anew, with a certificate; so can a launcher with the options.
 void TestProgram::_secure()
 {
@@ -440,6 +470,11 @@ void TestProgram::_secure()
         QCOMPARE(
             qny_certificate_make(_folder->filePath("keys").toUtf8().constData(), name, nullptr, nullptr), QNY_SUCCESS);
     }
+    _join();
+}
+
+void TestProgram::_join()
+{
     const QByteArray own = _folder->filePath("keys/host.cert_secret").toUtf8();
     const QByteArray all = _folder->filePath("keys").toUtf8();
     qny_options_t options;
@@ -478,11 +513,14 @@ void TestProgram::onlyOperatorsAreObeyed()
     QVERIFY(_told(launch)->text.contains("not among those of the operators"));
     // Once its certificate is there it is obeyed
     QVERIFY(QFile::copy(_folder->filePath("keys/host.cert"), _folder->filePath("operators/host.cert")));
-    const auto isStarted = [&] {
-        _ask({ launch, _agent, "--wait" });
-        return _told(launch)->state == QNY_LAUNCH_STARTED;
+    pid_t process = 0;
+    const auto isStarted = [&](const QString& wanted) {
+        _ask({ wanted, _agent, "--wait" });
+        const State told = *_told(wanted);
+        process = told.number;
+        return told.state == QNY_LAUNCH_STARTED;
     };
-    QVERIFY(QTest::qWaitFor(isStarted, 10'000));
+    QVERIFY(QTest::qWaitFor([&] { return isStarted(launch); }, 10'000));
     QVERIFY(QFile::remove(_folder->filePath("operators/host.cert")));
     const auto isRefused = [&] {
         qny_service_arg_t* list = nullptr;
@@ -495,6 +533,26 @@ void TestProgram::onlyOperatorsAreObeyed()
     _ask({ launch, _agent });
     QVERIFY(_told(launch)->text.contains("not among those of the operators"));
     QCOMPARE(_launcher.state(), QProcess::Running);
+
+    // How the agent ends is told to nobody who is no operator, and to the next one who is
+    _join();
+    QVERIFY(QTest::qWaitFor([this] { return !_launcherUuid().isEmpty(); }));
+    _launcher.readAll();
+    QCOMPARE(kill(process, SIGKILL), 0);
+    QByteArray log;
+    QVERIFY(QTest::qWaitFor([&] { return (log += _launcher.readAll()).contains("is over"); }));
+    const QString another = newUuid();
+    _ask({ another, _agent });
+    QVERIFY(_told(another)->text.contains("not among those of the operators"));
+    {
+        const QMutexLocker lock(&mutex);
+        QVERIFY(states.isEmpty());
+    }
+    QVERIFY(QFile::copy(_folder->filePath("keys/host.cert"), _folder->filePath("operators/host.cert")));
+    QVERIFY(QTest::qWaitFor([&] { return isStarted(another); }, 10'000));
+    QCOMPARE(_told(launch)->state, QNY_LAUNCH_SIGNALLED);
+    QCOMPARE(kill(process, SIGKILL), 0);
+    QCOMPARE(_told(another)->state, QNY_LAUNCH_SIGNALLED);
 }
 
 QTEST_GUILESS_MAIN(TestProgram)

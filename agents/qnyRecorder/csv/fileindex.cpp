@@ -87,6 +87,14 @@ StoreResult FileIndex::openFile()
     };
     errno = 0;
     if (!m_file.is_open()) {
+        // A pipe in its place would hold up whoever opens it, for ever.
+        std::error_code error;
+        const std::filesystem::file_status status = std::filesystem::status(m_path, error);
+        if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+            return StoreResult::failed(
+                StoreError::Unreachable, "The file " + m_path.string() + " cannot be read (it is no regular file).");
+        }
+        errno = 0;
         m_file.open(m_path, std::ios::binary);
         if (!m_file) {
             return failed();

@@ -84,10 +84,13 @@ Network::~Network()
     stop();
 }
 
-QString Network::setCommandLine(int argc, const char* const* argv)
+QString Network::setCommandLine(const QByteArrayList& arguments)
 {
-    const char* const masked[] = { "--cassandra_password", "-a", nullptr };
-    if (qny_set_command_line(argc, argv, masked) != QNY_SUCCESS) {
+    std::vector<const char*> argv;
+    for (const QByteArray& argument : arguments) {
+        argv.push_back(argument.constData());
+    }
+    if (qny_set_command_line(static_cast<int>(argv.size()), argv.data(), nullptr) != QNY_SUCCESS) {
         return QString::fromUtf8(qny_last_error());
     }
     return {};

@@ -26,7 +26,7 @@ public:
     AgentDirectory& directory() { return _directory; }
 
     /// What others are shown of this process. Before start().
-    static QString setCommandLine(int argc, const char* const* argv);
+    static QString setCommandLine(const QByteArrayList& arguments);
     /// Declares everything and joins the network. Returns what went wrong, one sentence, or nothing.
     QString start(const Settings& settings);
     /// Leaves the network; no callback runs afterwards.

@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <memory>
 #include <optional>
 #include <variant>
 #include <vector>
@@ -74,6 +75,7 @@ struct Call
     Service service = Service::GetContext;
     Caller caller;
     std::vector<Argument> arguments; ///< of the declared count and types once checked
+    std::shared_ptr<const void> room {}; ///< what it takes of the room for calls that wait, given back with it
 
     bool boolean(size_t index) const { return std::get<bool>(arguments.at(index)); }
     int32_t integer(size_t index) const { return std::get<int32_t>(arguments.at(index)); }

@@ -9,6 +9,8 @@ namespace recorder {
 namespace {
 
 constexpr std::chrono::milliseconds TICK { 50 };
+constexpr size_t MOST_WAITING_BYTES = size_t { 256 } * 1024 * 1024;
+constexpr size_t CALL_BYTES = 2048; ///< of a call beside its texts, generously
 
 /// The files of recorders that share a data directory are kept apart by name.
 QString pathFor(const Settings& settings, const char* pattern)
@@ -90,8 +92,37 @@ void Controller::stop()
 
 // ---- calls ------------------------------------------------------------------------------------------------------
 
+/// Whoever is let in may call as often as they like: what waits must not take all memory.
+bool Controller::takeRoom(Call& call)
+{
+    size_t bytes = CALL_BYTES;
+    for (const Argument& argument : call.arguments) {
+        const auto* text = std::get_if<QByteArray>(&argument);
+        bytes += text ? static_cast<size_t>(text->size()) : 0;
+    }
+    const auto waiting = _waitingBytes;
+    call.room = std::shared_ptr<const void>(nullptr, [waiting, bytes](const void*) { *waiting -= bytes; });
+    if (waiting->fetch_add(bytes) + bytes <= MOST_WAITING_BYTES) {
+        _overflowing = 0;
+        return true;
+    }
+    if (_overflowing++ == 0) {
+        qWarning().noquote() << "More calls wait than there is room for; those of" << call.caller.agentName
+                             << "and others are not taken until there is";
+    }
+    return false;
+}
+
 void Controller::take(Call call)
 {
+    // Of a call that will be refused no more is kept than its answer needs.
+    if (_operators && !isQuestion(call.service) && !_operators->refusal(call.caller).isEmpty()
+        && call.arguments.size() > 1) {
+        call.arguments.resize(1);
+    }
+    if (!takeRoom(call)) {
+        return;
+    }
     auto shared = std::make_shared<Call>(std::move(call));
     _commands.post([this, shared] { handle(std::move(*shared)); });
 }

@@ -13,6 +13,7 @@
 
 #include <QHash>
 
+#include <atomic>
 #include <deque>
 #include <memory>
 
@@ -44,7 +45,12 @@ private:
     void onBulkDone(const QByteArray& agentUuid);
     void tick();
 
+    bool takeRoom(Call& call);
+
     const Settings _settings;
+    /// What the calls take that nobody has carried out yet.
+    const std::shared_ptr<std::atomic<size_t>> _waitingBytes = std::make_shared<std::atomic<size_t>>(0);
+    std::atomic<quint64> _overflowing { 0 }; ///< that were not taken since one was
     std::unique_ptr<Store> _store;
     const std::function<void()> _onStopRequest;
     std::unique_ptr<Operators> _operators; // null: everybody is obeyed; set before the network is joined

@@ -32,6 +32,27 @@ QString shown(const Argument& argument)
 }
 
 constexpr qsizetype MOST_TRANSFERS = 10'000;
+/// After so long without a call a transfer is over; the next call begins another.
+constexpr std::chrono::seconds TRANSFER_IDLE { 10 };
+
+/// A new file is its owner's alone from its first moment on.
+bool openAudit(QFile& file)
+{
+    return file.open(
+        QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered, QFile::ReadOwner | QFile::WriteOwner);
+}
+
+/// JSON leaves some characters as they are that control a terminal, or turn a line's reading around.
+QByteArray escaped(const QByteArray& json)
+{
+    QString out;
+    for (const QChar c : QString::fromUtf8(json)) {
+        const bool isHarmful = c.category() == QChar::Other_Control || c.category() == QChar::Other_Format
+            || c.category() == QChar::Separator_Line || c.category() == QChar::Separator_Paragraph;
+        out += isHarmful ? QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0')) : QString(c);
+    }
+    return out.toUtf8();
+}
 
 } // namespace
 
@@ -49,7 +70,7 @@ std::unique_ptr<Operators> Operators::open(const QString& directory, const QStri
     }
     std::unique_ptr<Operators> made(new Operators(certificates, directory, auditPath));
     QFile file(auditPath);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+    if (!openAudit(file)) {
         problem = QStringLiteral("the audit log %1 cannot be written: %2").arg(auditPath, file.errorString());
         return nullptr;
     }
@@ -84,6 +105,16 @@ QString Operators::refusal(const Caller& caller) const
     return QStringLiteral("the certificate %1 is none of the operators' in %2").arg(caller.certificateName, _directory);
 }
 
+/// The host says of its first request that it is the first.
+static bool beginsExport(const Call& call)
+{
+    constexpr size_t IS_FIRST = 4;
+    const auto* isFirst = call.service == Service::Export && call.arguments.size() > IS_FIRST
+        ? std::get_if<bool>(&call.arguments[IS_FIRST])
+        : nullptr;
+    return isFirst != nullptr && *isFirst;
+}
+
 bool Operators::goesOn(const Call& call)
 {
     if (call.service != Service::Export && call.service != Service::Append) {
@@ -91,14 +122,14 @@ bool Operators::goesOn(const Call& call)
     }
     const QByteArray transfer = QByteArray(declaredService(call.service).name) + call.caller.agentUuid
         + (call.arguments.empty() ? QByteArray() : shown(call.arguments.front()).toUtf8());
-    if (_transfers.contains(transfer)) {
-        return true;
-    }
+    const auto now = std::chrono::steady_clock::now();
+    const auto known = _transfers.constFind(transfer);
+    const bool isOn = known != _transfers.constEnd() && now - *known < TRANSFER_IDLE;
     if (_transfers.size() >= MOST_TRANSFERS) {
         _transfers.clear();
     }
-    _transfers.insert(transfer);
-    return false;
+    _transfers.insert(transfer, now);
+    return isOn && !beginsExport(call);
 }
 
 void Operators::noteObeyed(const Call& call)
@@ -129,11 +160,10 @@ void Operators::write(const Caller& caller, const char* command, const QStringLi
         { QStringLiteral("certificate"), caller.certificateName },
         { QStringLiteral("key"), QString::fromLatin1(caller.publicKey) },
         { QStringLiteral("agent"), caller.agentName } };
-    const QByteArray line = QJsonDocument(entry).toJson(QJsonDocument::Compact) + '\n';
+    const QByteArray line = escaped(QJsonDocument(entry).toJson(QJsonDocument::Compact)) + '\n';
     // Opened for each line, so that whoever keeps the logs may move it away.
     QFile file(_auditPath);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)
-        || file.write(line) != line.size()) {
+    if (!openAudit(file) || file.write(line) != line.size()) {
         qCritical().noquote() << "The audit log" << _auditPath << "cannot be written:" << file.errorString()
                               << "; it should say:" << line.trimmed();
     }

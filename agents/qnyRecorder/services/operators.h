@@ -3,9 +3,10 @@
 
 #include "call.h"
 
-#include <QSet>
+#include <QHash>
 #include <QStringList>
 
+#include <chrono>
 #include <memory>
 
 namespace recorder {
@@ -39,7 +40,7 @@ private:
     qny_certificates_t* const _certificates;
     const QString _directory;
     const QString _auditPath;
-    QSet<QByteArray> _transfers;
+    QHash<QByteArray, std::chrono::steady_clock::time_point> _transfers; ///< when each was heard of last
 };
 
 /// What changes nothing and hands out no values: everybody who is let in may ask it.

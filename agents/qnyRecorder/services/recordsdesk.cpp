@@ -10,6 +10,8 @@ namespace recorder {
 namespace {
 
 constexpr std::chrono::milliseconds LOOK_INTERVAL { 200 };
+/// Who asks under ever new tokens pushes out the oldest.
+constexpr size_t MOST_HOSTS = 256;
 
 } // namespace
 
@@ -63,6 +65,9 @@ void RecordsDesk::onContextAnswered(const Caller& caller)
     }
     const Caller host = caller.underPlainToken();
     if (std::find(_hosts.begin(), _hosts.end(), host) == _hosts.end()) {
+        if (_hosts.size() >= MOST_HOSTS) {
+            _hosts.erase(_hosts.begin());
+        }
         _hosts.push_back(host);
     }
     answerRecords(host, {});

@@ -59,6 +59,49 @@ private slots:
         QVERIFY(line.settings.replayOverLive);
     }
 
+    void thePasswordIsOverwrittenInTheProcessesArgumentsAndNothingElseIs_data()
+    {
+        QTest::addColumn<QStringList>("given");
+        QTest::addColumn<QStringList>("left");
+        const auto row = [](const char* name, const QStringList& given, const QStringList& left) {
+            // The user's name is the same word, and no secret.
+            const QStringList user { "-u", "secret" };
+            QTest::newRow(name) << user + given << user + left;
+        };
+        row("long", { "--cassandra_password", "secret" }, { "--cassandra_password", "********" });
+        row("with =", { "--cassandra_password=secret", "-v" }, { "--cassandra_password=********", "-v" });
+        row("short", { "-a", "secret" }, { "-a", "********" });
+        row("attached", { "-asecret" }, { "-a********" });
+        row("several", { "-va", "secret" }, { "-va", "********" });
+        row("several, attached", { "-vasecret" }, { "-va********" });
+        row("short as long", { "--a", "secret" }, { "--a", "********" });
+        row("other options", { "-nsecret", "-usecret", "-asecret" }, { "-nsecret", "-usecret", "-a********" });
+    }
+    void thePasswordIsOverwrittenInTheProcessesArgumentsAndNothingElseIs()
+    {
+        QFETCH(const QStringList, given);
+        QFETCH(const QStringList, left);
+        const CommandLine line = parseCommandLine(QStringList { "qnyRecorder" } + given);
+        QCOMPARE(line.outcome, CommandLine::Outcome::Run);
+        QCOMPARE(line.settings.password, "secret");
+        QList<QByteArray> texts { "qnyRecorder" };
+        for (const QString& each : given) {
+            texts.append(each.toUtf8());
+        }
+        std::vector<char*> argv;
+        for (QByteArray& text : texts) {
+            argv.push_back(text.data());
+        }
+        const QByteArrayList shown = hidePassword(static_cast<int>(argv.size()), argv.data(), line.settings.password);
+        QStringList now;
+        for (size_t i = 1; i < argv.size(); ++i) {
+            now.append(QString::fromUtf8(shown.at(static_cast<qsizetype>(i))));
+            // In place there is as much room as the word took.
+            QCOMPARE(QString::fromUtf8(argv[i]), QString(now.last()).replace("********", "******"));
+        }
+        QCOMPARE(now, left);
+    }
+
     void optionsOfCassandraArrive()
     {
         const CommandLine plain = parseCommandLine({ "qnyRecorder" });

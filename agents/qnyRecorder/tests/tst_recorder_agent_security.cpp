@@ -7,10 +7,14 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace recorder;
 using namespace recorder::testing;
@@ -75,9 +79,9 @@ private:
         return _host->call(_recorder->name(), service, arguments);
     }
 
-    QList<QJsonObject> audit() const
+    QList<QJsonObject> audit(const QString& name = QStringLiteral("audit-Tape.log")) const
     {
-        QFile file(path("store/audit-Tape.log"));
+        QFile file(path("store/" + name));
         QList<QJsonObject> entries;
         if (file.open(QIODevice::ReadOnly)) {
             for (const QByteArray& line : file.readAll().trimmed().split('\n')) {
@@ -241,23 +245,124 @@ private slots:
         const auto exported = _host->reply("receive_export");
         QVERIFY(exported);
         QVERIFY(exported->text(3).contains("take"));
+        // The same download once more is another one.
+        call("export", { uuid, 0, QByteArray(""), -1, true, false });
+        QVERIFY(_host->reply("receive_export"));
+        // Who keeps the logs may move one away.
+        const QStringList before = auditedCommands();
+        QVERIFY(QFile::rename(path("store/audit-Tape.log"), path("store/kept.log")));
         QVERIFY(call("delete", { uuid }));
         QVERIFY(waitUntil([&] { return auditedCommands().contains("operator delete"); }));
         QVERIFY(qny_request_stop(_recorderUuid().constData()) == QNY_SUCCESS);
         QCOMPARE(_recorder->waitForEnd(), 0);
 
         // The operator's commands stand there, and nobody else's.
-        QCOMPARE(auditedCommands(),
+        QCOMPARE(before + auditedCommands(),
             QStringList({ "operator set_record_filters", "operator record", "operator stop_recording",
-                "operator export", "operator delete", "operator stop the recorder" }));
-        const QJsonObject started = audit().at(1);
+                "operator export", "operator export", "operator delete", "operator stop the recorder" }));
+        QCOMPARE(audit().at(0)["arguments"].toArray().first().toString(), QString::fromUtf8(uuid));
+        const QJsonObject started = audit("kept.log").at(1);
         QCOMPARE(started["arguments"].toArray().first().toString(), QString("take"));
         QCOMPARE(started["agent"].toString(), QString("Test host"));
         QCOMPARE(started["key"].toString().size(), 40);
         QVERIFY(QDateTime::fromString(started["time"].toString(), Qt::ISODateWithMs).isValid());
-        QCOMPARE(audit().at(4)["arguments"].toArray().first().toString(), QString::fromUtf8(uuid));
-        QCOMPARE(QFile::permissions(path("store/audit-Tape.log")) & (QFile::ReadGroup | QFile::ReadOther),
-            QFile::Permissions());
+        for (const char* const file : { "store/audit-Tape.log", "store/kept.log" }) {
+            QCOMPARE(QFile::permissions(path(file)) & (QFile::ReadGroup | QFile::ReadOther), QFile::Permissions());
+        }
+    }
+
+    void aTextFromElsewhereControlsNoTerminalAndMakesNoLineOfTheLogOrTheAudit()
+    {
+        join("operator");
+        QVERIFY(start(secured() + QStringList { "--operators", path("operators") }));
+        const QByteArray text("no \x1b[31mrecord\r\n2026-01-01 00:00:00.000 info: forged \xc2\x9b"
+                              "2J \xe2\x80\xae");
+        QVERIFY(call("rename", { text, QByteArray("name") }));
+        QVERIFY(logs("Cannot rename"));
+        QVERIFY(logs("no ?[31mrecord?\n    2026-01-01 00:00:00.000 info: forged ?2J ?"));
+        QVERIFY(waitUntil([&] { return auditedCommands() == QStringList { "operator rename" }; }));
+        QFile file(path("store/audit-Tape.log"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray line = file.readAll();
+        for (const char* const harmful : { "\x1b", "\r", "\xc2\x9b", "\xe2\x80\xae" }) {
+            QVERIFY(!line.contains(harmful));
+        }
+        QCOMPARE(audit().at(0)["arguments"].toArray().first().toString(), QString::fromUtf8(text));
+    }
+
+    void whatIsNoFileHoldsNobodyUp()
+    {
+        join("operator");
+        QVERIFY(start(secured()));
+        const QByteArray pipe = path("pipe").toUtf8();
+        QCOMPARE(mkfifo(pipe.constData(), 0600), 0);
+        for (const QByteArray& each : { pipe, QByteArray("/dev/zero"), path("store").toUtf8(), pipe }) {
+            QVERIFY(call("load_file", { each }));
+            const auto reply = _host->reply("loading_failed");
+            QVERIFY2(reply, each.constData());
+            QVERIFY2(reply->text(1).contains("no regular file"), qPrintable(reply->text(1)));
+        }
+        call("get_context");
+        QVERIFY(_host->reply("context"));
+    }
+
+    void aPasswordStandsNeitherInTheListOfProcessesNorOnTheNetwork()
+    {
+        join("");
+        QVERIFY(start({ "-u", "me", "-va", "a-hidden-word", "--keyspace", "shown" }));
+        QFile arguments(QStringLiteral("/proc/%1/cmdline").arg(_recorder->processId()));
+        QVERIFY(arguments.open(QIODevice::ReadOnly));
+        const QByteArray inList = arguments.readAll();
+        QVERIFY(inList.contains("shown"));
+        QVERIFY(!inList.contains("a-hidden-word"));
+        const QByteArray onNetwork = _seen([](const qny_agent_info_t* agent) {
+            QByteArray all;
+            for (size_t i = 0; i < agent->arguments_count; ++i) {
+                all += QByteArray(agent->arguments[i]) + ' ';
+            }
+            return all;
+        });
+        QVERIFY(onNetwork.contains("shown"));
+        QVERIFY(!onNetwork.contains("a-hidden-word"));
+    }
+
+    void aLogThatNobodyReadsHoldsNobodyUp()
+    {
+        join("");
+        // A pipe with a reader that does not read, and little room.
+        const QByteArray pipe = path("pipe").toUtf8();
+        QCOMPARE(mkfifo(pipe.constData(), 0600), 0);
+        const int reader = open(pipe.constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+        QVERIFY(reader >= 0);
+        QVERIFY(fcntl(reader, F_SETPIPE_SZ, 4096) >= 0);
+        QProcess unread;
+        unread.setStandardErrorFile(QString::fromUtf8(pipe));
+        unread.start(RecorderProcess::executable(),
+            { "-v", "-n", "Tape", "-c", "embedded:9042", "--data-directory", path("store"), "--device", "lo", "--port",
+                QString::number(TestNetwork::port()) });
+        QVERIFY(waitUntil([] { return qny_agent_is_present("Tape"); }));
+        for (int i = 0; i < 500; ++i) {
+            _host->call("Tape", "get_record_filters", {});
+        }
+        for (int i = 0; i < 500; ++i) {
+            QVERIFY2(_host->reply("record_filters"), qPrintable(QString::number(i)));
+        }
+        // Who reads again learns that lines are missing.
+        QByteArray log;
+        const auto readAll = [&] {
+            char buffer[4096];
+            for (ssize_t count = 0; (count = read(reader, buffer, sizeof buffer)) > 0;) {
+                log.append(buffer, count);
+            }
+            return log;
+        };
+        readAll();
+        _host->call("Tape", "get_record_filters", {});
+        QVERIFY(_host->reply("record_filters"));
+        QVERIFY(waitUntil([&] { return readAll().contains(" lines found no room here)"); }));
+        close(reader);
+        unread.terminate();
+        QVERIFY(unread.waitForFinished());
     }
 
     void whoIsAnOperatorMayChangeWhileTheRecorderRuns()
@@ -279,25 +384,31 @@ private slots:
     }
 
 private:
-    QByteArray _recorderUuid()
+    /// Of the recorder, what the function takes of what the network says of it.
+    static QByteArray _seen(QByteArray (*take)(const qny_agent_info_t*))
     {
         struct Seen
         {
+            QByteArray (*take)(const qny_agent_info_t*);
             std::mutex mutex;
-            QByteArray uuid;
-        } seen;
+            QByteArray text;
+        } seen { take, {}, {} };
         const auto look = [](qny_agent_event_t, const qny_agent_info_t* agent, void* data) {
             auto* into = static_cast<Seen*>(data);
             const std::lock_guard lock(into->mutex);
-            into->uuid = agent->uuid;
+            into->text = into->take(agent);
         };
         qny_observe_agents(look, &seen);
         waitUntil([&] {
             const std::lock_guard lock(seen.mutex);
-            return !seen.uuid.isEmpty();
+            return !seen.text.isEmpty();
         });
         qny_unobserve_agents(look, &seen);
-        return seen.uuid;
+        return seen.text;
+    }
+    static QByteArray _recorderUuid()
+    {
+        return _seen([](const qny_agent_info_t* agent) { return QByteArray(agent->uuid); });
     }
 };
 

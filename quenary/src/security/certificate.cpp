@@ -40,9 +40,7 @@ struct File
         }
     }
     int fd = -1;
-    struct stat status
-    {
-    };
+    struct stat status {};
     std::string text;
 };
 
@@ -248,9 +246,36 @@ std::string metadataProblem(std::string_view name, std::string_view value)
     return {};
 }
 
+std::string openFolderAbove(const std::string& path)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    // By the path as it was given and by what its links lead to.
+    for (const fs::path& each : { fs::absolute(path, error).lexically_normal(), fs::weakly_canonical(path, error) }) {
+        for (fs::path above = each.parent_path(); !above.empty(); above = above.parent_path()) {
+            struct stat status {};
+            // In one like /tmp nobody takes away or renames what is not theirs.
+            const bool isOpen = stat(above.c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0
+                && (status.st_mode & S_ISVTX) == 0;
+            if (isOpen) {
+                return above.string();
+            }
+            if (above == above.parent_path()) {
+                break;
+            }
+        }
+    }
+    return {};
+}
+
 std::string readCertificate(const std::string& path, CertificateKind kind, Certificate& into)
 {
     into.path = path;
+    if (const std::string open = kind == CertificateKind::Private ? openFolderAbove(path) : std::string();
+        !open.empty()) {
+        return path + ": anybody may write into " + open
+            + ", and so put another file in its place; take that away with chmod o-w";
+    }
     File file;
     if (std::string problem = readFile(path, file); !problem.empty()) {
         return problem;

@@ -55,6 +55,9 @@ enum class CertificateKind
 // Fills in the certificate. Returns what is wrong, with file and line ("/keys/pump.cert:7: …"), or nothing.
 std::string readCertificate(const std::string& path, CertificateKind kind, Certificate& into);
 
+// Of the folders above, one into which anybody may write, and so exchange what lies below; or nothing.
+std::string openFolderAbove(const std::string& path);
+
 // Why no certificate of this name with these metadata can be made, or nothing.
 std::string newCertificateProblem(const std::string& name, const Metadata& metadata);
 

@@ -66,6 +66,14 @@ struct OpenDirectory
     int error;
 };
 
+// Who may write into it decides who is let in; who may write into a folder above it, too.
+std::string writableByAnybody(const OpenDirectory& directory, const std::string& path)
+{
+    struct stat status {};
+    return fstat(dirfd(directory.stream), &status) == 0 && (status.st_mode & S_IWOTH) != 0 ? path
+                                                                                           : openFolderAbove(path);
+}
+
 std::string described(const Certificate& certificate)
 {
     return certificate.name + " (" + certificate.path + ")";
@@ -96,13 +104,10 @@ std::string CertificateDirectory::open()
     if (!directory.stream) {
         return m_path + ": the directory of public certificates cannot be read: " + std::strerror(directory.error);
     }
-    struct stat status
-    {
-    };
-    if (fstat(dirfd(directory.stream), &status) == 0 && (status.st_mode & S_IWOTH) != 0) {
-        return m_path
-            + ": anybody may write into the directory of public certificates, and so let in whom they like; take that "
-              "away with chmod o-w";
+    if (const std::string open = writableByAnybody(directory, m_path); !open.empty()) {
+        return m_path + ": anybody may write into "
+            + (open == m_path ? "the directory of public certificates" : open + " above this directory")
+            + ", and so let in whom they like; take that away with chmod o-w";
     }
     scan(true);
     publish(true);
@@ -160,14 +165,13 @@ bool CertificateDirectory::scan(bool first)
         return changed;
     }
     const int fd = dirfd(directory.stream);
-    struct stat status
-    {
-    };
+    struct stat status {};
     // Whoever wants can write into it: what appears there now says nothing. What is taken away counts.
-    const bool frozen = fstat(fd, &status) == 0 && (status.st_mode & S_IWOTH) != 0;
-    std::string said = frozen ? m_path
-            + ": anybody may write into the directory of public certificates: nothing new in it counts until "
-              "that is taken away with chmod o-w"
+    const std::string open = writableByAnybody(directory, m_path);
+    const bool frozen = !open.empty();
+    std::string said = frozen ? m_path + ": anybody may write into "
+            + (open == m_path ? "the directory of public certificates" : open + " above this directory")
+            + ": nothing new in it counts until that is taken away with chmod o-w"
                               : std::string();
 
     bool changed = false;

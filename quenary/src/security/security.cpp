@@ -163,6 +163,18 @@ size_t Security::answer()
     return turnedAway;
 }
 
+Uuid Security::bound(Uuid uuid, const Certificate& certificate)
+{
+    constexpr size_t half = 8;
+    std::string text = "peer";
+    text.append(reinterpret_cast<const char*>(uuid.data()), half);
+    wire::Mark made {};
+    crypto_generichash(made.data(), made.size(), reinterpret_cast<const unsigned char*>(text.data()), text.size(),
+        certificate.publicBytes.data(), certificate.publicBytes.size());
+    std::copy_n(made.begin(), half, uuid.begin() + half);
+    return asUuid(uuid);
+}
+
 wire::Mark Security::mark(const Certificate& certificate, wire::Beacon beacon, const std::string& address)
 {
     beacon.mark.reset();

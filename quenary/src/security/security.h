@@ -49,12 +49,18 @@ public:
     // Takes over what the directory holds now.
     Change refresh();
 
+    // The uuid of a process with that certificate: its second half is made of the first and of the key, so that nobody
+    // takes the uuid of a process with another one, not even where that has not been seen yet.
+    static Uuid peerUuid(const Certificate& certificate) { return bound(newUuid(), certificate); }
+    static bool fits(const Uuid& uuid, const Certificate& certificate) { return bound(uuid, certificate) == uuid; }
+
     // What a beacon carries beside the address: by it those who have the certificate know whose it is, and nobody else.
     static wire::Mark mark(const Certificate& certificate, wire::Beacon beacon, const std::string& address);
     // Of the known certificates the one by which the beacon was marked, or null.
     CertificatePtr sender(const wire::Beacon& beacon, const std::string& address) const;
 
 private:
+    static Uuid bound(Uuid uuid, const Certificate& certificate);
     Security(CertificatePtr own, std::string directory);
 
     const CertificatePtr m_own;

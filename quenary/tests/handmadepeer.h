@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: Apache-2.0
+// This process on an open network, and what others send it that our own would not.
+#pragma once
+
+#include "peerprocess.h"
+
+#include <atomic>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <zmq.h>
+
+namespace test {
+
+class Hardening : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        qny_log_set_handler([](qny_log_level_t, const char*, void*) { }, nullptr);
+        qny_name_set("me");
+        start(options());
+        context = zmq_ctx_new();
+    }
+    void start(const qny_options_t& mine)
+    {
+        ASSERT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+        char* text = qny_endpoint();
+        endpoint = text;
+        qny_free(text);
+        port = static_cast<uint16_t>(std::stoul(endpoint.substr(endpoint.rfind(':') + 1)));
+    }
+    void TearDown() override
+    {
+        // Whatever was done to it, a true peer finds it and can call it.
+        qny_service_init(
+            "alive",
+            [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
+                *static_cast<std::atomic<bool>*>(user) = true;
+            },
+            &alive);
+        {
+            PeerProcess other("other");
+            EXPECT_FALSE(other.expect({ "entered", "me" }).empty());
+            other.ask({ "call", "me", "alive", "", "x" });
+            EXPECT_TRUE(eventually([&] { return alive.load(); }));
+        }
+        zmq_ctx_term(context);
+        qny_stop();
+        qny_log_set_handler(nullptr, nullptr);
+    }
+    static uint64_t refused()
+    {
+        qny_statistics_t statistics;
+        qny_statistics(&statistics);
+        return statistics.messages_refused;
+    }
+    void* dealer()
+    {
+        void* socket = zmq_socket(context, ZMQ_DEALER);
+        const int linger = 1000;
+        zmq_setsockopt(socket, ZMQ_LINGER, &linger, sizeof linger);
+        EXPECT_EQ(zmq_connect(socket, endpoint.c_str()), 0);
+        return socket;
+    }
+    static void send(void* socket, const std::string& text, int flags = 0)
+    {
+        EXPECT_EQ(zmq_send(socket, text.data(), text.size(), flags), static_cast<int>(text.size()));
+    }
+
+    std::string endpoint;
+    uint16_t port = 0;
+    void* context = nullptr;
+    std::atomic<bool> alive { false };
+};
+
+// A message as one of our own would send it. Sessions and uuid are the caller's choice.
+struct Forged
+{
+    std::string uuid = std::string("0123456789abcdef");
+    uint64_t session = 77;
+    uint64_t theirs = 0;
+    uint16_t port = 9;
+
+    std::string make(uint8_t type, const std::string& payload = {}, uint8_t version = 1) const
+    {
+        std::string text = "QN";
+        text += static_cast<char>(version);
+        text += static_cast<char>(type);
+        text.append(reinterpret_cast<const char*>(&port), 2);
+        text.append(2, '\0');
+        text += uuid;
+        text.append(reinterpret_cast<const char*>(&session), 8);
+        text.append(reinterpret_cast<const char*>(&theirs), 8);
+        return text + payload;
+    }
+};
+
+template <typename T> std::string raw(T value)
+{
+    return { reinterpret_cast<const char*>(&value), sizeof value };
+}
+
+// Of a peer that is not there.
+inline std::string beaconOf(const std::string& uuid)
+{
+    return std::string("QNYB\1\0", 6) + raw<uint16_t>(1) + uuid;
+}
+
+inline std::string named(const std::string& name)
+{
+    return static_cast<char>(name.size()) + name;
+}
+
+inline std::string item(uint8_t kind, const std::string& payload)
+{
+    return raw(static_cast<uint32_t>(payload.size() + 1)) + static_cast<char>(kind) + payload;
+}
+
+inline std::string helloPayload()
+{
+    return raw<uint64_t>(1000) + raw<int64_t>(1) + named("host") + raw<uint32_t>(0) + raw<uint16_t>(0);
+}
+
+// A peer that answers the handshake by hand, so that what it sends afterwards is taken for a peer's.
+class HandMadePeer
+{
+public:
+    HandMadePeer(void* ofContext, const std::string& target)
+        : context(ofContext)
+    {
+        inbox = zmq_socket(context, ZMQ_ROUTER);
+        outbox = zmq_socket(context, ZMQ_DEALER);
+        const int none = 0;
+        zmq_setsockopt(inbox, ZMQ_LINGER, &none, sizeof none);
+        zmq_setsockopt(outbox, ZMQ_LINGER, &none, sizeof none);
+        EXPECT_EQ(zmq_bind(inbox, "tcp://127.0.0.1:*"), 0);
+        char bound[128];
+        size_t size = sizeof bound;
+        zmq_getsockopt(inbox, ZMQ_LAST_ENDPOINT, bound, &size);
+        const std::string text = bound;
+        forged.port = static_cast<uint16_t>(std::stoul(text.substr(text.rfind(':') + 1)));
+        static char letter = 'A';
+        forged.uuid[0] = ++letter;
+        EXPECT_EQ(zmq_connect(outbox, target.c_str()), 0);
+        const int patience = 5000;
+        zmq_setsockopt(inbox, ZMQ_RCVTIMEO, &patience, sizeof patience);
+        send(2, helloPayload());
+        // Their Hello names their session; ours has been heard when they name it.
+        while (true) {
+            const std::string message = receive();
+            if (message.size() < 40) {
+                ADD_FAILURE() << "no handshake";
+                return;
+            }
+            memcpy(&forged.theirs, message.data() + 24, 8);
+            uint64_t mine = 0;
+            memcpy(&mine, message.data() + 32, 8);
+            if (mine == forged.session) {
+                break;
+            }
+        }
+        send(3, raw<uint64_t>(0) + raw<uint64_t>(0) + raw<uint64_t>(0));
+    }
+    ~HandMadePeer()
+    {
+        zmq_close(inbox);
+        zmq_close(outbox);
+    }
+    HandMadePeer(const HandMadePeer&) = delete;
+    HandMadePeer& operator=(const HandMadePeer&) = delete;
+
+    void send(uint8_t type, const std::string& payload)
+    {
+        const std::string text = forged.make(type, payload);
+        EXPECT_EQ(zmq_send(outbox, text.data(), text.size(), 0), static_cast<int>(text.size()));
+    }
+    void data(const std::string& items) { send(4, raw<uint64_t>(++number) + items); }
+    std::string receive()
+    {
+        char buffer[65536];
+        if (zmq_recv(inbox, buffer, sizeof buffer, 0) < 0) {
+            return {};
+        }
+        const int size = zmq_recv(inbox, buffer, sizeof buffer, 0);
+        return size < 0 ? std::string() : std::string(buffer, static_cast<size_t>(size));
+    }
+    // The connection to its inbox breaks, and what was on its way is gone; the inbox is there again at once.
+    void breakConnection()
+    {
+        zmq_close(inbox);
+        inbox = zmq_socket(context, ZMQ_ROUTER);
+        const int none = 0;
+        zmq_setsockopt(inbox, ZMQ_LINGER, &none, sizeof none);
+        const int patience = 5000;
+        zmq_setsockopt(inbox, ZMQ_RCVTIMEO, &patience, sizeof patience);
+        const std::string address = "tcp://127.0.0.1:" + std::to_string(forged.port);
+        EXPECT_TRUE(eventually([&] { return zmq_bind(inbox, address.c_str()) == 0; }));
+    }
+    // Takes the pieces that come in order into `stream`, asking again for what is missing, until the stream holds the
+    // text.
+    bool receiveUntil(const std::string& text)
+    {
+        const auto until = std::chrono::steady_clock::now() + 8s;
+        while (stream.find(text) == std::string::npos && std::chrono::steady_clock::now() < until) {
+            const std::string message = receive();
+            if (message.size() < 48) {
+                continue;
+            }
+            uint64_t lastOrNumber = 0;
+            memcpy(&lastOrNumber, message.data() + 40, 8);
+            if (message[3] == 4 && lastOrNumber == received + 1) {
+                stream += message.substr(48);
+                ++received;
+            } else if ((message[3] == 4 || message[3] == 3) && lastOrNumber > received) {
+                send(5, raw(received + 1));
+            }
+            send(3, raw(number) + raw(received) + raw(received));
+        }
+        return stream.find(text) != std::string::npos;
+    }
+    // An agent of this peer, and both sides ready.
+    void introduce(const std::string& agentUuid, const std::string& name)
+    {
+        const std::string definition = R"({"family":"","inputs":[],"outputs":[],"services":[]})";
+        data(item(1, agentUuid + '\0' + named(name) + raw(static_cast<uint32_t>(definition.size())) + definition)
+            + item(3, "") + item(4, ""));
+    }
+
+    Forged forged;
+    uint64_t number = 0;
+    uint64_t received = 0;
+    std::string stream;
+    void* context = nullptr;
+    void* inbox = nullptr;
+    void* outbox = nullptr;
+};
+
+} // namespace test
