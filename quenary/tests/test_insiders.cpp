@@ -99,6 +99,31 @@ TEST_F(Hardening, AMessageOfPartsWithoutEndIsCutOff)
     EXPECT_TRUE(sendsUntilCutOff(fd, std::string("\3\0\0\0\0\0\x08\0\0", 9) + std::string(512 * 1024, 'x')));
 }
 
+TEST_F(Hardening, WhoSendsMuchAndComesToAnEndIsNotCutOff)
+{
+    static std::atomic<size_t> cut;
+    cut = 0;
+    qny_log_set_handler(
+        [](qny_log_level_t, const char* message, void*) {
+            cut += std::strstr(message, "without an end") || std::strstr(message, "is gone") ? 1 : 0;
+        },
+        nullptr);
+    Arrivals arrivals;
+    ASSERT_EQ(qny_input_create("much", QNY_DATA_T, nullptr, 0), QNY_SUCCESS);
+    qny_observe_input_publications("much", &Arrivals::take, &arrivals);
+    qny_mapping_add("much", "talker", "out");
+    PeerProcess talker("talker");
+    talker.ask({ "output", "out", "data" });
+    talker.ask({ "burst", "out", "1", "1" });
+    ASSERT_TRUE(arrivals.waitFor(1));
+    // Twice as much as a peer may send before the end of a message, in messages that are as large as may be.
+    talker.ask({ "burst", "out", "32", "1000000" });
+    EXPECT_TRUE(arrivals.waitFor(33, 10s));
+    EXPECT_EQ(cut, 0U);
+    qny_log_set_handler([](qny_log_level_t, const char*, void*) { }, nullptr);
+    qny_input_remove("much");
+}
+
 TEST_F(Hardening, APeerThatAsksAndDoesNotTakeIsCutOff)
 {
     qny_stop();
