@@ -24,6 +24,7 @@ constexpr int64_t standstillMilliseconds = 1500;
 constexpr int64_t farewellMilliseconds = 500;
 constexpr size_t marksAtOnce = 8192;
 constexpr size_t queuesOfTheDead = 4;
+constexpr int64_t queueLookMilliseconds = 100;
 constexpr size_t leastQueueBytes = size_t { 16 } * 1024 * 1024;
 
 std::string inBrackets(const std::string& host)
@@ -329,10 +330,13 @@ void Network::tick(int64_t now)
     }
     std::vector<Uuid> silent;
     std::vector<std::pair<Uuid, const char*>> hostile;
+    // Not at each message: with many peers that would be felt.
+    const bool looks = now >= m_nextLook;
+    m_nextLook = looks ? now + queueLookMilliseconds : m_nextLook;
     for (const auto& [uuid, link] : m_links) {
         if (now - link->lastHeard > silenceMilliseconds) {
             silent.push_back(uuid);
-        } else if (takesNothing(*link)) {
+        } else if (looks && takesNothing(*link)) {
             hostile.emplace_back(uuid, "too much waits that it does not take");
         } else if (link->isMisused(now)) {
             hostile.emplace_back(uuid, "it sends where it should only listen");

@@ -127,6 +127,7 @@ private:
     int m_beaconsSent = 0;
     int64_t m_nextProbe = 0;
     int64_t m_lastTick = 0;
+    int64_t m_nextLook = 0; // at what waits for each peer
     // How many more marks of beacons may be looked at before the next refill: a flood of them must not cost more.
     size_t m_marksLeft = 0;
     int64_t m_marksRefill = 0;
