@@ -102,8 +102,12 @@ Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const 
     const bool ipv6 = m_address.find(':') != std::string::npos;
     m_socket.set(zmq::sockopt::ipv6, ipv6);
     const std::string destination = (ipv6 ? "[" + m_address + "]" : m_address) + ":" + std::to_string(m_port);
-    // From the address where we listen: the other side finds the way back by it.
-    const bool sourceFits = !sourceAddress.empty() && (sourceAddress.find(':') != std::string::npos) == ipv6;
+    // From the address where we listen: the other side finds the way back by it. On the loopback device the system
+    // takes that one by itself, and then one port serves for connections to many; hundreds of peers would need them
+    // all.
+    const bool isLoopback = m_address == "127.0.0.1" && sourceAddress == m_address;
+    const bool sourceFits
+        = !sourceAddress.empty() && !isLoopback && (sourceAddress.find(':') != std::string::npos) == ipv6;
     const std::string source = sourceFits ? (ipv6 ? "[" + sourceAddress + "]:0;" : sourceAddress + ":0;") : "";
     m_socket.connect("tcp://" + source + destination);
 }
