@@ -53,34 +53,35 @@ public:
     /// The value that the record says the output had at the start: what follows belongs to the record.
     void takeInitial(const TracedEvent& value) { _initial = value.value.key(); }
 
-    /// `offset` leads to the agent's own stamps, `startUs` to the time at which the recorder received it.
-    void take(const TracedEvent& event, qint64 offset, qint64 startUs)
+    /// The events of the record. `offset` leads to the agent's own stamps, `startUs` to when the recorder received
+    /// them.
+    void take(const QList<TracedEvent>& events, qint64 offset, qint64 startUs)
     {
-        const TracedEvent* found = nullptr;
-        const auto find = [&](qint64 fromUs, qint64 toUs) {
-            for (auto i = static_cast<qsizetype>(_last); i < _publications.size(); ++i) {
-                const TracedEvent& publication = _publications.at(i);
-                if (publication.timeUs > toUs) {
-                    break;
-                }
-                if (publication.timeUs >= fromUs && publication.value.key() == event.value.key()) {
-                    found = &publication;
-                }
+        // First those that are known by their times: what an output still held when its agent was met again came late,
+        // and may be one of many equal values between them.
+        QList<quint64> numbers;
+        for (const TracedEvent& event : events) {
+            numbers.append(_find(event, _last, _publications.size(), event.timeUs + offset, event.timeUs + offset));
+            _last = std::max(_last, numbers.last());
+        }
+        // From the end, so that each leaves room for those before it.
+        quint64 below = static_cast<quint64>(_publications.size()) + 1;
+        for (qsizetype i = events.size() - 1; i >= 0; --i) {
+            const TracedEvent& event = events.at(i);
+            if (numbers.at(i) == 0) {
+                ++_account->late;
+                const quint64 from = i == 0 ? 0 : *std::max_element(numbers.cbegin(), numbers.cbegin() + i);
+                numbers[i] = _find(event, from, static_cast<qsizetype>(below) - 1, 0, event.timeUs + startUs);
             }
-        };
-        find(event.timeUs + offset, event.timeUs + offset);
-        if (!found) {
-            // The one that the output still held when its agent was met again.
-            find(0, event.timeUs + startUs);
-            ++_account->late;
+            if (numbers.at(i) == 0) {
+                _account->faults.append(QStringLiteral("nobody published %1").arg(event.describe()));
+                continue;
+            }
+            below = numbers.at(i);
+            _first = below;
+            _last = std::max(_last, below);
+            ++_stored;
         }
-        if (!found) {
-            _account->faults.append(QStringLiteral("nobody published %1").arg(event.describe()));
-            return;
-        }
-        _first = _stored == 0 ? found->sequence : _first;
-        _last = found->sequence;
-        ++_stored;
     }
 
     void close(const QString& name, qsizetype reported, bool isSilent)
@@ -124,6 +125,19 @@ public:
     }
 
 private:
+    // The number of the last publication of that value then, of those from `from` to below `to`; 0: there is none.
+    quint64 _find(const TracedEvent& event, quint64 from, qsizetype to, qint64 sinceUs, qint64 untilUs) const
+    {
+        quint64 number = 0;
+        for (auto i = static_cast<qsizetype>(from); i < to && _publications.at(i).timeUs <= untilUs; ++i) {
+            const TracedEvent& publication = _publications.at(i);
+            if (publication.timeUs >= sinceUs && publication.value.key() == event.value.key()) {
+                number = publication.sequence;
+            }
+        }
+        return number;
+    }
+
     // The last number before that is no part of the record: of the value that it says the output had at the start.
     quint64 _numberBefore(quint64 below) const
     {
@@ -204,11 +218,10 @@ LossAccount accountFor(const RecordFile& file, const Journal& journal, const Rec
                     outputAccount.takeInitial(value);
                 }
             }
-            for (const TracedEvent& event : std::as_const(events)) {
-                if (event.output == output.key()) {
-                    outputAccount.take(event, offset, startUs);
-                }
-            }
+            QList<TracedEvent> recorded;
+            std::copy_if(events.cbegin(), events.cend(), std::back_inserter(recorded),
+                [&output](const TracedEvent& event) { return event.output == output.key(); });
+            outputAccount.take(recorded, offset, startUs);
             const QString name = agent + QLatin1Char('/') + output.key();
             outputAccount.close(name, reported.value(name), isSilent);
         }

@@ -108,8 +108,8 @@ private Q_SLOTS:
         // When a recorder is added on the launcher's machine and connected, it records
         QCOMPARE(site().addRecorder(), "");
         QCOMPARE(site().connectRecorder(), "");
-        // Whom the recorder has met is not to be seen from here; an agent that it meets while it records is no fault, but the
-        // record then begins without it.
+        // Whom the recorder has met is not to be seen from here; an agent that it meets while it records is no fault,
+        // but the record then begins without it.
         QTest::qWait(5'000);
         QCOMPARE(site().startRecording(), "");
         QCOMPARE(site().recordFor(1.5), "");

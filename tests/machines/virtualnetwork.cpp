@@ -21,13 +21,10 @@ QString VirtualNetwork::powerUp(const QString& hostName, const QList<Cable>& cab
     for (const Cable& cable : cables) {
         const QString port = QStringLiteral("port%1").arg(++_count);
         _ports.insert(hostName + u'/' + cable.device, port);
-        const bool isCarried = _multicast.value(cable.toSwitch) == Multicast::Carried;
+        _switchOf.insert(port, cable.toSwitch);
         atSwitches << QStringLiteral("link add %1 type veth peer name %2 netns %3")
                           .arg(port, cable.device, machine->networkPath())
-                   << QStringLiteral("link set %1 master %2").arg(port, cable.toSwitch)
-                   << QStringLiteral("link set %1 type bridge_slave mcast_flood %2")
-                          .arg(port, isCarried ? QStringLiteral("on") : QStringLiteral("off"))
-                   << QStringLiteral("link set %1 up").arg(port);
+                   << _plugIn(port) << QStringLiteral("link set %1 up").arg(port);
         for (const QString& address : cable.addresses) {
             // Nobody else has it: what IPv6 does to find that out would only take a second.
             const QLatin1String noSearch(address.contains(u':') ? "nodad" : "");
@@ -69,14 +66,23 @@ Machine* VirtualNetwork::machine(const QString& hostName) const
 
 QString VirtualNetwork::cut(const QString& hostName, const QString& device, Fault fault)
 {
-    // State 0 of a switch's port: it forwards nothing.
-    return _setPort(hostName, device, fault == Fault::Pulled ? "down" : "type bridge_slave state 0");
+    // A port that is taken out of its switch has a link, and leads nowhere.
+    return _setPort(hostName, device, fault == Fault::Pulled ? "down" : "nomaster");
 }
 
 QString VirtualNetwork::mend(const QString& hostName, const QString& device)
 {
     const QString problem = _setPort(hostName, device, "up");
-    return problem.isEmpty() ? _setPort(hostName, device, "type bridge_slave state 3") : problem;
+    return problem.isEmpty() ? _ip(_switches, _plugIn(_ports.value(hostName + u'/' + device))) : problem;
+}
+
+QStringList VirtualNetwork::_plugIn(const QString& port) const
+{
+    const QString toSwitch = _switchOf.value(port);
+    const bool isCarried = _multicast.value(toSwitch) == Multicast::Carried;
+    return { QStringLiteral("link set %1 master %2").arg(port, toSwitch),
+        QStringLiteral("link set %1 type bridge_slave mcast_flood %2")
+            .arg(port, isCarried ? QStringLiteral("on") : QStringLiteral("off")) };
 }
 
 QString VirtualNetwork::_setPort(const QString& hostName, const QString& device, const char* setting)

@@ -46,10 +46,12 @@ public:
 private:
     static QString _ip(const Machine& machine, const QStringList& commands);
     QString _setPort(const QString& hostName, const QString& device, const char* setting);
+    QStringList _plugIn(const QString& port) const;
 
     Machine _switches { QStringLiteral("switches") };
     QHash<QString, Multicast> _multicast; // by switch
     QHash<QString, std::shared_ptr<Machine>> _machines;
     QHash<QString, QString> _ports; // at a switch, by "machine/device"
+    QHash<QString, QString> _switchOf; // by port
     int _count = 0;
 };
