@@ -73,6 +73,13 @@ Run run(ScriptedHost& host, const StorePlace& place, const PumpOptions& options,
     return result;
 }
 
+// Until the recorder's network has taken all of them. How long a record takes to close is another matter: it waits some
+// seconds for agents that fell silent, as strangers' do.
+double perSecondOf(const PumpResult& pumped)
+{
+    return static_cast<double>(pumped.events) / pumped.sentSeconds;
+}
+
 double median(std::vector<double> values)
 {
     std::ranges::sort(values);
@@ -91,8 +98,8 @@ void compare(ScriptedHost& host, const StorePlace& place, const PumpOptions& opt
     for (std::int64_t round = 0; round < rounds; ++round) {
         const PumpResult calm = run(host, place, options, nullptr).pumped;
         const Run attacked = run(host, place, options, &attack);
-        calmPerSecond.push_back(calm.perSecond());
-        shares.push_back(attacked.pumped.perSecond() / calm.perSecond());
+        calmPerSecond.push_back(perSecondOf(calm));
+        shares.push_back(perSecondOf(attacked.pumped) / perSecondOf(calm));
         calmNs.push_back(calm.recorderWorked * 1e9 / static_cast<double>(calm.events));
         work.push_back(attacked.pumped.recorderWorked / calm.recorderWorked);
         extra.push_back((attacked.pumped.recorderWorked - calm.recorderWorked) / attacked.pumped.storedSeconds);
