@@ -2,12 +2,15 @@
 #include "peerprocess.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <random>
 #include <sstream>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,6 +23,24 @@ uint16_t discoveryPort()
         return static_cast<uint16_t>(std::uniform_int_distribution<int>(20000, 60000)(device));
     }();
     return port;
+}
+
+uint16_t freeTcpPort()
+{
+    std::random_device device;
+    for (;;) {
+        const auto port = static_cast<uint16_t>(std::uniform_int_distribution<int>(20000, 32000)(device));
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const bool isFree = bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        close(fd);
+        if (isFree) {
+            return port;
+        }
+    }
 }
 
 bool eventually(const std::function<bool()>& condition, Milliseconds within)
@@ -229,8 +250,8 @@ void AgentWatch::told(qny_agent_event_t event, const qny_agent_info_t* agent, vo
     auto* watch = static_cast<AgentWatch*>(self);
     const std::lock_guard lock(watch->m_mutex);
     auto made = std::make_unique<Event>(Event { event, agent->name, agent->uuid, agent->definition, agent->family,
-        agent->executable, {}, agent->stand_in, agent->stoppable, agent->fell_silent, agent->process_id, agent->address, agent->host_name,
-        agent->peer_uuid, std::chrono::steady_clock::now() });
+        agent->executable, {}, agent->stand_in, agent->stoppable, agent->fell_silent, agent->process_id, agent->address,
+        agent->host_name, agent->peer_uuid, std::chrono::steady_clock::now() });
     made->arguments.assign(agent->arguments, agent->arguments + agent->arguments_count);
     watch->m_events.push_back(std::move(made));
     watch->m_changed.notify_all();

@@ -21,6 +21,8 @@ using Milliseconds = std::chrono::milliseconds;
 
 // A discovery port of this test process alone, so that tests that run at the same moment do not meet.
 uint16_t discoveryPort();
+// At which nobody listens; not one of those that the system gives to connections.
+uint16_t freeTcpPort();
 
 // Waits until the condition holds. False when it does not within the time.
 bool eventually(const std::function<bool()>& condition, Milliseconds within = 5s);

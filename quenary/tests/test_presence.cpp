@@ -28,20 +28,6 @@ double millisecondsSince(std::chrono::steady_clock::time_point when)
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - when).count();
 }
 
-// A port that nothing holds now.
-uint16_t freeTcpPort()
-{
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    socklen_t size = sizeof address;
-    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-    close(fd);
-    return ntohs(address.sin_port);
-}
-
 } // namespace
 
 TEST_F(Presence, TwoPeersOnOneMachineFindEachOtherWithoutConfiguration)

@@ -364,7 +364,7 @@ TEST_F(Security, ANamedPeerMayComeLaterAndItsCertificateToo)
 {
     make("late", false);
     allow("me", "mine");
-    const uint16_t port = discoveryPort() + 1;
+    const uint16_t port = freeTcpPort();
     ASSERT_EQ(startMe("127.0.0.1:" + std::to_string(port), false), QNY_SUCCESS) << qny_last_error();
     AgentWatch watch;
     // It names nobody: only our own attempts can bring both together.
