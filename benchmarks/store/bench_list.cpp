@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <memory>
 
 using namespace recorder;
 using namespace recorder::bench;
@@ -147,10 +148,10 @@ void measure(const StorePlace& place, int count)
         });
     } else {
 #ifdef RR_HAS_CASSANDRA
-        static BareCassandra bare(
+        const auto bare = std::make_shared<BareCassandra>(
             cassandraOptions(place.options.value(1).toStdString(), directory / "journals of nobody"));
         works.emplace_back("limit: bare driver, the same query",
-            [&] { must(bare.count(cassandra::cql::listRecords) == count, "the query is not whole"); });
+            [bare, count] { must(bare->count(cassandra::cql::listRecords) == count, "the query is not whole"); });
 #endif
     }
     works.emplace_back("list", list);
