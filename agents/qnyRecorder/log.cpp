@@ -41,9 +41,7 @@ const char* levelName(QtMsgType type)
 QString harmless(QString text)
 {
     for (QChar& character : text) {
-        const bool isHarmful
-            = character.category() == QChar::Other_Control || character.category() == QChar::Other_Format;
-        if (isHarmful && character != u'\n' && character != u'\t') {
+        if (isHarmful(character) && character != u'\n' && character != u'\t') {
             character = u'?';
         }
     }

@@ -23,12 +23,6 @@ constexpr double SORTING_LIMIT_MS = 300;
 constexpr double FRAME_LIMIT_MS = 16;
 constexpr double ENDING_LIMIT_MS = 1000;
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values.empty() ? NAN : values.at(values.size() / 2);
-}
-
 double longest(const std::vector<double>& values)
 {
     return values.empty() ? NAN : *std::max_element(values.begin(), values.end());

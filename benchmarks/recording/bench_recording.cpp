@@ -18,6 +18,7 @@
 #endif
 #include "baresqlite.h"
 #include "csv/csv.h"
+#include "measures.h"
 #include "recordedpump.h"
 #include "storeload.h"
 
@@ -41,12 +42,6 @@ namespace {
 constexpr std::size_t valueBytes = 100;
 constexpr std::size_t pieceBytes = 32 * 1024;
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 // Of several rounds.
 class Series
 {
@@ -56,9 +51,9 @@ public:
         m_perSecond.push_back(perSecond);
         m_processorNs.push_back(processorNs);
     }
-    double perSecond() const { return median(m_perSecond); }
+    double perSecond() const { return Measures::median(m_perSecond); }
     // Of one event, in all processes that were started for it but a database.
-    double processorNs() const { return median(m_processorNs); }
+    double processorNs() const { return Measures::median(m_processorNs); }
 
 private:
     std::vector<double> m_perSecond;

@@ -16,6 +16,7 @@
 // event, and for each second of the attack beyond what the events alone need.
 #include "attackers.h"
 #include "connections.h"
+#include "measures.h"
 #include "processfigures.h"
 #include "recordedpump.h"
 #include "storeload.h"
@@ -29,6 +30,7 @@
 using namespace recorder;
 using namespace recorder::bench;
 using namespace recorder::testing;
+using Measures::median;
 
 namespace {
 
@@ -78,12 +80,6 @@ Run run(ScriptedHost& host, const StorePlace& place, const PumpOptions& options,
 double perSecondOf(const PumpResult& pumped)
 {
     return static_cast<double>(pumped.events) / pumped.sentSeconds;
-}
-
-double median(std::vector<double> values)
-{
-    std::ranges::sort(values);
-    return values.at(values.size() / 2);
 }
 
 void compare(ScriptedHost& host, const StorePlace& place, const PumpOptions& options, const NamedAttack& attack,

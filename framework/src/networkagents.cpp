@@ -5,10 +5,8 @@
 
 #include <quenary.h>
 
-#include <arpa/inet.h>
-#include <ifaddrs.h>
+#include <algorithm>
 #include <memory>
-#include <netinet/in.h>
 
 namespace {
 
@@ -17,26 +15,10 @@ bool isAddressOfThisMachine(const QString& address)
     if (address.startsWith(QLatin1String("127."))) {
         return true;
     }
-    ifaddrs* first = nullptr;
-    if (getifaddrs(&first) != 0) {
-        return false;
-    }
-    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(first, &freeifaddrs);
-    const QByteArray wanted = address.toLatin1();
-    for (const ifaddrs* each = first; each != nullptr; each = each->ifa_next) {
-        const int family = each->ifa_addr == nullptr ? AF_UNSPEC : each->ifa_addr->sa_family;
-        const void* bytes = nullptr;
-        if (family == AF_INET) {
-            bytes = &reinterpret_cast<const sockaddr_in*>(each->ifa_addr)->sin_addr;
-        } else if (family == AF_INET6) {
-            bytes = &reinterpret_cast<const sockaddr_in6*>(each->ifa_addr)->sin6_addr;
-        }
-        char text[INET6_ADDRSTRLEN] = "";
-        if (bytes != nullptr && inet_ntop(family, bytes, text, sizeof text) != nullptr && wanted == text) {
-            return true;
-        }
-    }
-    return false;
+    size_t count = 0;
+    const std::unique_ptr<qny_device_t, decltype(&qny_free)> devices(qny_devices(&count), &qny_free);
+    return std::any_of(devices.get(), devices.get() + count,
+        [wanted = address.toLatin1()](const qny_device_t& device) { return wanted == device.address; });
 }
 
 } // namespace

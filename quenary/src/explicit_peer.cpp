@@ -56,6 +56,12 @@ void ExplicitPeer::connect()
     m_socket.connect(m_endpoint);
 }
 
+void ExplicitPeer::disconnect()
+{
+    m_monitor.reset();
+    m_socket.close();
+}
+
 void ExplicitPeer::tryNext(int64_t now)
 {
     while (!m_round.empty() && m_security->find(m_round.back()->publicKey) != m_round.back()) {
@@ -96,8 +102,7 @@ ConnectionEnd ExplicitPeer::tend(int64_t now)
     }
     if (m_oneWay.isMisused(m_port, now)) {
         logWarning("the peer at " + m_place + " sends where it should only listen");
-        m_monitor.reset();
-        m_socket.close();
+        disconnect();
         m_failed = true;
         m_nextTry = now + pauseMilliseconds;
     }
@@ -105,8 +110,7 @@ ConnectionEnd ExplicitPeer::tend(int64_t now)
         const bool isGone = m_certificate && !m_security->find(m_certificate->publicKey);
         if (isGone) {
             m_certificate.reset();
-            m_monitor.reset();
-            m_socket.close();
+            disconnect();
         }
         if ((m_failed || !m_certificate) && (!m_round.empty() || now >= m_nextTry)) {
             tryNext(now);

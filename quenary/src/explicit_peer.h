@@ -37,6 +37,7 @@ public:
 
 private:
     void connect();
+    void disconnect();
     void tryNext(int64_t now);
 
     zmq::context_t& m_context;

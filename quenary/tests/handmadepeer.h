@@ -117,6 +117,11 @@ inline std::string item(uint8_t kind, const std::string& payload)
     return raw(static_cast<uint32_t>(payload.size() + 1)) + static_cast<char>(kind) + payload;
 }
 
+inline std::string agentItem(const std::string& uuid, const std::string& name, const std::string& definition)
+{
+    return item(1, uuid + '\0' + named(name) + raw(static_cast<uint32_t>(definition.size())) + definition);
+}
+
 inline std::string helloPayload()
 {
     return raw<uint64_t>(1000) + raw<int64_t>(1) + named("host") + raw<uint32_t>(0) + raw<uint16_t>(0);
@@ -223,8 +228,7 @@ public:
     void introduce(const std::string& agentUuid, const std::string& name)
     {
         const std::string definition = R"({"family":"","inputs":[],"outputs":[],"services":[]})";
-        data(item(1, agentUuid + '\0' + named(name) + raw(static_cast<uint32_t>(definition.size())) + definition)
-            + item(3, "") + item(4, ""));
+        data(agentItem(agentUuid, name, definition) + item(3, "") + item(4, ""));
     }
 
     Forged forged;

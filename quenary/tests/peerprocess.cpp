@@ -43,6 +43,16 @@ uint16_t freeTcpPort()
     }
 }
 
+std::string bytesOf(std::string uuidText)
+{
+    std::erase(uuidText, '-');
+    std::string bytes;
+    for (size_t i = 0; i < uuidText.size(); i += 2) {
+        bytes += static_cast<char>(std::stoi(uuidText.substr(i, 2), nullptr, 16));
+    }
+    return bytes;
+}
+
 bool eventually(const std::function<bool()>& condition, Milliseconds within)
 {
     const auto until = std::chrono::steady_clock::now() + within;

@@ -24,6 +24,9 @@ uint16_t discoveryPort();
 // At which nobody listens; not one of those that the system gives to connections.
 uint16_t freeTcpPort();
 
+// The sixteen bytes that a uuid's text stands for.
+std::string bytesOf(std::string uuidText);
+
 // Waits until the condition holds. False when it does not within the time.
 bool eventually(const std::function<bool()>& condition, Milliseconds within = 5s);
 

@@ -2,6 +2,7 @@
 // Strangers that send what is no message of ours: dropped, counted, logged, never fatal.
 #include "beaconsocket.h"
 #include "handmadepeer.h"
+#include "loopback.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -56,12 +57,7 @@ TEST_F(Hardening, RawTcpIsNoHarm)
 {
     for (const std::string& text : { std::string("GET / HTTP/1.0\r\n\r\n"), std::string(100'000, '\xff'),
              std::string("\xff\0\0\0\0\0\0\0\0\x7f", 10) }) {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address {};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        const int fd = connectedTo(port);
         EXPECT_GT(::send(fd, text.data(), text.size(), MSG_NOSIGNAL), 0);
         close(fd);
     }
@@ -121,9 +117,7 @@ TEST_F(Hardening, MalformedItemsOfAPeerAreDroppedAndTheRestIsTaken)
     ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "hand-made"));
     const uint64_t before = refused();
     const auto badAgent = [&](const std::string& name, const std::string& definition) {
-        return item(1,
-            "BAD-BAD-BAD-BAD-" + std::string(1, '\0') + named(name) + raw(static_cast<uint32_t>(definition.size()))
-                + definition);
+        return agentItem("BAD-BAD-BAD-BAD-", name, definition);
     };
     const std::vector<std::string> bad {
         item(99, "what is this"),
@@ -158,9 +152,7 @@ TEST_F(Hardening, MalformedItemsOfAPeerAreDroppedAndTheRestIsTaken)
         << refused() - before << " of " << bad.size();
     // After all of that, a sound item of the same peer is taken.
     const std::string second = R"({"family":"","inputs":[],"outputs":[],"services":[]})";
-    peer.data(item(1,
-        "SECOND-SECOND-SE" + std::string(1, '\0') + named("sound") + raw(static_cast<uint32_t>(second.size()))
-            + second));
+    peer.data(agentItem("SECOND-SECOND-SE", "sound", second));
     EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "sound"));
     EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "hand-made"), 0U);
 }
@@ -183,12 +175,11 @@ TEST_F(Hardening, APeerWithTooManyAgentsShowsNoMoreThanTheBound)
     peer.introduce("MANY-MANY-MANY-0", "many");
     ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "many"));
     const uint64_t before = refused();
-    const std::string definition = "{}";
     for (int i = 0; i < 1200; ++i) {
         std::string uuid(16, 'm');
         uuid[0] = static_cast<char>(i);
         uuid[1] = static_cast<char>(i >> 8);
-        peer.data(item(1, uuid + '\0' + named("of-many") + raw(static_cast<uint32_t>(definition.size())) + definition));
+        peer.data(agentItem(uuid, "of-many", "{}"));
     }
     EXPECT_TRUE(eventually([&] { return watch.count(QNY_AGENT_ENTERED, "of-many") == 1023; }));
     EXPECT_TRUE(eventually([&] { return refused() == before + 177; })) << refused() - before;
@@ -200,10 +191,7 @@ TEST_F(Hardening, APieceThatGotLostIsSentAgain)
     HandMadePeer peer(context, endpoint);
     peer.introduce("LOST-LOST-LOST-0", "loser");
     ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "loser"));
-    const std::string definition = "{}";
-    const auto agent = [&](const std::string& uuid, const std::string& name) {
-        return item(1, uuid + '\0' + named(name) + raw(static_cast<uint32_t>(definition.size())) + definition);
-    };
+    const auto agent = [&](const std::string& uuid, const std::string& name) { return agentItem(uuid, name, "{}"); };
     const uint64_t lost = ++peer.number;
     peer.data(agent("AFTERAFTERAFTER0", "after"));
     // What was lost is asked for by its number.
@@ -314,15 +302,9 @@ TEST_F(Hardening, WhoClaimsAnothersUuidEndsItsLinkOnlyWhenThatIsSilent)
 
 TEST_F(Hardening, AThousandConnectionsThatSayNothingKeepNobodyOut)
 {
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     std::vector<int> connections;
     for (int i = 0; i < 1000; ++i) {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0) << i;
-        connections.push_back(fd);
+        connections.push_back(connectedTo(port));
     }
     const auto ended = [&] {
         return std::ranges::count_if(connections, [](int fd) {

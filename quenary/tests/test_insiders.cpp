@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // A peer like any other, that means harm: it may hurt itself, and nobody else.
 #include "handmadepeer.h"
+#include "loopback.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using namespace test;
 
@@ -19,16 +16,6 @@ void countLines(qny_log_level_t level, const char* message, void*)
 {
     debugLines += level == QNY_LOG_DEBUG ? 1 : 0;
     leftOutTold = leftOutTold || std::strstr(message, "more lines were left out before") != nullptr;
-}
-
-std::string bytesOf(std::string uuidText)
-{
-    std::erase(uuidText, '-');
-    std::string bytes;
-    for (size_t i = 0; i < uuidText.size(); i += 2) {
-        bytes += static_cast<char>(std::stoi(uuidText.substr(i, 2), nullptr, 16));
-    }
-    return bytes;
 }
 
 // By hand what ZeroMQ says first: its greeting, with no security, and what kind of socket this is.
@@ -87,12 +74,7 @@ TEST_F(Hardening, NobodySaysOfAnothersOutputThatItsPublicationsWereLost)
 
 TEST_F(Hardening, AMessageOfPartsWithoutEndIsCutOff)
 {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    const int fd = connectedTo(port);
     const std::string beginning = transportBeginning("DEALER");
     ASSERT_EQ(::send(fd, beginning.data(), beginning.size(), MSG_NOSIGNAL), static_cast<ssize_t>(beginning.size()));
     // "More follows", half a MiB, and so on: ZeroMQ hands none of it over before the last.
@@ -190,7 +172,7 @@ TEST_F(Hardening, APeerWhoseAgentsSayTooMuchOfThemselvesShowsNoMoreThanTheBound)
     for (size_t i = 0; i < tried; ++i) {
         std::string uuid(16, 'm');
         uuid[0] = static_cast<char>(i);
-        peer.data(item(1, uuid + '\0' + named("wordy") + raw(static_cast<uint32_t>(definition.size())) + definition));
+        peer.data(agentItem(uuid, "wordy", definition));
         // It may send ahead 8 MiB and no more.
         ASSERT_TRUE(eventually([&] { return watch.count(QNY_AGENT_ENTERED, "wordy") + refused() - before == i + 1; }));
     }
@@ -224,23 +206,15 @@ TEST_F(Hardening, WhatOthersDoAgainAndAgainDoesNotFillTheLog)
 TEST_F(Hardening, WhoSendsToUsByOurOwnConnectionIsLetGo)
 {
     // The place to which its Hello leads us; we only ever speak there.
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in place {};
-    place.sin_family = AF_INET;
-    place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&place), sizeof place), 0);
-    ASSERT_EQ(listen(listener, 1), 0);
-    socklen_t size = sizeof place;
-    ASSERT_EQ(getsockname(listener, reinterpret_cast<sockaddr*>(&place), &size), 0);
+    const HeldPort listener(SOCK_STREAM);
     Forged forged;
-    forged.port = ntohs(place.sin_port);
+    forged.port = listener.port();
     void* speaker = dealer();
     send(speaker, forged.make(2, helloPayload()));
-    const int fd = accept(listener, nullptr, nullptr);
+    const int fd = accept(listener.fd(), nullptr, nullptr);
     ASSERT_GE(fd, 0);
     const std::string beginning = transportBeginning("ROUTER");
     ASSERT_EQ(::send(fd, beginning.data(), beginning.size(), MSG_NOSIGNAL), static_cast<ssize_t>(beginning.size()));
     EXPECT_TRUE(sendsUntilCutOff(fd, std::string("\3\0\0\0\0\0\0\x40\0", 9) + std::string(16 * 1024, 'x')));
-    close(listener);
     zmq_close(speaker);
 }

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // How peers find one another, and how they learn that one has gone.
+#include "loopback.h"
 #include "peerprocess.h"
 
-#include <arpa/inet.h>
 #include <atomic>
 #include <csignal>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
+#include <memory>
 #include <unistd.h>
 
 using namespace test;
@@ -392,36 +391,22 @@ TEST_F(Presence, AnAgentIsAskedToStopOnlyWhenItListens)
 
 TEST_F(Presence, ADiscoveryPortThatAnotherProgramHoldsIsToldAtTheStart)
 {
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    socklen_t size = sizeof address;
-    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+    auto held = std::make_unique<HeldPort>(SOCK_DGRAM);
     qny_options_t mine = options();
-    mine.port = ntohs(address.sin_port);
+    mine.port = held->port();
     EXPECT_EQ(qny_start(&mine), QNY_ERROR_PORT_IN_USE);
     EXPECT_NE(std::string(qny_last_error()).find(std::to_string(mine.port)), std::string::npos);
     EXPECT_FALSE(qny_is_started());
-    close(fd);
+    held.reset();
     EXPECT_EQ(qny_start(&mine), QNY_SUCCESS) << "after a failure nothing is left behind: " << qny_last_error();
 }
 
 TEST_F(Presence, AListenPortThatAnotherProgramHoldsIsToldAtTheStart)
 {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(fd, 1), 0);
-    socklen_t size = sizeof address;
-    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+    const HeldPort held(SOCK_STREAM);
     qny_options_t mine = options();
-    mine.listen_port = ntohs(address.sin_port);
+    mine.listen_port = held.port();
     EXPECT_EQ(qny_start(&mine), QNY_ERROR_PORT_IN_USE);
-    close(fd);
 }
 
 TEST_F(Presence, AnUnknownDeviceIsToldWithTheOnesThereAre)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Strangers at the door of a secured process, with tools of their own.
 #include "beaconsocket.h"
+#include "loopback.h"
 #include "securednetwork.h"
 
 #include <arpa/inet.h>
@@ -141,13 +142,7 @@ protected:
     // The uuid of its process, as those who are let in may see it.
     static std::string peerUuidOf(AgentWatch& watch, const std::string& agent)
     {
-        std::string text = watch.wait(QNY_AGENT_ENTERED, agent)->peerUuid;
-        std::erase(text, '-');
-        std::string uuid;
-        for (size_t i = 0; i < text.size(); i += 2) {
-            uuid += static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16));
-        }
-        return uuid;
+        return bytesOf(watch.wait(QNY_AGENT_ENTERED, agent)->peerUuid);
     }
     static std::pair<std::string, std::string> newKeys()
     {
@@ -338,23 +333,14 @@ TEST_F(Strangers, LearnNothingFromABeaconButAnAddress)
 TEST_F(Strangers, ABeaconThatIsSentAgainFromElsewhereLeadsNobodyAstray)
 {
     // A listener in the place to which the forged beacon leads: who is led astray knocks here.
-    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-    sockaddr_in place {};
-    place.sin_family = AF_INET;
-    inet_pton(AF_INET, "127.0.0.99", &place.sin_addr);
-    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&place), sizeof place), 0);
-    ASSERT_EQ(listen(listener, 8), 0);
-    socklen_t size = sizeof place;
-    ASSERT_EQ(getsockname(listener, reinterpret_cast<sockaddr*>(&place), &size), 0);
-
+    const HeldPort listener(SOCK_STREAM, "127.0.0.99", SOCK_NONBLOCK);
     const BeaconSocket forger("127.0.0.99");
     for (const std::string& mark : { std::string(16, 'm'), std::string(5, 'm'), std::string() }) {
-        forger.send(std::string("QNYB\1\1", 6) + raw(ntohs(place.sin_port)) + strangersUuid + mark);
+        forger.send(std::string("QNYB\1\1", 6) + raw(listener.port()) + strangersUuid + mark);
     }
     EXPECT_TRUE(log.hears("there is a secured peer at 127.0.0.99")) << log.all();
     AgentWatch watch;
     PeerProcess pump("pump", by("pump"));
     EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "pump")) << "a true beacon was answered in that time";
-    EXPECT_LT(accept(listener, nullptr, nullptr), 0) << "nobody came";
-    close(listener);
+    EXPECT_LT(accept(listener.fd(), nullptr, nullptr), 0) << "nobody came";
 }

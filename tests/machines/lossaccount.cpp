@@ -182,15 +182,7 @@ LossAccount accountFor(const RecordFile& file, const Journal& journal, const Rec
     LossAccount account;
     const QJsonObject completeness
         = QJsonDocument::fromJson(file.facts().value(QStringLiteral("completeness")).toUtf8()).object();
-    QHash<QString, qsizetype> reported;
-    for (const QJsonValue& value : completeness.value(QLatin1String("outputs")).toArray()) {
-        const QJsonObject output = value.toObject();
-        for (const QJsonValue& lost : output.value(QLatin1String("lost")).toObject()) {
-            reported[output.value(QLatin1String("agent")).toString() + QLatin1Char('/')
-                + output.value(QLatin1String("output")).toString()]
-                += static_cast<qsizetype>(lost.toInteger());
-        }
-    }
+    const QHash<QString, qsizetype> reported = file.losses();
     const QString start = file.facts().value(QStringLiteral("start_date"));
     const qint64 startUs = QDateTime::fromString(start.section(QLatin1Char('.'), 0, 0) + QLatin1Char('Z'), Qt::ISODate)
                                .toSecsSinceEpoch()

@@ -5,7 +5,6 @@
 
 #include <recordfile.h>
 
-#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
@@ -41,24 +40,6 @@ qint32 numberOf(const tour::TracedValue& value)
     }
     const QString made = QString::number(number) + QLatin1Char(' ') + QString(number % 300, QLatin1Char('x'));
     return value.type == QLatin1String("string") && value.text == made ? number : 0;
-}
-
-QHash<QString, qsizetype> lossesOf(const QString& completeness)
-{
-    QHash<QString, qsizetype> losses;
-    const QJsonObject object = QJsonDocument::fromJson(completeness.toUtf8()).object();
-    for (const QJsonValue& value : object.value(QLatin1String("outputs")).toArray()) {
-        const QJsonObject output = value.toObject();
-        const QJsonObject lost = output.value(QLatin1String("lost")).toObject();
-        qsizetype sum = 0;
-        for (const QJsonValue& count : lost) {
-            sum += static_cast<qsizetype>(count.toInteger());
-        }
-        const QString name = output.value(QLatin1String("agent")).toString() + QLatin1Char('/')
-            + output.value(QLatin1String("output")).toString();
-        losses.insert(name, sum);
-    }
-    return losses;
 }
 
 } // namespace
@@ -174,7 +155,7 @@ Account Ledger::settle(const MadeRecord& record)
         }
     }
 
-    const QHash<QString, qsizetype> losses = lossesOf(file.facts().value(QStringLiteral("completeness")));
+    const QHash<QString, qsizetype> losses = file.losses();
     QHash<QString, std::pair<qsizetype, qsizetype>> missing; // by agent and output: the least and the most
     for (auto life = _lives.cbegin(); life != _lives.cend(); ++life) {
         for (auto output = life->published.cbegin(); output != life->published.cend(); ++output) {

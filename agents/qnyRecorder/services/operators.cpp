@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "operators.h"
 
+#include "../log.h"
+
 #include <QDateTime>
 #include <QDebug>
 #include <QFile>
@@ -47,9 +49,9 @@ QByteArray escaped(const QByteArray& json)
 {
     QString out;
     for (const QChar c : QString::fromUtf8(json)) {
-        const bool isHarmful = c.category() == QChar::Other_Control || c.category() == QChar::Other_Format
-            || c.category() == QChar::Separator_Line || c.category() == QChar::Separator_Paragraph;
-        out += isHarmful ? QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0')) : QString(c);
+        const bool beginsLine = c.category() == QChar::Separator_Line || c.category() == QChar::Separator_Paragraph;
+        out += isHarmful(c) || beginsLine ? QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'))
+                                          : QString(c);
     }
     return out.toUtf8();
 }

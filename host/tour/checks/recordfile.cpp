@@ -4,6 +4,9 @@
 #include "delimitedtable.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 #include <QtCore/QSet>
 
 namespace tour {
@@ -90,6 +93,23 @@ QStringList RecordFile::agents() const
 double RecordFile::durationInSeconds() const
 {
     return _facts.value(QStringLiteral("duration_us")).toDouble() / 1e6;
+}
+
+QHash<QString, qsizetype> RecordFile::losses() const
+{
+    QHash<QString, qsizetype> losses;
+    const QJsonObject completeness
+        = QJsonDocument::fromJson(_facts.value(QStringLiteral("completeness")).toUtf8()).object();
+    for (const QJsonValue& value : completeness.value(QLatin1String("outputs")).toArray()) {
+        const QJsonObject output = value.toObject();
+        qsizetype& sum = losses[output.value(QLatin1String("agent")).toString() + QLatin1Char('/')
+            + output.value(QLatin1String("output")).toString()];
+        const QJsonObject lost = output.value(QLatin1String("lost")).toObject();
+        for (const QJsonValue& count : lost) {
+            sum += static_cast<qsizetype>(count.toInteger());
+        }
+    }
+    return losses;
 }
 
 QByteArray withoutNameFact(const QByteArray& text)

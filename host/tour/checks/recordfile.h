@@ -27,6 +27,8 @@ public:
     const QList<TracedEvent>& events() const { return _events; } // in the order of the file
     QStringList agents() const; // of definitions and events, sorted
     double durationInSeconds() const;
+    // What the record says that it lost, for whatever reason, by "agent/output"; of those that it tells of at all.
+    QHash<QString, qsizetype> losses() const;
 
 private:
     QHash<QString, QString> _facts;

@@ -74,6 +74,12 @@ std::string writableByAnybody(const OpenDirectory& directory, const std::string&
                                                                                            : openFolderAbove(path);
 }
 
+std::string opennessProblem(const std::string& open, const std::string& path)
+{
+    return path + ": anybody may write into "
+        + (open == path ? "the directory of public certificates" : open + " above this directory");
+}
+
 std::string described(const Certificate& certificate)
 {
     return certificate.name + " (" + certificate.path + ")";
@@ -105,9 +111,7 @@ std::string CertificateDirectory::open()
         return m_path + ": the directory of public certificates cannot be read: " + std::strerror(directory.error);
     }
     if (const std::string open = writableByAnybody(directory, m_path); !open.empty()) {
-        return m_path + ": anybody may write into "
-            + (open == m_path ? "the directory of public certificates" : open + " above this directory")
-            + ", and so let in whom they like; take that away with chmod o-w";
+        return opennessProblem(open, m_path) + ", and so let in whom they like; take that away with chmod o-w";
     }
     scan(true);
     publish(true);
@@ -169,10 +173,9 @@ bool CertificateDirectory::scan(bool first)
     // Whoever wants can write into it: what appears there now says nothing. What is taken away counts.
     const std::string open = writableByAnybody(directory, m_path);
     const bool frozen = !open.empty();
-    std::string said = frozen ? m_path + ": anybody may write into "
-            + (open == m_path ? "the directory of public certificates" : open + " above this directory")
-            + ": nothing new in it counts until that is taken away with chmod o-w"
-                              : std::string();
+    std::string said = frozen
+        ? opennessProblem(open, m_path) + ": nothing new in it counts until that is taken away with chmod o-w"
+        : std::string();
 
     bool changed = false;
     for (auto& [name, entry] : m_entries) {
