@@ -420,6 +420,9 @@ QNY_EXPORT bool qny_agent_is_present(const char *agent_name_or_uuid);
 /* Whether the process of this agent of another process said something within the last 1.5 s, as each does twice a second
  * while it runs and can be reached. False for an unknown agent, and for a moment after this process itself stood still. */
 QNY_EXPORT bool qny_agent_is_heard(const char *agent_uuid);
+/* How many milliseconds ago the process of this agent of another process said something for the last time; -1 for an
+ * unknown agent. What it sent before that has come. */
+QNY_EXPORT int64_t qny_agent_silence_ms(const char *agent_uuid);
 
 /* Asks an agent of another process to stop: its process's stop callback decides how. QNY_ERROR_UNKNOWN_AGENT; QNY_ERROR_ARGUMENT for one
  * that is not stoppable. */

@@ -256,15 +256,22 @@ bool qny_agent_is_present(const char* agent_name_or_uuid)
     return std::ranges::any_of(core.find(agent_name_or_uuid), [](const auto& each) { return !each.first->isSelf; });
 }
 
-bool qny_agent_is_heard(const char* agent_uuid)
+int64_t qny_agent_silence_ms(const char* agent_uuid)
 {
     const auto uuid = uuidFromText(agent_uuid ? agent_uuid : "");
     const Core& core = Core::instance();
     const Lock lock(Core::instance().mutex);
-    const int64_t now = steadyMilliseconds();
     const auto owner = uuid ? core.owners.find(*uuid) : core.owners.end();
-    return owner != core.owners.end() && !owner->second->isSelf && now - owner->second->spokeAt < quietMilliseconds
-        && now - core.stoodStillUntil >= wellKnownMilliseconds;
+    return owner == core.owners.end() || owner->second->isSelf ? -1 : steadyMilliseconds() - owner->second->spokeAt;
+}
+
+bool qny_agent_is_heard(const char* agent_uuid)
+{
+    const int64_t silence = qny_agent_silence_ms(agent_uuid);
+    const Core& core = Core::instance();
+    const Lock lock(Core::instance().mutex);
+    return silence >= 0 && silence < quietMilliseconds
+        && steadyMilliseconds() - core.stoodStillUntil >= wellKnownMilliseconds;
 }
 
 qny_result_t qny_request_stop(const char* agent_uuid)

@@ -136,6 +136,8 @@ TEST(Api, NullTextsAreErrorsAndNeverCrash)
     EXPECT_FALSE(qny_agent_is_heard("no uuid"));
     char* own = qny_uuid();
     EXPECT_FALSE(qny_agent_is_heard(own)) << "agents of other processes only";
+    EXPECT_EQ(qny_agent_silence_ms(nullptr), -1);
+    EXPECT_EQ(qny_agent_silence_ms(own), -1);
     qny_free(own);
     EXPECT_EQ(qny_request_stop(nullptr), QNY_ERROR_ARGUMENT);
     EXPECT_EQ(qny_observe_stop_requests(nullptr, nullptr), QNY_SUCCESS) << "null withdraws it";

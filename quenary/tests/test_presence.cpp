@@ -7,6 +7,9 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <memory>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 using namespace test;
@@ -142,6 +145,31 @@ TEST_F(Presence, ALeavingPeerSaysSo)
     EXPECT_FALSE(exited->fellSilent);
 }
 
+TEST_F(Presence, WhatGotLostOnTheWayToAPeerIsSaidAgainWithoutWaitingLongerEachTime)
+{
+    const qny_options_t mine = options();
+    ASSERT_EQ(qny_start(&mine), QNY_SUCCESS);
+    AgentWatch watch;
+    PeerProcess other("far away");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "far away"));
+    // This process has no connections but those of the library: one leads to the peer, the other comes from it.
+    const auto hasty = [] {
+        int count = 0;
+        for (int fd = 0; fd < 1024; ++fd) {
+            sockaddr_storage other {};
+            socklen_t length = sizeof other;
+            int isOn = 0;
+            socklen_t size = sizeof isOn;
+            if (getpeername(fd, reinterpret_cast<sockaddr*>(&other), &length) == 0 && other.ss_family == AF_INET
+                && getsockopt(fd, IPPROTO_TCP, TCP_THIN_LINEAR_TIMEOUTS, &isOn, &size) == 0) {
+                count += isOn;
+            }
+        }
+        return count;
+    };
+    EXPECT_TRUE(eventually([&] { return hasty() == 1; })) << hasty();
+}
+
 TEST_F(Presence, WhatAMonitoredAgentPublishesWhileItIsAwayIsToldAsLostUnlessItsMonitorWasRemoved)
 {
     const qny_options_t mine = options();
@@ -163,16 +191,22 @@ TEST_F(Presence, WhatAMonitoredAgentPublishesWhileItIsAwayIsToldAsLostUnlessItsM
         sources[i]->ask({ "publish", "out", "integer", "2" });
         ASSERT_TRUE(seen[i].waitFor(2));
         EXPECT_TRUE(qny_agent_is_heard(uuids[i].c_str()));
+        EXPECT_GE(qny_agent_silence_ms(uuids[i].c_str()), 0);
+        // It speaks unasked.
+        EXPECT_TRUE(eventually([&] { return qny_agent_silence_ms(uuids[i].c_str()) > 100; }));
+        EXPECT_TRUE(eventually([&] { return qny_agent_silence_ms(uuids[i].c_str()) < 100; }));
         sources[i]->signal(SIGSTOP);
     }
     // It is missed before it is given up.
     EXPECT_TRUE(eventually([&] { return !qny_agent_is_heard(uuids[0].c_str()); }));
+    EXPECT_GE(qny_agent_silence_ms(uuids[0].c_str()), 1500);
     EXPECT_TRUE(qny_agent_is_present("kept"));
     for (const char* name : { "kept", "removed" }) {
         const auto* exited = watch.wait(QNY_AGENT_EXITED, name);
         ASSERT_TRUE(exited);
         EXPECT_TRUE(exited->fellSilent);
     }
+    EXPECT_EQ(qny_agent_silence_ms(uuids[0].c_str()), -1);
     EXPECT_EQ(qny_monitor_remove(uuids[1].c_str()), QNY_ERROR_UNKNOWN) << "it is away";
     watch.clear();
     for (size_t i = 0; i < 2; ++i) {

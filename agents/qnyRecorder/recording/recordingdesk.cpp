@@ -20,8 +20,9 @@ constexpr auto PROGRESS_INTERVAL = 100ms;
 /// publications is on its way to the agents.
 constexpr auto LISTENING_SETTLES = 60ms;
 /// What was published before the end may still be on its way: the recording is closed when nothing of the kind came for
-/// the first time, and after the second at the latest. So long it waits for agents that are not heard, or have just
-/// gone, too: when one of the machines stood still, they come back within that time and say how much was missed.
+/// the first time and every agent was heard since, and after the second at the latest. Who can be reached speaks twice
+/// a second; who cannot has fallen silent. So long it waits for those that have just gone, too: when one of the
+/// machines stood still, they come back within that time and say how much was missed.
 constexpr auto LATECOMERS_GAP = 50ms;
 constexpr auto LATECOMERS_MOST = 2s;
 /// Whose link is opened anew is back before that.
@@ -183,10 +184,11 @@ void RecordingDesk::onFailed(const std::string& uuid, const QString& reason)
 void RecordingDesk::finish()
 {
     _recording->end();
-    const auto latest = std::chrono::steady_clock::now() + LATECOMERS_MOST;
+    const auto end = std::chrono::steady_clock::now();
     do {
         std::this_thread::sleep_for(LATECOMERS_GAP);
-    } while ((_recording->tookEvents() || isSomebodyAwaited()) && std::chrono::steady_clock::now() < latest);
+    } while ((_recording->tookEvents() || isSomebodyAwaited(end))
+        && std::chrono::steady_clock::now() < end + LATECOMERS_MOST);
     stopListening();
     stopProgress();
     const int64_t durationUs = _recording->finish();
@@ -243,12 +245,14 @@ void RecordingDesk::listenToEverybody()
     }
 }
 
-bool RecordingDesk::isSomebodyAwaited()
+bool RecordingDesk::isSomebodyAwaited(std::chrono::steady_clock::time_point end)
 {
-    const auto longAgo = std::chrono::steady_clock::now() - AWAITED_MOST;
+    const auto now = std::chrono::steady_clock::now();
+    const auto longAgo = now - AWAITED_MOST;
     const std::lock_guard lock(_monitorMutex);
-    return std::any_of(_monitored.begin(), _monitored.end(), [](const std::string& uuid) {
-        return !qny_agent_is_heard(uuid.c_str());
+    return std::any_of(_monitored.begin(), _monitored.end(), [&](const std::string& uuid) {
+        return !qny_agent_is_heard(uuid.c_str())
+            || std::chrono::milliseconds(qny_agent_silence_ms(uuid.c_str())) >= now - end;
     }) || std::any_of(_away.begin(), _away.end(), [&](const auto& each) { return each.second > longAgo; });
 }
 

@@ -58,7 +58,7 @@ public:
 private:
     void listenTo(const KnownAgent& agent, bool isThereAtStart); // with _monitorMutex locked
     void listenToEverybody();
-    bool isSomebodyAwaited();
+    bool isSomebodyAwaited(std::chrono::steady_clock::time_point end);
     void stopListening();
     void finish();
     void onFailed(const std::string& uuid, const QString& reason);
