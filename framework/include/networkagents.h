@@ -23,6 +23,7 @@ struct CORVANE_EXPORT NetworkAgent
     bool standIn = false;
     bool stoppable = false;
     bool isOfThisMachine = false; ///< by the address from which it speaks, which it cannot make up as it can its name
+    bool hasTakenLeave = false; ///< when it exits: by itself. Otherwise it may still run, and come back
 };
 Q_DECLARE_METATYPE(NetworkAgent)
 

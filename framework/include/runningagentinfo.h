@@ -49,8 +49,14 @@ public:
     qint64 processId() const;
     QString definition() const;
 
+    /// It ended, or left the network, by itself. False while it is there, and for one of which nothing is heard any
+    /// more: that may still run.
+    bool hasTakenLeave() const;
+
     /// Takes over a changed definition of the same agent. Called by the document.
     void update(const NetworkAgent& agent);
+    /// Takes over how it exited. Called by the document, before anybody is told.
+    void exit(const NetworkAgent& agent);
 
 Q_SIGNALS:
     void definitionChanged();

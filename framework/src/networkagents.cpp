@@ -46,6 +46,8 @@ struct NetworkAgentsCallback
         copy.standIn = agent->stand_in;
         copy.stoppable = agent->stoppable;
         copy.isOfThisMachine = isAddressOfThisMachine(copy.address);
+        // When it is this process that leaves the network, the others stay.
+        copy.hasTakenLeave = event == QNY_AGENT_EXITED && !agent->fell_silent && qny_is_started();
         QMetaObject::invokeMethod(self, [self, event, copy] { self->_onEvent(event, copy); }, Qt::QueuedConnection);
     }
 };
@@ -106,7 +108,9 @@ void NetworkAgents::_onEvent(int event, const NetworkAgent& agent)
     case QNY_AGENT_EXITED:
         if (isKnown) {
             // As it was met: this machine may have another address by now.
-            Q_EMIT agentExited(_agents.takeAt(index));
+            NetworkAgent exited = _agents.takeAt(index);
+            exited.hasTakenLeave = agent.hasTakenLeave;
+            Q_EMIT agentExited(exited);
         }
         break;
     default:

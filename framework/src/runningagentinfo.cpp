@@ -72,6 +72,17 @@ QString RunningAgentInfo::definition() const
     return _agent.definition;
 }
 
+bool RunningAgentInfo::hasTakenLeave() const
+{
+    return _agent.hasTakenLeave;
+}
+
+void RunningAgentInfo::exit(const NetworkAgent& agent)
+{
+    Q_ASSERT(agent.uuid == _agent.uuid);
+    _agent.hasTakenLeave = agent.hasTakenLeave;
+}
+
 void RunningAgentInfo::update(const NetworkAgent& agent)
 {
     Q_ASSERT(agent.uuid == _agent.uuid);

@@ -142,6 +142,7 @@ void SystemDocument::_onAgentExited(const NetworkAgent& agent)
     if (info == nullptr) {
         return;
     }
+    info->exit(agent);
     _runningAgentInfos.removeOne(info);
     _unplacedAgents->removeObject(info);
     for (SystemViewClassInstance* instance : _allClassInstances()) {

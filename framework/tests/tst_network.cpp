@@ -21,6 +21,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <functional>
+#include <optional>
+
 #include <quenary.h>
 
 using namespace FrameworkFixture;
@@ -57,6 +60,8 @@ private Q_SLOTS:
     void aSecuredHostHandsItsSecurityOn();
     void anAgentThatComesAndGoesIsSeenByItsInstance();
     void aCrashedAgentIsSeenToGo();
+    void onlyAnAgentThatLeavesByItselfHasTakenItsLeave_data();
+    void onlyAnAgentThatLeavesByItselfHasTakenItsLeave();
     void aChangedDefinitionIsSeen();
     void anAgentStartedHereComesToThisNetworkAndIsStopped();
     void anAgentThatDoesNotAcceptStopsIsSaid();
@@ -206,6 +211,34 @@ void TestNetwork::aCrashedAgentIsSeenToGo()
     QTRY_VERIFY(sensor->isRunning());
     peer.process().kill();
     QTRY_VERIFY_WITH_TIMEOUT(!sensor->isRunning(), 2 * QNY_PRESENCE_BOUND_MS);
+}
+
+void TestNetwork::onlyAnAgentThatLeavesByItselfHasTakenItsLeave_data()
+{
+    QTest::addColumn<std::function<void(QProcess&)>>("end");
+    QTest::addColumn<bool>("hasTakenLeave");
+    const auto row = [](const char* name, const std::function<void(QProcess&)>& end, bool hasTakenLeave) {
+        QTest::newRow(name) << end << hasTakenLeave;
+    };
+    row("it ends", [](QProcess& peer) { peer.closeWriteChannel(); }, true);
+    row("it crashes", [](QProcess& peer) { peer.kill(); }, false);
+    row("the host leaves the network", [](QProcess&) { network()->disconnectFromNetwork(); }, false);
+}
+
+void TestNetwork::onlyAnAgentThatLeavesByItselfHasTakenItsLeave()
+{
+    QFETCH(const std::function<void(QProcess&)>, end);
+    SystemViewClassInstance* sensor = createInstance(SENSOR_FAMILY, "Sensor");
+    Peer peer({ "--name", "Sensor", "--family", SENSOR_FAMILY });
+    QVERIFY(peer.isReady());
+    QTRY_VERIFY(sensor->isRunning());
+    QVERIFY(!sensor->runningAgentInfos().at(0)->hasTakenLeave());
+    std::optional<bool> hasTakenLeave;
+    connect(sensor, &SystemViewClassInstance::runningAgentInfoRemoved, &peer.process(),
+        [&hasTakenLeave](RunningAgentInfo* info) { hasTakenLeave = info->hasTakenLeave(); });
+    end(peer.process());
+    QTRY_VERIFY_WITH_TIMEOUT(hasTakenLeave.has_value(), 2 * QNY_PRESENCE_BOUND_MS);
+    QTEST(*hasTakenLeave, "hasTakenLeave");
 }
 
 void TestNetwork::aChangedDefinitionIsSeen()

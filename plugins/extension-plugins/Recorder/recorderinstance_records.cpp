@@ -198,7 +198,10 @@ QString RecorderInstance::_noteLossOfRecording()
     if (!std::exchange(_mayBeRecording, false)) {
         return QString();
     }
-    if (_runningAgentInfo && _runningAgentInfo->isAttachedToCorvane() && hasEnded(_runningAgentInfo->processId())) {
+    // A recorder ends its recording before it takes its leave.
+    if (_runningAgentInfo
+        && (_runningAgentInfo->hasTakenLeave()
+            || (_runningAgentInfo->isAttachedToCorvane() && hasEnded(_runningAgentInfo->processId())))) {
         return tr("The recorder '%1' left during a recording: nothing is recorded any more.");
     }
     _agentLostWhileRecording = _agentInstanceUuid;

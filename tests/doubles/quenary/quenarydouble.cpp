@@ -26,7 +26,7 @@ State newState()
 class AgentInfo
 {
 public:
-    explicit AgentInfo(const Agent& agent)
+    AgentInfo(const Agent& agent, bool fellSilent)
     {
         for (const QString& argument : agent.arguments) {
             _arguments.push_back(argument.toUtf8());
@@ -47,6 +47,7 @@ public:
         _info.definition = _keep(agent.definition);
         _info.stand_in = agent.standIn;
         _info.stoppable = agent.stoppable;
+        _info.fell_silent = fellSilent;
     }
     const qny_agent_info_t* get() const { return &_info; }
 
@@ -63,7 +64,7 @@ private:
     qny_agent_info_t _info {};
 };
 
-void announce(qny_agent_event_t event, const Agent& agent)
+void announce(qny_agent_event_t event, const Agent& agent, bool fellSilent = false)
 {
     QList<AgentObserver> observers;
     {
@@ -71,7 +72,7 @@ void announce(qny_agent_event_t event, const Agent& agent)
         observers = state().agentObservers;
     }
     onLibraryThread([&] {
-        const AgentInfo info(agent);
+        const AgentInfo info(agent, fellSilent);
         for (const AgentObserver& observer : observers) {
             observer.callback(event, info.get(), observer.userData);
         }
@@ -277,7 +278,7 @@ void enter(const Agent& agent)
     announce(event, agent);
 }
 
-void leave(const QString& agentUuid)
+void leave(const QString& agentUuid, Exit how)
 {
     Agent left;
     {
@@ -291,7 +292,7 @@ void leave(const QString& agentUuid)
         left = *found;
         agents.erase(found);
     }
-    announce(QNY_AGENT_EXITED, left);
+    announce(QNY_AGENT_EXITED, left, how == Exit::FallsSilent);
 }
 
 bool requestStop(const Sender& sender)

@@ -97,8 +97,13 @@ struct Agent
 };
 /// The agent enters the network, or changes if its uuid is there already.
 void enter(const Agent& agent);
+enum class Exit
+{
+    TakesLeave,
+    FallsSilent // it may still run
+};
 /// The agent leaves. Nothing for an unknown one.
-void leave(const QString& agentUuid);
+void leave(const QString& agentUuid, Exit how = Exit::TakesLeave);
 /// Another agent asks this process to stop. False when it observes no such requests.
 bool requestStop(const Sender& sender = Sender());
 

@@ -93,9 +93,9 @@ void ModuleFixture::enter(const QuenaryDouble::Agent& agent)
     settle();
 }
 
-void ModuleFixture::leave(const QString& agentUuid)
+void ModuleFixture::leave(const QString& agentUuid, QuenaryDouble::Exit how)
 {
-    QuenaryDouble::leave(agentUuid);
+    QuenaryDouble::leave(agentUuid, how);
     settle();
 }
 

@@ -39,7 +39,7 @@ public:
     static constexpr qint64 ENDED_PROCESS = std::numeric_limits<int>::max();
     static QuenaryDouble::Agent agentOf(RecorderInstance* instance, const QString& uuid);
     static void enter(const QuenaryDouble::Agent& agent);
-    static void leave(const QString& agentUuid);
+    static void leave(const QString& agentUuid, QuenaryDouble::Exit how = QuenaryDouble::Exit::TakesLeave);
 
     /// A recorder that runs, its first questions forgotten.
     RecorderInstance* addRunningRecorder(const QString& name = QStringLiteral("Recorder"));

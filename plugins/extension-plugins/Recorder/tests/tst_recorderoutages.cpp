@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "modulefixture.h"
 
+#include <networkconfiguration.h>
+
 #include <QtCore/QCoreApplication>
 
 namespace {
@@ -31,6 +33,7 @@ public:
         , agent(ModuleFixture::agentOf(
               fixture.firstInstanceOf(classInstance), QUuid::createUuid().toString(QUuid::WithoutBraces)))
     {
+        NetworkConfiguration::instance()->connectToNetwork();
         // A process that runs: on another machine the number says nothing.
         agent.processId = place == Place::Nowhere ? ModuleFixture::ENDED_PROCESS : QCoreApplication::applicationPid();
         if (place == Place::Elsewhere) {
@@ -41,13 +44,17 @@ public:
         publishProgress(1.0);
     }
 
+    ~RecordingRecorder() { NetworkConfiguration::instance()->disconnectFromNetwork(); }
+    Q_DISABLE_COPY_MOVE(RecordingRecorder)
+
     void publishProgress(double seconds)
     {
         ScriptedRecorder(instance).progress(instance->recordProgressInput(), seconds);
         QVERIFY(instance->isRecording());
     }
     void fallSilent() { QTRY_VERIFY(!instance->isRecording()); }
-    void leave() { ModuleFixture::leave(agent.uuid); }
+    void goOutOfReach() { ModuleFixture::leave(agent.uuid, QuenaryDouble::Exit::FallsSilent); }
+    void takeLeave() { ModuleFixture::leave(agent.uuid, QuenaryDouble::Exit::TakesLeave); }
     void comeBack(const QString& recordId)
     {
         ModuleFixture::enter(agent);
@@ -94,22 +101,50 @@ private Q_SLOTS:
             recorder.fallSilent();
             QCOMPARE(recorder.told.texts(), QStringList());
         }
-        recorder.leave();
+        recorder.goOutOfReach();
         QCOMPARE(recorder.told.texts(), QStringList(text));
+    }
+
+    void aRecorderThatTakesItsLeaveHasEndedItsRecording_data()
+    {
+        QTest::addColumn<bool>("isSilentFirst");
+        QTest::newRow("at once") << false;
+        QTest::newRow("after a silence") << true;
+    }
+    void aRecorderThatTakesItsLeaveHasEndedItsRecording()
+    {
+        QFETCH(const bool, isSilentFirst);
+        RecordingRecorder recorder(Place::Elsewhere);
+        if (isSilentFirst) {
+            recorder.fallSilent();
+        }
+        recorder.takeLeave();
+        QCOMPARE(recorder.told.texts(), QStringList(HAS_ENDED));
+        // When it comes again, that is no news.
+        recorder.comeBack("");
+        QCOMPARE(recorder.told.texts(), QStringList(HAS_ENDED));
+    }
+
+    void whatIsKnownIsNotTakenForAnEndWhenTheHostItselfLeavesTheNetwork()
+    {
+        RecordingRecorder recorder(Place::Elsewhere);
+        NetworkConfiguration::instance()->disconnectFromNetwork();
+        recorder.takeLeave();
+        QCOMPARE(recorder.told.texts(), QStringList(OUT_OF_REACH));
     }
 
     void aRecorderThatIsBackAndStillRecordsIsTold()
     {
         RecordingRecorder recorder(Place::Elsewhere);
         recorder.fallSilent();
-        recorder.leave();
+        recorder.goOutOfReach();
         recorder.comeBack(RECORD_A);
         QCOMPARE(recorder.told.texts(), QStringList({ OUT_OF_REACH, BACK_AND_RECORDING }));
         QVERIFY(recorder.instance->isRecording());
         // Once. And what comes next is told anew.
         ScriptedRecorder(recorder.instance).reply("context", { "", "", 0.0, 0.0, 1.0, false, "", "", RECORD_A });
         QCOMPARE(recorder.told.texts().size(), 2);
-        recorder.leave();
+        recorder.goOutOfReach();
         recorder.comeBack("");
         QCOMPARE(recorder.told.texts().mid(2), QStringList({ OUT_OF_REACH, BACK_AND_DONE }));
     }
@@ -118,7 +153,7 @@ private Q_SLOTS:
     {
         RecordingRecorder recorder(Place::Elsewhere);
         recorder.fallSilent();
-        recorder.leave();
+        recorder.goOutOfReach();
         recorder.agent.uuid = QUuid::createUuid().toString(QUuid::WithoutBraces);
         recorder.comeBack(RECORD_B);
         QCOMPARE(recorder.told.texts(), QStringList({ OUT_OF_REACH, RESTARTED }));
@@ -127,7 +162,7 @@ private Q_SLOTS:
     void afterAKnownEndAStartIsNoNews()
     {
         RecordingRecorder recorder(Place::Nowhere);
-        recorder.leave();
+        recorder.goOutOfReach();
         recorder.agent.uuid = QUuid::createUuid().toString(QUuid::WithoutBraces);
         recorder.comeBack("");
         QCOMPARE(recorder.told.texts(), QStringList(HAS_ENDED));
@@ -143,7 +178,7 @@ private Q_SLOTS:
         QCOMPARE(recorder.told.texts(), QStringList());
         // It was no end: what follows is told.
         recorder.fallSilent();
-        recorder.leave();
+        recorder.goOutOfReach();
         QCOMPARE(recorder.told.texts(), QStringList(OUT_OF_REACH));
     }
 
@@ -164,7 +199,7 @@ private Q_SLOTS:
         if (!isListedFirst) {
             ScriptedRecorder(recorder.instance).records("[]");
         }
-        recorder.leave();
+        recorder.goOutOfReach();
         QCOMPARE(recorder.told.texts(), QStringList());
     }
 
@@ -172,7 +207,7 @@ private Q_SLOTS:
     {
         RecordingRecorder recorder(Place::Elsewhere);
         ScriptedRecorder(recorder.instance).reply("recording_stopped");
-        recorder.leave();
+        recorder.goOutOfReach();
         recorder.comeBack("");
         QCOMPARE(recorder.told.texts(), QStringList());
     }
@@ -182,7 +217,7 @@ private Q_SLOTS:
         RecordingRecorder recorder(Place::Elsewhere);
         recorder.instance->stopRecording();
         QVERIFY(!recorder.instance->isRecording());
-        recorder.leave();
+        recorder.goOutOfReach();
         QCOMPARE(recorder.told.texts(), QStringList(OUT_OF_REACH));
     }
 };
