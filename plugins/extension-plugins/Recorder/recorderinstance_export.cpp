@@ -33,6 +33,7 @@ void RecorderInstance::downloadRecord(RecorderRecord* record)
     // The dialog runs its own event loop, in which the instance and the record may go.
     const QPointer<RecorderInstance> self(this);
     const QPointer<RecorderRecord> downloadedRecord(record);
+    const bool wasOn = _isOn;
     const QString path = QFileDialog::getSaveFileName(nullptr, tr("Save record"), proposedPath, tr("CSV (*.csv)"));
     if (!self || path.isEmpty()) {
         return;
@@ -42,6 +43,14 @@ void RecorderInstance::downloadRecord(RecorderRecord* record)
                    << "the record was removed while a file was chosen for it, nothing is written to" << path;
         _raiseProblem(
             tr("The record was removed while a file was chosen for it: nothing is written to \"%1\".").arg(path));
+        return;
+    }
+    if (wasOn && !_isOn) {
+        // Nobody would answer, nor end the waiting.
+        qWarning() << "void RecorderInstance::downloadRecord(RecorderRecord *)"
+                   << "the recorder left while a file was chosen, nothing is written to" << path;
+        _raiseProblem(tr("The recorder '%1' left while a file was chosen for its record: nothing is written to \"%2\".")
+                .arg(name(), path));
         return;
     }
 
@@ -97,7 +106,7 @@ void RecorderInstance::receiveExport(
         qWarning() << signature << "failed to write content to record file, closing file";
         if (file) {
             _raiseProblem(tr("The file \"%1\" can not be written further (%2): it holds what came before.")
-                              .arg(file->fileName(), file->errorString()));
+                    .arg(file->fileName(), file->errorString()));
         }
     } else if (!nextUuid.isEmpty()) {
         if (!_isCancelingExport) {

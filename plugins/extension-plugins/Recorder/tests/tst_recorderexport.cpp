@@ -33,6 +33,7 @@ private Q_SLOTS:
     void aLongChunkIsWrittenUnchanged();
     void aRecordThatIsDestroyedIsWrittenOnWithoutProgress();
     void aRecordThatGoesWhileTheDialogIsOpenIsNotDownloaded();
+    void aRecorderThatLeavesWhileTheDialogIsOpenIsNotWaitedFor();
     void anEmptyRecordUuidClosesTheFile();
     void aChunkWithoutADownloadIsWarnedOf();
     void aFullDiskEndsTheDownload();
@@ -285,6 +286,26 @@ void tst_RecorderExport::aRecordThatGoesWhileTheDialogIsOpenIsNotDownloaded()
     files.instance->downloadRecord(files.record);
     QVERIFY(!QFile::exists(files.path("out.csv")));
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void tst_RecorderExport::aRecorderThatLeavesWhileTheDialogIsOpenIsNotWaitedFor()
+{
+    Files files;
+    const Told told;
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable("void RecorderInstance::downloadRecord(RecorderRecord *) the recorder left while a file was chosen, "
+                   "nothing is written to \""
+            + files.path("out.csv") + "\""));
+    // The record is still there: it goes only later.
+    RecorderRecord record(RECORD_B, "B", QDateTime(), QDateTime(), 1, nullptr);
+    const DialogAnswer answer(files.path("out.csv"), [&files] { files.instance->updateFromRunningAgentInfo(nullptr); });
+    files.instance->downloadRecord(&record);
+    QVERIFY(answer.wasAsked);
+    QVERIFY(!files.instance->isDownloadingRecord());
+    QVERIFY(!QFile::exists(files.path("out.csv")));
+    QCOMPARE(told.texts(),
+        QStringList("The recorder 'Recorder' left while a file was chosen for its record: nothing is written to \""
+            + files.path("out.csv") + "\"."));
 }
 
 void tst_RecorderExport::anEmptyRecordUuidClosesTheFile()

@@ -747,6 +747,10 @@
         <source>can not be read from byte %1 on, where it ends too early: copy it to a disk of this machine and import the copy</source>
         <translation>ne peut pas être lu à partir de l’octet %1, où il se termine trop tôt&#xa0;: copiez-le sur un disque de cette machine et importez la copie</translation>
     </message>
+    <message>
+        <source>The recorder &apos;%1&apos; left while a file was chosen for its record: nothing is written to &quot;%2&quot;.</source>
+        <translation>L’enregistreur «&#xa0;%1&#xa0;» est parti pendant qu’un fichier était choisi pour son enregistrement&#xa0;: rien n’est écrit dans «&#xa0;%2&#xa0;».</translation>
+    </message>
 </context>
 <context>
     <name>RecorderInstanceItem</name>
