@@ -11,6 +11,7 @@
 #include <host.h>
 #include <networkconfiguration.h>
 #include <reservedagentandtoolfamilies.h>
+#include <runningagentinfo.h>
 #include <systemdocument.h>
 #include <systemdocumenthandler.h>
 #include <systemviewclassinstance.h>
@@ -22,8 +23,15 @@
 
 using namespace tour;
 
+namespace {
+
+const QString OBSERVED = QStringLiteral("observed.csv");
+
+} // namespace
+
 Site::~Site()
 {
+    stopWatching();
     _plant.reset();
     stopLauncher();
     host.stop();
@@ -128,10 +136,55 @@ QString Site::startPlant()
             return error;
         }
     }
-    return _await("the plant's agents", [] {
-        const auto agents = SystemDocumentHandler::instance()->currentSystemDocument()->runningAgentInfos();
-        return agents.size() >= SamplePlant::agentNames().size();
+    return _await("the plant's agents", [this] { return plantAgentsSeen() == SamplePlant::agentNames().size(); });
+}
+
+int Site::plantAgentsSeen() const
+{
+    const auto agents = SystemDocumentHandler::instance()->currentSystemDocument()->runningAgentInfos();
+    const QStringList names = SamplePlant::agentNames();
+    return static_cast<int>(std::count_if(agents.cbegin(), agents.cend(),
+        [&names](const RunningAgentInfo* agent) { return !agent->isStandIn() && names.contains(agent->name()); }));
+}
+
+QString Site::_observe(const QStringList& maps)
+{
+    QString error;
+    _observer = std::make_unique<ObserverProcess>();
+    _observed = maps.size();
+    if (!_observer->start(QStringLiteral(RR_OBSERVER), path(OBSERVED), maps, &error)) {
+        return error;
+    }
+    return _await("the mappings", [this] { return isPlantWatched(); });
+}
+
+QString Site::watchPlant()
+{
+    return _observe({ "Pump A/speed/double", "Pump B/speed/double", "Tank/level/double", "Valve/position/double",
+        "Controller/cycle/integer", "Operator/watch/integer" });
+}
+
+bool Site::isPlantWatched()
+{
+    return _observer && _observer->liveMappings() == _observed;
+}
+
+QString Site::seePlantAfter(qint64 us)
+{
+    QString error;
+    const QString problem = _await("new values of every agent of the plant", [&] {
+        QList<Observation> observations;
+        QSet<QString> agents;
+        if (_observer->read(&observations, &error)) {
+            for (const Observation& each : std::as_const(observations)) {
+                if (each.event.timeUs > us) {
+                    agents.insert(each.event.agent);
+                }
+            }
+        }
+        return agents.size() == _observed;
     });
+    return problem + error;
 }
 
 QString Site::stopPlant()
@@ -296,11 +349,7 @@ QString Site::playToItsEnd(double speed)
         }
         maps.insert(event.agent + u'/' + event.output + u'/' + event.value.type);
     }
-    ObserverProcess observer;
-    if (!observer.start(QStringLiteral(RR_OBSERVER), path("observed.csv"), maps.values(), &error)) {
-        return error;
-    }
-    QString problem = _await("the stand-ins", [&] { return observer.liveMappings() >= maps.size(); });
+    QString problem = _observe(maps.values());
     if (!problem.isEmpty()) {
         return problem;
     }
@@ -321,13 +370,15 @@ QString Site::playToItsEnd(double speed)
     ReplayCheck check;
     const auto isSeen = [&] {
         stretch.endedUs = nowUs();
-        check = observer.read(&observations, &error)
+        check = _observer->read(&observations, &error)
             ? checkReplay(file, observations, stretch, { .nearMs = 5'000.0, .wholeMs = 5'000.0 })
             : ReplayCheck();
         observations.clear();
         return check.passed();
     };
-    return waitUntil(isSeen, 5'000) ? QString() : error + check.summary();
+    const bool isWhole = waitUntil(isSeen, 5'000);
+    stopWatching();
+    return isWhole ? QString() : error + check.summary();
 }
 
 QString Site::unload()
@@ -352,6 +403,37 @@ QString Site::download(const QString& fileName)
                             : _await("the download", [this] { return !instance.isTrue("isDownloadingRecord"); });
 }
 
+QString Site::beginImport(const QString& fileName, const QByteArray& content)
+{
+    QFile file(path(fileName));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        return file.errorString();
+    }
+    return instance.call("importRecord", { QUrl::fromLocalFile(file.fileName()) });
+}
+
+QString Site::downloadImport(const QString& name, QByteArray* content)
+{
+    QString problem = _await("the import in the list", [&] {
+        for (const ObjectHandle& each : instance.items("records")) {
+            if (each.text("name") == name) {
+                record = each;
+                return true;
+            }
+        }
+        return false;
+    });
+    if (problem.isEmpty()) {
+        problem = download(QStringLiteral("imported.csv"));
+    }
+    QFile file(path(QStringLiteral("imported.csv")));
+    if (problem.isEmpty() && !file.open(QIODevice::ReadOnly)) {
+        problem = file.errorString();
+    }
+    *content = file.isOpen() ? file.readAll() : QByteArray();
+    return problem;
+}
+
 QString Site::checkDownload(const QString& fileName)
 {
     RecordFile file;
@@ -363,7 +445,7 @@ QString Site::checkDownload(const QString& fileName)
     return check.passed() ? QString() : check.summary();
 }
 
-QString Site::checkLosses(const QString& fileName)
+QString Site::checkLosses(const QString& fileName, AtTheEnd atTheEnd)
 {
     RecordFile file;
     QString error;
@@ -372,7 +454,8 @@ QString Site::checkLosses(const QString& fileName)
     }
     const LossAccount account = accountFor(file, _journal, _window);
     qInfo("%s", qPrintable(account.summary()));
-    return account.faults.isEmpty() ? QString() : account.summary();
+    const bool isWhole = atTheEnd == AtTheEnd::SomeAreAway || account.unheard == 0;
+    return account.faults.isEmpty() && isWhole ? QString() : account.summary();
 }
 
 QString Site::waitingFor() const

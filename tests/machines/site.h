@@ -56,6 +56,14 @@ public:
     void stopLauncher();
     QString startPlant();
     QString stopPlant(); // reads what its agents published
+    /// How many of the plant's agents the host knows.
+    int plantAgentsSeen() const;
+    /// An agent on the host's machine maps an output of each of the plant's agents.
+    QString watchPlant();
+    bool isPlantWatched(); // by every mapping
+    /// Until each of the plant's agents published something that reached it, after this moment.
+    QString seePlantAfter(qint64 us);
+    void stopWatching() { _observer.reset(); }
     /// After its machine lost its power.
     void forgetLauncher();
 
@@ -76,11 +84,20 @@ public:
     QString unload();
     QString beginDownload(const QString& fileName);
     QString download(const QString& fileName);
+    /// Under the name of the file.
+    QString beginImport(const QString& fileName, const QByteArray& content);
+    /// The file that an export of the record of that name is.
+    QString downloadImport(const QString& name, QByteArray* content);
 
     /// The downloaded record against what the plant's agents say that they published: all of it, unaltered.
     QString checkDownload(const QString& fileName);
-    /// The same after an outage: all of it, or it says how much it lost.
-    QString checkLosses(const QString& fileName);
+    /// The same after an outage: all of it, or it says how much it lost, and who had not been met again by its end.
+    enum class AtTheEnd
+    {
+        SomeAreAway,
+        AllAreBack
+    };
+    QString checkLosses(const QString& fileName, AtTheEnd atTheEnd = AtTheEnd::SomeAreAway);
 
     /// Empty when no page waits for an answer, else for which.
     QString waitingFor() const;
@@ -95,6 +112,8 @@ public:
     tour::ObjectHandle record; // the last one made
 
 private:
+    /// Maps these outputs ("agent/output/type").
+    QString _observe(const QStringList& maps);
     QString _await(const char* what, const std::function<bool()>& condition) const;
     QProcessEnvironment _environment(const QString& machine) const;
     QString _chooseSpeed(double speed);
@@ -106,6 +125,8 @@ private:
     QDateTime _recordedAt; // by which a record is known
     std::unique_ptr<QProcess> _launcher;
     std::unique_ptr<SamplePlant> _plant;
+    std::unique_ptr<tour::ObserverProcess> _observer;
+    qsizetype _observed = 0; // how many outputs it maps
     int _plantRuns = 0;
     SystemViewClassInstance* _classInstance = nullptr;
     tour::Journal _journal;
