@@ -306,11 +306,6 @@ QString Site::load()
         "the record to be loaded", [this] { return !instance.isTrue("isLoadingRecord") && record.isTrue("isLoaded"); });
 }
 
-QString Site::loadUnlessLoaded()
-{
-    return record.isTrue("isLoaded") ? QString() : load();
-}
-
 QString Site::_chooseSpeed(double speed)
 {
     for (const ObjectHandle& each : record.items("speeds")) {

@@ -78,7 +78,6 @@ public:
     /// What a list that came anew has of it.
     QString findRecordAgain();
     QString load();
-    QString loadUnlessLoaded();
     QString play(double speed);
     QString playToItsEnd(double speed);
     QString unload();

@@ -192,11 +192,14 @@ private Q_SLOTS:
         // Quicker where it lasts beyond the cut all the same.
         const bool isLong = site().record.number("durationInSeconds") > 2 * (seconds + 2);
         QCOMPARE(site().play(isLong ? 2.0 : 1.0), "");
+        const double before = site().record.number("replayProgressInSecond");
         QCOMPARE(_cutFor(seconds, fault), "");
         QCOMPARE(_foundAgain(seconds), "");
         // The recorder played on meanwhile, and the page shows how far.
         QCOMPARE(site().findRecordAgain(), "");
-        QCOMPARE(site().loadUnlessLoaded(), "");
+        QTRY_VERIFY_WITH_TIMEOUT(
+            site().record.isTrue("isReplaying") && site().record.number("replayProgressInSecond") > before + seconds,
+            Site::PATIENCE_MS);
         QTRY_VERIFY_WITH_TIMEOUT(!site().record.isTrue("isReplaying"), Site::PATIENCE_MS);
         QCOMPARE(site().playToItsEnd(4.0), "");
         QCOMPARE(site().unload(), "");
