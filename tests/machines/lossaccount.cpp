@@ -97,12 +97,15 @@ public:
             // First used while its agent, which was there at the start, was away.
             produced += earlier;
         }
-        qsizetype absent
-            = std::count_if(_publications.cbegin(), _publications.cend(), [this](const TracedEvent& publication) {
-                  return publication.sequence > _last && publication.timeUs > _window.start.seenUs + BOUNDARY_US
-                      && publication.timeUs < _window.stop.askedUs - BOUNDARY_US;
-              });
-        if (const qsizetype beyond = _stored + reported - produced; absent > 0 && beyond > 0) {
+        const auto notStored = [this](qint64 sinceUs, qint64 untilUs) {
+            return std::count_if(_publications.cbegin(), _publications.cend(), [&](const TracedEvent& publication) {
+                return publication.sequence > _last && publication.timeUs > sinceUs && publication.timeUs < untilUs;
+            });
+        };
+        const qint64 stopUs = _window.stop.askedUs;
+        qsizetype absent = notStored(_window.start.seenUs + BOUNDARY_US, stopUs - BOUNDARY_US);
+        if (const qsizetype beyond = _stored + reported - produced;
+            beyond > 0 && (absent > 0 || beyond <= notStored(stopUs - BOUNDARY_US, stopUs + BOUNDARY_US))) {
             // Its agent was met again after the end: what was lost until then is no longer exact.
             produced += beyond;
             absent = std::max<qsizetype>(absent - beyond, 0);
@@ -112,11 +115,17 @@ public:
         _account->reported += reported;
         _account->unheard += absent;
         if (produced != _stored + reported) {
-            _account->faults.append(QStringLiteral("%1: %2 published, %3 stored, %4 reported lost")
+            QStringList times; // of what may have been counted twice, or not
+            for (const TracedEvent& publication : _publications.mid(std::max<qsizetype>(_publications.size() - 3, 0))) {
+                times << QString::number((publication.timeUs - stopUs) / 1'000);
+            }
+            _account->faults.append(
+                QStringLiteral("%1: %2 published, %3 stored, %4 reported lost (the last at %5 ms from the end)")
                     .arg(name)
                     .arg(produced)
                     .arg(_stored)
-                    .arg(reported));
+                    .arg(reported)
+                    .arg(times.join(QLatin1String(", "))));
         }
         if (absent > 0 && !isSilent) {
             _account->faults.append(
