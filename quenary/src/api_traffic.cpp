@@ -30,20 +30,21 @@ template <typename T> qny_result_t existsOtherwise(const T& item, qny_value_type
             + ", not " + qny_value_type_text(type) + ".");
 }
 
-// A value of the output's own type, made from what the caller gave.
-qny_result_t fit(const Output& output, Value& value)
+// A value of the output's own type, where the caller has it, or in `converted`.
+qny_result_t readFor(const Output& output, qny_value_type_t type, const void* value, size_t size,
+    std::string_view& into, std::optional<Value>& converted)
 {
-    if (value.type == output.type) {
-        return QNY_SUCCESS;
+    const qny_result_t result = readValue(type, value, size, into);
+    if (result != QNY_SUCCESS || type == output.type) {
+        return result;
     }
-    std::optional<Value> converted
-        = value.type == QNY_IMPULSE_T ? std::nullopt : convert(value.type, value.bytes, output.type);
+    converted = type == QNY_IMPULSE_T ? std::nullopt : convert(type, into, output.type);
     if (!converted) {
         return fail(QNY_ERROR_TYPE,
             "The output " + output.name + " is of type " + qny_value_type_text(output.type) + "; this "
-                + qny_value_type_text(value.type) + " does not convert into it.");
+                + qny_value_type_text(type) + " does not convert into it.");
     }
-    value = std::move(*converted);
+    into = converted->bytes;
     return QNY_SUCCESS;
 }
 
@@ -123,14 +124,12 @@ qny_result_t qny_agent_output_publish(qny_agent_t* agent, const char* name, qny_
     if (!output) {
         return unknown(*on.agent, "output", name);
     }
-    Value sent;
-    if (const qny_result_t result = readValue(type, value, size, sent); result != QNY_SUCCESS) {
+    std::string_view bytes;
+    std::optional<Value> converted;
+    if (const qny_result_t result = readFor(*output, type, value, size, bytes, converted); result != QNY_SUCCESS) {
         return result;
     }
-    if (const qny_result_t result = fit(*output, sent); result != QNY_SUCCESS) {
-        return result;
-    }
-    return on.core.publish(*on.agent, *output, std::move(sent), time_us, sequence);
+    return on.core.publish(*on.agent, *output, bytes, time_us, sequence);
 }
 
 qny_result_t qny_agent_output_preset(
@@ -147,19 +146,17 @@ qny_result_t qny_agent_output_preset(
     if (!output) {
         return unknown(*on.agent, "output", name);
     }
-    Value preset;
-    if (const qny_result_t result = readValue(type, value, size, preset); result != QNY_SUCCESS) {
+    std::string_view bytes;
+    std::optional<Value> converted;
+    if (const qny_result_t result = readFor(*output, type, value, size, bytes, converted); result != QNY_SUCCESS) {
         return result;
     }
-    if (const qny_result_t result = fit(*output, preset); result != QNY_SUCCESS) {
-        return result;
-    }
-    if (preset.bytes.size() > on.core.options.maxMessageBytes) {
+    if (bytes.size() > on.core.options.maxMessageBytes) {
         return fail(QNY_ERROR_TOO_LARGE,
-            "A value of " + std::to_string(preset.bytes.size()) + " bytes is beyond max_message_bytes.");
+            "A value of " + std::to_string(bytes.size()) + " bytes is beyond max_message_bytes.");
     }
     output->hasValue = true;
-    output->value = std::move(preset.bytes);
+    output->value.assign(bytes);
     output->valueTime = nowMicroseconds();
     return QNY_SUCCESS;
 }

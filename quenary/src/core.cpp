@@ -165,6 +165,7 @@ void Core::stop()
             }
         }
         m_changed.clear();
+        waiting.clear();
         tellAt = 0;
         self->subscriptions.clear();
         self->byAgent.clear();

@@ -3,6 +3,7 @@
 // (dispatcher.h) calls the user; callers' threads work on this directly and never wait for either.
 #pragma once
 
+#include "buffer_store.h"
 #include "dispatcher.h"
 #include "model.h"
 #include "report.h"
@@ -75,7 +76,8 @@ public:
     AgentPtr onlineAgent(const Uuid& uuid) const;
 
     // ---- outputs, inputs, mappings, monitors (core_traffic.cpp, core_mappings.cpp) ----------------------------------
-    qny_result_t publish(Agent& agent, Output& output, Value value, int64_t time, uint64_t* sequence);
+    // The bytes are of the output's type.
+    qny_result_t publish(Agent& agent, Output& output, std::string_view bytes, int64_t time, uint64_t* sequence);
     void refreshListeners(const Uuid& agent, std::string_view output);
     void outputAppeared(Agent& agent, Output& output);
     void addMapping(const AgentPtr& agent, const MappingPtr& mapping);
@@ -103,6 +105,10 @@ public:
     // an item may stand by itself, so that it is copied once only.
     bool enqueue(const PeerPtr& peer, std::string_view item, Room room = Room::Always, std::string_view value = {});
     void tellDropped(const PeerPtr& peer);
+    // The network thread is to look at it soon.
+    void serveSoon(const PeerPtr& peer);
+    std::vector<PeerPtr> waiting; // for that
+    BufferStore buffers; // of long pieces
     // What a peer asks of us, or this process of itself.
     void subscribe(const PeerPtr& peer, uint64_t id, Subscription subscription);
     // It lets wait more than publications may take and everything that can be asked for once, twice over.

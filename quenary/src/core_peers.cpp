@@ -72,6 +72,7 @@ void Core::peerDown(const PeerPtr& pointer, bool fellSilent)
     peer->byAgent.clear();
     peer->byOutput.clear();
     peers.erase(peer->uuid);
+    std::erase(waiting, peer);
     for (const auto& [id, subscription] : subscriptions) {
         if (!subscription.all) {
             refreshListeners(subscription.agent, subscription.output);

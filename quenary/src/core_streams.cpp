@@ -11,6 +11,8 @@ namespace qny {
 namespace {
 // More than a publication holds beside its value.
 constexpr size_t itemHeadBytes = 1024;
+// Of the memory of a longer value, what a shorter one after it may keep.
+constexpr size_t mostSpareBytes = 1024 * 1024;
 } // namespace
 
 bool Core::enqueue(const PeerPtr& peer, std::string_view item, Room room, std::string_view value)
@@ -42,11 +44,10 @@ bool Core::enqueue(const PeerPtr& peer, std::string_view item, Room room, std::s
         const bool startsNew
             = peer->pieces.empty() || peer->pieces.back().size() + left > wire::dataHeaderBytes + wire::batchBytes;
         if (startsNew) {
-            peer->pieces.emplace_back();
-            peer->pieces.back().reserve(std::min(left, wire::pieceBytes) + wire::dataHeaderBytes + 256);
+            peer->pieces.push_back(buffers.take(std::min(left, peer->pieceBytes) + wire::dataHeaderBytes + 256));
             peer->pieces.back().append(wire::dataHeaderBytes, '\0');
         }
-        size_t space = std::min(left, wire::pieceBytes);
+        size_t space = std::min(left, peer->pieceBytes);
         left -= space;
         for (std::string_view* part : { &item, &value }) {
             const size_t taken = std::min(space, part->size());
@@ -55,8 +56,17 @@ bool Core::enqueue(const PeerPtr& peer, std::string_view item, Room room, std::s
             space -= taken;
         }
     }
-    network->wake();
+    serveSoon(peer);
     return true;
+}
+
+void Core::serveSoon(const PeerPtr& peer)
+{
+    // Who waits already is taken up after the wake-up that went with it.
+    if (network && !std::exchange(peer->isWaiting, true)) {
+        waiting.push_back(peer);
+        network->wake();
+    }
 }
 
 void Core::tellDropped(const PeerPtr& peer)
@@ -243,11 +253,12 @@ void Core::outputAppeared(Agent& agent, Output& output)
     }
 }
 
-qny_result_t Core::publish(Agent& agent, Output& output, Value value, int64_t time, uint64_t* sequence)
+qny_result_t Core::publish(
+    Agent& agent, Output& output, std::string_view bytes, int64_t time, uint64_t* sequence)
 {
-    if (value.bytes.size() > options.maxMessageBytes) {
+    if (bytes.size() > options.maxMessageBytes) {
         return fail(QNY_ERROR_TOO_LARGE,
-            "A publication of " + std::to_string(value.bytes.size()) + " bytes is beyond max_message_bytes ("
+            "A publication of " + std::to_string(bytes.size()) + " bytes is beyond max_message_bytes ("
                 + std::to_string(options.maxMessageBytes) + ").");
     }
     if (time == 0) {
@@ -258,7 +269,10 @@ qny_result_t Core::publish(Agent& agent, Output& output, Value value, int64_t ti
         *sequence = output.sequence;
     }
     output.hasValue = true;
-    output.value.swap(value.bytes);
+    if (output.value.capacity() > mostSpareBytes + bytes.size()) {
+        output.value = {};
+    }
+    output.value.assign(bytes);
     output.valueTime = time;
     if (!agent.online || output.listeners.empty()) {
         return QNY_SUCCESS;

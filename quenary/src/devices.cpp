@@ -31,13 +31,13 @@ bool isLinkLocal(const sockaddr* address)
         && IN6_IS_ADDR_LINKLOCAL(&reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr);
 }
 
+} // namespace
+
 bool isLoopbackAddress(const std::string& text)
 {
     in_addr address {};
     return inet_pton(AF_INET, text.c_str(), &address) == 1 && (ntohl(address.s_addr) >> 24) == 127;
 }
-
-} // namespace
 
 std::vector<Device> listDevices()
 {

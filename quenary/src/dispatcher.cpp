@@ -276,9 +276,8 @@ void Dispatcher::run(Lock& lock, Batch& batch)
     }
     batch.peer->consumedPieces += batch.pieces;
     batch.peer->consumedBytes += batch.bytes;
-    if (batch.peer->consumedBytes - batch.peer->consumedBytesTold >= Network::windowBytes / 8 && m_core.network) {
-        batch.peer->consumedBytesTold = batch.peer->consumedBytes;
-        m_core.network->wake();
+    if (batch.peer->consumedBytes - batch.peer->consumedBytesTold >= Network::windowBytes / 8) {
+        m_core.serveSoon(batch.peer);
     }
 }
 

@@ -101,7 +101,7 @@ Doorkeeper::TurnedAway Doorkeeper::attend()
     for (int i = 0; i < eventsAtOnce; ++i) {
         const auto event = m_monitor.next();
         if (!event) {
-            break;
+            return away;
         }
         switch (event->kind) {
         case ZMQ_EVENT_ACCEPTED:
@@ -115,6 +115,7 @@ Doorkeeper::TurnedAway Doorkeeper::attend()
             ++away.count;
         }
     }
+    away.isMoreLeft = true;
     return away;
 }
 

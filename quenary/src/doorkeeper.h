@@ -45,6 +45,7 @@ public:
     {
         size_t count = 0;
         bool isOtherMechanism = false; // one of them, or more
+        bool isMoreLeft = false; // than is taken in at once
     };
     // Takes in who came and went.
     TurnedAway attend();

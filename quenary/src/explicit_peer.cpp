@@ -18,8 +18,9 @@ constexpr int attemptMilliseconds = 2000;
 } // namespace
 
 ExplicitPeer::ExplicitPeer(
-    zmq::context_t& context, std::string endpoint, std::string place, bool ipv6, const Security* security)
+    zmq::context_t& context, Poller& poller, std::string endpoint, std::string place, bool ipv6, const Security* security)
     : m_context(context)
+    , m_poller(poller)
     , m_endpoint(std::move(endpoint))
     , m_place(std::move(place))
     , m_port(static_cast<uint16_t>(std::stoul(m_place.substr(m_place.rfind(':') + 1))))
@@ -36,6 +37,7 @@ ExplicitPeer::ExplicitPeer(
 void ExplicitPeer::connect()
 {
     m_failed = false;
+    m_watched.reset();
     m_monitor.reset();
     m_socket = zmq::socket_t(m_context, zmq::socket_type::dealer);
     m_socket.set(zmq::sockopt::immediate, true);
@@ -53,11 +55,13 @@ void ExplicitPeer::connect()
     m_oneWay = {};
     m_monitor = std::make_unique<ConnectionMonitor>(
         m_context, m_socket, OneWay::events | ConnectionMonitor::handshakeFailures);
+    m_watched.emplace(m_poller, m_monitor->socket(), Source::ExplicitPeers);
     m_socket.connect(m_endpoint);
 }
 
 void ExplicitPeer::disconnect()
 {
+    m_watched.reset();
     m_monitor.reset();
     m_socket.close();
 }

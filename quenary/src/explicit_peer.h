@@ -4,9 +4,11 @@
 
 #include "connection_monitor.h"
 #include "one_way.h"
+#include "poller.h"
 #include "security/certificate.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 #include <zmq.hpp>
@@ -21,16 +23,13 @@ class ExplicitPeer
 {
 public:
     // Throws zmq::error_t for an address that cannot be one. Security: null when there is none.
-    ExplicitPeer(zmq::context_t& context, std::string endpoint, std::string place, bool ipv6, const Security* security);
+    ExplicitPeer(zmq::context_t& context, Poller& poller, std::string endpoint, std::string place, bool ipv6, const Security* security);
     ExplicitPeer(const ExplicitPeer&) = delete;
     ExplicitPeer& operator=(const ExplicitPeer&) = delete;
 
     // "host:port", as it was named.
     const std::string& place() const { return m_place; }
-    // What happens here is dealt with by tend().
-    ConnectionMonitor& monitor() { return *m_monitor; }
-    bool isTried() const { return m_monitor != nullptr; }
-    // What turned out to keep both apart, if anything.
+    // To be called when something comes of it, and now and then. What turned out to keep both apart, if anything.
     ConnectionEnd tend(int64_t now);
     // False when there is no connection now.
     bool probe(const std::string& message);
@@ -41,6 +40,7 @@ private:
     void tryNext(int64_t now);
 
     zmq::context_t& m_context;
+    Poller& m_poller;
     const std::string m_endpoint;
     const std::string m_place;
     const uint16_t m_port;
@@ -51,6 +51,7 @@ private:
     zmq::socket_t m_socket;
     OneWay m_oneWay;
     std::unique_ptr<ConnectionMonitor> m_monitor; // of that socket; null while there is none
+    std::optional<Watched> m_watched; // the monitor
     bool m_failed = false;
     int64_t m_nextTry = 0;
 };

@@ -17,14 +17,23 @@ constexpr int refusalsOfTheDead = 2;
 constexpr int reconnectMilliseconds = 100;
 
 // A piece is handed to the socket without another copy; the message owns it from then on.
-zmq::message_t toMessage(std::string text)
+zmq::message_t toMessage(std::string text, BufferStore& buffers)
 {
+    struct Owned
+    {
+        std::string text;
+        BufferStore& buffers; // outlives every socket
+    };
     if (text.size() <= 2048) {
         return zmq::message_t(text);
     }
-    auto* owned = new std::string(std::move(text));
-    return zmq::message_t(
-        owned->data(), owned->size(), [](void*, void* hint) { delete static_cast<std::string*>(hint); }, owned);
+    auto* owned = new Owned { std::move(text), buffers };
+    const auto release = [](void*, void* hint) {
+        auto* const released = static_cast<Owned*>(hint);
+        released->buffers.give(std::move(released->text));
+        delete released;
+    };
+    return zmq::message_t(owned->text.data(), owned->text.size(), release, owned);
 }
 
 } // namespace
@@ -69,7 +78,7 @@ std::string readHello(std::string_view payload, Peer& into)
     return {};
 }
 
-Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const Destination& to,
+Link::Link(Core& core, zmq::context_t& context, Poller& poller, const Identity& identity, const Destination& to,
     const std::string& sourceAddress, const Security* security)
     : session(std::max<uint64_t>(randomNumber(), 1))
     , lastHeard(steadyMilliseconds())
@@ -82,11 +91,14 @@ Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const 
     , m_socket(context, zmq::socket_type::dealer)
     , m_monitor(context, m_socket,
           OneWay::events | ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_CLOSED | ConnectionMonitor::handshakeFailures)
+    , m_watchedMonitor(poller, m_monitor.socket(), Source::LinkMonitor, this)
+    , m_watchedSocket(poller, m_socket, Source::LinkSocket, this)
 {
     m_peer->uuid = to.uuid;
     m_peer->uuidText = toText(to.uuid);
     m_peer->address = m_address;
     m_peer->certificate = to.certificate;
+    m_peer->pieceBytes = m_address == sourceAddress || isLoopbackAddress(m_address) ? wire::localPieceBytes : wire::pieceBytes;
     if (security) {
         security->secureClient(m_socket, *to.certificate);
     }
@@ -110,6 +122,25 @@ Link::Link(Core& core, zmq::context_t& context, const Identity& identity, const 
         = !sourceAddress.empty() && !isLoopback && (sourceAddress.find(':') != std::string::npos) == ipv6;
     const std::string source = sourceFits ? (ipv6 ? "[" + sourceAddress + "]:0;" : sourceAddress + ":0;") : "";
     m_socket.connect("tcp://" + source + destination);
+}
+
+bool Link::takesAgain()
+{
+    // Asked in any case: only then is its descriptor quiet again.
+    const bool takes = (m_socket.get(zmq::sockopt::events) & ZMQ_POLLOUT) != 0;
+    return takes && std::exchange(m_blocked, false);
+}
+
+int64_t Link::due() const
+{
+    int64_t next = INT64_MAX;
+    if (!m_blocked && !acknowledged) {
+        next = helloDue;
+    }
+    if (!m_blocked && theirSession != 0) {
+        next = std::min(next, stateDue);
+    }
+    return next;
 }
 
 bool Link::sendMessage(zmq::message_t& message)
@@ -227,7 +258,7 @@ void Link::sendStream()
         wire::Writer(header).number(piece.number);
         text.replace(0, wire::dataHeaderBytes, header);
         m_inFlight += piece.bytes;
-        piece.message = toMessage(std::move(text));
+        piece.message = toMessage(std::move(text), m_core.buffers);
         m_sent.push_back(std::move(piece));
     }
 }

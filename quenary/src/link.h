@@ -6,6 +6,7 @@
 #include "connection_monitor.h"
 #include "model.h"
 #include "one_way.h"
+#include "poller.h"
 
 #include <deque>
 #include <memory>
@@ -42,14 +43,13 @@ class Link
 {
 public:
     // Security: null when there is none.
-    Link(Core& core, zmq::context_t& context, const Identity& identity, const Destination& to,
+    Link(Core& core, zmq::context_t& context, Poller& poller, const Identity& identity, const Destination& to,
         const std::string& sourceAddress, const Security* security);
     Link(const Link&) = delete;
     Link& operator=(const Link&) = delete;
 
     const PeerPtr& peer() const { return m_peer; }
     zmq::socket_t& socket() { return m_socket; }
-    zmq::socket_t& monitor() { return m_monitor.socket(); }
     uint16_t port() const { return m_port; }
     const std::string& address() const { return m_address; }
     // "host:port"
@@ -78,10 +78,13 @@ public:
     // As much of the stream as window and socket take.
     void sendStream();
     bool isBlocked() const { return m_blocked; }
-    void unblock() { m_blocked = false; }
+    // To be asked when something comes of the socket: true when it took nothing and does now.
+    bool takesAgain();
     bool hasUnsent() const { return m_next < m_sent.size(); }
     int64_t helloDue = 0;
     int64_t stateDue = 0;
+    // When there is something to be said, by steadyMilliseconds(); INT64_MAX while nothing can be.
+    int64_t due() const;
     bool stateWanted = false; // at the next opportunity
 
     // ---- the stream to them ----------------------------------------------------------------------------------------
@@ -132,6 +135,8 @@ private:
     uint64_t m_lastNumber = 0;
     uint64_t m_theirReceived = 0;
     size_t m_inFlight = 0;
+    Watched m_watchedMonitor;
+    Watched m_watchedSocket;
 };
 
 } // namespace qny

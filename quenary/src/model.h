@@ -282,8 +282,10 @@ struct Peer
 
     // Items that wait for the network thread: pieces of the stream, each beginning with room for a data header.
     bool open = false; // the other side accepts our stream
+    size_t pieceBytes = wire::pieceBytes; // what is longer is cut
     std::deque<std::string> pieces;
     size_t queuedBytes = 0;
+    bool isWaiting = false; // for the network thread: see Core::waiting
     // The outputs of which publications found no room, with the last number dropped: told as soon as there is room.
     std::unordered_map<std::string, uint64_t> dropped;
 

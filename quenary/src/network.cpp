@@ -24,7 +24,7 @@ constexpr int64_t standstillMilliseconds = 1500;
 constexpr int64_t farewellMilliseconds = 500;
 constexpr size_t marksAtOnce = 8192;
 constexpr size_t queuesOfTheDead = 4;
-constexpr int64_t queueLookMilliseconds = 100;
+constexpr int64_t linkLookMilliseconds = 100;
 constexpr size_t leastQueueBytes = size_t { 16 } * 1024 * 1024;
 
 std::string inBrackets(const std::string& host)
@@ -51,6 +51,7 @@ Network::Network(Core& core)
 
 Network::~Network()
 {
+    unwatch();
     m_security.reset();
     m_explicit.clear();
     m_links.clear();
@@ -107,14 +108,36 @@ qny_result_t Network::open(const Options& options)
         const std::string source = sourceFor(ipv6).empty() ? "" : inBrackets(sourceFor(ipv6)) + ":0;";
         const std::string destination = "tcp://" + source + inBrackets(host) + ":" + std::to_string(port);
         try {
-            m_explicit.push_back(std::make_unique<ExplicitPeer>(
-                m_probeContext, destination, inBrackets(host) + ":" + std::to_string(port), ipv6, m_security.get()));
+            m_explicit.push_back(std::make_unique<ExplicitPeer>(m_probeContext, m_poller, destination,
+                inBrackets(host) + ":" + std::to_string(port), ipv6, m_security.get()));
         } catch (const zmq::error_t& error) {
             return fail(QNY_ERROR_ARGUMENT,
                 "The peer " + host + ":" + std::to_string(port) + " cannot be tried: " + error.what() + ".");
         }
     }
+    watch();
     return QNY_SUCCESS;
+}
+
+void Network::watch()
+{
+    m_watchedWake.emplace(m_poller, m_wakeFd, Source::Wake);
+    m_watchedInbox.emplace(m_poller, m_inbox, Source::Inbox);
+    m_watchedDoor.emplace(m_poller, m_door->socket(), Source::Door);
+    if (m_security) {
+        m_watchedOffice.emplace(m_poller, m_security->office(), Source::Office);
+    }
+    if (m_discovery.isOpen()) {
+        m_watchedBeacons.emplace(m_poller, m_discovery.fd(), Source::Beacons);
+    }
+}
+
+void Network::unwatch()
+{
+    for (std::optional<Watched>* each :
+        { &m_watchedWake, &m_watchedInbox, &m_watchedBeacons, &m_watchedDoor, &m_watchedOffice }) {
+        each->reset();
+    }
 }
 
 qny_result_t Network::bindInbox(const Options& options)
@@ -206,7 +229,9 @@ void Network::stop()
 
 void Network::wake()
 {
-    if (m_woken.exchange(true)) {
+    m_wanted = true;
+    // While it is awake it looks by itself before it sleeps.
+    if (!m_asleep.exchange(false)) {
         return;
     }
     const uint64_t one = 1;
@@ -221,16 +246,15 @@ void Network::loop()
     m_lastTick = steadyMilliseconds();
     while (!m_stopping) {
         try {
-            int64_t now = steadyMilliseconds();
-            tick(now);
-            int64_t next = now + 100;
+            tick(steadyMilliseconds());
+            int64_t next = m_nextLook;
             {
                 const std::lock_guard lock(m_core.mutex);
                 if (m_core.tellAt != 0) {
                     next = std::min(next, m_core.tellAt);
                 }
             }
-            wait(std::max<int64_t>(next - now, 0));
+            wait(std::max<int64_t>(next - steadyMilliseconds(), 0));
         } catch (const zmq::error_t& error) {
             // Nothing that comes from outside may end the thread.
             logError(std::string("the network thread: ") + error.what());
@@ -245,74 +269,96 @@ void Network::loop()
 
 void Network::wait(int64_t timeout)
 {
-    std::vector<zmq::pollitem_t> items;
-    items.push_back({ m_inbox.handle(), 0, ZMQ_POLLIN, 0 });
-    items.push_back({ nullptr, m_wakeFd, ZMQ_POLLIN, 0 });
-    if (m_discovery.isOpen()) {
+    if (m_watchedBeacons) {
         const int64_t now = steadyMilliseconds();
-        if (m_sieve.budget(now) > 0) {
-            items.push_back({ nullptr, m_discovery.fd(), ZMQ_POLLIN, 0 });
-        } else {
-            timeout = std::min(timeout, m_sieve.nextBudget() - now);
-        }
+        const bool listens = m_sieve.budget(now) > 0;
+        m_watchedBeacons->enable(listens);
+        timeout = listens ? timeout : std::min(timeout, m_sieve.nextBudget() - now);
     }
-    items.push_back({ m_door->socket().handle(), 0, ZMQ_POLLIN, 0 });
-    if (m_security) {
-        items.push_back({ m_security->office().handle(), 0, ZMQ_POLLIN, 0 });
-    }
-    for (const auto& each : m_explicit) {
-        if (each->isTried()) {
-            items.push_back({ each->monitor().socket().handle(), 0, ZMQ_POLLIN, 0 });
-        }
-    }
-    std::vector<Link*> links;
-    const size_t firstLink = items.size();
-    for (const auto& [uuid, link] : m_links) {
-        links.push_back(link.get());
-        items.push_back({ link->monitor().handle(), 0, ZMQ_POLLIN, 0 });
-        items.push_back({ link->socket().handle(), 0, static_cast<short>(link->isBlocked() ? ZMQ_POLLOUT : 0), 0 });
-    }
-    zmq::poll(items.data(), items.size(), std::chrono::milliseconds(timeout));
-    if (items[1].revents & ZMQ_POLLIN) {
-        uint64_t count = 0;
-        m_woken = false;
-        if (read(m_wakeFd, &count, sizeof count) < 0 && errno != EAGAIN) {
-            logDebug("the network thread's wake-up cannot be read");
-        }
-        m_woken = false;
-    }
-    std::vector<std::pair<Uuid, ConnectionEnd>> ended;
-    for (size_t i = 0; i < links.size(); ++i) {
-        if (items[firstLink + 2 * i + 1].revents & ZMQ_POLLOUT) {
-            links[i]->unblock();
-        }
-        if (items[firstLink + 2 * i].revents & ZMQ_POLLIN) {
-            if (const ConnectionEnd end = links[i]->endSeen(); end != ConnectionEnd::None) {
-                ended.emplace_back(links[i]->peer()->uuid, end);
+    bool comes = m_isInboxLeft;
+    bool knocks = m_isDoorLeft;
+    bool beaconsCome = false;
+    m_asleep = true;
+    const std::vector<Watched*>& readable = m_poller.wait(comes || knocks || m_wanted ? 0 : timeout);
+    m_asleep = false;
+    // Nothing here ends a link, and with it what is watched of it.
+    for (const Watched* each : readable) {
+        switch (each->source()) {
+        case Source::Wake:
+            takeWake();
+            break;
+        case Source::Inbox:
+            comes = true;
+            break;
+        case Source::Beacons:
+            beaconsCome = true;
+            break;
+        case Source::Door:
+        case Source::Office:
+            knocks = true;
+            break;
+        case Source::ExplicitPeers:
+            m_nextTend = 0;
+            break;
+        case Source::LinkSocket:
+            if (each->link()->takesAgain()) {
+                serve(*each->link(), steadyMilliseconds());
             }
+            break;
+        case Source::LinkMonitor:
+            noteEnd(*each->link());
+            break;
         }
     }
-    attendDoor();
+    if (knocks) {
+        attendDoor();
+    }
     // What the dead sent last is read before they are declared so.
-    receive();
-    for (const auto& [uuid, end] : ended) {
+    if (comes || !m_ended.empty()) {
+        m_isInboxLeft = true;
+        m_isInboxLeft = !receive();
+    } else {
+        endEndless();
+    }
+    for (const auto& [uuid, end] : std::exchange(m_ended, {})) {
         if (const auto it = m_links.find(uuid); it != m_links.end()) {
             tellOfEnd(it->second->place(), end);
         }
         drop(uuid, end == ConnectionEnd::Gone ? "its process has ended" : "it accepts no connection of this process",
             true);
     }
-    if (m_discovery.isOpen()) {
+    if (beaconsCome) {
         receiveBeacons();
+    }
+}
+
+void Network::takeWake()
+{
+    uint64_t count = 0;
+    if (read(m_wakeFd, &count, sizeof count) < 0 && errno != EAGAIN) {
+        logDebug("the network thread's wake-up cannot be read");
+    }
+}
+
+void Network::noteEnd(Link& link)
+{
+    if (const ConnectionEnd end = link.endSeen(); end != ConnectionEnd::None) {
+        m_ended.emplace_back(link.peer()->uuid, end);
     }
 }
 
 void Network::tick(int64_t now)
 {
+    std::vector<PeerPtr> waiting;
+    m_wanted = false;
     {
         const std::lock_guard lock(m_core.mutex);
         if (m_core.tellAt != 0 && m_core.tellAt <= now && m_core.started) {
             m_core.tellChanges();
+        }
+        waiting.swap(m_core.waiting);
+        for (const PeerPtr& peer : waiting) {
+            peer->isWaiting = false;
         }
     }
     if (now - m_lastTick > standstillMilliseconds) {
@@ -328,20 +374,33 @@ void Network::tick(int64_t now)
         m_marksRefill = now + 100;
         m_marksLeft = marksAtOnce;
     }
+    for (const PeerPtr& peer : waiting) {
+        if (const auto it = m_links.find(peer->uuid); it != m_links.end() && it->second->peer() == peer) {
+            serve(*it->second, now);
+        }
+    }
+    if (now >= m_nextLook) {
+        lookAtLinks(now);
+    }
+    sendBeacon(now);
+    probeExplicitPeers(now);
+}
+
+void Network::lookAtLinks(int64_t now)
+{
+    m_nextLook = now + linkLookMilliseconds;
     std::vector<Uuid> silent;
     std::vector<std::pair<Uuid, const char*>> hostile;
-    // Not at each message: with many peers that would be felt.
-    const bool looks = now >= m_nextLook;
-    m_nextLook = looks ? now + queueLookMilliseconds : m_nextLook;
     for (const auto& [uuid, link] : m_links) {
         if (now - link->lastHeard > silenceMilliseconds) {
             silent.push_back(uuid);
-        } else if (looks && takesNothing(*link)) {
+        } else if (takesNothing(*link)) {
             hostile.emplace_back(uuid, "too much waits that it does not take");
         } else if (link->isMisused(now)) {
             hostile.emplace_back(uuid, "it sends where it should only listen");
         } else {
             serve(*link, now);
+            m_nextLook = std::min(m_nextLook, link->due());
         }
     }
     for (const auto& [uuid, why] : hostile) {
@@ -350,8 +409,6 @@ void Network::tick(int64_t now)
     for (const Uuid& uuid : silent) {
         drop(uuid, "nothing was heard of it for " + std::to_string(silenceMilliseconds) + " ms", true);
     }
-    sendBeacon(now);
-    probeExplicitPeers(now);
 }
 
 // Answers are never dropped while a peer lives; one that asks and asks and takes none of them counts as dead.
@@ -400,8 +457,11 @@ void Network::sendBeacon(int64_t now)
 
 void Network::probeExplicitPeers(int64_t now)
 {
-    for (const auto& each : m_explicit) {
-        tellOfEnd(each->place(), each->tend(now));
+    if (now >= m_nextTend) {
+        m_nextTend = now + linkLookMilliseconds;
+        for (const auto& each : m_explicit) {
+            tellOfEnd(each->place(), each->tend(now));
+        }
     }
     if (m_explicit.empty() || now < m_nextProbe) {
         return;
@@ -445,6 +505,7 @@ void Network::leave()
         });
     };
     while (unsent() && steadyMilliseconds() < until) {
+        m_wanted = false;
         const int64_t now = steadyMilliseconds();
         for (const auto& [uuid, link] : m_links) {
             serve(*link, now);
@@ -457,6 +518,7 @@ void Network::leave()
         link->socket().set(zmq::sockopt::linger, static_cast<int>(farewellMilliseconds));
         link->sendGoodbye();
     }
+    unwatch();
     m_links.clear();
     m_explicit.clear();
     m_door.reset();

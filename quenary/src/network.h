@@ -9,11 +9,13 @@
 #include "explicit_peer.h"
 #include "link.h"
 #include "model.h"
+#include "poller.h"
 #include "security/security.h"
 
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -53,11 +55,15 @@ public:
 private:
     qny_result_t bindInbox(const Options& options);
     qny_result_t bindInbox6();
+    void watch();
+    void unwatch();
     // The address from which we connect, so that the other side finds the way back by it.
     const std::string& sourceFor(bool ipv6) const;
     void loop();
     void wait(int64_t timeout);
-    void receive();
+    void takeWake();
+    // False when there is more than is read at once.
+    bool receive();
     // The routing id is the inbox's own name of the connection by which it came.
     void receiveMessage(const std::shared_ptr<zmq::message_t>& message, std::string_view routingId);
     void receiveBeacons();
@@ -65,6 +71,8 @@ private:
     void sendBeacon(int64_t now);
     void probeExplicitPeers(int64_t now);
     void tick(int64_t now);
+    // At every link, and when to do so again.
+    void lookAtLinks(int64_t now);
     bool takesNothing(const Link& link) const;
     void serve(Link& link, int64_t now);
     void drop(const Uuid& uuid, const std::string& why, bool fellSilent);
@@ -91,6 +99,7 @@ private:
     // Whose certificate was taken away is cut off.
     void refreshCertificates();
     void attendDoor();
+    void noteEnd(Link& link);
     void endStrangers(size_t most);
     void endEndless();
     bool isPeers(int fd, uint16_t port) const;
@@ -104,6 +113,7 @@ private:
     void acknowledge(Link& link);
 
     Core& m_core;
+    Poller m_poller; // outlives all that is watched
     zmq::context_t m_context;
     // The sockets that try explicit peers: their host names may take long to resolve, which must delay nobody else.
     zmq::context_t m_probeContext;
@@ -119,7 +129,18 @@ private:
     std::vector<std::unique_ptr<ExplicitPeer>> m_explicit;
     std::unordered_map<Uuid, std::unique_ptr<Link>, UuidHash> m_links;
     int m_wakeFd = -1;
-    std::atomic<bool> m_woken { false };
+    std::optional<Watched> m_watchedWake;
+    std::optional<Watched> m_watchedInbox;
+    std::optional<Watched> m_watchedBeacons;
+    std::optional<Watched> m_watchedDoor;
+    std::optional<Watched> m_watchedOffice;
+    // There is more than was read at once: no descriptor says so.
+    bool m_isInboxLeft = false;
+    bool m_isDoorLeft = false;
+    std::vector<std::pair<Uuid, ConnectionEnd>> m_ended; // connections that ended since the last look
+    // For wake(): something waits since the last look; nobody looks before something comes.
+    std::atomic<bool> m_wanted { false };
+    std::atomic<bool> m_asleep { false };
     std::atomic<bool> m_stopping { false };
     std::thread m_thread;
     wire::Beacon m_beacon;
@@ -127,7 +148,8 @@ private:
     int m_beaconsSent = 0;
     int64_t m_nextProbe = 0;
     int64_t m_lastTick = 0;
-    int64_t m_nextLook = 0; // at what waits for each peer
+    int64_t m_nextLook = 0; // at every link
+    int64_t m_nextTend = 0; // to the explicit peers
     // How many more marks of beacons may be looked at before the next refill: a flood of them must not cost more.
     size_t m_marksLeft = 0;
     int64_t m_marksRefill = 0;

@@ -37,13 +37,13 @@ std::string peerAddress(const zmq::message_t& message)
 
 } // namespace
 
-void Network::receive()
+bool Network::receive()
 {
     for (int i = 0; i < messagesAtOnce; ++i) {
         zmq::message_t routing;
         if (!m_inbox.recv(routing, zmq::recv_flags::dontwait)) {
             endEndless();
-            return;
+            return true;
         }
         // One part after the connection's id. More is no message of ours.
         auto body = std::make_shared<zmq::message_t>();
@@ -70,6 +70,7 @@ void Network::receive()
     if (++m_fullRounds >= roundsOfAll) {
         endEndless();
     }
+    return false;
 }
 
 void Network::endEndless()

@@ -55,7 +55,9 @@ void Network::attendDoor()
     if (m_door->isCrowded()) {
         endStrangers(Doorkeeper::maxStrangers);
     }
-    const size_t turnedAway = away.count + (m_security ? m_security->answer() : 0);
+    const Security::Answered answered = m_security ? m_security->answer() : Security::Answered {};
+    m_isDoorLeft = away.isMoreLeft || answered.isMoreLeft;
+    const size_t turnedAway = away.count + answered.turnedAway;
     if (turnedAway > 0) {
         const std::lock_guard lock(m_core.mutex);
         m_core.statistics.connectionsRefused += turnedAway;

@@ -44,20 +44,18 @@ const char* bytesProblem(qny_value_type_t type, std::string_view bytes)
     return "there is no such type of value";
 }
 
-qny_result_t readValue(qny_value_type_t type, const void* value, size_t size, Value& into)
+qny_result_t readValue(qny_value_type_t type, const void* value, size_t size, std::string_view& into)
 {
     if (!isValueType(type)) {
         return fail(QNY_ERROR_ARGUMENT,
             "There is no type of value with the number " + std::to_string(static_cast<int>(type)) + ".");
     }
-    into.type = type;
+    into = {};
     if (type == QNY_IMPULSE_T) {
-        into.bytes.clear();
         return QNY_SUCCESS;
     }
     if (!value) {
         if (type == QNY_DATA_T && size == 0) {
-            into.bytes.clear();
             return QNY_SUCCESS;
         }
         return fail(QNY_ERROR_ARGUMENT, "The pointer to the value is null.");
@@ -66,7 +64,7 @@ qny_result_t readValue(qny_value_type_t type, const void* value, size_t size, Va
         // Whatever byte a caller's bool is made of, it is sent as 0 or 1.
         unsigned char byte = 0;
         std::memcpy(&byte, value, 1);
-        into.bytes.assign(1, byte ? '\1' : '\0');
+        into = byte ? std::string_view("\1", 1) : std::string_view("\0", 1);
         return QNY_SUCCESS;
     }
     const std::string_view bytes(static_cast<const char*>(value), size);
@@ -76,8 +74,19 @@ qny_result_t readValue(qny_value_type_t type, const void* value, size_t size, Va
         return fail(utf8 ? QNY_ERROR_UTF8 : QNY_ERROR_ARGUMENT,
             std::string("The value does not fit its type: ") + problem + ".");
     }
-    into.bytes.assign(bytes);
+    into = bytes;
     return QNY_SUCCESS;
+}
+
+qny_result_t readValue(qny_value_type_t type, const void* value, size_t size, Value& into)
+{
+    std::string_view bytes;
+    const qny_result_t result = readValue(type, value, size, bytes);
+    if (result == QNY_SUCCESS) {
+        into.type = type;
+        into.bytes.assign(bytes);
+    }
+    return result;
 }
 
 namespace {

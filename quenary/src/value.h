@@ -21,7 +21,9 @@ struct Value
 
 bool isValueType(int type);
 
-// Reads what a caller handed in. A failure has its sentence in qny_last_error().
+// Looks at what a caller handed in, where it is. A failure has its sentence in qny_last_error().
+qny_result_t readValue(qny_value_type_t type, const void* value, size_t size, std::string_view& into);
+// The same, kept.
 qny_result_t readValue(qny_value_type_t type, const void* value, size_t size, Value& into);
 
 // Why these bytes cannot be a value of the type, or null when they can.

@@ -30,11 +30,13 @@ enum class MessageType : uint8_t
 };
 
 constexpr size_t headerBytes = 40;
-// No message is larger: what is larger travels in several pieces of a stream, so that presence is never held up behind
-// it.
-constexpr size_t maxMessageBytes = 1024 * 1024;
+// No message is larger: a value of 1 MiB, with all that goes before it. What is larger travels in several pieces of a
+// stream, so that presence is never held up behind it.
+constexpr size_t maxMessageBytes = (1024 + 64) * 1024;
 constexpr size_t batchBytes = 64 * 1024;
+// Within a machine nothing is held up, and what comes in one piece need not be put together.
 constexpr size_t pieceBytes = 256 * 1024;
+constexpr size_t localPieceBytes = maxMessageBytes - 1024;
 constexpr size_t dataHeaderBytes = headerBytes + 8;
 
 struct Header

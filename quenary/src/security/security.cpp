@@ -125,7 +125,7 @@ void Security::secureClient(zmq::socket_t& socket, const Certificate& server) co
     setKey(socket, ZMQ_CURVE_SERVERKEY, server.publicBytes);
 }
 
-size_t Security::answer()
+Security::Answered Security::answer()
 {
     size_t turnedAway = 0;
     for (size_t i = 0; i < answersAtOnce; ++i) {
@@ -133,7 +133,7 @@ size_t Security::answer()
         zmq::message_t part;
         do {
             if (!m_office.recv(part, zmq::recv_flags::dontwait)) {
-                return turnedAway;
+                return { turnedAway, false };
             }
             frames.push_back(part.to_string());
         } while (part.more());
@@ -160,7 +160,7 @@ size_t Security::answer()
                 zmq::buffer(each), &each == std::end(reply) - 1 ? zmq::send_flags::none : zmq::send_flags::sndmore);
         }
     }
-    return turnedAway;
+    return { turnedAway, true };
 }
 
 Uuid Security::bound(Uuid uuid, const Certificate& certificate)

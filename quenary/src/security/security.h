@@ -26,8 +26,13 @@ public:
     // earlier would let everybody in.
     void takeOffice(zmq::context_t& context);
     zmq::socket_t& office() { return m_office; }
-    // Answers those who wait at the door. Returns how many were turned away.
-    size_t answer();
+    struct Answered
+    {
+        size_t turnedAway = 0;
+        bool isMoreLeft = false;
+    };
+    // Answers those who wait at the door.
+    Answered answer();
 
     // Before the socket is bound or connected.
     void secureServer(zmq::socket_t& socket) const;
