@@ -1,12 +1,32 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "connection_monitor.h"
 
+#include "quenary.h"
 #include "text.h"
 
 #include <cstring>
 #include <string>
 
 namespace qny {
+
+namespace {
+
+// An idle connection is asked after so long, again after so long, and given up after so many questions.
+constexpr int idleSeconds = 2;
+constexpr int questionSeconds = 1;
+constexpr int questions = 3;
+
+} // namespace
+
+void watchConnections(zmq::socket_t& socket)
+{
+    socket.set(zmq::sockopt::tcp_keepalive, 1);
+    socket.set(zmq::sockopt::tcp_keepalive_idle, idleSeconds);
+    socket.set(zmq::sockopt::tcp_keepalive_intvl, questionSeconds);
+    socket.set(zmq::sockopt::tcp_keepalive_cnt, questions);
+    // Of what was said and not acknowledged.
+    socket.set(zmq::sockopt::tcp_maxrt, QNY_PRESENCE_BOUND_MS);
+}
 
 ConnectionMonitor::ConnectionMonitor(zmq::context_t& context, zmq::socket_t& of, int events)
     : m_of(of)

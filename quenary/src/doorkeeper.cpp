@@ -8,11 +8,13 @@
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
+#include <linux/filter.h>
 #include <linux/tcp.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace qny {
@@ -24,7 +26,9 @@ constexpr rlim_t wantedDescriptors = 4096;
 constexpr int eventsAtOnce = 4096;
 constexpr int mostRefused = 1000;
 constexpr int64_t lookMilliseconds = 100;
-// What may come of one connection before the end of a message: a message, and what makes it up on the way.
+constexpr int64_t warningMilliseconds = 10'000;
+// What may come of one connection before the end of a message, or wait to be read: a message, and what makes it up on
+// the way.
 constexpr uint64_t mostOfAStranger = 2 * wire::maxMessageBytes;
 // Of a peer all that it may send ahead: it may have been this process that stood still.
 constexpr uint64_t mostOfAPeer = 16 * wire::maxMessageBytes;
@@ -90,7 +94,7 @@ void raiseDescriptorLimit()
 
 Doorkeeper::Doorkeeper(zmq::context_t& context, zmq::socket_t& inbox)
     : m_monitor(context, inbox,
-          ZMQ_EVENT_ACCEPTED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL
+          ZMQ_EVENT_LISTENING | ZMQ_EVENT_ACCEPTED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_HANDSHAKE_FAILED_NO_DETAIL
               | ZMQ_EVENT_HANDSHAKE_FAILED_PROTOCOL)
 {
 }
@@ -104,6 +108,9 @@ Doorkeeper::TurnedAway Doorkeeper::attend()
             return away;
         }
         switch (event->kind) {
+        case ZMQ_EVENT_LISTENING:
+            m_listeners.push_back(static_cast<int>(event->value));
+            break;
         case ZMQ_EVENT_ACCEPTED:
             enter(static_cast<int>(event->value));
             break;
@@ -117,6 +124,36 @@ Doorkeeper::TurnedAway Doorkeeper::attend()
     }
     away.isMoreLeft = true;
     return away;
+}
+
+// The system drops what asks for a connection. To listen no more would end those that stand, too.
+void Doorkeeper::shut(int64_t now)
+{
+    if (std::exchange(m_isShut, true)) {
+        return;
+    }
+    sock_filter dropAll = BPF_STMT(BPF_RET | BPF_K, 0);
+    const sock_fprog program { .len = 1, .filter = &dropAll };
+    for (const int fd : m_listeners) {
+        if (setsockopt(fd, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) != 0) {
+            logDebug(std::string("new connections cannot be held off: ") + std::strerror(errno));
+        }
+    }
+    if (now >= m_nextWarning) {
+        m_nextWarning = now + warningMilliseconds;
+        logWarning("more is sent here by strangers than can be read: no new connection is taken until it is read");
+    }
+}
+
+void Doorkeeper::open()
+{
+    if (!std::exchange(m_isShut, false)) {
+        return;
+    }
+    const int unused = 0;
+    for (const int fd : m_listeners) {
+        setsockopt(fd, SOL_SOCKET, SO_DETACH_FILTER, &unused, sizeof unused);
+    }
 }
 
 void Doorkeeper::enter(int fd)
@@ -195,22 +232,44 @@ void Doorkeeper::endEndless(const IsPeers& isPeers, int64_t now)
     for (auto& [fd, visitor] : m_visitors) {
         const uint64_t bytes = bytesReceived(fd);
         const auto place = static_cast<size_t>(fd);
-        if ((place < m_heard.size() && m_heard[place]) || bytes < visitor.bytes) {
-            visitor.bytes = bytes;
-        } else if (!visitor.isEnded && bytes - visitor.bytes > mostOfAStranger
-            && (bytes - visitor.bytes > mostOfAPeer || !isPeers(fd, visitor.port))) {
+        const uint64_t heard = place < m_heard.size() ? m_heard[place] : 0;
+        visitor.bytes = heard > 0 || bytes < visitor.bytes ? bytes : visitor.bytes;
+        visitor.read = m_isAllHeard ? bytes : std::min(visitor.read + heard, bytes);
+        if (visitor.isEnded) {
+            continue;
+        }
+        const auto isBeyond = [&](uint64_t waiting) {
+            return waiting > mostOfAStranger && (waiting > mostOfAPeer || !isPeers(fd, visitor.port));
+        };
+        if (isBeyond(bytes - visitor.bytes)) {
             visitor.isEnded = end(fd, visitor);
             logWarning("a connection was ended that sends a message without an end");
+        } else if (isBeyond(bytes - visitor.read)) {
+            visitor.isEnded = end(fd, visitor);
+            logWarning("a connection was ended that sends more than can be read");
         }
     }
-    m_heard.assign(m_heard.size(), false);
+    m_heard.assign(m_heard.size(), 0);
+    m_isAllHeard = false;
 }
 
-void Doorkeeper::refuse(int fd)
+void Doorkeeper::refuse(int fd, std::string_view routingId, size_t bytes)
 {
     const auto it = m_visitors.find(fd);
-    if (it != m_visitors.end() && !it->second.isEnded && ++it->second.refused > mostRefused) {
-        it->second.isEnded = end(fd, it->second);
+    if (it == m_visitors.end() || it->second.isEnded) {
+        return;
+    }
+    Visitor& visitor = it->second;
+    if (visitor.refusedId != routingId) {
+        visitor.refusedId = routingId;
+        visitor.refused = 0;
+        visitor.refusedBytes = 0;
+    }
+    visitor.refusedBytes += bytes;
+    if (++visitor.refused > mostRefused && m_refused.emplace(routingId).second
+        // Else somebody who is gone has left it behind, and the descriptor is another's.
+        && bytesReceived(fd) >= visitor.refusedBytes) {
+        visitor.isEnded = end(fd, visitor);
     }
 }
 

@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,6 +50,9 @@ public:
     };
     // Takes in who came and went.
     TurnedAway attend();
+    // Lets nobody in for now. Who knocks meanwhile knocks again by himself, a second later.
+    void shut(int64_t now);
+    void open();
     // Ends those that are no peer's but `most`.
     void endStrangers(const IsPeers& isPeers, size_t most);
     bool isCrowded() const { return m_visitors.size() > maxStrangers; }
@@ -56,19 +60,28 @@ public:
     // id is the inbox's own name of the connection: messages of one that is gone may still come when its descriptor is
     // another's.
     bool speaksFor(int fd, std::string_view routingId, const Uuid& peer);
-    // A whole message of it was read.
-    void heard(int fd)
+    // A whole message of it was read, of so many bytes.
+    void heard(int fd, size_t bytes)
     {
         if (fd >= 0) {
             m_heard.resize(std::max(m_heard.size(), static_cast<size_t>(fd) + 1));
-            m_heard[static_cast<size_t>(fd)] = true;
+            m_heard[static_cast<size_t>(fd)] += bytes + mostAround;
         }
     }
+    // There is no more to be read.
+    void heardAll()
+    {
+        m_isAllHeard = true;
+        m_refused.clear();
+    }
     // Ends those that go on sending and never come to the end of a message: one may have parts without number, and
-    // ZeroMQ keeps them all until the last. To be called when what was whole has been read.
+    // ZeroMQ keeps them all until the last. And those that send more than can be read: ZeroMQ keeps that, too. To be
+    // called when what was whole has been read, or every connection's turn has come.
     void endEndless(const IsPeers& isPeers, int64_t now);
-    // Something that it sent was refused. Who goes on and on with that is ended.
-    void refuse(int fd);
+    // Something that it sent was refused, of so many bytes. Who goes on and on with that is ended.
+    void refuse(int fd, std::string_view routingId, size_t bytes);
+    // What such a one has left behind need not be looked at.
+    bool isRefused(std::string_view routingId) const { return m_refused.contains(routingId); }
 
 private:
     struct Visitor
@@ -78,8 +91,11 @@ private:
         uint64_t number = 0; // in the order in which they came
         std::string routingId {}; // of the connection on which that was said
         std::optional<Uuid> peer {};
-        int refused = 0;
+        std::string refusedId {}; // of the connection of which something was refused last
+        int refused = 0; // messages of that
+        uint64_t refusedBytes = 0;
         uint64_t bytes = 0; // that had come when a message of it was read last, or soon after
+        uint64_t read = 0; // of those that came, in messages that were read
         bool isEnded = false; // by us; it is told when it is gone
     };
     void enter(int fd);
@@ -87,9 +103,16 @@ private:
 
     ConnectionMonitor m_monitor;
     uint16_t m_port = 0;
+    std::vector<int> m_listeners; // descriptors
+    bool m_isShut = false;
+    int64_t m_nextWarning = 0;
     uint64_t m_count = 0;
     std::map<int, Visitor> m_visitors; // by descriptor
-    std::vector<bool> m_heard; // by descriptor, since the last look
+    // What a message has around it at most: its frames, and what encryption adds.
+    static constexpr size_t mostAround = 64;
+    std::vector<uint64_t> m_heard; // bytes by descriptor, since the last look
+    bool m_isAllHeard = false; // since then, at some moment
+    std::set<std::string, std::less<>> m_refused; // routing ids
     int64_t m_nextLook = 0;
 };
 

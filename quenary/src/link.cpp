@@ -109,8 +109,7 @@ Link::Link(Core& core, zmq::context_t& context, Poller& poller, const Identity& 
     m_socket.set(zmq::sockopt::sndhwm, 256);
     m_socket.set(zmq::sockopt::reconnect_ivl, reconnectMilliseconds);
     m_socket.set(zmq::sockopt::handshake_ivl, QNY_PRESENCE_BOUND_MS);
-    m_socket.set(zmq::sockopt::heartbeat_ivl, 1000);
-    m_socket.set(zmq::sockopt::heartbeat_timeout, QNY_PRESENCE_BOUND_MS);
+    watchConnections(m_socket);
     const bool ipv6 = m_address.find(':') != std::string::npos;
     m_socket.set(zmq::sockopt::ipv6, ipv6);
     const std::string destination = (ipv6 ? "[" + m_address + "]" : m_address) + ":" + std::to_string(m_port);

@@ -143,14 +143,13 @@ void Network::unwatch()
 qny_result_t Network::bindInbox(const Options& options)
 {
     m_inbox.set(zmq::sockopt::linger, 0);
-    // Presence must get through whatever a stranger does: the mark is high, and our own windows bound what peers may
-    // send.
-    m_inbox.set(zmq::sockopt::rcvhwm, 4096);
+    // Never at a mark: a connection that breaks off while ZeroMQ does not read it, and had still a PING to be read, ends
+    // the process (libzmq 4.3.5). How much waits here is bounded by our own windows and by the doorkeeper.
+    m_inbox.set(zmq::sockopt::rcvhwm, 0);
     m_inbox.set(zmq::sockopt::maxmsgsize, static_cast<int64_t>(wire::maxMessageBytes));
     m_inbox.set(zmq::sockopt::backlog, 1024);
     m_inbox.set(zmq::sockopt::handshake_ivl, QNY_PRESENCE_BOUND_MS);
-    m_inbox.set(zmq::sockopt::heartbeat_ivl, 1000);
-    m_inbox.set(zmq::sockopt::heartbeat_timeout, QNY_PRESENCE_BOUND_MS);
+    watchConnections(m_inbox);
     m_inbox.set(zmq::sockopt::ipv6, m_device.ipv6);
     for (uint16_t port = options.listenPorts.first;; ++port) {
         const std::string wanted

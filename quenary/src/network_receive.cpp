@@ -13,6 +13,8 @@ namespace {
 // Of a long item, before all of it has come.
 constexpr size_t reservedBytes = 4 * 1024 * 1024;
 constexpr int messagesAtOnce = 256;
+// Peers say little beside their streams, and no stranger may say so much before it is read: it all waits in memory.
+constexpr size_t mostTalk = 50'000;
 constexpr int roundsOfAll = 8;
 constexpr int64_t renewalMilliseconds = 200;
 
@@ -42,6 +44,9 @@ bool Network::receive()
     for (int i = 0; i < messagesAtOnce; ++i) {
         zmq::message_t routing;
         if (!m_inbox.recv(routing, zmq::recv_flags::dontwait)) {
+            m_door->heardAll();
+            m_door->open();
+            m_talk = 0;
             endEndless();
             return true;
         }
@@ -57,9 +62,17 @@ bool Network::receive()
             }
         }
         const int fd = zmq_msg_get(body->handle(), ZMQ_SRCFD);
-        m_door->heard(fd);
+        m_door->heard(fd, body->size());
+        if (++m_talk > mostTalk) {
+            m_talk = 0;
+            m_door->shut(steadyMilliseconds());
+            endStrangers(0);
+        }
+        if (m_door->isRefused(routing.to_string_view())) {
+            continue;
+        }
         if (!sound) {
-            m_door->refuse(fd);
+            m_door->refuse(fd, routing.to_string_view(), body->size());
             const std::lock_guard lock(m_core.mutex);
             m_core.refuse("a message of several parts from " + peerAddress(*body));
             continue;
@@ -84,7 +97,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std
     const std::string_view body(static_cast<const char*>(message->data()), message->size());
     wire::Header header;
     const auto refuse = [&](const std::string& what) {
-        m_door->refuse(zmq_msg_get(message->handle(), ZMQ_SRCFD));
+        m_door->refuse(zmq_msg_get(message->handle(), ZMQ_SRCFD), routingId, message->size());
         const std::lock_guard lock(m_core.mutex);
         m_core.refuse(what + " from " + peerAddress(*message));
     };
@@ -166,6 +179,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std
             drop(header.sender, "its stream is broken", true);
             return;
         }
+        m_talk -= m_talk > 0 ? 1 : 0;
         break;
     default:
         refuse("a message of an unknown kind");

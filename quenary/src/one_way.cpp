@@ -11,7 +11,7 @@ namespace qny {
 
 namespace {
 
-// Greetings, handshakes and heartbeats of ZeroMQ take a tenth of that.
+// Greetings and handshakes of ZeroMQ take a tenth of that.
 constexpr uint64_t oneWayBytes = 64 * 1024;
 constexpr uint64_t oneWayBytesOfASecond = 512;
 constexpr int64_t oneWayLookMilliseconds = 100;

@@ -4,6 +4,7 @@
 #include "loopback.h"
 
 #include <algorithm>
+#include <poll.h>
 
 using namespace test;
 
@@ -18,12 +19,60 @@ void countLines(qny_log_level_t level, const char* message, void*)
     leftOutTold = leftOutTold || std::strstr(message, "more lines were left out before") != nullptr;
 }
 
-// By hand what ZeroMQ says first: its greeting, with no security, and what kind of socket this is.
-std::string transportBeginning(const std::string& socketType)
+// As much as goes at once, from somewhere in these bytes. 0: the other side has ended the connection.
+size_t sendSome(int fd, std::string_view bytes)
+{
+    pollfd writable { .fd = fd, .events = POLLOUT | POLLRDHUP, .revents = 0 };
+    if (poll(&writable, 1, -1) < 0 || (writable.revents & ~POLLOUT) != 0) {
+        return 0;
+    }
+    const ssize_t count = ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    return count > 0 ? static_cast<size_t>(count) : 0;
+}
+
+bool sendAll(int fd, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const size_t count = sendSome(fd, bytes);
+        if (count == 0) {
+            return false;
+        }
+        bytes.remove_prefix(count);
+    }
+    return true;
+}
+
+// Reads until these bytes have come. False when the other side has ended the connection before.
+bool awaitBytes(int fd, std::string_view bytes)
+{
+    std::string heard;
+    while (heard.find(bytes) == std::string::npos) {
+        char some[1024];
+        const ssize_t count = ::recv(fd, some, sizeof some, 0);
+        if (count <= 0) {
+            return false;
+        }
+        heard.append(some, static_cast<size_t>(count));
+    }
+    return true;
+}
+
+// By hand what ZeroMQ does first: its greeting, with no security, and what kind of socket this is. Nothing may follow
+// before the other side has done the same.
+bool beginTransport(int fd, const std::string& socketType)
 {
     const std::string ready = "\5READY" + std::string("\x0bSocket-Type\0\0\0\6", 16) + socketType;
-    return std::string("\xff\0\0\0\0\0\0\0\1\x7f\3\0", 12) + "NULL" + std::string(48, '\0') + '\4'
-        + static_cast<char>(ready.size()) + ready;
+    const std::string said = std::string("\xff\0\0\0\0\0\0\0\1\x7f\3\0", 12) + "NULL" + std::string(48, '\0')
+        + '\4' + static_cast<char>(ready.size()) + ready;
+    return sendAll(fd, said) && awaitBytes(fd, "READY");
+}
+
+// Ends the connection at once, whatever is on its way.
+void reset(int fd)
+{
+    const linger now { .l_onoff = 1, .l_linger = 0 };
+    setsockopt(fd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    close(fd);
 }
 
 // Sends the part again and again, not faster than a good line; at most 1 GiB. Whether that found an end before.
@@ -34,9 +83,9 @@ bool sendsUntilCutOff(int fd, const std::string& part)
     bool ended = false;
     while (!ended && sent < most) {
         const size_t begin = sent % part.size();
-        const ssize_t count = ::send(fd, part.data() + begin, part.size() - begin, MSG_NOSIGNAL);
-        ended = count <= 0;
-        sent += count > 0 ? static_cast<size_t>(count) : 0;
+        const size_t count = sendSome(fd, std::string_view(part).substr(begin));
+        ended = count == 0;
+        sent += count;
         if (sent > 4 * 1024 * 1024) {
             std::this_thread::sleep_for(1ms);
         }
@@ -75,8 +124,7 @@ TEST_F(Hardening, NobodySaysOfAnothersOutputThatItsPublicationsWereLost)
 TEST_F(Hardening, AMessageOfPartsWithoutEndIsCutOff)
 {
     const int fd = connectedTo(port);
-    const std::string beginning = transportBeginning("DEALER");
-    ASSERT_EQ(::send(fd, beginning.data(), beginning.size(), MSG_NOSIGNAL), static_cast<ssize_t>(beginning.size()));
+    ASSERT_TRUE(beginTransport(fd, "DEALER"));
     // "More follows", half a MiB, and so on: ZeroMQ hands none of it over before the last.
     EXPECT_TRUE(sendsUntilCutOff(fd, std::string("\3\0\0\0\0\0\x08\0\0", 9) + std::string(512 * 1024, 'x')));
 }
@@ -213,8 +261,82 @@ TEST_F(Hardening, WhoSendsToUsByOurOwnConnectionIsLetGo)
     send(speaker, forged.make(2, helloPayload()));
     const int fd = accept(listener.fd(), nullptr, nullptr);
     ASSERT_GE(fd, 0);
-    const std::string beginning = transportBeginning("ROUTER");
-    ASSERT_EQ(::send(fd, beginning.data(), beginning.size(), MSG_NOSIGNAL), static_cast<ssize_t>(beginning.size()));
+    ASSERT_TRUE(beginTransport(fd, "ROUTER"));
     EXPECT_TRUE(sendsUntilCutOff(fd, std::string("\3\0\0\0\0\0\0\x40\0", 9) + std::string(16 * 1024, 'x')));
     zmq_close(speaker);
+}
+
+TEST_F(Hardening, WhoAnswersByOurOwnConnectionAndVanishesEndsNobodyElse)
+{
+    static std::atomic<bool> isGivenUp;
+    isGivenUp = false;
+    qny_log_set_handler(
+        [](qny_log_level_t, const char* message, void*) {
+            isGivenUp = isGivenUp || std::strstr(message, "is not tried any more") != nullptr;
+        },
+        nullptr);
+    const HeldPort listener(SOCK_STREAM);
+    Forged forged;
+    forged.port = listener.port();
+    void* speaker = dealer();
+    send(speaker, forged.make(2, helloPayload()));
+    const int fd = accept(listener.fd(), nullptr, nullptr);
+    ASSERT_GE(fd, 0);
+    ASSERT_TRUE(beginTransport(fd, "ROUTER"));
+    std::string said;
+    for (int i = 0; i < 100; ++i) {
+        said += std::string("\0\1x", 3);
+    }
+    ASSERT_TRUE(sendAll(fd, said) && awaitBytes(fd, "QN\1\2"));
+    // All of that has come there when a second hello, a moment later, comes here.
+    ASSERT_TRUE(awaitBytes(fd, "QN\1\2"));
+    reset(fd);
+    EXPECT_TRUE(eventually([] { return isGivenUp.load(); }, 10s));
+    zmq_close(speaker);
+    qny_log_set_handler([](qny_log_level_t, const char*, void*) { }, nullptr);
+}
+
+TEST_F(Hardening, WhoFloodsUsWithSmallMessagesAndPingsEndsNobodyElse)
+{
+    const std::string ping = std::string("\4\7\4PING\0\0", 9);
+    std::string said;
+    for (int i = 0; i < 40'000; ++i) {
+        said += std::string("\0\1x", 3);
+        said += i % 16 == 0 ? ping : std::string();
+    }
+    int floods = 0;
+    // Nobody new is let in until what came before is read: then again.
+    EXPECT_TRUE(eventually(
+        [&] {
+            const int fd = connectedTo(port);
+            if (beginTransport(fd, "DEALER")) {
+                (void)sendAll(fd, said); // it may be ended before
+                ++floods;
+            }
+            reset(fd);
+            return floods == 20;
+        },
+        30s));
+}
+
+TEST_F(Hardening, WhoSendsMoreThanCanBeReadIsEndedAndOthersComeInAfterwards)
+{
+    static std::atomic<bool> isTold;
+    isTold = false;
+    qny_log_set_handler(
+        [](qny_log_level_t, const char* message, void*) {
+            isTold = isTold || std::strstr(message, "no new connection is taken until it is read") != nullptr;
+        },
+        nullptr);
+    const int fd = connectedTo(port);
+    ASSERT_TRUE(beginTransport(fd, "DEALER"));
+    // Sound messages of somebody who never says hello.
+    const std::string probe = Forged().make(1);
+    std::string probes;
+    for (int i = 0; i < 20'000; ++i) {
+        probes += '\0' + std::string(1, static_cast<char>(probe.size())) + probe;
+    }
+    EXPECT_TRUE(sendsUntilCutOff(fd, probes));
+    EXPECT_TRUE(isTold);
+    qny_log_set_handler([](qny_log_level_t, const char*, void*) { }, nullptr);
 }
