@@ -34,6 +34,12 @@ void BufferStore::give(std::string buffer)
     }
 }
 
+size_t BufferStore::keptBytes() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_bytes;
+}
+
 void BufferStore::shrink()
 {
     std::vector<std::string> unused; // freed after the lock

@@ -25,9 +25,10 @@ public:
     void give(std::string buffer);
     // To be called now and then: gives back to the system what nobody has taken since the last time.
     void shrink();
+    size_t keptBytes() const;
 
 private:
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::vector<std::string> m_free; // the last given is taken first
     size_t m_bytes = 0;
     size_t m_idle = 0; // how many of the first were not taken since the last shrink()

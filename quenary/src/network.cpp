@@ -23,6 +23,7 @@ constexpr int64_t probeMilliseconds = 1000;
 constexpr int64_t standstillMilliseconds = 1500;
 constexpr int64_t farewellMilliseconds = 500;
 constexpr size_t marksAtOnce = 8192;
+constexpr int64_t shrinkMilliseconds = 1000;
 constexpr size_t queuesOfTheDead = 4;
 constexpr int64_t linkLookMilliseconds = 100;
 constexpr size_t leastQueueBytes = size_t { 16 } * 1024 * 1024;
@@ -383,6 +384,10 @@ void Network::tick(int64_t now)
     }
     sendBeacon(now);
     probeExplicitPeers(now);
+    if (now >= m_nextShrink) {
+        m_nextShrink = now + shrinkMilliseconds;
+        m_core.buffers.shrink();
+    }
 }
 
 void Network::lookAtLinks(int64_t now)

@@ -150,6 +150,7 @@ private:
     int64_t m_lastTick = 0;
     int64_t m_nextLook = 0; // at every link
     int64_t m_nextTend = 0; // to the explicit peers
+    int64_t m_nextShrink = 0; // of the buffers
     // How many more marks of beacons may be looked at before the next refill: a flood of them must not cost more.
     size_t m_marksLeft = 0;
     int64_t m_marksRefill = 0;
