@@ -152,8 +152,8 @@ qny_result_t qny_agent_output_preset(
         return result;
     }
     if (bytes.size() > on.core.options.maxMessageBytes) {
-        return fail(QNY_ERROR_TOO_LARGE,
-            "A value of " + std::to_string(bytes.size()) + " bytes is beyond max_message_bytes.");
+        return fail(
+            QNY_ERROR_TOO_LARGE, "A value of " + std::to_string(bytes.size()) + " bytes is beyond max_message_bytes.");
     }
     output->hasValue = true;
     output->value.assign(bytes);

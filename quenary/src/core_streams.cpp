@@ -253,8 +253,7 @@ void Core::outputAppeared(Agent& agent, Output& output)
     }
 }
 
-qny_result_t Core::publish(
-    Agent& agent, Output& output, std::string_view bytes, int64_t time, uint64_t* sequence)
+qny_result_t Core::publish(Agent& agent, Output& output, std::string_view bytes, int64_t time, uint64_t* sequence)
 {
     if (bytes.size() > options.maxMessageBytes) {
         return fail(QNY_ERROR_TOO_LARGE,

@@ -266,7 +266,8 @@ void Doorkeeper::refuse(int fd, std::string_view routingId, size_t bytes)
         visitor.refusedBytes = 0;
     }
     visitor.refusedBytes += bytes;
-    if (++visitor.refused > mostRefused && m_refused.emplace(routingId).second
+    if (++visitor.refused > mostRefused
+        && m_refused.emplace(routingId).second
         // Else somebody who is gone has left it behind, and the descriptor is another's.
         && bytesReceived(fd) >= visitor.refusedBytes) {
         visitor.isEnded = end(fd, visitor);

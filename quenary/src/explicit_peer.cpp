@@ -17,8 +17,8 @@ constexpr int attemptMilliseconds = 2000;
 
 } // namespace
 
-ExplicitPeer::ExplicitPeer(
-    zmq::context_t& context, Poller& poller, std::string endpoint, std::string place, bool ipv6, const Security* security)
+ExplicitPeer::ExplicitPeer(zmq::context_t& context, Poller& poller, std::string endpoint, std::string place, bool ipv6,
+    const Security* security)
     : m_context(context)
     , m_poller(poller)
     , m_endpoint(std::move(endpoint))

@@ -23,7 +23,8 @@ class ExplicitPeer
 {
 public:
     // Throws zmq::error_t for an address that cannot be one. Security: null when there is none.
-    ExplicitPeer(zmq::context_t& context, Poller& poller, std::string endpoint, std::string place, bool ipv6, const Security* security);
+    ExplicitPeer(zmq::context_t& context, Poller& poller, std::string endpoint, std::string place, bool ipv6,
+        const Security* security);
     ExplicitPeer(const ExplicitPeer&) = delete;
     ExplicitPeer& operator=(const ExplicitPeer&) = delete;
 

@@ -98,7 +98,8 @@ Link::Link(Core& core, zmq::context_t& context, Poller& poller, const Identity& 
     m_peer->uuidText = toText(to.uuid);
     m_peer->address = m_address;
     m_peer->certificate = to.certificate;
-    m_peer->pieceBytes = m_address == sourceAddress || isLoopbackAddress(m_address) ? wire::localPieceBytes : wire::pieceBytes;
+    m_peer->pieceBytes
+        = m_address == sourceAddress || isLoopbackAddress(m_address) ? wire::localPieceBytes : wire::pieceBytes;
     if (security) {
         security->secureClient(m_socket, *to.certificate);
     }

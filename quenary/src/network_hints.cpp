@@ -59,7 +59,8 @@ Link* Network::hint(const Destination& peer, Hint by)
     }
     try {
         const bool ipv6 = peer.address.find(':') != std::string::npos;
-        auto link = std::make_unique<Link>(m_core, m_context, m_poller, m_identity, peer, sourceFor(ipv6), m_security.get());
+        auto link
+            = std::make_unique<Link>(m_core, m_context, m_poller, m_identity, peer, sourceFor(ipv6), m_security.get());
         link->isByBeacon = by == Hint::Beacon;
         m_nextLook = 0;
         logDebug("trying peer " + toText(peer.uuid) + " at " + peer.address + ":" + std::to_string(peer.port));

@@ -75,8 +75,7 @@ const std::vector<Watched*>& Poller::wait(int64_t milliseconds)
     m_fresh.clear();
     const auto timeout = m_ready.empty() ? std::clamp<int64_t>(milliseconds, 0, INT_MAX) : 0;
     std::array<epoll_event, eventsAtOnce> events {};
-    const int count
-        = epoll_wait(m_fd, events.data(), static_cast<int>(events.size()), static_cast<int>(timeout));
+    const int count = epoll_wait(m_fd, events.data(), static_cast<int>(events.size()), static_cast<int>(timeout));
     for (int i = 0; i < count; ++i) {
         auto* const watched = static_cast<Watched*>(events[static_cast<size_t>(i)].data.ptr);
         if (std::ranges::find(m_ready, watched) == m_ready.end()) {

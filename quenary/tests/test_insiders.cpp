@@ -62,8 +62,8 @@ bool awaitBytes(int fd, std::string_view bytes)
 bool beginTransport(int fd, const std::string& socketType)
 {
     const std::string ready = "\5READY" + std::string("\x0bSocket-Type\0\0\0\6", 16) + socketType;
-    const std::string said = std::string("\xff\0\0\0\0\0\0\0\1\x7f\3\0", 12) + "NULL" + std::string(48, '\0')
-        + '\4' + static_cast<char>(ready.size()) + ready;
+    const std::string said = std::string("\xff\0\0\0\0\0\0\0\1\x7f\3\0", 12) + "NULL" + std::string(48, '\0') + '\4'
+        + static_cast<char>(ready.size()) + ready;
     return sendAll(fd, said) && awaitBytes(fd, "READY");
 }
 
