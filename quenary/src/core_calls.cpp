@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core.h"
 
+#include <algorithm>
+
 namespace qny {
 
 namespace {
+
+constexpr size_t longBytes = 4096;
 
 std::string_view bytesOf(const qny_service_arg_t& argument, char& scratch)
 {
@@ -81,8 +85,9 @@ qny_result_t Core::call(const AgentPtr& from, std::string_view to, std::string_v
     }
     for (const auto& [peer, record] : targets) {
         std::string text;
+        std::string_view last; // by itself when it is long, to be copied once only
         {
-            wire::Item item(text, wire::ItemKind::Call, bytes + service.size() + 64);
+            wire::Item item(text, wire::ItemKind::Call, std::min(bytes, longBytes) + service.size() + 64);
             item->uuid(from->uuid);
             item->uuid(record->uuid);
             item->number(token ? wire::callHasToken : uint8_t { 0 });
@@ -91,11 +96,18 @@ qny_result_t Core::call(const AgentPtr& from, std::string_view to, std::string_v
             item->number(static_cast<uint16_t>(count));
             char scratch = 0;
             for (const auto* each = arguments; each; each = each->next) {
+                const std::string_view value = bytesOf(*each, scratch);
                 item->number(static_cast<uint8_t>(each->type));
-                item->text(bytesOf(*each, scratch));
+                if (each->next || value.size() < longBytes) {
+                    item->text(value);
+                } else {
+                    item->number(static_cast<uint32_t>(value.size()));
+                    item.isFollowedBy(value.size());
+                    last = value;
+                }
             }
         }
-        enqueue(peer, text);
+        enqueue(peer, text, Room::Always, last);
         ++statistics.callsSent;
     }
     return QNY_SUCCESS;

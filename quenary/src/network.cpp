@@ -26,6 +26,7 @@ constexpr size_t marksAtOnce = 8192;
 constexpr int64_t shrinkMilliseconds = 1000;
 constexpr size_t queuesOfTheDead = 4;
 constexpr int64_t linkLookMilliseconds = 100;
+constexpr int64_t togetherMilliseconds = 10;
 constexpr size_t leastQueueBytes = size_t { 16 } * 1024 * 1024;
 
 std::string inBrackets(const std::string& host)
@@ -404,7 +405,8 @@ void Network::lookAtLinks(int64_t now)
             hostile.emplace_back(uuid, "it sends where it should only listen");
         } else {
             serve(*link, now);
-            m_nextLook = std::min(m_nextLook, link->due());
+            // Of many, those that are due soon after one another are looked at together.
+            m_nextLook = std::min(m_nextLook, std::max(link->due(), now + togetherMilliseconds));
         }
     }
     for (const auto& [uuid, why] : hostile) {

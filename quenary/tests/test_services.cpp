@@ -131,6 +131,27 @@ TEST_F(Services, ArgumentsOfEveryTypeArriveAsTheyWereSent)
     EXPECT_EQ(line[11], "=string:");
 }
 
+TEST_F(Services, LongArgumentsArriveWhereverTheyStand)
+{
+    PeerProcess other("other");
+    other.ask({ "service", "take" });
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "other"));
+    for (const size_t size : { 4095, 4096, 70'000, 1'100'000, 2'500'000 }) {
+        const std::string first(size, 'f');
+        const std::string last = std::string(size - 1, 'l') + 'e';
+        qny_service_arg_t* list = nullptr;
+        EXPECT_EQ(qny_service_args_add_string(&list, first.c_str()), QNY_SUCCESS);
+        EXPECT_EQ(qny_service_args_add_int(&list, 7), QNY_SUCCESS);
+        EXPECT_EQ(qny_service_args_add_string(&list, last.c_str()), QNY_SUCCESS);
+        EXPECT_EQ(qny_service_call("other", "take", &list, "token"), QNY_SUCCESS);
+        const auto line = other.expect({ "called", "take", "me", "<token>", "3" });
+        ASSERT_EQ(line.size(), 8U);
+        EXPECT_TRUE(line[5] == "=string:" + first) << size;
+        EXPECT_EQ(line[6], "=integer:7");
+        EXPECT_TRUE(line[7] == "=string:" + last) << size;
+    }
+}
+
 TEST_F(Services, ATokenComesBackUntouched)
 {
     PeerProcess other("other");
