@@ -16,8 +16,8 @@ std::string BufferStore::take(size_t bytes)
         if (it != m_free.rend()) {
             buffer = std::move(*it);
             m_bytes -= buffer.capacity();
-            m_free.erase(std::next(it).base());
-            m_idle = std::min(m_idle, m_free.size());
+            const auto next = m_free.erase(std::next(it).base());
+            m_idle -= static_cast<size_t>(next - m_free.begin()) < m_idle ? 1 : 0;
         }
     }
     buffer.reserve(bytes);

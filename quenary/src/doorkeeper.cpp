@@ -27,6 +27,7 @@ constexpr int eventsAtOnce = 4096;
 constexpr int mostRefused = 1000;
 constexpr int64_t lookMilliseconds = 100;
 constexpr int64_t warningMilliseconds = 10'000;
+constexpr int64_t longestShutMilliseconds = 1000;
 // What may come of one connection before the end of a message, or wait to be read: a message, and what makes it up on
 // the way.
 constexpr uint64_t mostOfAStranger = 2 * wire::maxMessageBytes;
@@ -132,6 +133,7 @@ void Doorkeeper::shut(int64_t now)
     if (std::exchange(m_isShut, true)) {
         return;
     }
+    m_openAt = now + longestShutMilliseconds;
     sock_filter dropAll = BPF_STMT(BPF_RET | BPF_K, 0);
     const sock_fprog program { .len = 1, .filter = &dropAll };
     for (const int fd : m_listeners) {
@@ -162,7 +164,8 @@ void Doorkeeper::enter(int fd)
     const End from = otherEnd(fd);
     // It may be gone already, and its descriptor another's.
     if (from.port != 0 && portOfOurEnd(fd) == m_port) {
-        m_visitors[fd] = { .address = from.address, .port = from.port, .number = ++m_count };
+        Visitor& visitor = m_visitors[fd] = { .address = from.address, .port = from.port, .number = ++m_count };
+        visitor.bytes = visitor.read = bytesReceived(fd); // what came before is not held against it
     }
 }
 
@@ -260,6 +263,9 @@ void Doorkeeper::refuse(int fd, std::string_view routingId, size_t bytes)
         return;
     }
     Visitor& visitor = it->second;
+    if (visitor.peer && visitor.routingId != routingId) {
+        return; // it speaks for somebody: another, who is gone, has left this behind
+    }
     if (visitor.refusedId != routingId) {
         visitor.refusedId = routingId;
         visitor.refused = 0;

@@ -53,6 +53,13 @@ public:
     // Lets nobody in for now. Who knocks meanwhile knocks again by himself, a second later.
     void shut(int64_t now);
     void open();
+    // When it has been shut for long: a peer may go on sending, and others come in all the same.
+    void openAfter(int64_t now)
+    {
+        if (m_isShut && now >= m_openAt) {
+            open();
+        }
+    }
     // Ends those that are no peer's but `most`.
     void endStrangers(const IsPeers& isPeers, size_t most);
     bool isCrowded() const { return m_visitors.size() > maxStrangers; }
@@ -60,12 +67,15 @@ public:
     // id is the inbox's own name of the connection: messages of one that is gone may still come when its descriptor is
     // another's.
     bool speaksFor(int fd, std::string_view routingId, const Uuid& peer);
+    // Each message has more on its way, of encryption.
+    void setSecured() { m_around = 33; }
     // A whole message of it was read, of so many bytes.
     void heard(int fd, size_t bytes)
     {
         if (fd >= 0) {
+            const size_t frame = bytes + m_around;
             m_heard.resize(std::max(m_heard.size(), static_cast<size_t>(fd) + 1));
-            m_heard[static_cast<size_t>(fd)] += bytes + mostAround;
+            m_heard[static_cast<size_t>(fd)] += frame + (frame > 255 ? 9 : 2);
         }
     }
     // There is no more to be read.
@@ -105,11 +115,11 @@ private:
     uint16_t m_port = 0;
     std::vector<int> m_listeners; // descriptors
     bool m_isShut = false;
+    int64_t m_openAt = 0;
     int64_t m_nextWarning = 0;
     uint64_t m_count = 0;
     std::map<int, Visitor> m_visitors; // by descriptor
-    // What a message has around it at most: its frames, and what encryption adds.
-    static constexpr size_t mostAround = 64;
+    size_t m_around = 0;
     std::vector<uint64_t> m_heard; // bytes by descriptor, since the last look
     bool m_isAllHeard = false; // since then, at some moment
     std::set<std::string, std::less<>> m_refused; // routing ids

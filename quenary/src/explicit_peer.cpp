@@ -36,7 +36,7 @@ ExplicitPeer::ExplicitPeer(zmq::context_t& context, Poller& poller, std::string 
 
 void ExplicitPeer::connect()
 {
-    m_failed = false;
+    m_failed = true; // until all stands
     m_watched.reset();
     m_monitor.reset();
     m_socket = zmq::socket_t(m_context, zmq::socket_type::dealer);
@@ -57,6 +57,7 @@ void ExplicitPeer::connect()
         m_context, m_socket, OneWay::events | ConnectionMonitor::handshakeFailures);
     m_watched.emplace(m_poller, m_monitor->socket(), Source::ExplicitPeers);
     m_socket.connect(m_endpoint);
+    m_failed = false;
 }
 
 void ExplicitPeer::disconnect()
@@ -120,6 +121,7 @@ ConnectionEnd ExplicitPeer::tend(int64_t now)
             tryNext(now);
         }
     } else if (m_failed && now >= m_nextTry) {
+        m_nextTry = now + pauseMilliseconds; // should it come to nothing
         connect();
     }
     return end;

@@ -93,6 +93,9 @@ qny_result_t Network::open(const Options& options)
         m_security->secureServer(m_inbox);
     }
     m_door = std::make_unique<Doorkeeper>(m_context, m_inbox);
+    if (m_security) {
+        m_door->setSecured();
+    }
     if (const qny_result_t result = bindInbox(options); result != QNY_SUCCESS) {
         return result;
     }
@@ -255,7 +258,7 @@ void Network::loop()
                     next = std::min(next, m_core.tellAt);
                 }
             }
-            wait(std::max<int64_t>(next - steadyMilliseconds(), 0));
+            wait(m_stopping ? 0 : std::max<int64_t>(next - steadyMilliseconds(), 0));
         } catch (const zmq::error_t& error) {
             // Nothing that comes from outside may end the thread.
             logError(std::string("the network thread: ") + error.what());
@@ -502,6 +505,7 @@ void Network::drop(const Uuid& uuid, const std::string& why, bool fellSilent)
 
 void Network::leave()
 {
+    m_explicit.clear(); // nobody tends to them any more
     // What was said before is sent first, as far as the others take it in time.
     const int64_t until = steadyMilliseconds() + farewellMilliseconds;
     const auto unsent = [this] {
@@ -526,7 +530,6 @@ void Network::leave()
     }
     unwatch();
     m_links.clear();
-    m_explicit.clear();
     m_door.reset();
     m_inbox.close();
     m_discovery.close();

@@ -155,7 +155,7 @@ private:
     size_t m_marksLeft = 0;
     int64_t m_marksRefill = 0;
     int m_fullRounds = 0; // since the inbox was empty
-    size_t m_talk = 0; // messages since then that were no part of a peer's stream
+    size_t m_talk = 0; // messages since then that were no peer's
     bool m_otherMechanismTold = false;
     std::set<std::string> m_told; // endpoints of which the log has said that nothing comes of them
 };

@@ -13,7 +13,7 @@ namespace {
 // Of a long item, before all of it has come.
 constexpr size_t reservedBytes = 4 * 1024 * 1024;
 constexpr int messagesAtOnce = 256;
-// Peers say little beside their streams, and no stranger may say so much before it is read: it all waits in memory.
+// What strangers say may not be so much before it is read: it all waits in memory.
 constexpr size_t mostTalk = 50'000;
 constexpr int roundsOfAll = 8;
 constexpr int64_t renewalMilliseconds = 200;
@@ -83,6 +83,7 @@ bool Network::receive()
     if (++m_fullRounds >= roundsOfAll) {
         endEndless();
     }
+    m_door->openAfter(steadyMilliseconds());
     return false;
 }
 
@@ -146,6 +147,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std
     if (header.receiverSession != link->session) {
         return; // they have not heard our Hello yet
     }
+    m_talk -= m_talk > 0 ? 1 : 0; // nobody but the peer knows both sessions
     acknowledge(*link);
     link->peer()->spokeAt = link->lastHeard;
     link->renewalSince = 0;
@@ -162,6 +164,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std
         if (lastSent > link->received) {
             link->resendWanted = true;
         }
+        link->inboundFd = -1; // its number may be another connection's by now
         noteConnection(*link, *message);
         break;
     }
@@ -179,7 +182,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std
             drop(header.sender, "its stream is broken", true);
             return;
         }
-        m_talk -= m_talk > 0 ? 1 : 0;
+        noteConnection(*link, *message);
         break;
     default:
         refuse("a message of an unknown kind");
