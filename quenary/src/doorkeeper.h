@@ -52,7 +52,6 @@ public:
     TurnedAway attend();
     // Lets nobody in for now. Who knocks meanwhile knocks again by himself, a second later.
     void shut(int64_t now);
-    void open();
     // When it has been shut for long: a peer may go on sending, and others come in all the same.
     void openAfter(int64_t now)
     {
@@ -78,11 +77,12 @@ public:
             m_heard[static_cast<size_t>(fd)] += frame + (frame > 255 ? 9 : 2);
         }
     }
-    // There is no more to be read.
+    // There is no more to be read: whoever was to wait for that may come in.
     void heardAll()
     {
         m_isAllHeard = true;
         m_refused.clear();
+        open();
     }
     // Ends those that go on sending and never come to the end of a message: one may have parts without number, and
     // ZeroMQ keeps them all until the last. And those that send more than can be read: ZeroMQ keeps that, too. To be
@@ -108,6 +108,7 @@ private:
         uint64_t read = 0; // of those that came, in messages that were read
         bool isEnded = false; // by us; it is told when it is gone
     };
+    void open();
     void enter(int fd);
     bool end(int fd, const Visitor& visitor) const;
 

@@ -45,7 +45,6 @@ bool Network::receive()
         zmq::message_t routing;
         if (!m_inbox.recv(routing, zmq::recv_flags::dontwait)) {
             m_door->heardAll();
-            m_door->open();
             m_talk = 0;
             endEndless();
             return true;

@@ -2,6 +2,7 @@
 // This process on an open network, and what others send it that our own would not.
 #pragma once
 
+#include "loopback.h"
 #include "peerprocess.h"
 
 #include <atomic>
@@ -68,6 +69,9 @@ protected:
         EXPECT_EQ(zmq_send(socket, text.data(), text.size(), flags), static_cast<int>(text.size()));
     }
 
+    // Where a Hello of that speaker leads us: our connection there, by which only we ever speak. The caller closes it.
+    static int lureTo(const HeldPort& place, void* speaker);
+
     std::string endpoint;
     uint16_t port = 0;
     void* context = nullptr;
@@ -125,6 +129,14 @@ inline std::string agentItem(const std::string& uuid, const std::string& name, c
 inline std::string helloPayload()
 {
     return raw<uint64_t>(1000) + raw<int64_t>(1) + named("host") + raw<uint32_t>(0) + raw<uint16_t>(0);
+}
+
+inline int Hardening::lureTo(const HeldPort& place, void* speaker)
+{
+    Forged forged;
+    forged.port = place.port();
+    send(speaker, forged.make(2, helloPayload()));
+    return accept(place.fd(), nullptr, nullptr);
 }
 
 // A peer that answers the handshake by hand, so that what it sends afterwards is taken for a peer's.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A peer like any other, that means harm: it may hurt itself, and nobody else.
 #include "handmadepeer.h"
-#include "loopback.h"
+#include "logwatch.h"
 
 #include <algorithm>
 #include <poll.h>
@@ -131,13 +131,7 @@ TEST_F(Hardening, AMessageOfPartsWithoutEndIsCutOff)
 
 TEST_F(Hardening, WhoSendsMuchAndComesToAnEndIsNotCutOff)
 {
-    static std::atomic<size_t> cut;
-    cut = 0;
-    qny_log_set_handler(
-        [](qny_log_level_t, const char* message, void*) {
-            cut += std::strstr(message, "without an end") || std::strstr(message, "is gone") ? 1 : 0;
-        },
-        nullptr);
+    LogWatch log;
     Arrivals arrivals;
     ASSERT_EQ(qny_input_create("much", QNY_DATA_T, nullptr, 0), QNY_SUCCESS);
     qny_observe_input_publications("much", &Arrivals::take, &arrivals);
@@ -149,8 +143,7 @@ TEST_F(Hardening, WhoSendsMuchAndComesToAnEndIsNotCutOff)
     // Twice as much as a peer may send before the end of a message, in messages that are as large as may be.
     talker.ask({ "burst", "out", "32", "1000000" });
     EXPECT_TRUE(arrivals.waitFor(33, 10s));
-    EXPECT_EQ(cut, 0U);
-    qny_log_set_handler([](qny_log_level_t, const char*, void*) { }, nullptr);
+    EXPECT_EQ(log.count("a connection was ended") + log.count("is gone"), 0U) << log.all();
     qny_input_remove("much");
 }
 
@@ -253,13 +246,9 @@ TEST_F(Hardening, WhatOthersDoAgainAndAgainDoesNotFillTheLog)
 
 TEST_F(Hardening, WhoSendsToUsByOurOwnConnectionIsLetGo)
 {
-    // The place to which its Hello leads us; we only ever speak there.
     const HeldPort listener(SOCK_STREAM);
-    Forged forged;
-    forged.port = listener.port();
     void* speaker = dealer();
-    send(speaker, forged.make(2, helloPayload()));
-    const int fd = accept(listener.fd(), nullptr, nullptr);
+    const int fd = lureTo(listener, speaker);
     ASSERT_GE(fd, 0);
     ASSERT_TRUE(beginTransport(fd, "ROUTER"));
     EXPECT_TRUE(sendsUntilCutOff(fd, std::string("\3\0\0\0\0\0\0\x40\0", 9) + std::string(16 * 1024, 'x')));
@@ -268,19 +257,10 @@ TEST_F(Hardening, WhoSendsToUsByOurOwnConnectionIsLetGo)
 
 TEST_F(Hardening, WhoAnswersByOurOwnConnectionAndVanishesEndsNobodyElse)
 {
-    static std::atomic<bool> isGivenUp;
-    isGivenUp = false;
-    qny_log_set_handler(
-        [](qny_log_level_t, const char* message, void*) {
-            isGivenUp = isGivenUp || std::strstr(message, "is not tried any more") != nullptr;
-        },
-        nullptr);
+    LogWatch log(QNY_LOG_DEBUG);
     const HeldPort listener(SOCK_STREAM);
-    Forged forged;
-    forged.port = listener.port();
     void* speaker = dealer();
-    send(speaker, forged.make(2, helloPayload()));
-    const int fd = accept(listener.fd(), nullptr, nullptr);
+    const int fd = lureTo(listener, speaker);
     ASSERT_GE(fd, 0);
     ASSERT_TRUE(beginTransport(fd, "ROUTER"));
     std::string said;
@@ -291,9 +271,8 @@ TEST_F(Hardening, WhoAnswersByOurOwnConnectionAndVanishesEndsNobodyElse)
     // All of that has come there when a second hello, a moment later, comes here.
     ASSERT_TRUE(awaitBytes(fd, "QN\1\2"));
     reset(fd);
-    EXPECT_TRUE(eventually([] { return isGivenUp.load(); }, 10s));
+    EXPECT_TRUE(log.hears("is not tried any more", 10s));
     zmq_close(speaker);
-    qny_log_set_handler([](qny_log_level_t, const char*, void*) { }, nullptr);
 }
 
 TEST_F(Hardening, WhoFloodsUsWithSmallMessagesAndPingsEndsNobodyElse)
@@ -321,13 +300,7 @@ TEST_F(Hardening, WhoFloodsUsWithSmallMessagesAndPingsEndsNobodyElse)
 
 TEST_F(Hardening, WhoSendsMoreThanCanBeReadIsEndedAndOthersComeInAfterwards)
 {
-    static std::atomic<bool> isTold;
-    isTold = false;
-    qny_log_set_handler(
-        [](qny_log_level_t, const char* message, void*) {
-            isTold = isTold || std::strstr(message, "no new connection is taken until it is read") != nullptr;
-        },
-        nullptr);
+    LogWatch log;
     const int fd = connectedTo(port);
     ASSERT_TRUE(beginTransport(fd, "DEALER"));
     // Sound messages of somebody who never says hello.
@@ -337,6 +310,5 @@ TEST_F(Hardening, WhoSendsMoreThanCanBeReadIsEndedAndOthersComeInAfterwards)
         probes += '\0' + std::string(1, static_cast<char>(probe.size())) + probe;
     }
     EXPECT_TRUE(sendsUntilCutOff(fd, probes));
-    EXPECT_TRUE(isTold);
-    qny_log_set_handler([](qny_log_level_t, const char*, void*) { }, nullptr);
+    EXPECT_GT(log.count("no new connection is taken until it is read"), 0U) << log.all();
 }
