@@ -46,10 +46,11 @@ News newsOf(const QString& launchUuid, const QString& program, const std::option
 
 } // namespace
 
-Launcher::Launcher(const Configuration& configuration, const Places& places, Tell tell)
+Launcher::Launcher(const Configuration& configuration, const Places& places, Tell tell, MayHear mayHear)
     : _configuration(configuration)
     , _places(places)
     , _tell(std::move(tell))
+    , _mayHear(std::move(mayHear))
 {
     _tellLater.setSingleShot(true);
     _tellLater.setInterval(TELL_AFTER_MS);
@@ -73,6 +74,7 @@ QString Launcher::_folderOf(const QString& launchUuid) const
 
 void Launcher::startAgent(Request request)
 {
+    _tellSoon();
     if (_isEnding) {
         _refuse(request, QStringLiteral("The launcher is about to end."));
         return;
@@ -87,8 +89,8 @@ void Launcher::startAgent(Request request)
         const auto process = static_cast<int>(running->agent());
         qWarning().noquote() << "Refused to" << request.askerName << "to start what runs already, as process"
                              << process;
-        _announce(
-            request.askerUuid, { request.launchUuid, QNY_LAUNCH_RUNNING, process, running->files().program(), {} });
+        _announce({ request.askerUuid,
+            { request.launchUuid, QNY_LAUNCH_RUNNING, process, running->files().program(), {} } });
         return;
     }
     if (_launches.size() >= _configuration.children) {
@@ -117,7 +119,7 @@ void Launcher::startAgent(Request request)
     connect(launch.get(), &Launch::started, this, [this, askerUuid, one = launch.get()] {
         const QString program = one->files().program();
         qInfo().noquote() << "Started" << program << "as process" << one->agent() << "for launch" << one->uuid();
-        _announce(askerUuid, { one->uuid(), QNY_LAUNCH_STARTED, static_cast<int>(one->agent()), program, {} });
+        _announce({ askerUuid, { one->uuid(), QNY_LAUNCH_STARTED, static_cast<int>(one->agent()), program, {} } });
     });
     qInfo().noquote() << request.askerName << "asks for" << request.program << "with" << request.arguments.size()
                       << "arguments, launch" << request.launchUuid;
@@ -131,6 +133,7 @@ void Launcher::startAgent(Request request)
 void Launcher::stopAgent(
     const QString& launchUuid, int processId, const QByteArray& askerUuid, const QString& askerName)
 {
+    _tellSoon();
     std::shared_ptr<Launch> found = _launches.value(launchUuid.toLower());
     for (const std::shared_ptr<Launch>& launch : std::as_const(_launches)) {
         if (launchUuid.isEmpty() && processId > 0 && launch->agent() == processId) {
@@ -139,6 +142,9 @@ void Launcher::stopAgent(
     }
     if (found) {
         qInfo().noquote() << askerName << "asks to end process" << found->agent() << "of launch" << found->uuid();
+        if (_hosts.contains(askerUuid)) {
+            _enders[found->uuid()].insert(askerUuid);
+        }
         found->askToEnd();
         return;
     }
@@ -146,13 +152,13 @@ void Launcher::stopAgent(
         ? QStringLiteral("Process %1 was not started by this launcher, which leaves it alone.").arg(processId)
         : QStringLiteral("It does not run under this launcher.");
     qWarning().noquote() << "Refused to" << askerName << "to end an agent:" << why;
-    _announce(askerUuid, { launchUuid.left(36), QNY_LAUNCH_REFUSED, processId, why, {} });
+    _announce({ askerUuid, { launchUuid.left(36), QNY_LAUNCH_REFUSED, processId, why, {} } });
 }
 
 void Launcher::_refuse(const Request& request, const QString& why)
 {
     qWarning().noquote() << "Refused to start an agent for" << request.askerName << ":" << why;
-    _announce(request.askerUuid, { request.launchUuid.left(36), QNY_LAUNCH_REFUSED, 0, why, {} });
+    _announce({ request.askerUuid, { request.launchUuid.left(36), QNY_LAUNCH_REFUSED, 0, why, {} } });
 }
 
 // ---- agents ---------------------------------------------------------------------------------------------------------
@@ -194,7 +200,7 @@ void Launcher::_onEnded(const QString& launchUuid)
     qInfo().noquote() << "Launch" << launchUuid << "is over:" << news.state << news.number << news.text;
     const QByteArray askerUuid = files.askerUuid();
     files.remove();
-    _announce(askerUuid, news);
+    _announce({ askerUuid, news, _enders.take(launchUuid) });
     _removeOldLogs();
     if (_isEnding && _launches.isEmpty()) {
         Q_EMIT allEnded();
@@ -240,44 +246,55 @@ void Launcher::_removeOldLogs()
 void Launcher::hostEntered(const QByteArray& uuid)
 {
     _hosts.insert(uuid);
-    if (!_untold.isEmpty()) {
-        _tellLater.start();
-    }
+    _tellSoon();
 }
 
 void Launcher::hostExited(const QByteArray& uuid)
 {
     _hosts.remove(uuid);
+    for (QSet<QByteArray>& enders : _enders) {
+        enders.remove(uuid);
+    }
 }
 
-void Launcher::_announce(const QByteArray& askerUuid, const News& news)
+void Launcher::_announce(const Untold& untold)
 {
-    const Untold untold { askerUuid, news };
     if (_tellNow(untold)) {
         return;
     }
     // How an agent ended is worth telling a host that comes later.
-    if (!isAnswer(news)) {
-        _untold.append(untold);
-        while (_untold.size() > MOST_UNTOLD) {
-            _untold.removeFirst();
-        }
+    _untold.append(untold);
+    while (_untold.size() > MOST_UNTOLD) {
+        _untold.removeFirst();
+    }
+}
+
+/// Somebody may be there now who may hear it.
+void Launcher::_tellSoon()
+{
+    if (!_untold.isEmpty() && !_tellLater.isActive()) {
+        _tellLater.start();
     }
 }
 
 bool Launcher::_tellNow(const Untold& untold)
 {
-    if (_hosts.contains(untold.askerUuid)) {
-        _tell(untold.askerUuid, untold.news);
+    if (isAnswer(untold.news)) {
+        if (_hosts.contains(untold.askerUuid)) {
+            _tell(untold.askerUuid, untold.news);
+        }
         return true;
     }
-    if (isAnswer(untold.news)) {
-        return false;
+    // Asked now: who may hear it changes while hosts stay.
+    QSet<QByteArray> hearers = _hosts;
+    hearers.removeIf([this](const QByteArray& host) { return !_mayHear(host); });
+    if (hearers.contains(untold.askerUuid)) {
+        hearers.intersect(QSet<QByteArray>(untold.enderUuids) << untold.askerUuid);
     }
-    for (const QByteArray& host : std::as_const(_hosts)) {
+    for (const QByteArray& host : std::as_const(hearers)) {
         _tell(host, untold.news);
     }
-    return !_hosts.isEmpty();
+    return !hearers.isEmpty();
 }
 
 } // namespace launcher

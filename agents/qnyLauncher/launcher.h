@@ -40,10 +40,11 @@ public:
         QString logs; // the agents' output
         QString keeperProgram; // this program
     };
-    /// Sends news to a host, by the uuid of its agent.
+    /// Hosts, by the uuids of their agents: sends news to one, and says whether one may now hear how agents end.
     using Tell = std::function<void(const QByteArray& hostUuid, const News& news)>;
+    using MayHear = std::function<bool(const QByteArray& hostUuid)>;
 
-    Launcher(const Configuration& configuration, const Places& places, Tell tell);
+    Launcher(const Configuration& configuration, const Places& places, Tell tell, MayHear mayHear);
     ~Launcher() override;
 
     void setConfiguration(const Configuration& configuration);
@@ -54,7 +55,8 @@ public:
     void startAgent(Request request);
     /// By the uuid of its launch, or else by its process id.
     void stopAgent(const QString& launchUuid, int processId, const QByteArray& askerUuid, const QString& askerName);
-    /// Hosts that are there: who asked is told, and when that one has left, all others.
+    /// Hosts that are there. How an agent ended is told to the one that had it started and to those that asked to end
+    /// it, and when the former has left, to all.
     void hostEntered(const QByteArray& uuid);
     void hostExited(const QByteArray& uuid);
 
@@ -70,19 +72,23 @@ private:
     {
         QByteArray askerUuid;
         News news;
+        QSet<QByteArray> enderUuids = {};
     };
     QString _folderOf(const QString& launchUuid) const;
     void _watch(const std::shared_ptr<Launch>& launch);
     void _onEnded(const QString& launchUuid);
-    void _announce(const QByteArray& askerUuid, const News& news);
+    void _announce(const Untold& untold);
     bool _tellNow(const Untold& untold);
+    void _tellSoon();
     void _refuse(const Request& request, const QString& why);
     void _removeOldLogs();
 
     Configuration _configuration;
     const Places _places;
     const Tell _tell;
+    const MayHear _mayHear;
     QHash<QString, std::shared_ptr<Launch>> _launches; // by uuid, in lower case
+    QHash<QString, QSet<QByteArray>> _enders; // of a launch: the hosts that asked to end it
     QSet<QByteArray> _hosts;
     QList<Untold> _untold;
     QTimer _tellLater;

@@ -115,7 +115,8 @@ int main(int argc, char* argv[])
 
     SignalReader signalReader;
     Network network;
-    Launcher launches(configuration, places, &Network::tell);
+    Launcher launches(
+        configuration, places, &Network::tell, [&network](const QByteArray& host) { return network.mayHear(host); });
     QObject::connect(&network, &Network::startAsked, &launches, &Launcher::startAgent);
     QObject::connect(&network, &Network::stopAsked, &launches, &Launcher::stopAgent);
     QObject::connect(&network, &Network::hostEntered, &launches, &Launcher::hostEntered);

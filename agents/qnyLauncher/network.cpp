@@ -139,6 +139,11 @@ void Network::tell(const QByteArray& hostUuid, const News& news)
     }
 }
 
+bool Network::mayHear(const QByteArray& hostUuid) const
+{
+    return _operators == nullptr || qny_certificates_hold(_operators, _hostKeys.value(hostUuid).constData());
+}
+
 // ---- callbacks ------------------------------------------------------------------------------------------------------
 
 bool Network::_isOperator(const char* senderName) const
@@ -165,11 +170,8 @@ template <class Function> void Network::_post(const char* senderName, const char
     }
     QMetaObject::invokeMethod(
         this,
-        [this, function, asker = QByteArray(senderUuid)] {
+        [this, function] {
             _waiting.fetch_sub(1);
-            if (_operators != nullptr) {
-                Q_EMIT hostEntered(asker); // it may have been no operator when it came
-            }
             function();
         },
         Qt::QueuedConnection);
@@ -240,16 +242,16 @@ void Network::_onAgent(qny_agent_event_t event, const qny_agent_info_t* agent, v
 {
     auto* const self = static_cast<Network*>(user);
     const QByteArray uuid = agent->uuid;
-    // How agents ended, and what they said last, is for those who may start them. Who may only later is told from
-    // its first request on.
-    const bool mayHear = self->_operators == nullptr || qny_certificates_hold(self->_operators, agent->public_key);
-    const bool isThere = event != QNY_AGENT_EXITED && !agent->stand_in && mayHear && isHost(agent->definition);
+    const QByteArray key = agent->public_key;
+    const bool isThere = event != QNY_AGENT_EXITED && !agent->stand_in && isHost(agent->definition);
     QMetaObject::invokeMethod(
         self,
-        [self, uuid, isThere] {
+        [self, uuid, key, isThere] {
             if (isThere) {
+                self->_hostKeys.insert(uuid, key);
                 Q_EMIT self->hostEntered(uuid);
             } else {
+                self->_hostKeys.remove(uuid);
                 Q_EMIT self->hostExited(uuid);
             }
         },

@@ -29,6 +29,8 @@ public:
     /// What may be started, for hosts.
     void offer(const Configuration& configuration);
     static void tell(const QByteArray& hostUuid, const News& news);
+    /// How agents ended, and what they said last, is for those who may start them.
+    bool mayHear(const QByteArray& hostUuid) const;
 
 Q_SIGNALS:
     void startAsked(const launcher::Request& request);
@@ -51,6 +53,7 @@ private:
     std::atomic<int> _waiting = 0; // requests on their way to the main thread
     bool _isStarted = false;
     qny_certificates_t* _operators = nullptr; // null: everybody may ask
+    QHash<QByteArray, QByteArray> _hostKeys; // public keys of the hosts that are there, by their agents' uuids
 };
 
 } // namespace launcher

@@ -13,7 +13,7 @@
 
 /* Service of a launcher: string uuid of a launch, or integer process id, of an agent that it started and that no longer
  * answers. The agent is asked by the signal TERM, and killed when it does not end. Answered by "refused" when this launcher
- * runs no such agent, else by the end. */
+ * runs no such agent, else by the end, which the host that had it started is told, too. */
 #define QNY_LAUNCHER_STOP "stop_agent"
 
 /* Output of a launcher, a string: what it may start, as JSON [{"program":"/path","family":"uuid"}]; the family is "" where

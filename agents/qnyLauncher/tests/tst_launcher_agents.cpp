@@ -60,6 +60,8 @@ private Q_SLOTS:
     void outputIsBounded();
     void oldOutputGoes();
     void anotherHostIsToldWhenTheOneThatAskedHasLeft();
+    void anEndIsToldToWhoStartedTheAgentAndToWhoeverAskedForIt();
+    void whoMayNotHearAnyMoreIsToldNoEnd();
 
 private:
     void _restart();
@@ -74,6 +76,7 @@ private:
     Configuration _configuration;
     std::unique_ptr<Launcher> _launcher;
     QList<std::pair<QByteArray, News>> _news;
+    QSet<QByteArray> _deaf; // hosts that may not hear how agents end
 };
 
 void TestAgents::init()
@@ -88,6 +91,7 @@ void TestAgents::init()
     _configuration.secondsToEnd = 1;
     _restart();
     _news.clear();
+    _deaf.clear();
     _launcher->hostEntered(HOST);
 }
 
@@ -104,7 +108,8 @@ void TestAgents::_restart()
     _launcher.reset();
     _launcher = std::make_unique<Launcher>(_configuration,
         Launcher::Places { _folder->filePath("launches"), _folder->filePath("logs"), QStringLiteral(QNY_LAUNCHER) },
-        [this](const QByteArray& host, const News& news) { _news.append({ host, news }); });
+        [this](const QByteArray& host, const News& news) { _news.append({ host, news }); },
+        [this](const QByteArray& host) { return !_deaf.contains(host); });
     _launcher->takeOver();
 }
 
@@ -438,6 +443,64 @@ void TestAgents::anotherHostIsToldWhenTheOneThatAskedHasLeft()
     QTRY_COMPARE(_launcher->runningCount(), 0);
     _launcher->hostEntered("host-3");
     QCOMPARE(_told(second)->state, QNY_LAUNCH_EXITED);
+}
+
+void TestAgents::anEndIsToldToWhoStartedTheAgentAndToWhoeverAskedForIt()
+{
+    for (const char* host : { "host-2", "host-3", "host-4" }) {
+        _launcher->hostEntered(host);
+    }
+    const auto hearers = [this] {
+        QSet<QByteArray> hosts;
+        for (const auto& [host, news] : std::as_const(_news)) {
+            if (news.state == QNY_LAUNCH_STOPPED) {
+                hosts.insert(host);
+            }
+        }
+        return hosts;
+    };
+    // One by its launch, one by its process, one that has left before the end
+    const QString uuid = _start({ "--deaf", "--say", "deaf now", "--wait" });
+    const int process = _told(uuid)->number;
+    QTRY_COMPARE(_output(uuid), "deaf now\n");
+    _launcher->stopAgent(uuid, 0, "host-2", "Corvane");
+    _launcher->stopAgent({}, process, "host-3", "Corvane");
+    _launcher->stopAgent(uuid, 0, "host-4", "Corvane");
+    _launcher->hostExited("host-4");
+    QTRY_COMPARE(_launcher->runningCount(), 0);
+    QCOMPARE(hearers(), (QSet<QByteArray> { HOST, "host-2", "host-3" }));
+    QCOMPARE(_news.size(), 3);
+    // Who asked then is told of that end alone
+    _news.clear();
+    _start({ "--wait" }, uuid);
+    QCOMPARE(_told(uuid)->state, QNY_LAUNCH_STARTED);
+    _launcher->stopAgent(uuid, 0, HOST, "Corvane");
+    QTRY_COMPARE(_launcher->runningCount(), 0);
+    QCOMPARE(hearers(), QSet<QByteArray> { HOST });
+}
+
+void TestAgents::whoMayNotHearAnyMoreIsToldNoEnd()
+{
+    _launcher->hostEntered("host-2");
+    const QString uuid = _start({ "--exit", "3" });
+    QCOMPARE(_told(uuid)->state, QNY_LAUNCH_STARTED);
+    QCOMPARE(_told(uuid)->state, QNY_LAUNCH_EXITED);
+    // Given that the one that asked, and is still there, may not any more: the others are told
+    _deaf = { HOST };
+    const QString second = _start({ "--exit", "4" });
+    QTRY_COMPARE(_launcher->runningCount(), 0);
+    QCOMPARE(_told(second)->state, QNY_LAUNCH_STARTED); // the answer to its own request
+    QCOMPARE(_news.size(), 1);
+    QCOMPARE(_news.takeFirst().first, "host-2");
+    // Given none that may: whoever asks for something and may again
+    _deaf = { HOST, "host-2" };
+    const QString third = _start({ "--exit", "5" });
+    QTRY_COMPARE(_launcher->runningCount(), 0);
+    QCOMPARE(_told(third)->state, QNY_LAUNCH_STARTED);
+    QVERIFY(_news.isEmpty());
+    _deaf.clear();
+    _start({}, newUuid(), "/bin/true");
+    QCOMPARE(_told(third)->number, 5);
 }
 
 QTEST_GUILESS_MAIN(TestAgents)

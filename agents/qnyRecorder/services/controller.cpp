@@ -155,12 +155,16 @@ void Controller::handle(Call call)
             refuse(call, denied);
             return;
         }
-        _operators->noteObeyed(call);
     }
     const QString problem = checkArguments(declared, call.arguments);
     if (!problem.isEmpty() && !declared.arguments.empty()) {
         refuse(call, problem);
-    } else if (isBulk(call.service)) {
+        return;
+    }
+    if (_operators) {
+        _operators->noteObeyed(call);
+    }
+    if (isBulk(call.service)) {
         executeBulk(call);
     } else {
         execute(call);

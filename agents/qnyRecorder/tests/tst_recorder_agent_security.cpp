@@ -271,6 +271,23 @@ private slots:
         }
     }
 
+    void aCallThatIsRefusedForItsArgumentsIsNoCommandThatWasObeyed()
+    {
+        join("operator");
+        QVERIFY(start(secured() + QStringList { "--operators", path("operators") }));
+        QVERIFY(call("load", { QByteArray("no times") }));
+        QVERIFY(_host->reply("loading_failed"));
+        QVERIFY(call("move_to", { QByteArray("no number") }));
+        QVERIFY(_host->reply("moved_to"));
+        // A download that began with what cannot be read is written down when it begins.
+        QVERIFY(call("export", { QByteArray("record") }));
+        QVERIFY(_host->reply("receive_export"));
+        QVERIFY(call("export", { QByteArray("record"), 0, QByteArray(""), -1, false, false }));
+        QVERIFY(_host->reply("receive_export"));
+        QCOMPARE(auditedCommands(), QStringList { "operator export" });
+        QCOMPARE(audit().at(0)["arguments"].toArray().size(), 6);
+    }
+
     void aTextFromElsewhereControlsNoTerminalAndMakesNoLineOfTheLogOrTheAudit()
     {
         join("operator");
