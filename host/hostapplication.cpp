@@ -37,6 +37,17 @@ QString besideProgram(const QString& relativePath)
     return QDir::cleanPath(QCoreApplication::applicationDirPath() + QLatin1Char('/') + relativePath);
 }
 
+HostSettings::NetworkParts namedBy(const HostOptions& options)
+{
+    HostSettings::NetworkParts named;
+    named.setFlag(HostSettings::Device, !options.device.isEmpty());
+    named.setFlag(HostSettings::Port, options.port != 0);
+    named.setFlag(HostSettings::Peers, !options.peers.isEmpty());
+    named.setFlag(
+        HostSettings::Security, !options.privateCertificate.isEmpty() || !options.publicCertificates.isEmpty());
+    return named;
+}
+
 } // namespace
 
 HostApplication::HostApplication(QObject* parent)
@@ -99,7 +110,8 @@ bool HostApplication::start(const HostOptions& options, QString* error)
         stop();
         return false;
     }
-    if (options.withPlant) {
+    // Not before: its agents would be on an open network while the host waits to be secured.
+    if (options.withPlant && (NetworkConfiguration::instance()->isConnected() || !options.connectToNetwork)) {
         startPlant();
     }
     return true;
@@ -170,15 +182,21 @@ bool HostApplication::_openFirstDocument(QString* error)
 bool HostApplication::_joinNetwork(QString* error)
 {
     auto* network = NetworkConfiguration::instance();
-    HostSettings settings;
     const HostOptions& options = _d->options;
 
-    // The command line, else the environment (which the framework reads), else what was used last.
-    const bool isAsked = !options.device.isEmpty() || options.port != 0 || !options.peers.isEmpty()
-        || !options.privateCertificate.isEmpty() || !options.rememberSettings
-        || HostSettings::environmentNamesNetwork();
-    if (!isAsked) {
-        settings.restoreNetwork();
+    // Each part from the command line, else the environment (which the framework reads), else as it was used last:
+    // whoever names another device or port stays on a secured network.
+    const HostSettings::NetworkParts named = namedBy(options) | HostSettings::namedByEnvironment();
+    bool wasSecured = false;
+    QString problem;
+    if (options.rememberSettings) {
+        HostSettings settings;
+        wasSecured = settings.restoreNetwork(named);
+        if (!named.testFlag(HostSettings::Security) && !settings.unreadableFile().isEmpty()) {
+            wasSecured = true; // for all one knows
+            problem = tr("%1 cannot be read, so it is not known whether the network was secured.")
+                          .arg(QDir::toNativeSeparators(settings.unreadableFile()));
+        }
     }
     if (!options.device.isEmpty()) {
         network->setdevice(options.device);
@@ -189,20 +207,26 @@ bool HostApplication::_joinNetwork(QString* error)
     if (!options.peers.isEmpty()) {
         network->setpeers(options.peers);
     }
-    if (!options.privateCertificate.isEmpty()) {
+    if (namedBy(options).testFlag(HostSettings::Security)) {
         network->setprivateCertificate(options.privateCertificate);
         network->setpublicCertificates(options.publicCertificates);
     }
     connect(network, &NetworkConfiguration::isConnectedChanged, this, &HostApplication::_rememberNetwork);
-    if (network->connectToNetwork()) {
-        return true;
+    if (problem.isEmpty()) {
+        if (network->connectToNetwork()) {
+            return true;
+        }
+        problem = network->errorText();
     }
-    // What somebody asked for just now is refused; what was remembered can be changed in the window.
-    if (isAsked || !options.withWindow) {
-        setError(error, tr("The network cannot be joined: %1").arg(network->errorText()));
+    // What somebody asked for just now is refused; what was remembered can be changed in the window. Nobody is kept
+    // from that by a variable of the environment when certificates that were remembered are gone.
+    const bool isAskedFor = named && !wasSecured;
+    problem = tr("The network cannot be joined: %1").arg(problem);
+    if (isAskedFor || !options.rememberSettings || !options.withWindow) {
+        setError(error, problem);
         return false;
     }
-    addNotice(tr("The network cannot be joined: %1").arg(network->errorText()));
+    addNotice(problem);
     return true;
 }
 

@@ -14,8 +14,8 @@ class QQmlApplicationEngine;
 class QQuickWindow;
 class SamplePlant;
 
-// What the command line may settle. Empty and 0 mean "not given": what was remembered from the last run, then the
-// environment, then the default holds.
+// What the command line may settle. Empty and 0 mean "not given": of the network, each part is then as the environment
+// says, else as it was remembered from the last run, else the default.
 struct HostOptions
 {
     QString documentPath; // a document to open; empty: the sample document in the user's data directory

@@ -3,6 +3,8 @@
 
 #include <networkconfiguration.h>
 
+#include <QtCore/QFileInfo>
+
 namespace {
 
 constexpr char deviceKey[] = "network/device";
@@ -12,6 +14,12 @@ constexpr char privateCertificateKey[] = "network/privateCertificate";
 constexpr char publicCertificatesKey[] = "network/publicCertificates";
 constexpr char recentDocumentsKey[] = "documents/recent";
 
+// The host may be started in another folder the next time.
+QString absolute(const QString& path)
+{
+    return path.isEmpty() ? QString() : QFileInfo(path).absoluteFilePath();
+}
+
 } // namespace
 
 HostSettings::HostSettings()
@@ -19,24 +27,27 @@ HostSettings::HostSettings()
 {
 }
 
-void HostSettings::restoreNetwork()
+bool HostSettings::restoreNetwork(NetworkParts named)
 {
     auto* network = NetworkConfiguration::instance();
     const QString device = _settings.value(deviceKey).toString();
-    if (!device.isEmpty()) {
+    if (!named.testFlag(Device) && !device.isEmpty()) {
         network->setdevice(device);
     }
     const int port = _settings.value(portKey).toInt();
-    if (port > 0 && port <= 65535) {
+    if (!named.testFlag(Port) && port > 0 && port <= 65535) {
         network->setport(port);
     }
-    if (_settings.contains(peersKey)) {
+    if (!named.testFlag(Peers) && _settings.contains(peersKey)) {
         network->setpeers(_settings.value(peersKey).toString());
     }
-    if (_settings.contains(privateCertificateKey)) {
-        network->setprivateCertificate(_settings.value(privateCertificateKey).toString());
-        network->setpublicCertificates(_settings.value(publicCertificatesKey).toString());
+    if (named.testFlag(Security) || !_settings.contains(privateCertificateKey)) {
+        return false;
     }
+    // One path alone is restored as well: it is refused, which no open network is.
+    network->setprivateCertificate(_settings.value(privateCertificateKey).toString());
+    network->setpublicCertificates(_settings.value(publicCertificatesKey).toString());
+    return network->isQuenarySecurityActivated();
 }
 
 void HostSettings::rememberNetwork()
@@ -45,8 +56,13 @@ void HostSettings::rememberNetwork()
     _settings.setValue(deviceKey, network->device());
     _settings.setValue(portKey, network->port());
     _settings.setValue(peersKey, network->peers());
-    _settings.setValue(privateCertificateKey, network->privateCertificate());
-    _settings.setValue(publicCertificatesKey, network->publicCertificates());
+    _settings.setValue(privateCertificateKey, absolute(network->privateCertificate()));
+    _settings.setValue(publicCertificatesKey, absolute(network->publicCertificates()));
+}
+
+QString HostSettings::unreadableFile() const
+{
+    return _settings.status() == QSettings::NoError ? QString() : _settings.fileName();
 }
 
 QStringList HostSettings::recentDocuments() const
@@ -74,9 +90,13 @@ void HostSettings::forgetDocuments()
     _settings.remove(recentDocumentsKey);
 }
 
-bool HostSettings::environmentNamesNetwork()
+HostSettings::NetworkParts HostSettings::namedByEnvironment()
 {
-    return !qEnvironmentVariableIsEmpty("QNY_DEVICE") || !qEnvironmentVariableIsEmpty("QNY_PORT")
-        || !qEnvironmentVariableIsEmpty("QNY_PEERS") || !qEnvironmentVariableIsEmpty("QNY_PRIVATE_CERTIFICATE")
-        || !qEnvironmentVariableIsEmpty("QNY_PUBLIC_CERTIFICATES");
+    const auto isNamed = [](const char* variable) { return !qEnvironmentVariableIsEmpty(variable); };
+    NetworkParts named;
+    named.setFlag(Device, isNamed("QNY_DEVICE"));
+    named.setFlag(Port, isNamed("QNY_PORT"));
+    named.setFlag(Peers, isNamed("QNY_PEERS"));
+    named.setFlag(Security, isNamed("QNY_PRIVATE_CERTIFICATE") || isNamed("QNY_PUBLIC_CERTIFICATES"));
+    return named;
 }

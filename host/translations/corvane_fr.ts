@@ -280,6 +280,10 @@
         <source>Save</source>
         <translation>Sauvegarder</translation>
     </message>
+    <message>
+        <source>%1 cannot be read, so it is not known whether the network was secured.</source>
+        <translation>%1 ne peut pas être lu&#xa0;: on ignore donc si le réseau était sécurisé.</translation>
+    </message>
 </context>
 <context>
     <name>HostButton</name>
