@@ -89,8 +89,8 @@ void Launcher::startAgent(Request request)
         const auto process = static_cast<int>(running->agent());
         qWarning().noquote() << "Refused to" << request.askerName << "to start what runs already, as process"
                              << process;
-        _announce({ request.askerUuid,
-            { request.launchUuid, QNY_LAUNCH_RUNNING, process, running->files().program(), {} } });
+        _announce(
+            { request.askerUuid, { request.launchUuid, QNY_LAUNCH_RUNNING, process, running->files().program(), {} } });
         return;
     }
     if (_launches.size() >= _configuration.children) {

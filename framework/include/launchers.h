@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QString>
 
 class EncounteredAgentInfo;
@@ -29,6 +30,10 @@ public:
 
     /// A stand-in of a replay starts nothing.
     static bool isLauncher(const NetworkAgent& agent);
+    /// On a secured network the launcher of a machine is known by the certificate with which it was first met, for as
+    /// long as this process runs: passwords of launch lines are told to no other that takes the machine's name. False
+    /// for a launcher with another certificate, which is told to the user, once, and not heard.
+    bool standsFor(const QString& machine, const NetworkAgent& launcher);
 
     /// Declares the service by which launchers answer. Before the network is joined.
     void declare();
@@ -65,5 +70,15 @@ private:
     void _onState(const State& state);
     static QString _sentence(const State& state, const QString& agentName, const QString& hostName);
 
+    struct Certificate
+    {
+        QString publicKey;
+        QString name;
+        QString shown() const;
+    };
+
     QHash<QString, QList<OfferedProgram>> _offers; // by the launcher's uuid
+    QHash<QString, Certificate> _certificates; // of launchers, by machine
+    QSet<QString> _refusedAgents; // that are there, by uuid
+    QSet<QString> _toldRefusals; // machine and key
 };

@@ -20,6 +20,8 @@ struct CORVANE_EXPORT NetworkAgent
     QString executable; ///< canonical path on its machine; empty for a stand-in
     QStringList arguments; ///< after the program; masked values as "********"
     QString definition; ///< JSON
+    QString publicKey; ///< on a secured network, of the certificate by which its process came; else empty
+    QString certificateName; ///< what this process's directory calls that certificate; else empty
     bool standIn = false;
     bool stoppable = false;
     bool isOfThisMachine = false; ///< by the address from which it speaks, which it cannot make up as it can its name

@@ -165,6 +165,41 @@ bool Launchers::isLauncher(const NetworkAgent& agent)
     return agent.familyUuid == ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID && !agent.standIn;
 }
 
+QString Launchers::Certificate::shown() const
+{
+    // Names may be alike; of keys, people compare the beginning.
+    constexpr qsizetype SHOWN = 8;
+    return QStringLiteral("%1 (%2…)").arg(name, publicKey.left(SHOWN));
+}
+
+bool Launchers::standsFor(const QString& machine, const NetworkAgent& launcher)
+{
+    if (launcher.publicKey.isEmpty()) {
+        return true; // an open network, where nobody proves anything
+    }
+    const Certificate its { launcher.publicKey, launcher.certificateName };
+    const auto known = _certificates.constFind(machine);
+    if (known == _certificates.constEnd()) {
+        _certificates.insert(machine, its);
+        return true;
+    }
+    if (known->publicKey == its.publicKey) {
+        return true;
+    }
+    _refusedAgents.insert(launcher.uuid);
+    const QString refusal = machine + u'\n' + its.publicKey;
+    if (!_toldRefusals.contains(refusal)) {
+        _toldRefusals.insert(refusal);
+        const QString sentence = tr("The certificate %1 shows a launcher of %2, whose launcher came with the "
+                                    "certificate %3. It is neither asked nor heard. If that machine has new keys, "
+                                    "start this program again.")
+                                     .arg(its.shown(), machine, known->shown());
+        qWarning("%s", qUtf8Printable(sentence));
+        SystemViewManager::instance()->raiseProblem(sentence);
+    }
+    return false;
+}
+
 void Launchers::declare()
 {
     if (qny_service_exists(QNY_LAUNCH_STATE)) {
@@ -220,6 +255,7 @@ void Launchers::_onEntered(const NetworkAgent& agent)
 
 void Launchers::_onExited(const NetworkAgent& agent)
 {
+    _refusedAgents.remove(agent.uuid);
     if (_offers.remove(agent.uuid)) {
         Q_EMIT offersChanged();
     }
@@ -277,6 +313,9 @@ void Launchers::_onState(const State& state)
     if (!isLauncher(launcher)) {
         qWarning("Agent %s, which is no launcher, says how a launch went: it is not heard",
             qUtf8Printable(state.launcherUuid));
+        return;
+    }
+    if (_refusedAgents.contains(state.launcherUuid)) {
         return;
     }
     if (state.launchUuid.isEmpty()) {

@@ -43,6 +43,8 @@ struct NetworkAgentsCallback
             copy.arguments.append(QString::fromUtf8(agent->arguments[i]));
         }
         copy.definition = QString::fromUtf8(agent->definition);
+        copy.publicKey = QString::fromUtf8(agent->public_key);
+        copy.certificateName = QString::fromUtf8(agent->certificate_name);
         copy.standIn = agent->stand_in;
         copy.stoppable = agent->stoppable;
         copy.isOfThisMachine = isAddressOfThisMachine(copy.address);

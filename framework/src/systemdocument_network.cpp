@@ -79,7 +79,8 @@ void SystemDocument::_updateLauncherOf(const QString& hostName)
     // The last that came: one before it may have died, and be seen gone only later.
     QString launcherUuid;
     for (const NetworkAgent& agent : NetworkAgents::instance()->agents()) {
-        if (Launchers::isLauncher(agent) && hostNameOf(agent) == hostName) {
+        if (Launchers::isLauncher(agent) && hostNameOf(agent) == hostName
+            && Launchers::instance()->standsFor(hostName, agent)) {
             launcherUuid = agent.uuid;
         }
     }

@@ -2,6 +2,7 @@
 //
 // A real agent in a process of its own, driven by its arguments:
 //   --name N --family F [--password P] [--host H] [--stay SECONDS] [--deaf] [--launcher [--as F]]
+//   [--certificate PRIVATE]
 // Says "ready" on standard output once it is on the network. Leaves when it is asked to stop (unless --deaf) and when
 // its standard input ends; adds an output on the line "redefine". As a launcher it starts nothing: it offers what the
 // line "offer JSON" says, says "call …" and "end …" for what it is asked, and answers who asked it last by the line
@@ -89,6 +90,7 @@ int main(int argc, char** argv)
     std::string name = "Peer";
     std::string family;
     std::string host;
+    std::string certificate;
     int secondsToStay = 0;
     bool isDeaf = false;
     bool isLauncher = false;
@@ -101,6 +103,8 @@ int main(int argc, char** argv)
             family = argv[++i];
         } else if (argument == "--host" && hasNext) {
             host = argv[++i];
+        } else if (argument == "--certificate" && hasNext) {
+            certificate = argv[++i];
         } else if (argument == "--stay" && hasNext) {
             secondsToStay = std::atoi(argv[++i]);
         } else if (argument == "--password" && hasNext) {
@@ -132,6 +136,7 @@ int main(int argc, char** argv)
     if (!host.empty()) {
         options.host_name = host.c_str();
     }
+    options.private_certificate = certificate.c_str();
     if (qny_start(&options) != QNY_SUCCESS) {
         std::cerr << "not started: " << qny_last_error() << std::endl;
         return 1;

@@ -11,6 +11,7 @@
 
 #include <QRandomGenerator>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <quenary.h>
@@ -38,12 +39,17 @@ private Q_SLOTS:
     void anAgentThatDoesNotAnswerIsEndedByItsLaunchOrItsProcess();
     void aStandInOfALauncherStartsNothing();
     void theLauncherThatCameLastIsAsked();
+    void onASecuredNetworkAMachinesLauncherKeepsItsCertificate();
 
 private:
     SystemDocument* _document() const { return handler()->currentSystemDocument(); }
     void _createLine();
     /// The launcher of machine two, which was asked to start the line.
     std::unique_ptr<Peer> _askedLauncher();
+    static QStringList _launcherOf(const QString& machine)
+    {
+        return { "--name", "L", "--launcher", "--host", machine };
+    }
     void _write(Peer& peer, const QString& line) const { peer.process().write(line.toUtf8() + '\n'); }
 
     SystemViewClassInstance* _sensor = nullptr;
@@ -313,15 +319,87 @@ void TestLaunchers::aStandInOfALauncherStartsNothing()
 
 void TestLaunchers::theLauncherThatCameLastIsAsked()
 {
-    const auto first = std::make_unique<Peer>(QStringList { "--name", "L", "--launcher", "--host", "machine two" });
+    const auto first = std::make_unique<Peer>(_launcherOf("machine two"));
     QVERIFY(first->isReady());
     QTRY_VERIFY(_line->canBeLaunched());
     const QString before = _line->group()->host()->launcherUuid();
-    Peer second({ "--name", "L", "--launcher", "--host", "machine two" });
+    Peer second(_launcherOf("machine two"));
     QVERIFY(second.isReady());
     QTRY_VERIFY(_line->group()->host()->launcherUuid() != before);
     QVERIFY(SystemViewManager::instance()->startAgent(_line));
     QVERIFY(second.waitForLine("call"));
+}
+
+void TestLaunchers::onASecuredNetworkAMachinesLauncherKeepsItsCertificate()
+{
+    auto* const network = NetworkConfiguration::instance();
+    const QTemporaryDir keys;
+    for (const char* name : { "host", "machine", "insider" }) {
+        QCOMPARE(qny_certificate_make(keys.path().toUtf8().constData(), name, nullptr, nullptr), QNY_SUCCESS);
+    }
+    network->disconnectFromNetwork();
+    network->setprivateCertificate(keys.filePath("host.cert_secret"));
+    network->setpublicCertificates(keys.path());
+    QVERIFY(network->connectToNetwork());
+    const auto with = [&keys](const char* name, const QStringList& options) {
+        return options + QStringList { "--certificate", keys.filePath(name) + QStringLiteral(".cert_secret") };
+    };
+    Host* const host = _line->group()->host();
+    auto launcher = std::make_unique<Peer>(with("machine", _launcherOf("machine two")));
+    QVERIFY(launcher->isReady());
+    QTRY_VERIFY(host->hasLauncher());
+    const QString uuid = host->launcherUuid();
+
+    // Given another who is let in and takes the machine's name: its own launcher stays, and the user is told
+    QSignalSpy raised(SystemViewManager::instance(), &SystemViewManager::problemRaised);
+    const QRegularExpression told(
+        "^The certificate insider \\(.{8}…\\) shows a launcher of machine two, whose launcher "
+        "came with the certificate machine \\(.{8}…\\)\\. It is neither asked nor heard\\.");
+    QTest::ignoreMessage(QtWarningMsg, told);
+    auto insider = std::make_unique<Peer>(with("insider", _launcherOf("machine two")));
+    QVERIFY(insider->isReady());
+    QTRY_COMPARE(raised.count(), 1);
+    QVERIFY(told.match(raised.first().first().toString()).hasMatch());
+    QCOMPARE(host->launcherUuid(), uuid);
+    _write(*insider, "offer [{\"program\":\"/opt/trap\",\"family\":\"f\"}]");
+    _write(*launcher, "offer [{\"program\":\"/opt/camera\",\"family\":\"f\"}]");
+    QTRY_COMPARE(_document()->launchOffers().size(), 1);
+    QCOMPARE(_document()->launchOffers().at(0).toMap()["program"], "/opt/camera");
+
+    // It gets the place not even when that is empty, tells nothing of launches, and what it said is said once
+    launcher.reset();
+    QTRY_VERIFY(!host->hasLauncher());
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("Nothing starts agents on machine two"));
+    QVERIFY(!SystemViewManager::instance()->startAgent(_line));
+    QCOMPARE(raised.count(), 2);
+    const auto strangers = [] {
+        QStringList uuids;
+        for (const NetworkAgent& agent : NetworkAgents::instance()->agents()) {
+            uuids.append(agent.uuid);
+        }
+        return uuids;
+    };
+    QCOMPARE(strangers().size(), 1);
+    QCOMPARE(Launchers::askToEnd(strangers().first(), _line, 0), QString()); // so that it knows whom to tell
+    QVERIFY(insider->waitForLine("end"));
+    _write(*insider, "answer " + _line->uuid() + " exited 3 /opt/sensor");
+    insider.reset(); // its last words have been heard when it has left
+    QTRY_VERIFY(strangers().isEmpty());
+    QCOMPARE(raised.count(), 2);
+
+    // The machine's own comes back to it, and each may stand for another machine
+    launcher = std::make_unique<Peer>(with("machine", _launcherOf("machine two")));
+    insider = std::make_unique<Peer>(with("insider", _launcherOf("machine three")));
+    QTRY_VERIFY(host->hasLauncher() && _document()->getOrCreateHost("machine three")->hasLauncher());
+    QVERIFY(SystemViewManager::instance()->startAgent(_line));
+    QVERIFY(launcher->waitForLine("call"));
+
+    // A document that is opened later knows it, too
+    handler()->newDocument();
+    QVERIFY(_document()->getOrCreateHost("machine two")->hasLauncher());
+    network->disconnectFromNetwork();
+    network->setprivateCertificate({});
+    network->setpublicCertificates({});
 }
 
 QTEST_GUILESS_MAIN(TestLaunchers)

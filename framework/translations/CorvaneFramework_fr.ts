@@ -52,6 +52,10 @@
         <source>The launcher of %1 refused: %2</source>
         <translation>Le lanceur de %1 a refusé&#xa0;: %2</translation>
     </message>
+    <message>
+        <source>The certificate %1 shows a launcher of %2, whose launcher came with the certificate %3. It is neither asked nor heard. If that machine has new keys, start this program again.</source>
+        <translation>Le certificat %1 présente un lanceur de %2, dont le lanceur est venu avec le certificat %3. Il n’est ni sollicité ni écouté. Si cette machine a de nouvelles clés, redémarrez ce programme.</translation>
+    </message>
 </context>
 <context>
     <name>NetworkConfiguration</name>

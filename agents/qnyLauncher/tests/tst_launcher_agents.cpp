@@ -106,7 +106,8 @@ void TestAgents::cleanup()
 void TestAgents::_restart()
 {
     _launcher.reset();
-    _launcher = std::make_unique<Launcher>(_configuration,
+    _launcher = std::make_unique<Launcher>(
+        _configuration,
         Launcher::Places { _folder->filePath("launches"), _folder->filePath("logs"), QStringLiteral(QNY_LAUNCHER) },
         [this](const QByteArray& host, const News& news) { _news.append({ host, news }); },
         [this](const QByteArray& host) { return !_deaf.contains(host); });
