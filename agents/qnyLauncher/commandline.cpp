@@ -42,10 +42,11 @@ CommandLine parseCommandLine(const QStringList& arguments)
     const QCommandLineOption peers("peers", "Peers to try besides discovery (default: $QNY_PEERS).", "host:port,…");
     const QCommandLineOption hostName(
         "host-name", "Name of this machine for others (default: $QNY_HOST_NAME, else the system's host name).", "name");
-    const QCommandLineOption certificate(
-        { "1", "qnyCert" }, "Private certificate of this launcher and its agents.", "file");
-    const QCommandLineOption certificates(
-        { "2", "publicCerts" }, "Public certificates of the agents let in.", "directory");
+    const QCommandLineOption certificate({ "1", "qnyCert" },
+        "Private certificate of this launcher and its agents (default: $QNY_PRIVATE_CERTIFICATE, else no security).",
+        "file");
+    const QCommandLineOption certificates({ "2", "publicCerts" },
+        "Public certificates of the agents let in (default: $QNY_PUBLIC_CERTIFICATES).", "directory");
     const QCommandLineOption operators("operators",
         "Public certificates of those who may have agents started and ended (default: everybody who is let in).",
         "directory");

@@ -10,10 +10,12 @@
 #include <abstractzqcustomitemlistmodel.h>
 
 #include <QAbstractItemModelTester>
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
+#include <QSet>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -82,6 +84,8 @@ private Q_SLOTS:
     void whatIsNotADocumentIsRefused();
     void brokenPartsAreSaidAndTheRestIsRead();
     void aRepeatedUuidIsReplaced();
+    void whatFuzzingFoundIsRefusedOrOpensAsItWasSaved_data();
+    void whatFuzzingFoundIsRefusedOrOpensAsItWasSaved();
     void aFailedSaveLeavesTheFile();
     void changesMakeTheDocumentModified();
     void thePreviousDocumentLivesWhileTheModulesHearOfTheNext();
@@ -386,6 +390,53 @@ void TestSystemDocument::aRepeatedUuidIsReplaced()
     const QString other = instance->encounteredAgentsOnHosts().at(0)->encounteredAgentInfos().at(0)->uuid();
     QVERIFY(!other.isEmpty());
     QVERIFY(other != uuid);
+}
+
+void TestSystemDocument::whatFuzzingFoundIsRefusedOrOpensAsItWasSaved_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<bool>("isReadable");
+    const QDir corpus(QStringLiteral(DOCUMENTS_OF_FUZZING));
+    const QStringList files = corpus.entryList(QDir::Files);
+    QVERIFY2(files.size() >= 7, qUtf8Printable(corpus.path()));
+    for (const QString& file : files) {
+        QTest::newRow(qUtf8Printable(file))
+            << corpus.filePath(file) << (file != QLatin1String("lists.json") && file != QLatin1String("newer.json"));
+    }
+}
+
+void TestSystemDocument::whatFuzzingFoundIsRefusedOrOpensAsItWasSaved()
+{
+    QFETCH(QString, file);
+    QFETCH(bool, isReadable);
+    const QString path = _write(contentOf(file));
+    if (!isReadable) {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("document.json"));
+    }
+    QCOMPARE(handler()->openDocument(path), isReadable);
+    if (!isReadable) {
+        QVERIFY(handler()->errorText().contains("document.json"));
+        return;
+    }
+    const qsizetype warnings = handler()->warnings().size();
+    QSet<QString> uuids;
+    QVERIFY(currentView());
+    for (const SystemView* view : handler()->currentSystemDocument()->systemViews()) {
+        QSet<QString> names;
+        for (const SystemViewClassInstance* instance : view->getAllClassInstances()) {
+            QVERIFY2(!names.contains(instance->name()), qUtf8Printable(instance->name()));
+            QVERIFY2(
+                !instance->uuid().isEmpty() && !uuids.contains(instance->uuid()), qUtf8Printable(instance->uuid()));
+            names.insert(instance->name());
+            uuids.insert(instance->uuid());
+        }
+    }
+    QVERIFY(handler()->saveDocument());
+    const QByteArray saved = contentOf(path);
+    QVERIFY2(handler()->openDocument(path), qUtf8Printable(handler()->errorText()));
+    QVERIFY2(handler()->warnings().size() <= warnings, qUtf8Printable(handler()->warnings().join('\n')));
+    QVERIFY(handler()->saveDocument());
+    QCOMPARE(contentOf(path), saved);
 }
 
 void TestSystemDocument::aFailedSaveLeavesTheFile()

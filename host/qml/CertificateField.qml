@@ -18,17 +18,34 @@ FocusScope {
     // The other half of what secures a network is there, and this one is not.
     property bool isMissing: false
     property string problem
-    // Names, as their owners wrote them.
+    // Names, as their owners wrote them: also beside a problem, which may be that of one file among many.
     property string names
 
     signal accepted
 
     function take(file: url): void {
-        field.text = decodeURIComponent(file.toString().replace(/^file:\/\//, ""));
         dialog.active = false;
+        const path = file.toString().replace(/^file:\/\//, "");
+        try {
+            field.text = decodeURIComponent(path);
+        } catch (error) {
+            // Bytes that are no text: below it is said that there is no such file.
+            field.text = path;
+        }
     }
 
     implicitHeight: content.implicitHeight
+
+    component State: Text {
+        width: content.width
+        visible: text !== ""
+        font.pixelSize: Theme.smallTextSize
+        wrapMode: Text.Wrap
+        maximumLineCount: 3
+        elide: Text.ElideRight
+        textFormat: Text.PlainText
+        Accessible.name: text
+    }
 
     Column {
         id: content
@@ -56,19 +73,17 @@ FocusScope {
                 onClicked: dialog.active = true
             }
         }
-        Text {
-            objectName: "certificateState"
-            width: parent.width
-            visible: text !== ""
-            text: root.problem !== "" ? root.problem : root.names
-            color: root.problem !== "" ? Theme.recording : Theme.mutedText
-            font.pixelSize: Theme.smallTextSize
-            wrapMode: Text.Wrap
-            maximumLineCount: 3
-            elide: Text.ElideRight
-            textFormat: Text.PlainText
-            Accessible.role: root.problem !== "" ? Accessible.AlertMessage : Accessible.StaticText
-            Accessible.name: text
+        State {
+            objectName: "certificateProblem"
+            text: root.problem
+            color: Theme.recording
+            Accessible.role: Accessible.AlertMessage
+        }
+        State {
+            objectName: "certificateNames"
+            text: root.names
+            color: Theme.mutedText
+            Accessible.role: Accessible.StaticText
         }
     }
     Loader {

@@ -29,14 +29,14 @@ Item {
             color: Theme.mutedText
             text: {
                 if (root.isThis) {
-                    return qsTr("This machine: the host starts its agents");
+                    return root.machine.hasLauncher ? qsTr("This machine: the host starts its agents, its launcher those for other hosts") : qsTr("This machine: the host starts its agents");
                 }
                 return root.machine.hasLauncher ? qsTr("Its launcher starts agents there") : qsTr("To start agents there, start qnyLauncher on it, on this network");
             }
         }
         StateChip {
             objectName: "machineState"
-            visible: !root.isThis
+            visible: !root.isThis || root.machine.hasLauncher
             shape: root.machine.hasLauncher ? "dot" : "ring"
             ink: root.machine.hasLauncher ? Theme.text : Theme.mutedText
             text: root.machine.hasLauncher ? qsTr("Launcher") : qsTr("No launcher")

@@ -16,6 +16,9 @@ HostPopup {
     readonly property bool isPortGood: typedPort >= 1 && typedPort <= 65535
     readonly property bool isSecurityWhole: (privateField.text.trim() === "") === (publicField.text.trim() === "")
     readonly property bool isGood: isPortGood && isSecurityWhole
+    // How often the files of the two paths were looked at since the window opened, 0 while it is closed: others add, remove
+    // and mend them meanwhile.
+    property int looks: 0
 
     function connectAsTyped(): void {
         if (!root.editable || !root.isGood) {
@@ -32,7 +35,9 @@ HostPopup {
     }
 
     width: Math.min(520, (parent?.width ?? 0) - 80)
+    onClosed: looks = 0
     onAboutToShow: {
+        looks = 1;
         NetworkConfiguration.refreshAvailableDevices();
         portField.text = NetworkConfiguration.port;
         peersField.text = NetworkConfiguration.peers;
@@ -44,6 +49,13 @@ HostPopup {
         } else {
             closeButton.button.forceActiveFocus();
         }
+    }
+
+    Timer {
+        interval: 1000
+        repeat: true
+        running: root.looks > 0
+        onTriggered: ++root.looks
     }
 
     contentItem: ColumnLayout {
@@ -126,8 +138,8 @@ HostPopup {
                 placeholderText: qsTr("File, if secured")
                 available: root.editable
                 isMissing: !root.isSecurityWhole && path === ""
-                problem: path === "" ? "" : NetworkConfiguration.privateCertificateProblem(path)
-                names: path === "" ? "" : NetworkConfiguration.privateCertificateName(path)
+                problem: root.looks === 0 || path === "" ? "" : NetworkConfiguration.privateCertificateProblem(path)
+                names: root.looks === 0 || path === "" ? "" : NetworkConfiguration.privateCertificateName(path)
                 onAccepted: root.connectAsTyped()
             }
             FieldLabel {
@@ -142,8 +154,8 @@ HostPopup {
                 isFolder: true
                 available: root.editable
                 isMissing: !root.isSecurityWhole && path === ""
-                problem: path === "" ? "" : NetworkConfiguration.publicCertificatesProblem(path)
-                names: path === "" ? "" : NetworkConfiguration.publicCertificateNames(path).join(", ")
+                problem: root.looks === 0 || path === "" ? "" : NetworkConfiguration.publicCertificatesProblem(path)
+                names: root.looks === 0 || path === "" ? "" : NetworkConfiguration.publicCertificateNames(path).join(", ")
                 onAccepted: root.connectAsTyped()
             }
         }

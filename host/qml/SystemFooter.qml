@@ -13,6 +13,9 @@ Column {
     required property SystemDocument document
     readonly property int unplacedCount: document === null ? 0 : document.unplacedAgents.count
     readonly property int machineCount: document === null ? 0 : document.hosts.count
+    readonly property Host onlyMachine: machineCount === 1 ? document.hosts.get(0) as Host : null
+    // One machine needs no list, unless it has a launcher: whoever started that looks for it here.
+    readonly property bool hasMachines: machineCount > 1 || (onlyMachine?.hasLauncher ?? false)
 
     component Title: Text {
         bottomPadding: Theme.spacingSmall
@@ -46,14 +49,13 @@ Column {
             }
         }
     }
-    // One machine needs no list.
     Title {
-        visible: root.machineCount > 1
+        visible: root.hasMachines
         topPadding: root.unplacedCount > 0 ? Theme.pageMargin : 0
         text: qsTr("Machines")
     }
     Repeater {
-        model: root.machineCount > 1 ? root.document.hosts : null
+        model: root.hasMachines ? root.document.hosts : null
 
         CardRow {
             id: machineCard

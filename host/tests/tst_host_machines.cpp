@@ -29,6 +29,7 @@ private Q_SLOTS:
     void cleanupTestCase();
     void init();
     void machinesAreListedOnceThereIsMoreThanOne();
+    void aMachineOfItsOwnIsListedOnceItHasALauncher();
     void withoutALauncherTheRowSaysWhatToDo();
     void anAgentThatDoesNotAnswerIsEndedAfterAQuestion();
 
@@ -143,6 +144,20 @@ void tst_host_machines::machinesAreListedOnceThereIsMoreThanOne()
     QVERIFY(_texts("machineExplanation").at(1).contains("starts agents there"));
     _machine("machine two")->setlauncherUuid({});
     QTRY_COMPARE(_texts("machineState"), QStringList({ "No launcher", "No launcher" }));
+}
+
+void tst_host_machines::aMachineOfItsOwnIsListedOnceItHasALauncher()
+{
+    _host->newDocument();
+    Host* const here = SystemDocumentHandler::instance()->currentSystemDocument()->localHost();
+    QCOMPARE(SystemDocumentHandler::instance()->currentSystemDocument()->hosts().size(), 1);
+    QTRY_COMPARE(_texts("machineName"), QStringList());
+    here->setlauncherUuid("00000000-0000-4000-8000-000000000002");
+    QTRY_COMPARE(_texts("machineName"), QStringList(here->networkName()));
+    QCOMPARE(_texts("machineState"), QStringList("Launcher"));
+    QVERIFY(_texts("machineExplanation").at(0).contains("for other hosts"));
+    here->setlauncherUuid({});
+    QTRY_COMPARE(_texts("machineName"), QStringList());
 }
 
 void tst_host_machines::withoutALauncherTheRowSaysWhatToDo()

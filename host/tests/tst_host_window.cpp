@@ -73,6 +73,7 @@ private Q_SLOTS:
     void enterOnAnAgentThatCannotBeStartedSaysWhy();
     void theNetworkIsLeftAndJoinedWithTheKeyboard();
     void theNetworkIsSecuredWithBothPathsOrNotAtAll();
+    void theNetworksPageFollowsTheCertificatesOnTheDisk();
     void theReportNamesWhatIsSeenAndWhere();
     void theReportLeavesOutRowsThatAListKeepsForLater();
     void aReportThatCannotBeWrittenIsSaid();
@@ -384,29 +385,34 @@ void tst_host_window::theNetworkIsSecuredWithBothPathsOrNotAtAll()
     QTRY_VERIFY(named("privateCertificateField"));
     QVERIFY(named("securityState")->property("text").toString().startsWith("Open"));
     // Beside each path stands what is there.
-    const auto state = [this](const char* field) {
-        return named(field)->findChild<QQuickItem*>("certificateState")->property("text").toString();
+    const auto text = [this](const char* field, const char* line) {
+        return named(field)->findChild<QQuickItem*>(line)->property("text").toString();
     };
+    const auto problem = [&text](const char* field) { return text(field, "certificateProblem"); };
+    const auto names = [&text](const char* field) { return text(field, "certificateNames"); };
     named("privateCertificateField")->forceActiveFocus();
     type((directory + "/host.cert").toUtf8());
-    QVERIFY(state("privateCertificateField").contains("public half"));
+    QVERIFY(problem("privateCertificateField").contains("public half"));
+    QCOMPARE(names("privateCertificateField"), QString());
     type("_secret");
-    QCOMPARE(state("privateCertificateField"), "host");
+    QCOMPARE(problem("privateCertificateField"), QString());
+    QCOMPARE(names("privateCertificateField"), "host");
     key(Qt::Key_Return);
     QVERIFY(!network->isConnected());
     QTRY_VERIFY(named("networkProblem"));
     QVERIFY(named("networkProblem")->property("text").toString().startsWith("Security needs both"));
     named("publicCertificatesField")->forceActiveFocus();
     type((directory + "-gone").toUtf8());
-    QVERIFY(state("publicCertificatesField").contains("no such folder"));
+    QVERIFY(problem("publicCertificatesField").contains("no such folder"));
     QVERIFY(QFile::setPermissions(directory, QFile::permissions(directory) | QFile::WriteOther));
     key(Qt::Key_A, Qt::ControlModifier);
     type(directory.toUtf8());
-    QVERIFY(state("publicCertificatesField").contains("Everybody may write"));
+    QVERIFY(problem("publicCertificatesField").contains("Everybody may write"));
     QVERIFY(QFile::setPermissions(directory, QFile::permissions(directory) & ~QFile::WriteOther));
     key(Qt::Key_A, Qt::ControlModifier);
     type(directory.toUtf8());
-    QCOMPARE(state("publicCertificatesField"), "host");
+    QCOMPARE(problem("publicCertificatesField"), QString());
+    QCOMPARE(names("publicCertificatesField"), "host");
     QVERIFY(named("securityState")->property("text").toString().startsWith("Secured"));
     key(Qt::Key_Return);
     QTRY_VERIFY2(network->isConnected(), qUtf8Printable(network->errorText()));
@@ -418,6 +424,55 @@ void tst_host_window::theNetworkIsSecuredWithBothPathsOrNotAtAll()
     network->setpublicCertificates({});
     QVERIFY(network->connectToNetwork());
     QVERIFY(!qny_is_secured());
+}
+
+void tst_host_window::theNetworksPageFollowsTheCertificatesOnTheDisk()
+{
+    QVERIFY(QDir(_folder.path()).mkpath("known"));
+    const QString directory = _folder.filePath("known");
+    const auto make = [&directory](const char* name) {
+        return qny_certificate_make(directory.toUtf8().constData(), name, nullptr, nullptr) == QNY_SUCCESS;
+    };
+    const auto text = [this](const char* line) {
+        return named("publicCertificatesField")->findChild<QQuickItem*>(line)->property("text").toString();
+    };
+    QVERIFY(make("boiler"));
+    auto* network = NetworkConfiguration::instance();
+    network->setpublicCertificates(directory);
+    const auto forget = qScopeGuard([network] { network->setpublicCertificates({}); });
+    key(Qt::Key_Comma, Qt::ControlModifier);
+    QTRY_VERIFY(named("publicCertificatesField"));
+    QCOMPARE(text("certificateNames"), "boiler");
+
+    // While it is open
+    QVERIFY(make("pump"));
+    QTRY_COMPARE(text("certificateNames"), "boiler, pump");
+    QCOMPARE(text("certificateProblem"), QString());
+    // One that is refused hides no other.
+    QFile broken(directory + "/broken.cert");
+    QVERIFY(broken.open(QIODevice::WriteOnly));
+    broken.close();
+    QTRY_VERIFY(text("certificateProblem").contains("broken.cert"));
+    QCOMPARE(text("certificateNames"), "boiler, pump");
+    QVERIFY(broken.remove());
+    QTRY_COMPARE(text("certificateProblem"), QString());
+
+    // While it is closed; nothing is read then.
+    QQuickItem* const field = named("publicCertificatesField");
+    key(Qt::Key_Escape);
+    QTRY_VERIFY(!named("publicCertificatesField"));
+    QCOMPARE(field->property("names").toString(), QString());
+    QVERIFY(QFile::remove(directory + "/pump.cert"));
+    key(Qt::Key_Comma, Qt::ControlModifier);
+    QTRY_VERIFY(named("publicCertificatesField"));
+    QCOMPARE(text("certificateNames"), "boiler");
+
+    // A name that is no text is not chosen in silence, and the dialog is closed for the next time.
+    QMetaObject::invokeMethod(field, "take", Q_ARG(QUrl, QUrl("file:///keys/h%F4te")));
+    QCOMPARE(field->property("text").toString(), "/keys/h%F4te");
+    QVERIFY(text("certificateProblem").contains("no such folder"));
+    key(Qt::Key_Escape);
+    QTRY_VERIFY(!named("publicCertificatesField"));
 }
 
 void tst_host_window::theReportNamesWhatIsSeenAndWhere()

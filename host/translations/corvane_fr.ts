@@ -408,6 +408,10 @@
         <source>No launcher</source>
         <translation>Sans lanceur</translation>
     </message>
+    <message>
+        <source>This machine: the host starts its agents, its launcher those for other hosts</source>
+        <translation>Cette machine&#xa0;: l’hôte démarre ses agents, son lanceur ceux des autres hôtes</translation>
+    </message>
 </context>
 <context>
     <name>Main</name>

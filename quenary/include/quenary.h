@@ -172,7 +172,7 @@ QNY_EXPORT const qny_certificate_t *qny_caller_certificate(void);
 
 /* A directory of public certificates, watched: of those, say, who may command. A file that is refused is logged with its line, and does not
  * count; changes count within a second. Null, and qny_last_error(), when the directory cannot be read, or anybody may write
- * into it. */
+ * into it or into a folder above it (but one like /tmp, in which nobody moves what is another's). */
 typedef struct qny_certificates qny_certificates_t;
 QNY_EXPORT qny_certificates_t *qny_certificates_open(const char *directory);
 /* Whether the key is among them now. False for null and "". */

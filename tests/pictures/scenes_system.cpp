@@ -10,7 +10,9 @@
 #include <systemviewclassinstance.h>
 #include <systemviewmanager.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QUuid>
 
 namespace {
 
@@ -84,6 +86,23 @@ void networkSecured(Stage& stage)
     stage.fill(QStringLiteral("publicCertificatesField"), QStringLiteral("/etc/plant/certificates"), false);
 }
 
+/// Of the certificates in the folder one is refused: the others are named all the same.
+void networkCertificates(Stage& stage)
+{
+    const QDir folder(stage.folder());
+    QVERIFY(folder.mkdir(QStringLiteral("known")));
+    for (const char* const name : { "boiler.cert", "control-room.cert", "notes.txt", "pump-house.cert" }) {
+        QFile certificate(folder.filePath(QStringLiteral("known/") + QLatin1String(name)));
+        QVERIFY(certificate.open(QFile::WriteOnly));
+    }
+    QFile own(folder.filePath(QStringLiteral("control-room.cert_secret")));
+    QVERIFY(own.open(QFile::WriteOnly));
+    offline(stage);
+    stage.click(QStringLiteral("networkButton"));
+    stage.fill(QStringLiteral("privateCertificateField"), own.fileName(), false);
+    stage.fill(QStringLiteral("publicCertificatesField"), folder.filePath(QStringLiteral("known")), false);
+}
+
 void notices(Stage& stage)
 {
     stage.host().addNotice(QStringLiteral("The sample agent \"Pump A\" failed: it ended with exit status 1."));
@@ -97,17 +116,29 @@ void deletion(Stage& stage)
     stage.click(QStringLiteral("deleteInstanceButton"), 1);
 }
 
+void runLauncher(const QString& machine)
+{
+    QuenaryDouble::Agent launcher;
+    launcher.uuid = QUuid::createUuidV5(QUuid(), machine).toString(QUuid::WithoutBraces);
+    launcher.name = QStringLiteral("Launcher");
+    launcher.family = ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID;
+    launcher.hostName = machine;
+    launcher.executable = QStringLiteral("/opt/record-and-replay/agents/qnyLauncher/qnyLauncher");
+    ModuleFixture::enter(launcher);
+}
+
+/// A launcher for others on the only machine.
+void launcherHere(Stage& stage)
+{
+    runPlant(stage);
+    runLauncher(NetworkConfiguration::instance()->localNetworkName());
+}
+
 /// Two recorders on other machines, one of which has a launcher.
 void machines(Stage& stage)
 {
     stage.host().newDocument();
-    QuenaryDouble::Agent launcher;
-    launcher.uuid = QStringLiteral("7f1e0c5a-2a2b-4a53-9a54-6d2e9b1f0001");
-    launcher.name = QStringLiteral("Launcher");
-    launcher.family = ReservedAgentAndToolFamilies::LAUNCHER_CLASS_UUID;
-    launcher.hostName = QStringLiteral("pump-house");
-    launcher.executable = QStringLiteral("/opt/record-and-replay/agents/qnyLauncher/qnyLauncher");
-    ModuleFixture::enter(launcher);
+    runLauncher(QStringLiteral("pump-house"));
     stage.addRecorder(QStringLiteral("Pump house recorder"), {}, QStringLiteral("pump-house"));
     stage.addRecorder(QStringLiteral("Bench recorder"), {}, QStringLiteral("bench-02"));
     stage.addRecorder(QStringLiteral("Plant recorder"), {});
@@ -166,8 +197,10 @@ Scenes systemScenes()
         { "system-network", network },
         { "system-network-refused", networkRefused },
         { "system-network-secured", networkSecured },
+        { "system-network-certificates", networkCertificates },
         { "system-notices", notices },
         { "system-deletion", deletion },
+        { "system-launcher-here", launcherHere },
         { "system-machines", machines },
         { "system-launch-ended-badly", launchEndedBadly },
         { "system-launch-hidden", launchHidden },

@@ -1,4 +1,4 @@
-# Runs at installation: what a person changed is kept.
+# Runs at installation. The configuration is a person's and kept; the unit file is written anew: drop-ins change it.
 set(installed "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
 set(prefix "${CMAKE_INSTALL_PREFIX}")
 if(NOT DEFINED ENV{DESTDIR})

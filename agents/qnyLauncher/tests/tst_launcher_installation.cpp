@@ -25,6 +25,7 @@ private Q_SLOTS:
     void initTestCase();
     void theInstalledLauncherFindsItsLibraryAndItsConfigurationIsSound();
     void theUnitFileNamesTheInstalledProgram();
+    void theInstalledToolMakesTheKeysOfTheMachine();
     void whatAPersonChangedIsKept();
 
 private:
@@ -82,6 +83,17 @@ void TestInstallation::theUnitFileNamesTheInstalledProgram()
         unit.constData());
     QVERIFY(!unit.contains('@'));
     QVERIFY(content(_prefix + "/lib/sysusers.d/qnyLauncher.conf").startsWith("u qnylauncher "));
+}
+
+void TestInstallation::theInstalledToolMakesTheKeysOfTheMachine()
+{
+    const QString keys = _folder.filePath("keys");
+    _run("mkdir", { "-m", "700", keys });
+    const QByteArray said = _run(_prefix + "/bin/qnyCertificates", { "make", "pump-house", "--output", keys });
+    QVERIFY2(said.contains("pump-house.cert_secret"), said.constData());
+    // The launcher takes the file as it was made
+    _run(_prefix + "/bin/qnyCertificates", { "show", keys + "/pump-house.cert_secret", keys + "/pump-house.cert" });
+    QVERIFY(_run("ldd", { _prefix + "/bin/qnyCertificates" }).contains("/here/"));
 }
 
 void TestInstallation::whatAPersonChangedIsKept()

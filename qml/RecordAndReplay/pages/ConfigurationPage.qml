@@ -8,6 +8,7 @@ import Corvane
 import RecordAndReplay
 import "configuration"
 import "widgets"
+import "widgets/urls.js" as Urls
 
 // One recorder: its name and connection, its recording, and in three tabs its settings, its records and a CSV file.
 FocusScope {
@@ -34,16 +35,6 @@ FocusScope {
 
     function nameOf(path: string): string {
         return path.slice(path.lastIndexOf("/") + 1);
-    }
-
-    // Bytes that are no text stay as the URL has them: the name is only read.
-    function nameOfUrl(file: url): string {
-        const name = root.nameOf(file.toString());
-        try {
-            return decodeURIComponent(name);
-        } catch (error) {
-            return name;
-        }
     }
 
     objectName: "configurationPage"
@@ -164,7 +155,7 @@ FocusScope {
                 recorder: root.recorder
                 showsFailure: root.loadsFile
                 onLoadRequested: path => root.load(null, root.nameOf(path), () => root.recorder.loadRecordFile(path))
-                onLoadOfUrlRequested: file => root.load(null, root.nameOfUrl(file), () => root.recorder.loadRecordUrl(file))
+                onLoadOfUrlRequested: file => root.load(null, Urls.decoded(root.nameOf(file.toString())), () => root.recorder.loadRecordUrl(file))
             }
         }
     }

@@ -111,11 +111,12 @@ void qny_statistics(qny_statistics_t* statistics)
     *statistics = {};
 }
 
-// Every file is a certificate, named as the file is; what is missing is refused.
+// Every file of their endings is a certificate, named as the file is; others are refused, and what is missing.
 qny_result_t qny_certificate_read(const char* path, qny_certificate_t** certificate)
 {
     const QFileInfo file(QString::fromUtf8(path));
-    if (!file.isFile()) {
+    const bool isPrivate = file.suffix() == "cert_secret";
+    if (!file.isFile() || (!isPrivate && file.suffix() != "cert")) {
         return fail(QNY_ERROR_SECURITY);
     }
     // One piece of memory, as the library hands it out.
@@ -123,7 +124,7 @@ qny_result_t qny_certificate_read(const char* path, qny_certificate_t** certific
     auto* const memory = static_cast<char*>(std::malloc(sizeof(qny_certificate_t) + static_cast<size_t>(name.size()) + 1));
     char* const text = memory + sizeof(qny_certificate_t);
     std::memcpy(text, name.constData(), static_cast<size_t>(name.size()) + 1);
-    *certificate = new (memory) qny_certificate_t { text, text, "", file.suffix() == "cert_secret", nullptr };
+    *certificate = new (memory) qny_certificate_t { text, text, "", isPrivate, nullptr };
     return QNY_SUCCESS;
 }
 

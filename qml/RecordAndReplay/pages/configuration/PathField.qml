@@ -5,6 +5,7 @@ import QtQuick
 import QtQuick.Dialogs
 import Corvane
 import "../widgets"
+import "../widgets/urls.js" as Urls
 
 // A file or a folder of the recorder's machine, typed or, when that machine is this one, chosen.
 Column {
@@ -20,7 +21,12 @@ Column {
     signal committed(string path)
 
     function toPath(url: url): string {
-        return decodeURIComponent(url.toString().replace(/^file:\/\//, ""));
+        return Urls.decoded(url.toString().replace(/^file:\/\//, ""));
+    }
+
+    function take(chosen: url): void {
+        dialog.active = false;
+        root.committed(root.toPath(chosen));
     }
 
     spacing: 4
@@ -65,10 +71,7 @@ Column {
         FileDialog {
             title: root.label
             Component.onCompleted: open()
-            onAccepted: {
-                root.committed(root.toPath(selectedFile));
-                dialog.active = false;
-            }
+            onAccepted: root.take(selectedFile)
             onRejected: dialog.active = false
         }
     }
@@ -78,10 +81,7 @@ Column {
         FolderDialog {
             title: root.label
             Component.onCompleted: open()
-            onAccepted: {
-                root.committed(root.toPath(selectedFolder));
-                dialog.active = false;
-            }
+            onAccepted: root.take(selectedFolder)
             onRejected: dialog.active = false
         }
     }
