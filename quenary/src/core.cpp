@@ -117,8 +117,7 @@ qny_result_t Core::start(const Options& wanted)
     started = true;
     self->hostName = wanted.hostName;
     self->address = made->address();
-    self->executable = executable;
-    self->arguments = commandLine;
+    self->program = std::make_shared<const Program>(executable, commandLine);
     self->processId = getpid();
     self->maxMessageBytes = wanted.maxMessageBytes;
     self->certificate = made->ownCertificate();

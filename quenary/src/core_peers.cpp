@@ -21,25 +21,32 @@ void describePeer(AgentRecord& record, const Peer& peer)
     }
     record.ofThisProcess = peer.isSelf;
     if (!record.standIn) {
-        record.executable = peer.executable;
-        record.arguments = peer.arguments;
+        record.program = peer.program;
     }
 }
 
 size_t descriptionBytes(const AgentRecord& record)
 {
-    size_t bytes = record.definition.size() + record.executable.size();
-    for (const std::string& argument : record.arguments) {
+    size_t bytes = record.definition.size() + record.program->executable.size();
+    for (const std::string& argument : record.program->arguments) {
         bytes += argument.size() + sizeof argument;
     }
     return bytes;
 }
 
-void put(Peer& peer, const AgentRecordPtr& record)
+// To be changed: a copy, if somebody keeps it as it is. With the core's mutex held.
+AgentTable& tableOf(Peer& peer)
 {
-    auto table = std::make_shared<AgentTable>(*peer.agents);
-    (*table)[record->uuid] = record;
-    peer.agents = std::move(table);
+    if (peer.agents.use_count() > 1) {
+        const size_t size = peer.agents->size();
+        *peer.keptEntries += size;
+        peer.agents
+            = AgentTablePtr(new AgentTable(*peer.agents), [kept = peer.keptEntries, size](const AgentTable* table) {
+                  *kept -= size;
+                  delete table;
+              });
+    }
+    return const_cast<AgentTable&>(*peer.agents); // NOLINT: made as one that can be changed, here or in Peer
 }
 
 } // namespace
@@ -105,7 +112,7 @@ bool Core::agentChanged(const PeerPtr& peer, AgentRecord record)
     const auto known = std::make_shared<const AgentRecord>(std::move(record));
     const AgentRecordPtr before = it == peer->agents->end() ? nullptr : it->second;
     owners[known->uuid] = peer.get();
-    put(*peer, known);
+    tableOf(*peer)[known->uuid] = known;
     if (!peer->up) {
         return true;
     }
@@ -129,9 +136,7 @@ void Core::agentGone(const PeerPtr& peer, const Uuid& uuid)
         return;
     }
     const AgentRecordPtr record = it->second;
-    auto table = std::make_shared<AgentTable>(*peer->agents);
-    table->erase(uuid);
-    peer->agents = std::move(table);
+    tableOf(*peer).erase(uuid);
     peer->describedBytes -= descriptionBytes(*record);
     owners.erase(uuid);
     if (peer->up) {

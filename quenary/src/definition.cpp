@@ -9,6 +9,8 @@ namespace qny {
 namespace {
 
 using Json = nlohmann::ordered_json;
+// What others wrote: in one that keeps the order every name is compared with all before it.
+using Parsed = nlohmann::json;
 
 Json declaration(const std::string& name, qny_value_type_t type)
 {
@@ -22,7 +24,7 @@ struct Declared
 };
 
 // Reads an array of {"name", "type"}; says what is wrong, or nothing.
-std::string readDeclarations(const Json& object, const char* key, std::vector<Declared>& into)
+std::string readDeclarations(const Parsed& object, const char* key, std::vector<Declared>& into)
 {
     const auto it = object.find(key);
     if (it == object.end()) {
@@ -31,7 +33,7 @@ std::string readDeclarations(const Json& object, const char* key, std::vector<De
     if (!it->is_array() || it->size() > maxDeclarations) {
         return std::string("\"") + key + "\" is no array, or too long";
     }
-    for (const Json& each : *it) {
+    for (const Parsed& each : *it) {
         if (!each.is_object()) {
             return std::string("an element of \"") + key + "\" is no object";
         }
@@ -59,7 +61,7 @@ struct Definition
     std::vector<std::pair<std::string, std::vector<Declared>>> services;
 };
 
-std::string readServices(const Json& object, Definition& into)
+std::string readServices(const Parsed& object, Definition& into)
 {
     const auto it = object.find("services");
     if (it == object.end()) {
@@ -68,7 +70,7 @@ std::string readServices(const Json& object, Definition& into)
     if (!it->is_array() || it->size() > maxDeclarations) {
         return "\"services\" is no array, or too long";
     }
-    for (const Json& each : *it) {
+    for (const Parsed& each : *it) {
         const auto name = each.is_object() ? each.find("name") : each.end();
         if (!each.is_object() || name == each.end() || !name->is_string()) {
             return "a service has no name";
@@ -110,7 +112,7 @@ std::string checkNames(const Definition& definition)
 
 std::string parse(std::string_view text, Definition& into)
 {
-    const Json json = Json::parse(text, nullptr, false);
+    const Parsed json = Parsed::parse(text, nullptr, false);
     if (!json.is_object()) {
         return "it is no JSON object";
     }

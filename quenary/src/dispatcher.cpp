@@ -180,8 +180,8 @@ struct Told
 {
     explicit Told(const AgentRecord& record)
     {
-        arguments.reserve(record.arguments.size() + 1);
-        for (const std::string& argument : record.arguments) {
+        arguments.reserve(record.program->arguments.size() + 1);
+        for (const std::string& argument : record.program->arguments) {
             arguments.push_back(argument.c_str());
         }
         arguments.push_back(nullptr);
@@ -192,9 +192,9 @@ struct Told
         info.host_name = record.hostName.c_str();
         info.address = record.address.c_str();
         info.process_id = record.processId;
-        info.executable = record.executable.c_str();
+        info.executable = record.program->executable.c_str();
         info.arguments = arguments.data();
-        info.arguments_count = record.arguments.size();
+        info.arguments_count = record.program->arguments.size();
         info.definition = record.definition.c_str();
         info.stand_in = record.standIn;
         info.stoppable = record.stoppable;

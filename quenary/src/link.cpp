@@ -45,9 +45,9 @@ std::string helloPayload(const Peer& self)
     writer.number(static_cast<uint64_t>(self.maxMessageBytes));
     writer.number(self.processId);
     writer.name(self.hostName);
-    writer.text(self.executable);
-    writer.number(static_cast<uint16_t>(self.arguments.size()));
-    for (const std::string& argument : self.arguments) {
+    writer.text(self.program->executable);
+    writer.number(static_cast<uint16_t>(self.program->arguments.size()));
+    for (const std::string& argument : self.program->arguments) {
         writer.text(argument);
     }
     return text;
@@ -59,22 +59,24 @@ std::string readHello(std::string_view payload, Peer& into)
     into.maxMessageBytes = reader.number<uint64_t>();
     into.processId = reader.number<int64_t>();
     into.hostName = reader.name();
-    into.executable = reader.text();
+    auto program = std::make_shared<Program>();
+    program->executable = reader.text();
     const auto count = reader.number<uint16_t>();
     if (payload.size() > wire::maxCommandLineBytes + 64 * 1024 || count > wire::maxCommandLineArguments) {
         return "a command line beyond the bound";
     }
     for (size_t i = 0; i < count && reader.ok(); ++i) {
-        into.arguments.emplace_back(reader.text());
+        program->arguments.emplace_back(reader.text());
     }
     // What follows is left to later versions.
     if (!reader.ok()) {
         return "a hello that is too short";
     }
     const auto sound = [](const std::string& text) { return isUtf8(text) && text.find('\0') == std::string::npos; };
-    if (!sound(into.hostName) || !sound(into.executable) || !std::ranges::all_of(into.arguments, sound)) {
+    if (!sound(into.hostName) || !sound(program->executable) || !std::ranges::all_of(program->arguments, sound)) {
         return "a hello with texts that are not UTF-8";
     }
+    into.program = std::move(program);
     return {};
 }
 

@@ -216,6 +216,14 @@ using AgentPtr = std::shared_ptr<Agent>;
 
 // ---- peers and their agents -----------------------------------------------------------------------------------------
 
+// What runs in a process, as it says itself.
+struct Program
+{
+    std::string executable;
+    std::vector<std::string> arguments;
+};
+using ProgramPtr = std::shared_ptr<const Program>;
+
 // What was said of an agent, and of the process that carries it, at one moment. Never changed once made.
 struct AgentRecord
 {
@@ -231,8 +239,7 @@ struct AgentRecord
     std::string hostName;
     std::string address;
     int64_t processId = 0;
-    std::string executable;
-    std::vector<std::string> arguments;
+    ProgramPtr program = std::make_shared<const Program>(); // the peer's own, of stand-ins an empty one
     std::string publicKey; // of its peer's certificate, as its name; both empty without security
     std::string certificateName;
     bool ofThisProcess = false;
@@ -260,8 +267,7 @@ struct Peer
     std::string address;
     std::string hostName;
     int64_t processId = 0;
-    std::string executable;
-    std::vector<std::string> arguments;
+    ProgramPtr program = std::make_shared<const Program>();
     uint64_t maxMessageBytes = 0;
 
     // What it proved to have the secret half of; null without security.
@@ -274,6 +280,8 @@ struct Peer
     bool isCutOff = false; // its certificate was taken away: what it said before and nobody has heard yet is dropped
     AgentTablePtr agents = std::make_shared<AgentTable>();
     size_t describedBytes = 0; // by what was said of them
+    // In the tables that still stand, together: each batch keeps the one of its time.
+    std::shared_ptr<std::atomic<size_t>> keptEntries = std::make_shared<std::atomic<size_t>>(0);
 
     // Its interest in our outputs.
     std::unordered_map<uint64_t, Subscription> subscriptions;

@@ -17,6 +17,9 @@ constexpr int messagesAtOnce = 256;
 constexpr size_t mostTalk = 50'000;
 constexpr int roundsOfAll = 8;
 constexpr int64_t renewalMilliseconds = 200;
+// Of tables of a peer's agents, each as it was when something was said. As many as when a peer shows a thousand agents
+// one after the other, each of which says something, and nobody listens meanwhile; twice over.
+constexpr size_t maxKeptEntries = 1'000'000;
 
 // Who still speaks by the old session has not opened a new one: somebody else says so in its name.
 bool isRenewed(Link& link)
@@ -235,8 +238,7 @@ void Network::receiveHello(const wire::Header& header, std::string_view payload,
         peer.address = from.address;
         peer.hostName = told.hostName;
         peer.processId = told.processId;
-        peer.executable = told.executable;
-        peer.arguments = std::move(told.arguments);
+        peer.program = std::move(told.program);
         peer.maxMessageBytes = told.maxMessageBytes;
         link->theirSession = header.senderSession;
     }
@@ -434,6 +436,10 @@ bool Network::receiveControl(Link& link, std::string_view item)
     }
     if (m_core.asksTooMuch(*peer)) {
         refuse("a request on top of many whose answers wait to be taken");
+        link.isGreedy = true;
+    }
+    if (*peer->keptEntries > maxKeptEntries) {
+        refuse("changes of agents on top of many that nobody has heard of yet");
         link.isGreedy = true;
     }
     if (link.readyReceived && link.readyAcknowledged && !peer->up) {

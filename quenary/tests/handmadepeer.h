@@ -143,7 +143,7 @@ inline int Hardening::lureTo(const HeldPort& place, void* speaker)
 class HandMadePeer
 {
 public:
-    HandMadePeer(void* ofContext, const std::string& target)
+    HandMadePeer(void* ofContext, const std::string& target, const std::string& hello = helloPayload())
         : context(ofContext)
     {
         inbox = zmq_socket(context, ZMQ_ROUTER);
@@ -162,7 +162,7 @@ public:
         EXPECT_EQ(zmq_connect(outbox, target.c_str()), 0);
         const int patience = 5000;
         zmq_setsockopt(inbox, ZMQ_RCVTIMEO, &patience, sizeof patience);
-        send(2, helloPayload());
+        send(2, hello);
         // Their Hello names their session; ours has been heard when they name it.
         while (true) {
             const std::string message = receive();

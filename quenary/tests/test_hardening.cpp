@@ -6,11 +6,14 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
 #include <netinet/in.h>
 #include <random>
+#include <set>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
@@ -61,6 +64,59 @@ TEST_F(Hardening, RawTcpIsNoHarm)
         EXPECT_GT(::send(fd, text.data(), text.size(), MSG_NOSIGNAL), 0);
         close(fd);
     }
+}
+
+TEST_F(Hardening, AnAttemptThatIsAnsweredByProtocolUnreachableEndsNothingElse)
+{
+    const int sniffer = socket(AF_INET, SOCK_RAW, IPPROTO_TCP);
+    const int icmp = socket(AF_INET, SOCK_RAW, IPPROTO_ICMP);
+    if (sniffer < 0 || icmp < 0) {
+        GTEST_SKIP() << "this user may not send what a firewall does";
+    }
+    const timeval patience { 5, 0 };
+    setsockopt(sniffer, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    // Nothing answers there but us.
+    const HeldPort silent(SOCK_STREAM);
+    sock_filter dropAll = BPF_STMT(BPF_RET | BPF_K, 0);
+    const sock_fprog program { .len = 1, .filter = &dropAll };
+    ASSERT_EQ(setsockopt(silent.fd(), SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program), 0);
+    void* speaker = dealer();
+    Forged forged;
+    forged.port = silent.port();
+    send(speaker, forged.make(2, helloPayload()));
+    std::set<uint32_t> attempts;
+    while (attempts.size() < 2) {
+        std::array<uint8_t, 1500> packet {};
+        ASSERT_GT(recv(sniffer, packet.data(), packet.size(), 0), 40);
+        const size_t head = (packet[0] & 15U) * 4U;
+        uint16_t port = 0;
+        uint32_t number = 0;
+        std::memcpy(&port, packet.data() + head + 2, sizeof port);
+        std::memcpy(&number, packet.data() + head + 4, sizeof number);
+        if (port != htons(silent.port())) {
+            continue;
+        }
+        attempts.insert(number);
+        // Type, code, checksum, four of nothing, and how the packet began.
+        std::string answer
+            = std::string("\3\2\0\0\0\0\0\0", 8) + std::string(reinterpret_cast<const char*>(packet.data()), head + 8);
+        uint32_t sum = 0;
+        for (size_t i = 0; i < answer.size(); i += 2) {
+            uint16_t word = 0;
+            std::memcpy(&word, answer.data() + i, sizeof word);
+            sum += word;
+        }
+        sum = (sum >> 16) + (sum & 0xffff);
+        const auto check = static_cast<uint16_t>(~(sum + (sum >> 16)));
+        std::memcpy(answer.data() + 2, &check, sizeof check);
+        sockaddr_in self {};
+        self.sin_family = AF_INET;
+        self.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_GT(sendto(icmp, answer.data(), answer.size(), 0, reinterpret_cast<sockaddr*>(&self), sizeof self), 0);
+    }
+    zmq_close(speaker);
+    close(sniffer);
+    close(icmp);
 }
 
 TEST_F(Hardening, BeaconsOfStrangersAreHintsAtMost)

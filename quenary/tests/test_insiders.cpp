@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <poll.h>
+#include <sys/resource.h>
 
 using namespace test;
 
@@ -40,6 +41,14 @@ bool sendAll(int fd, std::string_view bytes)
         bytes.remove_prefix(count);
     }
     return true;
+}
+
+// The most that this process has taken so far, in bytes.
+size_t peakMemory()
+{
+    rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<size_t>(usage.ru_maxrss) * 1024;
 }
 
 // Reads until these bytes have come. False when the other side has ended the connection before.
@@ -219,6 +228,70 @@ TEST_F(Hardening, APeerWhoseAgentsSayTooMuchOfThemselvesShowsNoMoreThanTheBound)
     }
     EXPECT_EQ(watch.count(QNY_AGENT_ENTERED, "wordy"), bound);
     EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "much"), 0U);
+}
+
+TEST_F(Hardening, ADefinitionOfManyUnknownMembersHoldsNobodyUp)
+{
+    AgentWatch watch;
+    PeerProcess other("stays");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "stays"));
+    HandMadePeer peer(context, endpoint);
+    peer.introduce("LONGLONGLONGLONG", "long");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "long"));
+    std::string definition = "{";
+    for (int i = 0; i < 100'000; ++i) {
+        definition += (i == 0 ? "\"" : ",\"") + std::to_string(i) + "\":0";
+    }
+    peer.data(agentItem("WORDYWORDYWORDYW", "wordy", definition + "}"));
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "wordy"));
+    EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "stays"), 0U);
+}
+
+TEST_F(Hardening, AnAgentThatIsRenamedAgainAndAgainTakesNoMemoryForItsCommandLine)
+{
+    // Keeps nothing of what it is told.
+    constexpr int renamed = 2000;
+    std::atomic<int> entered = 0;
+    const auto count = [](qny_agent_event_t event, const qny_agent_info_t*, void* user) {
+        *static_cast<std::atomic<int>*>(user) += event == QNY_AGENT_ENTERED ? 1 : 0;
+    };
+    ASSERT_EQ(qny_observe_agents(count, &entered), QNY_SUCCESS);
+    const std::string longArgument(250'000, 'x');
+    HandMadePeer peer(context, endpoint,
+        raw<uint64_t>(1000) + raw<int64_t>(1) + named("host") + raw<uint32_t>(0) + raw<uint16_t>(1)
+            + raw(static_cast<uint32_t>(longArgument.size())) + longArgument);
+    peer.introduce("NAMENAMENAMENAME", "renamed");
+    ASSERT_TRUE(eventually([&] { return entered == 1; }));
+    const size_t before = peakMemory();
+    std::string names;
+    for (int i = 1; i <= renamed; ++i) {
+        names += agentItem("NAMENAMENAMENAME", "renamed " + std::to_string(i), "{}");
+    }
+    peer.data(names);
+    EXPECT_TRUE(eventually([&] { return entered == 1 + renamed; }));
+    EXPECT_LT(peakMemory() - before, size_t { 100 } * 1024 * 1024) << "all of them by themselves take 500";
+    qny_unobserve_agents(count, &entered);
+}
+
+TEST_F(Hardening, APeerWhoseAgentsChangeFasterThanAnybodyHearsIsCutOff)
+{
+    AgentWatch watch;
+    HandMadePeer peer(context, endpoint);
+    peer.introduce("BUSYBUSYBUSYBUSY", "busy");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "busy"));
+    const auto uuidOf = [](int i) { return raw(i) + std::string(12, 'b'); };
+    std::string agents;
+    for (int i = 0; i < 1000; ++i) {
+        agents += agentItem(uuidOf(i), "one of many", "{}");
+    }
+    peer.data(agents);
+    ASSERT_TRUE(eventually([&] { return watch.count(QNY_AGENT_ENTERED, "one of many") == 1000; }));
+    std::string changes;
+    for (int i = 0; i < 2000; ++i) {
+        changes += agentItem(uuidOf(0), "one of many", "{}") + item(99, "");
+    }
+    peer.data(changes);
+    EXPECT_TRUE(watch.wait(QNY_AGENT_EXITED, "busy"));
 }
 
 TEST_F(Hardening, WhatOthersDoAgainAndAgainDoesNotFillTheLog)

@@ -139,7 +139,7 @@ public:
         Peer peer;
         peer.maxMessageBytes = largestItem;
         peer.hostName = "elsewhere";
-        peer.executable = "/bin/true";
+        peer.program = std::make_shared<const Program>("/bin/true");
         const wire::Header header {
             .type = wire::MessageType::Hello, .port = 9, .sender = sender(), .senderSession = 1
         };

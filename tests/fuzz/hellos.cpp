@@ -26,13 +26,13 @@ void checkHeader(const wire::Header& header)
 void checkHello(const Peer& told)
 {
     fuzz::expect(told.hostName.size() <= maxNameBytes, "a host's name is a name");
-    fuzz::expect(told.arguments.size() <= wire::maxCommandLineArguments, "a command line has an end");
-    fuzz::expect(isUtf8(told.executable), "what is shown to people is UTF-8");
+    fuzz::expect(told.program->arguments.size() <= wire::maxCommandLineArguments, "a command line has an end");
+    fuzz::expect(isUtf8(told.program->executable), "what is shown to people is UTF-8");
     Peer second;
     fuzz::expect(readHello(helloPayload(told), second).empty(), "a hello that is written can be read");
     fuzz::expect(second.maxMessageBytes == told.maxMessageBytes && second.processId == told.processId
-            && second.hostName == told.hostName && second.executable == told.executable
-            && second.arguments == told.arguments,
+            && second.hostName == told.hostName && second.program->executable == told.program->executable
+            && second.program->arguments == told.program->arguments,
         "and says the same");
 }
 
