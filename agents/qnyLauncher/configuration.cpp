@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "configuration.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QUuid>
 
-#include <sys/stat.h>
+#include <memory>
+
+#include <quenary.h>
 
 namespace launcher {
 
@@ -25,6 +26,17 @@ constexpr Number LOG_FILE_BYTES { "log-file-bytes", 4096, qint64(1) << 30 };
 constexpr Number LOG_FILES { "log-files", 1, 100 };
 constexpr Number LOGS_KEPT { "logs-kept", 0, 10000 };
 constexpr Number SECONDS_TO_END { "seconds-to-end", 1, 3600 };
+
+/// Why something else may come into the place of this file, or nothing.
+QString folderProblem(const QString& path, const QString& something)
+{
+    const std::unique_ptr<char, decltype(&qny_free)> open(
+        qny_open_folder_above(QFile::encodeName(path).constData()), &qny_free);
+    return open == nullptr
+        ? QString()
+        : QStringLiteral("anybody may write into %1, and so put %2 in place of %3: take that permission from it")
+              .arg(QFile::decodeName(open.get()), something, path);
+}
 
 QString programProblem(const QString& path)
 {
@@ -46,19 +58,7 @@ QString programProblem(const QString& path)
     if (file.permission(QFileDevice::WriteOther)) {
         return QStringLiteral("anybody may write to %1: take that permission from it").arg(path);
     }
-    for (QDir folder = file.dir();; folder.cdUp()) {
-        // In one like /tmp nobody takes away or renames what is not theirs.
-        struct stat status {};
-        if (stat(QFile::encodeName(folder.path()).constData(), &status) == 0 && (status.st_mode & S_IWOTH) != 0
-            && (status.st_mode & S_ISVTX) == 0) {
-            return QStringLiteral("anybody may write into %1, and so put another program in place of %2: take that "
-                                  "permission from it")
-                .arg(folder.path(), path);
-        }
-        if (folder.isRoot()) {
-            return {};
-        }
-    }
+    return folderProblem(path, QStringLiteral("another program"));
 }
 
 template <class T> QString readNumber(const Number& number, const QString& text, T& into)
@@ -139,6 +139,10 @@ QString readConfiguration(const QString& path, Configuration& configuration)
     }
     if (file.permissions().testFlag(QFileDevice::WriteOther)) {
         return QStringLiteral("%1: anybody may write to it: take that permission from it").arg(path);
+    }
+    const QString folder = folderProblem(path, QStringLiteral("another file"));
+    if (!folder.isEmpty()) {
+        return QStringLiteral("%1: %2").arg(path, folder);
     }
     const QByteArray bytes = file.read(MOST_BYTES + 1);
     if (bytes.size() > MOST_BYTES) {

@@ -30,7 +30,8 @@ struct Configuration
 ///   program         an absolute, canonical path of an executable file; as often as there are programs
 ///   family          the class family uuid of the program above it
 ///   children, log-file-bytes, log-files, logs-kept, seconds-to-end    numbers, see Configuration
-/// A file or a program that anybody may write to is refused: who can write it could start anything.
+/// A file or a program that anybody may write to, or exchange from a folder above, is refused: who can could start
+/// anything.
 /// Returns what is wrong, with file and line, or nothing.
 QString readConfiguration(const QString& path, Configuration& configuration);
 

@@ -30,23 +30,23 @@ Certificate read(const QString& path, QString* problem)
 struct Certificates
 {
     QStringList names;
-    QString problem; // of the first that is refused
+    QString problem; // the first
 };
 
+/// As the network takes the directory.
 Certificates readAll(const QString& directory)
 {
     Certificates all;
-    const QDir folder(directory);
-    // Hidden ones are left out already.
-    QStringList files = folder.entryList(QDir::Files, QDir::Name);
-    files.removeIf([](const QString& file) { return file.endsWith(u'~') || file.endsWith(QLatin1String("_secret")); });
-    for (const QString& file : std::as_const(files)) {
-        QString problem;
-        if (const Certificate certificate = read(folder.filePath(file), &problem)) {
-            all.names.append(QString::fromUtf8(certificate->name));
-        } else if (all.problem.isEmpty()) {
-            all.problem = problem;
+    const auto take = [](const qny_certificate_t* certificate, const char* problem, void* into) {
+        auto* const to = static_cast<Certificates*>(into);
+        if (certificate != nullptr) {
+            to->names.append(QString::fromUtf8(certificate->name));
+        } else if (to->problem.isEmpty()) {
+            to->problem = QString::fromUtf8(problem);
         }
+    };
+    if (qny_certificates_check(directory.toUtf8().constData(), take, &all) != QNY_SUCCESS) {
+        all.problem = QString::fromUtf8(qny_last_error());
     }
     return all;
 }

@@ -163,7 +163,7 @@ QNY_EXPORT qny_result_t qny_certificate_make(const char *directory, const char *
                                              qny_certificate_t **certificate);
 /* Reads a public or a private certificate and checks all of it. QNY_ERROR_SECURITY, with the file and the line, when it is refused: keys
  * that are malformed, all zeros or there twice, a secret that does not match its public half, a private file that others may
- * read. Free it with qny_free. */
+ * read, or that anybody may exchange from a folder above. Free it with qny_free. */
 QNY_EXPORT qny_result_t qny_certificate_read(const char *path, qny_certificate_t **certificate);
 /* Inside a callback of a service or of stop requests, on the thread that it runs on: the certificate whose owner the call came
  * from, as the directory of public certificates had it when the call arrived. Nobody can call by another's. Null anywhere else, and on a network without
@@ -181,6 +181,15 @@ QNY_EXPORT bool qny_certificates_hold(qny_certificates_t *certificates, const ch
 QNY_EXPORT size_t qny_certificates_count(qny_certificates_t *certificates);
 /* Null is allowed. */
 QNY_EXPORT void qny_certificates_close(qny_certificates_t *certificates);
+/* What such a directory is worth now, neither watched nor logged: before this returns, the function gets each certificate that counts (problem
+ * is null), by the names of the files, and then a sentence, with file and line where there is one, for each thing that does not (certificate
+ * is null): a file that is refused, a key that stands in two. Both are valid during the call. QNY_ERROR_SECURITY, and nothing is told, where
+ * qny_certificates_open() would give null. */
+typedef void (*qny_certificate_finding_fn)(const qny_certificate_t *certificate, const char *problem, void *user_data);
+QNY_EXPORT qny_result_t qny_certificates_check(const char *directory, qny_certificate_finding_fn function, void *user_data);
+/* Of the folders above a path, as it is given and as its links lead, one into which anybody may write, and so put something else in its
+ * place; null when there is none. Those like /tmp, in which nobody moves what is another's, do not count. Free it with qny_free. */
+QNY_EXPORT char *qny_open_folder_above(const char *path);
 
 /* ---- values ------------------------------------------------------------------------------------------------------- */
 

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // The exported functions that concern certificates and who calls.
+#include "handed_out.h"
 #include "report.h"
 #include "security/certificate.h"
 #include "security/certificate_directory.h"
 #include "security/handed_certificate.h"
+
+#include <algorithm>
 
 using namespace qny;
 
@@ -74,6 +77,37 @@ qny_certificates_t* qny_certificates_open(const char* directory)
     }
     made->directory.watch({});
     return made.release();
+}
+
+qny_result_t qny_certificates_check(const char* directory, qny_certificate_finding_fn function, void* user_data)
+{
+    if (!directory || !*directory || !function) {
+        return fail(QNY_ERROR_ARGUMENT, "The directory of certificates, or the function, is null or empty.");
+    }
+    std::vector<std::string> problems;
+    CertificateDirectory looked(directory, [&problems](const std::string& problem) { problems.push_back(problem); });
+    if (const std::string problem = looked.open(); !problem.empty()) {
+        return fail(QNY_ERROR_SECURITY, problem + ".");
+    }
+    std::vector<CertificatePtr> counting;
+    for (const auto& [key, certificate] : looked.certificates()->byKey) {
+        counting.push_back(certificate);
+    }
+    std::ranges::sort(counting, {}, [](const CertificatePtr& each) { return each->path; });
+    for (const CertificatePtr& each : counting) {
+        const std::unique_ptr<qny_certificate_t, decltype(&qny_free)> handed(handOut(*each), &qny_free);
+        function(handed.get(), nullptr, user_data);
+    }
+    for (const std::string& problem : problems) {
+        function(nullptr, (problem + ".").c_str(), user_data);
+    }
+    return QNY_SUCCESS;
+}
+
+char* qny_open_folder_above(const char* path)
+{
+    const std::string open = path ? openFolderAbove(path) : std::string();
+    return open.empty() ? nullptr : duplicate(open);
 }
 
 bool qny_certificates_hold(qny_certificates_t* certificates, const char* public_key)

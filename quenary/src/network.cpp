@@ -85,12 +85,13 @@ qny_result_t Network::open(const Options& options)
             QNY_ERROR_SYSTEM, std::string("The network thread cannot be set up: ") + std::strerror(errno) + ".");
     }
     if (!options.privateCertificate.empty() || !options.publicCertificates.empty()) {
-        const qny_result_t result = Security::open(options.privateCertificate, options.publicCertificates, m_security);
+        qny_result_t result = Security::open(options.privateCertificate, options.publicCertificates, m_security);
+        if (result == QNY_SUCCESS) {
+            result = m_security->guard(m_context, m_inbox);
+        }
         if (result != QNY_SUCCESS) {
             return result;
         }
-        m_security->takeOffice(m_context);
-        m_security->secureServer(m_inbox);
     }
     m_door = std::make_unique<Doorkeeper>(m_context, m_inbox);
     if (m_security) {

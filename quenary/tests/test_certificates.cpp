@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Certificates: made, read, and refused with file and line.
 #include "certificatefolder.h"
+#include "logwatch.h"
 
 #include <algorithm>
 #include <array>
@@ -331,6 +332,97 @@ TEST(Certificates, WhatIsNoFileIsRefusedAndHoldsNobodyUp)
     EXPECT_NE(refusal(folder.write("large", std::string(65 * 1024, '#'))).find("larger"), std::string::npos);
 }
 
+struct Findings
+{
+    std::vector<std::string> names;
+    std::vector<std::string> problems;
+};
+
+qny_result_t check(const std::string& directory, Findings& findings)
+{
+    const auto take = [](const qny_certificate_t* certificate, const char* problem, void* into) {
+        auto* const to = static_cast<Findings*>(into);
+        EXPECT_NE(certificate == nullptr, problem == nullptr);
+        if (certificate) {
+            to->names.emplace_back(certificate->name);
+        } else {
+            to->problems.emplace_back(problem);
+        }
+    };
+    return qny_certificates_check(directory.c_str(), take, &findings);
+}
+
+TEST(Certificates, ADirectoryIsToldAsAProcessTakesItAndNothingIsLogged)
+{
+    const CertificateFolder folder;
+    LogWatch log;
+    ASSERT_EQ(qny_certificate_make(folder.path.c_str(), "valve", nullptr, nullptr), QNY_SUCCESS);
+    ASSERT_EQ(qny_certificate_make(folder.path.c_str(), "pump", nullptr, nullptr), QNY_SUCCESS);
+    folder.write(".hidden.cert", "nonsense");
+    folder.write("pump.cert~", "nonsense");
+    Findings findings;
+    ASSERT_EQ(check(folder.path, findings), QNY_SUCCESS) << qny_last_error();
+    EXPECT_EQ(findings.names, (std::vector<std::string> { "pump", "valve" }));
+    EXPECT_TRUE(findings.problems.empty());
+
+    // One that is none, a private one under another name, and one key in two files.
+    folder.write("broken.cert", "curve\n    public-key = nonsense\n");
+    folder.write("tank.cert", folder.read("valve.cert_secret"));
+    folder.write("pump-too.cert", folder.read("pump.cert"));
+    findings = {};
+    ASSERT_EQ(check(folder.path, findings), QNY_SUCCESS) << qny_last_error();
+    EXPECT_EQ(findings.names.size(), 2U);
+    ASSERT_EQ(findings.problems.size(), 3U);
+    const auto tells = [&findings](const std::string& begin, const std::string& more) {
+        return std::ranges::any_of(findings.problems, [&](const std::string& problem) {
+            return problem.starts_with(begin) && problem.find(more) != std::string::npos;
+        });
+    };
+    EXPECT_TRUE(tells(folder.file("broken.cert:2: "), "lets nobody in."));
+    EXPECT_TRUE(tells(folder.file("tank.cert:"), "there is a secret key in it"));
+    EXPECT_TRUE(tells(folder.file("pump"), "this public key stands in")) << findings.problems.back();
+
+    findings = {};
+    EXPECT_EQ(check(folder.file("missing"), findings), QNY_ERROR_SECURITY);
+    EXPECT_NE(std::string(qny_last_error()).find("cannot be read"), std::string::npos);
+    EXPECT_EQ(qny_certificates_check(folder.path.c_str(), nullptr, nullptr), QNY_ERROR_ARGUMENT);
+    EXPECT_EQ(check("", findings), QNY_ERROR_ARGUMENT);
+    EXPECT_TRUE(findings.names.empty() && findings.problems.empty());
+    EXPECT_EQ(log.all(), "");
+}
+
+TEST(Certificates, WhatAnybodyMayExchangeFromAFolderAboveIsRefused)
+{
+    const CertificateFolder folder;
+    const std::string keys = folder.file("shared/keys");
+    std::filesystem::create_directories(keys);
+    ASSERT_EQ(chmod(keys.c_str(), 0700), 0);
+    ASSERT_EQ(qny_certificate_make(keys.c_str(), "pump", nullptr, nullptr), QNY_SUCCESS);
+    const std::string secret = keys + "/pump.cert_secret";
+    std::filesystem::create_symlink(secret, folder.file("link"));
+    const auto above = [](const std::string& path) {
+        const std::unique_ptr<char, decltype(&qny_free)> open(qny_open_folder_above(path.c_str()), &qny_free);
+        return open ? std::string(open.get()) : std::string();
+    };
+    const std::string shared = folder.file("shared");
+    for (const auto& [mode, open] : { std::pair(0777U, true), std::pair(01777U, false), std::pair(0755U, false) }) {
+        ASSERT_EQ(chmod(shared.c_str(), mode), 0);
+        // The link lies elsewhere: what it leads to counts.
+        for (const std::string& path : { secret, folder.file("link") }) {
+            EXPECT_EQ(above(path), open ? shared : "") << path << " below " << std::oct << mode;
+            EXPECT_EQ(refusal(path),
+                open ? path + ": anybody may write into " + shared
+                        + ", and so put another file in its place; take that away with chmod o-w."
+                     : "");
+        }
+        EXPECT_EQ(refusal(keys + "/pump.cert"), "") << "a public one alone proves nothing";
+        Findings findings;
+        EXPECT_EQ(check(keys, findings), open ? QNY_ERROR_SECURITY : QNY_SUCCESS);
+    }
+    EXPECT_EQ(above("/"), "");
+    EXPECT_EQ(qny_open_folder_above(nullptr), nullptr);
+}
+
 TEST(CertificatesTool, MakesAndShowsThem)
 {
     const CertificateFolder folder;
@@ -358,7 +450,19 @@ TEST(CertificatesTool, MakesAndShowsThem)
     const Outcome all = runTool(folder, { "show", "others" });
     EXPECT_EQ(all.status, 1);
     EXPECT_NE(all.output.find("valve.cert\n"), std::string::npos) << all.output;
+    EXPECT_NE(all.output.find("valve.cert_secret\n"), std::string::npos) << all.output;
     EXPECT_NE(all.error.find("others/broken.cert:2: "), std::string::npos) << all.error;
+    EXPECT_EQ(std::ranges::count(all.error, '\n'), 1) << all.error;
+
+    // A folder above that anybody may write into makes all of it worthless.
+    ASSERT_EQ(chmod(folder.path.c_str(), 0777), 0);
+    const Outcome open = runTool(folder, { "show", folder.file("others") });
+    EXPECT_EQ(open.status, 1);
+    EXPECT_NE(open.error.find("anybody may write into " + folder.path + " above this directory"), std::string::npos)
+        << open.error;
+    EXPECT_NE(open.error.find("valve.cert_secret: anybody may write into " + folder.path), std::string::npos)
+        << open.error;
+    EXPECT_EQ(open.output, "");
 }
 
 TEST(CertificatesTool, SaysInOneLineWhatIsWrong)

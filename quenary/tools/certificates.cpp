@@ -19,7 +19,8 @@ constexpr char help[] = R"(Usage: qnyCertificates make NAME [--output DIRECTORY]
 make    makes keys and writes two files into the directory (default: the present one): NAME.cert, the public
         certificate, to be copied to each machine whose agents are to meet its owner's, and NAME.cert_secret, the
         private one, which only its owner may read. Files that are there are never overwritten.
-show    checks certificates and says what they are; the secret half is never shown. Of a directory, all in it.
+show    checks certificates and says what they are; the secret half is never shown. Of a directory, all that counts
+        where it is given as the public certificates, and what does not; and the private ones in it.
 
 --output DIRECTORY      where make writes
 --metadata NAME=VALUE   what the certificate says besides its name, such as --metadata organization=Plant
@@ -90,13 +91,8 @@ int make(const std::vector<std::string>& arguments)
     return 0;
 }
 
-bool showFile(const std::string& path)
+void print(const qny_certificate_t* certificate)
 {
-    qny_certificate_t* certificate = nullptr;
-    if (qny_certificate_read(path.c_str(), &certificate) != QNY_SUCCESS) {
-        failed();
-        return false;
-    }
     std::printf("%s\n  kind        %s\n  name        %s\n  public key  %s\n", certificate->path,
         certificate->is_private ? "private" : "public", certificate->name, certificate->public_key);
     for (const char* const* each = certificate->metadata; *each; each += 2) {
@@ -104,8 +100,49 @@ bool showFile(const std::string& path)
             std::printf("  %-10s  %s\n", each[0], each[1]);
         }
     }
+}
+
+bool showFile(const std::string& path)
+{
+    qny_certificate_t* certificate = nullptr;
+    if (qny_certificate_read(path.c_str(), &certificate) != QNY_SUCCESS) {
+        failed();
+        return false;
+    }
+    print(certificate);
     qny_free(certificate);
     return true;
+}
+
+// As a process sees it that is given the directory: what counts there, and what does not; and the private ones in it.
+bool showDirectory(const std::string& directory)
+{
+    bool sound = true;
+    const auto tell = [](const qny_certificate_t* certificate, const char* problem, void* isSound) {
+        if (certificate) {
+            print(certificate);
+            return;
+        }
+        std::fprintf(stderr, "qnyCertificates: %s\n", problem);
+        *static_cast<bool*>(isSound) = false;
+    };
+    if (qny_certificates_check(directory.c_str(), tell, &sound) != QNY_SUCCESS) {
+        failed();
+        sound = false;
+    }
+    std::vector<std::string> paths;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
+        const std::string name = entry.path().filename().string();
+        if (!name.starts_with('.') && name.ends_with("_secret")) {
+            paths.push_back(entry.path().string());
+        }
+    }
+    std::ranges::sort(paths);
+    for (const std::string& path : paths) {
+        sound = showFile(path) && sound;
+    }
+    return sound;
 }
 
 int show(const std::vector<std::string>& arguments)
@@ -116,24 +153,8 @@ int show(const std::vector<std::string>& arguments)
     bool sound = true;
     for (const std::string& argument : arguments) {
         std::error_code error;
-        if (!std::filesystem::is_directory(argument, error)) {
-            sound = showFile(argument) && sound;
-            continue;
-        }
-        std::vector<std::string> paths;
-        for (const auto& entry : std::filesystem::directory_iterator(argument, error)) {
-            if (!entry.path().filename().string().starts_with('.')) {
-                paths.push_back(entry.path().string());
-            }
-        }
-        if (error) {
-            std::fprintf(stderr, "qnyCertificates: %s: %s\n", argument.c_str(), error.message().c_str());
-            sound = false;
-        }
-        std::ranges::sort(paths);
-        for (const std::string& path : paths) {
-            sound = showFile(path) && sound;
-        }
+        const bool isDirectory = std::filesystem::is_directory(argument, error);
+        sound = (isDirectory ? showDirectory(argument) : showFile(argument)) && sound;
     }
     return sound ? 0 : statusFailed;
 }

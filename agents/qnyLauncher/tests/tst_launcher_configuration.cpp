@@ -163,6 +163,20 @@ void TestConfiguration::whatAnybodyMayWriteToIsRefused()
     QVERIFY2(problem.contains("anybody may write into " + shared), qPrintable(problem));
     QCOMPARE(chmod(shared.constData(), 01777), 0);
     QCOMPARE(_read("program = " + below.toUtf8(), configuration), QString());
+
+    // Nor where anybody may put another configuration in its place, not even by a link.
+    const QString file = _folder.filePath("shared/below/launcher.conf");
+    const QString link = _folder.filePath("linked.conf");
+    QVERIFY(QFile::copy(_folder.filePath("launcher.conf"), file) && QFile::link(file, link));
+    QCOMPARE(readConfiguration(link, configuration), QString());
+    QCOMPARE(chmod(shared.constData(), 0777), 0);
+    for (const QString& path : { file, link }) {
+        QCOMPARE(readConfiguration(path, configuration),
+            QString(
+                "%1: anybody may write into %2, and so put another file in place of %1: take that permission from it")
+                .arg(path, shared));
+    }
+    QCOMPARE(chmod(shared.constData(), 01777), 0);
 }
 
 void TestConfiguration::aProgramIsNamedByItsCanonicalPath()

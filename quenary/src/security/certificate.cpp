@@ -203,6 +203,10 @@ std::string accessProblem(const std::string& path, mode_t mode, bool holdsSecret
         return path + ": others than its owner may use this private certificate (its mode is " + text
             + "); take that from them with chmod 600, and make new keys if somebody else had the chance to read it";
     }
+    if (const std::string open = holdsSecret ? openFolderAbove(path) : std::string(); !open.empty()) {
+        return path + ": anybody may write into " + open
+            + ", and so put another file in its place; take that away with chmod o-w";
+    }
     if ((mode & S_IWOTH) != 0) {
         return path + ": anybody may write into it (its mode is " + text + "); take that away with chmod o-w";
     }
@@ -271,11 +275,6 @@ std::string openFolderAbove(const std::string& path)
 std::string readCertificate(const std::string& path, CertificateKind kind, Certificate& into)
 {
     into.path = path;
-    if (const std::string open = kind == CertificateKind::Private ? openFolderAbove(path) : std::string();
-        !open.empty()) {
-        return path + ": anybody may write into " + open
-            + ", and so put another file in its place; take that away with chmod o-w";
-    }
     File file;
     if (std::string problem = readFile(path, file); !problem.empty()) {
         return problem;

@@ -48,7 +48,7 @@ using CertificatePtr = std::shared_ptr<const Certificate>;
 enum class CertificateKind
 {
     Public, // must hold no secret
-    Private, // must hold the secret, and nobody but its owner may read it
+    Private, // must hold the secret; nobody but its owner may read it, and not anybody exchange it
     Any // the same, where it holds a secret
 };
 

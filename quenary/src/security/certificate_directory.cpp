@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "security/certificate_directory.h"
 
-#include "report.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -87,8 +85,9 @@ std::string described(const Certificate& certificate)
 
 } // namespace
 
-CertificateDirectory::CertificateDirectory(std::string path)
+CertificateDirectory::CertificateDirectory(std::string path, Warn warn)
     : m_path(std::move(path))
+    , m_warn(std::move(warn))
 {
 }
 
@@ -120,6 +119,8 @@ std::string CertificateDirectory::open()
 
 void CertificateDirectory::watch(std::function<void()> changed)
 {
+    logInfo("security: " + std::to_string(certificates()->byKey.size()) + " public certificates in " + m_path
+        + " are let in");
     m_changed = std::move(changed);
     m_thread = std::thread([this] { loop(); });
 }
@@ -148,7 +149,7 @@ void CertificateDirectory::sayOnce(std::string& said, const std::string& text) c
     if (said != text) {
         said = text;
         if (!text.empty()) {
-            logWarning(text);
+            m_warn(text);
         }
     }
 }
@@ -269,9 +270,7 @@ void CertificateDirectory::publish(bool first)
     }
     sayOnce(m_saidOfDuplicates, duplicates);
 
-    if (first) {
-        logInfo("security: " + std::to_string(set->byKey.size()) + " public certificates in " + m_path + " are let in");
-    } else {
+    if (!first) {
         for (const auto& [key, certificate] : set->byKey) {
             if (!before->find(key)) {
                 logInfo("security: the certificate " + described(*certificate) + " is let in from now on");

@@ -2,6 +2,7 @@
 // The directory of public certificates: who is let in, now.
 #pragma once
 
+#include "report.h"
 #include "security/certificate.h"
 #include "text.h"
 
@@ -33,7 +34,7 @@ public:
 using CertificateSetPtr = std::shared_ptr<const CertificateSet>;
 
 // Every file counts but hidden ones, copies of editors (their names end in ~) and private certificates (_secret). A
-// file that is refused is logged once, with file and line, and lets nobody in; the others are not concerned. Of two
+// file that is refused is told once, with file and line, and lets nobody in; the others are not concerned. Of two
 // files with one key, the one that was there first counts.
 class CertificateDirectory
 {
@@ -42,7 +43,9 @@ public:
     // second time before it counts as taken away: it may just be written.
     static constexpr int pollMilliseconds = 200;
 
-    explicit CertificateDirectory(std::string path);
+    // The function is told what does not count, and why: each once, until something else is wrong there.
+    using Warn = std::function<void(const std::string&)>;
+    explicit CertificateDirectory(std::string path, Warn warn = logWarning);
     ~CertificateDirectory();
     CertificateDirectory(const CertificateDirectory&) = delete;
     CertificateDirectory& operator=(const CertificateDirectory&) = delete;
@@ -84,6 +87,7 @@ private:
     void sayOnce(std::string& said, const std::string& text) const;
 
     const std::string m_path;
+    const Warn m_warn;
     std::map<std::string, Entry> m_entries; // by file name; of the watching thread, once there is one
     std::string m_saidOfDirectory;
     std::string m_saidOfDuplicates;

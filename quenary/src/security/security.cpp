@@ -47,6 +47,11 @@ void setKey(zmq::socket_t& socket, int option, const std::array<uint8_t, keyByte
     }
 }
 
+qny_result_t refuse(const std::string& why)
+{
+    return fail(QNY_ERROR_SECURITY, "The network cannot be secured, and nothing was started. " + why + ".");
+}
+
 } // namespace
 
 Security::Security(CertificatePtr own, std::string directory)
@@ -58,9 +63,6 @@ Security::Security(CertificatePtr own, std::string directory)
 qny_result_t Security::open(
     const std::string& privateCertificate, const std::string& publicCertificates, std::unique_ptr<Security>& into)
 {
-    const auto refuse = [](const std::string& why) {
-        return fail(QNY_ERROR_SECURITY, "The network cannot be secured, and nothing was started. " + why + ".");
-    };
     if (privateCertificate.empty() || publicCertificates.empty()) {
         return refuse(privateCertificate.empty()
                 ? "The directory of public certificates is given, and the private certificate is not"
@@ -96,6 +98,17 @@ Security::Change Security::refresh()
     return std::ranges::all_of(before->byKey, [this](const auto& each) { return find(each.first) != nullptr; })
         ? Change::Added
         : Change::Removed;
+}
+
+qny_result_t Security::guard(zmq::context_t& context, zmq::socket_t& inbox)
+{
+    try {
+        takeOffice(context);
+        secureServer(inbox);
+    } catch (const zmq::error_t& error) {
+        return refuse(std::string("A socket of ZeroMQ cannot be secured: ") + error.what());
+    }
+    return QNY_SUCCESS;
 }
 
 void Security::takeOffice(zmq::context_t& context)

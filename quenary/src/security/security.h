@@ -22,9 +22,9 @@ public:
     static qny_result_t open(
         const std::string& privateCertificate, const std::string& publicCertificates, std::unique_ptr<Security>& into);
 
-    // Takes the place that ZeroMQ asks who may come in. Before the first bind in that context: a socket that is bound
-    // earlier would let everybody in.
-    void takeOffice(zmq::context_t& context);
+    // Takes the place that ZeroMQ asks who may come in, and secures the socket to which peers come. Before the first
+    // bind in that context: a socket that is bound earlier would let everybody in.
+    qny_result_t guard(zmq::context_t& context, zmq::socket_t& inbox);
     zmq::socket_t& office() { return m_office; }
     struct Answered
     {
@@ -34,8 +34,7 @@ public:
     // Answers those who wait at the door.
     Answered answer();
 
-    // Before the socket is bound or connected.
-    void secureServer(zmq::socket_t& socket) const;
+    // Before the socket is connected.
     void secureClient(zmq::socket_t& socket, const Certificate& server) const;
 
     const CertificatePtr& own() const { return m_own; }
@@ -66,6 +65,8 @@ public:
 
 private:
     static Uuid bound(Uuid uuid, const Certificate& certificate);
+    void takeOffice(zmq::context_t& context);
+    void secureServer(zmq::socket_t& socket) const;
     Security(CertificatePtr own, std::string directory);
 
     const CertificatePtr m_own;

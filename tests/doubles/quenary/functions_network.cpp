@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "state.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
 #include <cstdlib>
@@ -121,11 +122,27 @@ qny_result_t qny_certificate_read(const char* path, qny_certificate_t** certific
     }
     // One piece of memory, as the library hands it out.
     const QByteArray name = file.completeBaseName().toUtf8();
-    auto* const memory = static_cast<char*>(std::malloc(sizeof(qny_certificate_t) + static_cast<size_t>(name.size()) + 1));
+    auto* const memory
+        = static_cast<char*>(std::malloc(sizeof(qny_certificate_t) + static_cast<size_t>(name.size()) + 1));
     char* const text = memory + sizeof(qny_certificate_t);
     std::memcpy(text, name.constData(), static_cast<size_t>(name.size()) + 1);
     *certificate = new (memory) qny_certificate_t { text, text, "", isPrivate, nullptr };
     return QNY_SUCCESS;
+}
+
+qny_result_t qny_certificates_check(const char* directory, qny_certificate_finding_fn function, void* user_data)
+{
+    const QDir folder(QString::fromUtf8(directory));
+    for (const QString& file : folder.entryList(QDir::Files, QDir::Name)) {
+        if (file.endsWith(QLatin1String("_secret"))) {
+            continue;
+        }
+        qny_certificate_t* certificate = nullptr;
+        qny_certificate_read(folder.filePath(file).toUtf8().constData(), &certificate);
+        function(certificate, nullptr, user_data);
+        qny_free(certificate);
+    }
+    return folder.exists() ? QNY_SUCCESS : fail(QNY_ERROR_SECURITY);
 }
 
 // ---- values -----------------------------------------------------------------------------------------------------
