@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "hostapplication.h"
 #include "objecthandle.h"
+#include "observerprocess.h"
 #include "processes.h"
 
 #include <corvaneutils.h>
 #include <encounteredagentinfo.h>
 #include <encounteredagentsonhost.h>
 #include <host.h>
+#include <networkagents.h>
 #include <reservedagentandtoolfamilies.h>
 #include <runningagentinfo.h>
 #include <systemdocument.h>
@@ -25,16 +27,34 @@
 #include <csignal>
 
 using tour::ObjectHandle;
+using tour::ObserverProcess;
 
 namespace {
 
 constexpr int LONG_ENOUGH_MS = 20'000;
 const QString MACHINE = QStringLiteral("machine two");
+constexpr const char* SECURITY[] = { "QNY_PRIVATE_CERTIFICATE", "QNY_PUBLIC_CERTIFICATES" };
+
+/// What an agent of the host's network publishes, and what a recorder does.
+const QStringList WATCHED { QStringLiteral("Pump A/vibration/double"),
+    QStringLiteral("Recorder/record_progress/double") };
+
+/// What the named agent's process proved to be.
+QString certificateOf(const RunningAgentInfo* agent)
+{
+    for (const NetworkAgent& each : NetworkAgents::instance()->agents()) {
+        if (each.uuid == agent->agentUuid()) {
+            return each.certificateName;
+        }
+    }
+    return {};
+}
 
 } // namespace
 
-// The host with its module, and a launcher that shows another machine's name: a recorder is added there, connected,
-// used and lost.
+// A secured host with its module, and a launcher with a certificate of its own that shows another machine's name: a
+// recorder is added there, connected, used and lost. On the same device and port an agent without a certificate
+// listens, which must see nothing of it, beside one with the host's, which sees that there is something to see.
 class TestLauncherInHost : public QObject
 {
     Q_OBJECT
@@ -49,9 +69,18 @@ private Q_SLOTS:
     void aLineThatFailsIsToldWithItsLastWords();
     void aProgramThatIsNotListedIsRefusedAndTold();
     void withoutALauncherThePersonIsToldWhatToDo();
+    void aRecorderOfThisMachineHasTheHostsSecurity();
+    void whoHasNoCertificateSawNothing();
 
 private:
     void _startLauncher();
+    void _recordSomething(const ObjectHandle& instance);
+    qsizetype _rowsOf(const ObserverProcess& observer) const
+    {
+        QList<tour::Observation> rows;
+        QString error;
+        return observer.read(&rows, &error) ? rows.size() : -1;
+    }
     bool _isTold(const QString& pattern) const
     {
         return !_host.notices()
@@ -71,6 +100,8 @@ private:
     QTemporaryDir _folder;
     HostApplication _host;
     QProcess _launcher;
+    ObserverProcess _insider;
+    ObserverProcess _outsider;
     SystemViewClassInstance* _recorder = nullptr;
     ObjectHandle _instance; // the module's, of that recorder
 };
@@ -80,8 +111,17 @@ void TestLauncherInHost::initTestCase()
     QVERIFY(_folder.isValid());
     qputenv("XDG_DATA_HOME", _folder.filePath("data").toLocal8Bit());
     qputenv("XDG_CONFIG_HOME", _folder.filePath("config").toLocal8Bit());
-    qunsetenv("QNY_PORT");
+    for (const char* name : { "QNY_PORT", SECURITY[0], SECURITY[1] }) {
+        qunsetenv(name);
+    }
+    QVERIFY(QDir(_folder.path()).mkdir("keys"));
+    for (const char* name : { "host", "machine" }) {
+        QCOMPARE(
+            qny_certificate_make(_folder.filePath("keys").toUtf8().constData(), name, nullptr, nullptr), QNY_SUCCESS);
+    }
     HostOptions options;
+    options.privateCertificate = _folder.filePath("keys/host.cert_secret");
+    options.publicCertificates = _folder.filePath("keys");
     options.device = "lo";
     options.port = randomPort();
     options.withWindow = false;
@@ -89,7 +129,23 @@ void TestLauncherInHost::initTestCase()
     options.pluginsDirectory = QStringLiteral(RR_PLUGINS_DIRECTORY);
     QString error;
     QVERIFY2(_host.start(options, &error), qPrintable(error));
+    QVERIFY(qny_is_secured());
     _host.newDocument();
+
+    // Agents with what the host hands on to them, and one on the same network without the certificates
+    QVERIFY2(
+        _insider.start(QStringLiteral(RR_OBSERVER), _folder.filePath("insider"), WATCHED, &error), qPrintable(error));
+    QByteArray handedOn[std::size(SECURITY)];
+    for (size_t i = 0; i < std::size(SECURITY); ++i) {
+        handedOn[i] = qgetenv(SECURITY[i]);
+        QVERIFY(!handedOn[i].isEmpty());
+        qunsetenv(SECURITY[i]);
+    }
+    const bool isStarted = _outsider.start(QStringLiteral(RR_OBSERVER), _folder.filePath("outsider"), WATCHED, &error);
+    for (size_t i = 0; i < std::size(SECURITY); ++i) {
+        qputenv(SECURITY[i], handedOn[i]);
+    }
+    QVERIFY2(isStarted, qPrintable(error));
 
     QFile configuration(_folder.filePath("launcher.conf"));
     QVERIFY(configuration.open(QIODevice::WriteOnly));
@@ -105,7 +161,8 @@ void TestLauncherInHost::_startLauncher()
     _launcher.setProcessChannelMode(QProcess::ForwardedChannels);
     _launcher.start(QStringLiteral(RR_LAUNCHER),
         { "--configuration", _folder.filePath("launcher.conf"), "--state-directory", _folder.filePath("state"),
-            "--host-name", MACHINE, "--end-agents" });
+            "--host-name", MACHINE, "--end-agents", "--qnyCert", _folder.filePath("keys/machine.cert_secret"),
+            "--publicCerts", _folder.filePath("keys") });
     QVERIFY2(_launcher.waitForStarted(), qPrintable(_launcher.errorString()));
     QTRY_VERIFY_WITH_TIMEOUT(_machine()->hasLauncher(), LONG_ENOUGH_MS);
 }
@@ -139,18 +196,44 @@ void TestLauncherInHost::aRecorderIsAddedAndConnectedOnTheOtherMachine()
     const RunningAgentInfo* const agent = _recorder->runningAgentInfos().at(0);
     QCOMPARE(agent->host()->networkName(), MACHINE);
     QVERIFY(!agent->isAttachedToCorvane());
+    QCOMPARE(certificateOf(agent), "machine");
     QCOMPARE(_recorder->encounteredAgentsOnHosts().size(), 1);
     QCOMPARE(_recorder->encounteredAgentsOnHosts().at(0)->encounteredAgentInfos().size(), 1);
     QVERIFY2(_host.notices().isEmpty(), qPrintable(_host.notices().join('\n')));
 }
 
+void TestLauncherInHost::_recordSomething(const ObjectHandle& instance)
+{
+    // Given a pump that runs as the host's agents do
+    QProcess pump;
+    pump.start(QStringLiteral(RR_SAMPLE_PUMP), { "--name", "Pump A" });
+    QVERIFY2(pump.waitForStarted(), qPrintable(pump.errorString()));
+    QTRY_COMPARE_WITH_TIMEOUT(_insider.liveMappings(), WATCHED.size(), LONG_ENOUGH_MS);
+    const qsizetype before = _rowsOf(_insider);
+    QCOMPARE(instance.call("startRecording"), "");
+    QTRY_VERIFY_WITH_TIMEOUT(instance.isTrue("isRecording"), LONG_ENOUGH_MS);
+    QTRY_VERIFY_WITH_TIMEOUT(_rowsOf(_insider) > before, LONG_ENOUGH_MS);
+    QCOMPARE(instance.call("stopRecording"), "");
+    QTRY_VERIFY_WITH_TIMEOUT(!instance.isTrue("isRecording"), LONG_ENOUGH_MS);
+    pump.terminate();
+    QVERIFY(pump.waitForFinished());
+    // Then it is among the agents of the record
+    QTRY_COMPARE_WITH_TIMEOUT(instance.items("records").size(), 1, LONG_ENOUGH_MS);
+    const ObjectHandle record = instance.items("records").first();
+    QCOMPARE(instance.call("loadRecord", { argument(record) }), "");
+    QTRY_VERIFY_WITH_TIMEOUT(record.isTrue("isLoaded"), LONG_ENOUGH_MS);
+    QStringList recorded;
+    for (const ObjectHandle& agent : record.items("agentsFilters")) {
+        recorded.append(agent.text("name"));
+    }
+    QVERIFY2(recorded.contains("Pump A"), qPrintable(recorded.join(", ")));
+    QCOMPARE(instance.call("unloadRecord", { argument(record) }), "");
+    QTRY_VERIFY_WITH_TIMEOUT(!record.isTrue("isLoaded"), LONG_ENOUGH_MS);
+}
+
 void TestLauncherInHost::itRecordsAndIsDisconnectedLikeAnyOther()
 {
-    QCOMPARE(_instance.call("startRecording"), "");
-    QTRY_VERIFY_WITH_TIMEOUT(_instance.isTrue("isRecording"), LONG_ENOUGH_MS);
-    QCOMPARE(_instance.call("stopRecording"), "");
-    QTRY_VERIFY_WITH_TIMEOUT(!_instance.isTrue("isRecording"), LONG_ENOUGH_MS);
-    QTRY_COMPARE_WITH_TIMEOUT(_instance.items("records").size(), 1, LONG_ENOUGH_MS);
+    _recordSomething(_instance);
     QCOMPARE(_instance.call("disconnectAgent"), "");
     QTRY_VERIFY_WITH_TIMEOUT(!_instance.isTrue("isOn"), LONG_ENOUGH_MS);
     QTRY_VERIFY(QDir(_folder.filePath("state/launches")).isEmpty());
@@ -216,6 +299,33 @@ void TestLauncherInHost::withoutALauncherThePersonIsToldWhatToDo()
     QTRY_VERIFY_WITH_TIMEOUT(!_machine()->hasLauncher(), LONG_ENOUGH_MS);
     QVERIFY(!SystemViewManager::instance()->startAgent(_line()));
     QVERIFY(_isTold("Nothing starts agents on machine two: start qnyLauncher on that machine, on this network\\."));
+}
+
+void TestLauncherInHost::aRecorderOfThisMachineHasTheHostsSecurity()
+{
+    const ObjectHandle module(_host.module("recordAndReplay"));
+    QCOMPARE(module.call("deleteRecorder", { argument(_instance) }), "");
+    QTRY_VERIFY(module.items("recorders").isEmpty());
+    qputenv("XDG_DATA_HOME", _folder.filePath("data of this machine").toLocal8Bit());
+    QCOMPARE(module.call("createRecorder"), "");
+    const ObjectHandle instance = module.items("recorders").first().items("instances").first();
+    QCOMPARE(instance.call("connectAgent"), "");
+    QTRY_VERIFY_WITH_TIMEOUT(instance.isTrue("isOn"), LONG_ENOUGH_MS);
+    const auto* const agent = qobject_cast<RunningAgentInfo*>(instance.child("runningAgentInfo").object());
+    QVERIFY(agent);
+    QVERIFY(agent->isAttachedToCorvane());
+    QCOMPARE(certificateOf(agent), "host");
+    _recordSomething(instance);
+    QCOMPARE(instance.call("disconnectAgent"), "");
+    QTRY_VERIFY_WITH_TIMEOUT(!instance.isTrue("isOn"), LONG_ENOUGH_MS);
+}
+
+void TestLauncherInHost::whoHasNoCertificateSawNothing()
+{
+    QVERIFY(_insider.isRunning() && _outsider.isRunning());
+    QVERIFY(_rowsOf(_insider) > 0);
+    QCOMPARE(_outsider.liveMappings(), 0);
+    QCOMPARE(_rowsOf(_outsider), 0);
 }
 
 int main(int argc, char** argv)
