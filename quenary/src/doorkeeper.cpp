@@ -25,6 +25,7 @@ namespace {
 constexpr rlim_t wantedDescriptors = 4096;
 constexpr int eventsAtOnce = 4096;
 constexpr int mostRefused = 1000;
+constexpr size_t mostKept = 4096;
 constexpr int64_t lookMilliseconds = 100;
 constexpr int64_t warningMilliseconds = 10'000;
 constexpr int64_t longestShutMilliseconds = 1000;
@@ -212,15 +213,25 @@ void Doorkeeper::endStrangers(const IsPeers& isPeers, size_t most)
     }
 }
 
-bool Doorkeeper::speaksFor(int fd, std::string_view routingId, const Uuid& peer)
+int Doorkeeper::descriptorOf(const zmq::message_t& message)
 {
-    const auto it = m_visitors.find(fd);
+    return zmq_msg_get(const_cast<zmq_msg_t*>(message.handle()), ZMQ_SRCFD);
+}
+
+const void* Doorkeeper::connectionOf(const zmq::message_t& message)
+{
+    return zmq_msg_gets(const_cast<zmq_msg_t*>(message.handle()), "Peer-Address");
+}
+
+bool Doorkeeper::speaksFor(const zmq::message_t& message, const Uuid& peer)
+{
+    const auto it = m_visitors.find(descriptorOf(message));
     if (it == m_visitors.end()) {
         return true; // it came and went, and left a message behind
     }
     Visitor& visitor = it->second;
-    if (!visitor.peer || visitor.routingId != routingId) {
-        visitor.routingId = routingId;
+    if (const void* const connection = connectionOf(message); !visitor.peer || visitor.connection != connection) {
+        visitor.connection = connection;
         visitor.peer = peer;
     }
     return *visitor.peer == peer;
@@ -256,26 +267,33 @@ void Doorkeeper::endEndless(const IsPeers& isPeers, int64_t now)
     m_isAllHeard = false;
 }
 
-void Doorkeeper::refuse(int fd, std::string_view routingId, size_t bytes)
+void Doorkeeper::refuse(const zmq::message_t& message)
 {
+    const int fd = descriptorOf(message);
+    const void* const connection = connectionOf(message);
     const auto it = m_visitors.find(fd);
     if (it == m_visitors.end() || it->second.isEnded) {
         return;
     }
     Visitor& visitor = it->second;
-    if (visitor.peer && visitor.routingId != routingId) {
+    if (visitor.peer && visitor.connection != connection) {
         return; // it speaks for somebody: another, who is gone, has left this behind
     }
-    if (visitor.refusedId != routingId) {
-        visitor.refusedId = routingId;
+    if (visitor.refusedConnection != connection) {
+        visitor.refusedConnection = connection;
         visitor.refused = 0;
         visitor.refusedBytes = 0;
     }
-    visitor.refusedBytes += bytes;
-    if (++visitor.refused > mostRefused
-        && m_refused.emplace(routingId).second
-        // Else somebody who is gone has left it behind, and the descriptor is another's.
-        && bytesReceived(fd) >= visitor.refusedBytes) {
+    visitor.refusedBytes += message.size();
+    if (++visitor.refused <= mostRefused || m_refused.contains(connection)) {
+        return;
+    }
+    // Of long ones it leaves few behind.
+    if (message.size() <= mostKept) {
+        zmq_msg_copy(m_refused[connection].handle(), const_cast<zmq_msg_t*>(message.handle()));
+    }
+    // Else somebody who is gone has left it behind, and the descriptor is another's.
+    if (bytesReceived(fd) >= visitor.refusedBytes) {
         visitor.isEnded = end(fd, visitor);
     }
 }

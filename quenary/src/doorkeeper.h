@@ -12,7 +12,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -62,17 +61,16 @@ public:
     // Ends those that are no peer's but `most`.
     void endStrangers(const IsPeers& isPeers, size_t most);
     bool isCrowded() const { return m_visitors.size() > maxStrangers; }
-    // A connection speaks for one peer, the first that it names: who names more only wants to keep us busy. The routing
-    // id is the inbox's own name of the connection: messages of one that is gone may still come when its descriptor is
-    // another's.
-    bool speaksFor(int fd, std::string_view routingId, const Uuid& peer);
+    // A connection speaks for one peer, the first that it names: who names more only wants to keep us busy.
+    // Messages of one that is gone may still come when its descriptor is another's.
+    bool speaksFor(const zmq::message_t& message, const Uuid& peer);
     // Each message has more on its way, of encryption.
     void setSecured() { m_around = 33; }
-    // A whole message of it was read, of so many bytes.
-    void heard(int fd, size_t bytes)
+    // A whole message was read.
+    void heard(const zmq::message_t& message)
     {
-        if (fd >= 0) {
-            const size_t frame = bytes + m_around;
+        if (const int fd = descriptorOf(message); fd >= 0) {
+            const size_t frame = message.size() + m_around;
             m_heard.resize(std::max(m_heard.size(), static_cast<size_t>(fd) + 1));
             m_heard[static_cast<size_t>(fd)] += frame + (frame > 255 ? 9 : 2);
         }
@@ -88,10 +86,10 @@ public:
     // ZeroMQ keeps them all until the last. And those that send more than can be read: ZeroMQ keeps that, too. To be
     // called when what was whole has been read, or every connection's turn has come.
     void endEndless(const IsPeers& isPeers, int64_t now);
-    // Something that it sent was refused, of so many bytes. Who goes on and on with that is ended.
-    void refuse(int fd, std::string_view routingId, size_t bytes);
+    // Something that somebody sent was refused. Who goes on and on with that is ended.
+    void refuse(const zmq::message_t& message);
     // What such a one has left behind need not be looked at.
-    bool isRefused(std::string_view routingId) const { return m_refused.contains(routingId); }
+    bool isRefused(const zmq::message_t& message) const { return m_refused.contains(connectionOf(message)); }
 
 private:
     struct Visitor
@@ -99,15 +97,19 @@ private:
         std::string address;
         uint16_t port = 0;
         uint64_t number = 0; // in the order in which they came
-        std::string routingId {}; // of the connection on which that was said
+        const void* connection = nullptr; // on which that was said
         std::optional<Uuid> peer {};
-        std::string refusedId {}; // of the connection of which something was refused last
+        const void* refusedConnection = nullptr; // of which something was refused last
         int refused = 0; // messages of that
         uint64_t refusedBytes = 0;
         uint64_t bytes = 0; // that had come when a message of it was read last, or soon after
         uint64_t read = 0; // of those that came, in messages that were read
         bool isEnded = false; // by us; it is told when it is gone
     };
+    static int descriptorOf(const zmq::message_t& message);
+    // The same for all messages of a connection, and no other's as long as one of them is kept; null when it was gone
+    // before it was taken in.
+    static const void* connectionOf(const zmq::message_t& message);
     void open();
     void enter(int fd);
     bool end(int fd, const Visitor& visitor) const;
@@ -123,7 +125,7 @@ private:
     size_t m_around = 0;
     std::vector<uint64_t> m_heard; // bytes by descriptor, since the last look
     bool m_isAllHeard = false; // since then, at some moment
-    std::set<std::string, std::less<>> m_refused; // routing ids
+    std::map<const void*, zmq::message_t> m_refused; // by connection, with a message of it
     int64_t m_nextLook = 0;
 };
 

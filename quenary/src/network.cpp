@@ -47,7 +47,9 @@ std::string takenText(const std::pair<uint16_t, uint16_t>& ports, const std::str
 
 Network::Network(Core& core)
     : m_core(core)
-    , m_inbox(m_context, zmq::socket_type::router)
+    // A ROUTER would keep what others name themselves, copy it with every message however long it is, and end the
+    // process when somebody has named himself as it names the next who does not (libzmq 4.3.5).
+    , m_inbox(m_context, zmq::socket_type::dealer)
 {
 }
 

@@ -64,8 +64,7 @@ private:
     void takeWake();
     // False when there is more than is read at once.
     bool receive();
-    // The routing id is the inbox's own name of the connection by which it came.
-    void receiveMessage(const std::shared_ptr<zmq::message_t>& message, std::string_view routingId);
+    void receiveMessage(const std::shared_ptr<zmq::message_t>& message);
     void receiveBeacons();
     void receiveBeacon(const wire::Beacon& beacon, const std::string& from);
     void sendBeacon(int64_t now);
@@ -103,7 +102,6 @@ private:
     void endStrangers(size_t most);
     void endEndless();
     bool isPeers(int fd, uint16_t port) const;
-    bool speaksForItself(const zmq::message_t& message, std::string_view routingId, const wire::Header& header);
     // One that carries messages of the peer's own, which nobody else can make up.
     static void noteConnection(Link& link, const zmq::message_t& message);
     void tellOfOtherMechanism(const std::string& whom);

@@ -45,41 +45,35 @@ std::string peerAddress(const zmq::message_t& message)
 bool Network::receive()
 {
     for (int i = 0; i < messagesAtOnce; ++i) {
-        zmq::message_t routing;
-        if (!m_inbox.recv(routing, zmq::recv_flags::dontwait)) {
+        auto body = std::make_shared<zmq::message_t>();
+        if (!m_inbox.recv(*body, zmq::recv_flags::dontwait)) {
             m_door->heardAll();
             m_talk = 0;
             endEndless();
             return true;
         }
-        // One part after the connection's id. More is no message of ours.
-        auto body = std::make_shared<zmq::message_t>();
-        bool sound = routing.more();
-        if (sound) {
-            (void)m_inbox.recv(*body, zmq::recv_flags::dontwait);
-            sound = !body->more();
-            zmq::message_t rest;
-            for (bool more = body->more(); more; more = rest.more()) {
-                (void)m_inbox.recv(rest, zmq::recv_flags::dontwait);
-            }
+        // One part. More is no message of ours.
+        const bool sound = !body->more();
+        zmq::message_t rest;
+        for (bool more = !sound; more; more = rest.more()) {
+            (void)m_inbox.recv(rest, zmq::recv_flags::dontwait);
         }
-        const int fd = zmq_msg_get(body->handle(), ZMQ_SRCFD);
-        m_door->heard(fd, body->size());
+        m_door->heard(*body);
         if (++m_talk > mostTalk) {
             m_talk = 0;
             m_door->shut(steadyMilliseconds());
             endStrangers(0);
         }
-        if (m_door->isRefused(routing.to_string_view())) {
+        if (m_door->isRefused(*body)) {
             continue;
         }
         if (!sound) {
-            m_door->refuse(fd, routing.to_string_view(), body->size());
+            m_door->refuse(*body);
             const std::lock_guard lock(m_core.mutex);
             m_core.refuse("a message of several parts from " + peerAddress(*body));
             continue;
         }
-        receiveMessage(body, routing.to_string_view());
+        receiveMessage(body);
     }
     // There is more, of each connection in turn: after some rounds each that had a message was heard.
     if (++m_fullRounds >= roundsOfAll) {
@@ -95,12 +89,12 @@ void Network::endEndless()
     m_door->endEndless([this](int fd, uint16_t port) { return isPeers(fd, port); }, steadyMilliseconds());
 }
 
-void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std::string_view routingId)
+void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
 {
     const std::string_view body(static_cast<const char*>(message->data()), message->size());
     wire::Header header;
     const auto refuse = [&](const std::string& what) {
-        m_door->refuse(zmq_msg_get(message->handle(), ZMQ_SRCFD), routingId, message->size());
+        m_door->refuse(*message);
         const std::lock_guard lock(m_core.mutex);
         m_core.refuse(what + " from " + peerAddress(*message));
     };
@@ -125,14 +119,14 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, std
     Link* link = it == m_links.end() ? nullptr : it->second.get();
     const std::string_view payload = body.substr(wire::headerBytes);
     if (header.type == wire::MessageType::Hello) {
-        if (speaksForItself(*message, routingId, header)) {
+        if (m_door->speaksFor(*message, header.sender)) {
             receiveHello(header, payload, from);
         }
         return;
     }
     if (!link) {
         // Somebody who knows us and whom we do not know (any more): we make ourselves known.
-        if (header.type != wire::MessageType::Goodbye && speaksForItself(*message, routingId, header)) {
+        if (header.type != wire::MessageType::Goodbye && m_door->speaksFor(*message, header.sender)) {
             hint(from, Hint::Connection);
         }
         return;

@@ -119,11 +119,6 @@ void Network::noteConnection(Link& link, const zmq::message_t& message)
     }
 }
 
-bool Network::speaksForItself(const zmq::message_t& message, std::string_view routingId, const wire::Header& header)
-{
-    return m_door->speaksFor(zmq_msg_get(message.handle(), ZMQ_SRCFD), routingId, header.sender);
-}
-
 void Network::receiveBeacon(const wire::Beacon& beacon, const std::string& from)
 {
     if (beacon.mark.has_value() != (m_security != nullptr)) {

@@ -13,17 +13,11 @@ using namespace qny;
 
 namespace {
 
-struct Message
-{
-    std::string routingId;
-    int fd = -1;
-};
-
 class DoorkeeperTest : public testing::Test
 {
 protected:
     DoorkeeperTest()
-        : inbox(context, zmq::socket_type::router)
+        : inbox(context, zmq::socket_type::dealer)
         , door(context, inbox)
     {
         inbox.bind("tcp://127.0.0.1:*");
@@ -38,15 +32,10 @@ protected:
         socket->send(zmq::str_buffer("hello"), zmq::send_flags::none);
         return socket;
     }
-    Message next()
+    zmq::message_t next()
     {
-        Message message;
-        zmq::message_t routing;
-        zmq::message_t body;
-        EXPECT_TRUE(inbox.recv(routing, zmq::recv_flags::none));
-        EXPECT_TRUE(inbox.recv(body, zmq::recv_flags::none));
-        message.routingId = routing.to_string();
-        message.fd = zmq_msg_get(body.handle(), ZMQ_SRCFD);
+        zmq::message_t message;
+        EXPECT_TRUE(inbox.recv(message, zmq::recv_flags::none));
         return message;
     }
 
@@ -69,11 +58,11 @@ constexpr Uuid other { 2 };
 TEST_F(DoorkeeperTest, AConnectionSpeaksForOnePeer)
 {
     const auto socket = visitor();
-    const Message said = next();
+    const zmq::message_t said = next();
     door.attend();
-    EXPECT_TRUE(door.speaksFor(said.fd, said.routingId, one));
-    EXPECT_TRUE(door.speaksFor(said.fd, said.routingId, one));
-    EXPECT_FALSE(door.speaksFor(said.fd, said.routingId, other));
+    EXPECT_TRUE(door.speaksFor(said, one));
+    EXPECT_TRUE(door.speaksFor(said, one));
+    EXPECT_FALSE(door.speaksFor(said, other));
 }
 
 TEST_F(DoorkeeperTest, WhatAnEndedConnectionLeftBehindDoesNotSpeakForTheNextOneOfItsDescriptor)
@@ -90,12 +79,15 @@ TEST_F(DoorkeeperTest, WhatAnEndedConnectionLeftBehindDoesNotSpeakForTheNextOneO
         std::this_thread::yield();
     }
     const auto socket = visitor();
-    const Message left = next();
-    const Message said = next();
+    const zmq::message_t left = next();
+    const zmq::message_t said = next();
     door.attend();
-    ASSERT_EQ(left.fd, said.fd);
-    EXPECT_TRUE(door.speaksFor(left.fd, left.routingId, one));
-    EXPECT_TRUE(door.speaksFor(said.fd, said.routingId, other)) << "it is another connection";
-    EXPECT_TRUE(door.speaksFor(said.fd, said.routingId, other));
-    EXPECT_FALSE(door.speaksFor(said.fd, said.routingId, one));
+    const auto descriptor = [](const zmq::message_t& message) {
+        return zmq_msg_get(const_cast<zmq_msg_t*>(message.handle()), ZMQ_SRCFD);
+    };
+    ASSERT_EQ(descriptor(left), descriptor(said));
+    EXPECT_TRUE(door.speaksFor(left, one));
+    EXPECT_TRUE(door.speaksFor(said, other)) << "it is another connection";
+    EXPECT_TRUE(door.speaksFor(said, other));
+    EXPECT_FALSE(door.speaksFor(said, one));
 }

@@ -68,11 +68,16 @@ bool awaitBytes(int fd, std::string_view bytes)
 
 // By hand what ZeroMQ does first: its greeting, with no security, and what kind of socket this is. Nothing may follow
 // before the other side has done the same.
-bool beginTransport(int fd, const std::string& socketType)
+bool beginTransport(int fd, const std::string& socketType, const std::string& identity = {})
 {
-    const std::string ready = "\5READY" + std::string("\x0bSocket-Type\0\0\0\6", 16) + socketType;
-    const std::string said = std::string("\xff\0\0\0\0\0\0\0\1\x7f\3\0", 12) + "NULL" + std::string(48, '\0') + '\4'
-        + static_cast<char>(ready.size()) + ready;
+    const auto length = [](size_t size) {
+        const auto number = htonl(static_cast<uint32_t>(size));
+        return std::string(reinterpret_cast<const char*>(&number), sizeof number);
+    };
+    const std::string ready = "\5READY" + std::string("\x0bSocket-Type\0\0\0\6", 16) + socketType + "\x08Identity"
+        + length(identity.size()) + identity;
+    const std::string said = std::string("\xff\0\0\0\0\0\0\0\1\x7f\3\0", 12) + "NULL" + std::string(48, '\0')
+        + std::string("\6\0\0\0\0", 5) + length(ready.size()) + ready;
     return sendAll(fd, said) && awaitBytes(fd, "READY");
 }
 
@@ -346,6 +351,26 @@ TEST_F(Hardening, WhoAnswersByOurOwnConnectionAndVanishesEndsNobodyElse)
     reset(fd);
     EXPECT_TRUE(log.hears("is not tried any more", 10s));
     zmq_close(speaker);
+}
+
+// They are not told apart by names: ZeroMQ would name one that has none by a count, and end the process when somebody
+// has taken the next name before.
+TEST_F(Hardening, ConnectionsThatNameThemselvesAlikeAreEachHeard)
+{
+    std::vector<int> connections;
+    for (int i = 0; i < 8; ++i) {
+        connections.push_back(connectedTo(port));
+        ASSERT_TRUE(
+            beginTransport(connections.back(), "DEALER", i % 2 == 0 ? std::string("\0same", 5) : std::string()));
+    }
+    const uint64_t before = refused();
+    for (const int fd : connections) {
+        ASSERT_TRUE(sendAll(fd, std::string("\0\1x", 3)));
+    }
+    EXPECT_TRUE(eventually([&] { return refused() == before + connections.size(); }));
+    for (const int fd : connections) {
+        close(fd);
+    }
 }
 
 TEST_F(Hardening, WhoFloodsUsWithSmallMessagesAndPingsEndsNobodyElse)
