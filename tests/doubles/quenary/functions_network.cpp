@@ -138,8 +138,9 @@ qny_result_t qny_certificates_check(const char* directory, qny_certificate_findi
             continue;
         }
         qny_certificate_t* certificate = nullptr;
-        qny_certificate_read(folder.filePath(file).toUtf8().constData(), &certificate);
-        function(certificate, nullptr, user_data);
+        const QByteArray path = folder.filePath(file).toUtf8();
+        const bool isOne = qny_certificate_read(path.constData(), &certificate) == QNY_SUCCESS;
+        function(certificate, isOne ? nullptr : (path + ":1: there is no section curve").constData(), user_data);
         qny_free(certificate);
     }
     return folder.exists() ? QNY_SUCCESS : fail(QNY_ERROR_SECURITY);
