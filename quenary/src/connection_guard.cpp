@@ -42,7 +42,11 @@ __attribute__((visibility("default"))) ssize_t send(int fd, const void* bytes, s
     static const auto their = theirs<decltype(&send)>("send");
     const ssize_t result = their(fd, bytes, size, flags);
     if (result < 0 && (errno == EOPNOTSUPP || errno == EACCES || errno == EMSGSIZE)) {
-        errno = ECONNRESET;
+        const int error = errno;
+        int type = 0;
+        socklen_t length = sizeof type;
+        const bool isStream = getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && type == SOCK_STREAM;
+        errno = isStream ? ECONNRESET : error;
     }
     return result;
 }
