@@ -417,7 +417,8 @@ typedef enum qny_agent_event {
     QNY_AGENT_EXITED        /* it left, or its process died or fell silent for longer than QNY_PRESENCE_BOUND_MS */
 } qny_agent_event_t;
 
-/* The longest time, in milliseconds, after which the end of a peer is seen by every other, however it ended. */
+/* The longest time, in milliseconds, after which the end of a peer is seen by every other, however it ended, on
+ * machines that let each process have its turn. */
 #define QNY_PRESENCE_BOUND_MS 5000
 
 typedef void (*qny_agent_event_fn)(qny_agent_event_t event, const qny_agent_info_t *agent, void *user_data);
@@ -426,8 +427,9 @@ QNY_EXPORT qny_result_t qny_observe_agents(qny_agent_event_fn callback, void *us
 QNY_EXPORT qny_result_t qny_unobserve_agents(qny_agent_event_fn callback, void *user_data);
 /* Whether an agent of another process with this uuid or name is there now. */
 QNY_EXPORT bool qny_agent_is_present(const char *agent_name_or_uuid);
-/* Whether the process of this agent of another process said something within the last 1.5 s, as each does twice a second
- * while it runs and can be reached. False for an unknown agent, and for a moment after this process itself stood still. */
+/* Whether the process of this agent of another process said something within the last 1.5 s, as each does twice a
+ * second while it runs and can be reached (within 2.5 s where there are hundreds: to so many it is said less often).
+ * False for an unknown agent, and for a moment after this process itself stood still. */
 QNY_EXPORT bool qny_agent_is_heard(const char *agent_uuid);
 /* How many milliseconds ago the process of this agent of another process said something for the last time; -1 for an
  * unknown agent. What it sent before that has come. */

@@ -67,6 +67,14 @@ void endCallbacks(Core& core, Lock& lock, const std::vector<CallbackPtr>& callba
     }
 }
 
+// The process that carries the agent, if it is another one.
+const Peer* otherOwner(const Core& core, const char* agentUuid)
+{
+    const auto uuid = uuidFromText(agentUuid ? agentUuid : "");
+    const auto owner = uuid ? core.owners.find(*uuid) : core.owners.end();
+    return owner == core.owners.end() || owner->second->isSelf ? nullptr : owner->second;
+}
+
 } // namespace
 
 qny_agent_t* qny_default_agent(void)
@@ -258,20 +266,21 @@ bool qny_agent_is_present(const char* agent_name_or_uuid)
 
 int64_t qny_agent_silence_ms(const char* agent_uuid)
 {
-    const auto uuid = uuidFromText(agent_uuid ? agent_uuid : "");
     const Core& core = Core::instance();
     const Lock lock(Core::instance().mutex);
-    const auto owner = uuid ? core.owners.find(*uuid) : core.owners.end();
-    return owner == core.owners.end() || owner->second->isSelf ? -1 : steadyMilliseconds() - owner->second->spokeAt;
+    const Peer* peer = otherOwner(core, agent_uuid);
+    return peer ? steadyMilliseconds() - peer->spokeAt : -1;
 }
 
 bool qny_agent_is_heard(const char* agent_uuid)
 {
-    const int64_t silence = qny_agent_silence_ms(agent_uuid);
     const Core& core = Core::instance();
     const Lock lock(Core::instance().mutex);
-    return silence >= 0 && silence < quietMilliseconds
-        && steadyMilliseconds() - core.stoodStillUntil >= wellKnownMilliseconds;
+    const Peer* peer = otherOwner(core, agent_uuid);
+    const int64_t now = steadyMilliseconds();
+    // Some time after it stood still, this process knows who has given it up meanwhile.
+    return peer && !peer->isQuiet(now - peer->spokeAt)
+        && peer->isQuiet(now - core.stoodStillUntil - 2 * renewalMilliseconds);
 }
 
 qny_result_t qny_request_stop(const char* agent_uuid)

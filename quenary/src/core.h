@@ -162,7 +162,7 @@ public:
     std::string shownHostName;
     // When the network thread last went on after standing still. What it reads for a while then is from before: others
     // may have given this process up meanwhile. Written without the lock.
-    std::atomic<int64_t> stoodStillUntil = -wellKnownMilliseconds;
+    std::atomic<int64_t> stoodStillUntil = -10 * longestStateMilliseconds;
     int64_t tellAt = 0; // steadyMilliseconds() at which changes are told at the latest; 0: none
 
     // Malformed or beyond a bound, from others: counted, and logged without flooding the log.

@@ -104,6 +104,8 @@ private:
         uint64_t refusedBytes = 0;
         uint64_t bytes = 0; // that had come when a message of it was read last, or soon after
         uint64_t read = 0; // of those that came, in messages that were read
+        bool isPassed = false; // in the last looks, when all was read
+        bool isHeard = false; // since the last look that did not pass it
         bool isEnded = false; // by us; it is told when it is gone
     };
     static int descriptorOf(const zmq::message_t& message);
@@ -127,6 +129,7 @@ private:
     bool m_isAllHeard = false; // since then, at some moment
     std::map<const void*, zmq::message_t> m_refused; // by connection, with a message of it
     int64_t m_nextLook = 0;
+    unsigned m_looks = 0;
 };
 
 } // namespace qny

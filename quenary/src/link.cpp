@@ -15,6 +15,7 @@ namespace {
 // After so many refused connections in a row nobody is held to listen at the other end (any more).
 constexpr int refusalsOfTheDead = 2;
 constexpr int reconnectMilliseconds = 100;
+constexpr int64_t longestHelloMilliseconds = 500;
 
 // A piece is handed to the socket without another copy; the message owns it from then on.
 zmq::message_t toMessage(std::string text, BufferStore& buffers)
@@ -175,12 +176,13 @@ bool Link::send(wire::MessageType type, std::string_view payload)
 
 bool Link::sendHello(int64_t now)
 {
-    // Again until it is answered; more slowly as it grows old.
-    helloDue = now + (now - lastHeard < 1000 ? 100 : 500);
+    // Again until it is answered, more and more slowly.
+    helloDue = now + m_helloAgain;
+    m_helloAgain = std::min(2 * m_helloAgain, longestHelloMilliseconds);
     return send(wire::MessageType::Hello, m_identity.hello);
 }
 
-bool Link::sendState(int64_t now)
+bool Link::sendState(int64_t now, int64_t every)
 {
     uint64_t consumed = 0;
     {
@@ -194,11 +196,12 @@ bool Link::sendState(int64_t now)
     writer.number(lastSent);
     writer.number(received);
     writer.number(consumed);
+    writer.number(static_cast<uint16_t>(every));
     if (!send(wire::MessageType::State, payload)) {
         return false;
     }
     receivedBytesTold = receivedBytes;
-    stateDue = now + 500;
+    stateDue = now + every;
     stateWanted = false;
     return true;
 }
@@ -305,9 +308,12 @@ ConnectionEnd Link::endSeen()
         }
         if (event->kind == ZMQ_EVENT_CONNECTED) {
             m_oneWay.connected(static_cast<int>(event->value), steadyMilliseconds());
+            m_progress = Progress::Connected;
             continue;
         }
-        m_refusals = event->kind == ZMQ_EVENT_HANDSHAKE_SUCCEEDED ? 0 : m_refusals + 1;
+        const bool succeeded = event->kind == ZMQ_EVENT_HANDSHAKE_SUCCEEDED;
+        m_progress = succeeded ? Progress::Met : Progress::None;
+        m_refusals = succeeded ? 0 : m_refusals + 1;
     }
     return m_refusals >= refusalsOfTheDead ? ConnectionEnd::Gone : ConnectionEnd::None;
 }

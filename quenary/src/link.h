@@ -69,10 +69,20 @@ public:
     // Since when somebody says that it has opened another.
     int64_t renewalSince = 0;
 
+    // How far it came until it was open.
+    enum class Progress
+    {
+        None, // nobody is there, as far as is known
+        Connected,
+        Met // somebody speaks ZeroMQ there
+    };
+    Progress progress() const { return theirSession != 0 ? Progress::Met : m_progress; }
+
     // ---- sending ---------------------------------------------------------------------------------------------------
     // False when the socket takes nothing now: try again when it is writable.
     bool sendHello(int64_t now);
-    bool sendState(int64_t now);
+    // The next one follows within so many milliseconds.
+    bool sendState(int64_t now, int64_t every);
     bool sendResend();
     bool sendGoodbye();
     // As much of the stream as window and socket take.
@@ -129,6 +139,8 @@ private:
     bool m_blocked = false;
     OneWay m_oneWay;
     int m_refusals = 0;
+    Progress m_progress = Progress::None;
+    int64_t m_helloAgain = 100;
     // Pieces that were taken from the queue and are not consumed by the other side yet.
     std::deque<Piece> m_sent;
     size_t m_next = 0; // index in m_sent of the first that is to be sent (again)

@@ -256,6 +256,16 @@ struct Subscription
     bool all = false;
 };
 
+// How often each peer says that it is there: less often to many, for all of them do.
+constexpr int64_t stateMilliseconds = 500;
+constexpr int64_t longestStateMilliseconds = 1500;
+constexpr int64_t stateMillisecondsOfALink = 10;
+// A peer that is quiet for longer stands still, or cannot be reached. Beyond the time within which it speaks, for what
+// it said may wait to be read behind what others say.
+constexpr int64_t quietMilliseconds = 1000;
+// So long after that who says that it has opened a link anew is believed.
+constexpr int64_t renewalMilliseconds = 200;
+
 // Another process, or this one (`self`), to which items go by the same functions.
 struct Peer
 {
@@ -277,6 +287,8 @@ struct Peer
     // When it last said something of this very link, by steadyMilliseconds(). Written by the network thread, without
     // the lock.
     std::atomic<int64_t> spokeAt = 0;
+    std::atomic<int64_t> speaksEvery = stateMilliseconds; // at least, as it says
+    bool isQuiet(int64_t silence) const { return silence >= speaksEvery + quietMilliseconds; }
     bool isCutOff = false; // its certificate was taken away: what it said before and nobody has heard yet is dropped
     AgentTablePtr agents = std::make_shared<AgentTable>();
     size_t describedBytes = 0; // by what was said of them
@@ -328,12 +340,6 @@ struct Monitor
     using Counts = std::unordered_map<std::string, Count, TextHash, std::equal_to<>>;
     Counts outputs;
 };
-
-// A peer that is quiet for longer stands still, or cannot be reached: it speaks twice a second. Three times as long,
-// for what it said may wait to be read behind what others say.
-constexpr int64_t quietMilliseconds = 1500;
-// After standing still, a process knows by then who has given it up: they open their links anew.
-constexpr int64_t wellKnownMilliseconds = quietMilliseconds + 300;
 
 int64_t nowMicroseconds(); // since 1970 UTC
 int64_t steadyMilliseconds();

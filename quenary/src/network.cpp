@@ -368,6 +368,7 @@ void Network::tick(int64_t now)
             peer->isWaiting = false;
         }
     }
+    m_lateness.note(now, now - m_lastTick);
     if (now - m_lastTick > standstillMilliseconds) {
         m_core.stoodStillUntil = now;
         for (const auto& [uuid, link] : m_links) {
@@ -400,10 +401,13 @@ void Network::tick(int64_t now)
 void Network::lookAtLinks(int64_t now)
 {
     m_nextLook = now + linkLookMilliseconds;
+    m_stateEvery = std::clamp(
+        static_cast<int64_t>(m_links.size()) * stateMillisecondsOfALink, stateMilliseconds, longestStateMilliseconds);
     std::vector<Uuid> silent;
     std::vector<std::pair<Uuid, const char*>> hostile;
+    const int64_t silence = silenceMilliseconds + m_lateness.allowance();
     for (const auto& [uuid, link] : m_links) {
-        if (now - link->lastHeard > silenceMilliseconds) {
+        if (now - link->lastHeard > silence) {
             silent.push_back(uuid);
         } else if (takesNothing(*link)) {
             hostile.emplace_back(uuid, "too much waits that it does not take");
@@ -445,7 +449,8 @@ void Network::serve(Link& link, int64_t now)
             consumedWanted = link.peer()->consumedBytes - link.peer()->consumedBytesTold >= windowBytes / 8;
         }
         const bool receivedWanted = link.receivedBytes - link.receivedBytesTold >= windowBytes / 8;
-        if ((link.stateWanted || link.stateDue <= now || consumedWanted || receivedWanted) && !link.sendState(now)) {
+        if ((link.stateWanted || link.stateDue <= now || consumedWanted || receivedWanted)
+            && !link.sendState(now, m_stateEvery)) {
             return;
         }
         if (link.resendWanted && !link.sendResend()) {

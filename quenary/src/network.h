@@ -7,6 +7,7 @@
 #include "discovery.h"
 #include "doorkeeper.h"
 #include "explicit_peer.h"
+#include "lateness.h"
 #include "link.h"
 #include "model.h"
 #include "poller.h"
@@ -146,7 +147,9 @@ private:
     int m_beaconsSent = 0;
     int64_t m_nextProbe = 0;
     int64_t m_lastTick = 0;
+    Lateness m_lateness;
     int64_t m_nextLook = 0; // at every link
+    int64_t m_stateEvery = stateMilliseconds;
     int64_t m_nextTend = 0; // to the explicit peers
     int64_t m_nextShrink = 0; // of the buffers
     // How many more marks of beacons may be looked at before the next refill: a flood of them must not cost more.

@@ -12,6 +12,20 @@ namespace {
 
 // What was tried for so long and did not answer gives way to another.
 constexpr int64_t patienceMilliseconds = 300;
+// Unless somebody seems to be there, and the other comes from an address of which as many are tried: where many start
+// together on one machine, all are slow, and to begin again with each helps nobody.
+constexpr int64_t patienceMillisecondsWith(Link::Progress progress)
+{
+    switch (progress) {
+    case Link::Progress::None:
+        return patienceMilliseconds;
+    case Link::Progress::Connected:
+        return 1000;
+    case Link::Progress::Met:
+        break;
+    }
+    return 3000;
+}
 // As many addresses are tried by beacons at a time before it is looked at how steadily each comes.
 constexpr size_t triedBeforeSieve = wire::maxPendingLinks / 2;
 
@@ -71,11 +85,16 @@ Link* Network::hint(const Destination& peer, Hint by)
     }
 }
 
-// Beacons and connections have room of their own. Where there is none left, it is made by whoever has waited longest of
-// the address of which most is tried.
+// Beacons and connections have room of their own. Where there is none left, it is made by the one of
+// the address of which most are tried that got least far, and of those by the one that is tried longest.
 bool Network::makeRoom(const Destination& peer, Hint by)
 {
-    std::map<std::string, std::pair<size_t, const Link*>> pending; // how many, and the longest
+    struct Tried
+    {
+        size_t count = 0;
+        const Link* first = nullptr; // to give way
+    };
+    std::map<std::string, Tried> pending; // by address
     size_t count = 0;
     size_t open = 0;
     for (const auto& [uuid, link] : m_links) {
@@ -90,21 +109,24 @@ bool Network::makeRoom(const Destination& peer, Hint by)
             return false; // whoever is there will say who it is
         }
         ++count;
-        auto& [ofAddress, longest] = pending[link->address()];
-        ++ofAddress;
-        if (!longest || link->since < longest->since) {
-            longest = link.get();
+        Tried& tried = pending[link->address()];
+        ++tried.count;
+        const auto rank = [](const Link& each) { return std::pair(each.progress(), each.since); };
+        if (!tried.first || rank(*link) < rank(*tried.first)) {
+            tried.first = link.get();
         }
     }
     if (open >= wire::maxPeers || count < wire::maxPendingLinks) {
         return open < wire::maxPeers;
     }
-    const Link* longest
-        = std::ranges::max_element(pending, {}, [](const auto& each) { return each.second.first; })->second.second;
-    if (steadyMilliseconds() - longest->since < patienceMilliseconds) {
+    const auto [most, first]
+        = std::ranges::max_element(pending, {}, [](const auto& each) { return each.second.count; })->second;
+    const bool isCrowd = most > pending[peer.address].count + 1;
+    if (steadyMilliseconds() - first->since
+        < (isCrowd ? patienceMilliseconds : patienceMillisecondsWith(first->progress()))) {
         return false;
     }
-    m_links.erase(longest->peer()->uuid);
+    m_links.erase(first->peer()->uuid);
     return true;
 }
 

@@ -16,7 +16,6 @@ constexpr int messagesAtOnce = 256;
 // What strangers say may not be so much before it is read: it all waits in memory.
 constexpr size_t mostTalk = 50'000;
 constexpr int roundsOfAll = 8;
-constexpr int64_t renewalMilliseconds = 200;
 // Of tables of a peer's agents, each as it was when something was said. As many as when a peer shows a thousand agents
 // one after the other, each of which says something, and nobody listens meanwhile; twice over.
 constexpr size_t maxKeptEntries = 1'000'000;
@@ -25,7 +24,7 @@ constexpr size_t maxKeptEntries = 1'000'000;
 bool isRenewed(Link& link)
 {
     const int64_t now = steadyMilliseconds();
-    if (now - link.peer()->spokeAt < quietMilliseconds) {
+    if (!link.peer()->isQuiet(now - link.peer()->spokeAt)) {
         return false;
     }
     if (link.renewalSince == 0) {
@@ -153,7 +152,10 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
         const auto lastSent = reader.number<uint64_t>();
         const auto theirReceived = reader.number<uint64_t>();
         const auto theirConsumed = reader.number<uint64_t>();
-        if (!reader.ok() || !link->noteProgress(theirReceived, theirConsumed)) {
+        const bool isSound = reader.ok();
+        const auto every = reader.number<uint16_t>(); // 0 when it does not say
+        link->peer()->speaksEvery = std::clamp<int64_t>(every, stateMilliseconds, longestStateMilliseconds);
+        if (!isSound || !link->noteProgress(theirReceived, theirConsumed)) {
             refuse("an impossible state");
             return;
         }

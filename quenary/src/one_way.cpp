@@ -14,7 +14,7 @@ namespace {
 // Greetings and handshakes of ZeroMQ take a tenth of that.
 constexpr uint64_t oneWayBytes = 64 * 1024;
 constexpr uint64_t oneWayBytesOfASecond = 512;
-constexpr int64_t oneWayLookMilliseconds = 100;
+constexpr int64_t oneWayLookMilliseconds = 500;
 
 // TCP_RTO_MAX_MS, which is younger than the headers of many systems: since Linux 6.15.
 constexpr int longestRetryOption = 44;

@@ -19,7 +19,7 @@ public:
     static void prepare(zmq::socket_t& socket);
 
     void connected(int fd, int64_t now);
-    // Looks after the connection, often. The port is the one that we are connected to.
+    // Looks after the connection, from time to time. The port is the one that we are connected to.
     bool isMisused(uint16_t port, int64_t now);
 
 private:
