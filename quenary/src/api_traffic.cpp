@@ -232,7 +232,7 @@ qny_result_t qny_agent_input_create(
     on.agent->definitionBytes += declarationBytes(name);
     input.type = type;
     input.hasValue = hasValue;
-    input.value = std::move(first.bytes);
+    input.value.set(std::move(first.bytes));
     on.core.changed(*on.agent);
     on.core.refreshMappings(*on.agent);
     return QNY_SUCCESS;
@@ -346,7 +346,7 @@ std::optional<std::string> inputBytes(const char* name, qny_value_type_t type)
     if (!input || input->type != type || !input->hasValue) {
         return std::nullopt;
     }
-    return input->value;
+    return std::string(input->value.bytes());
 }
 
 } // namespace

@@ -308,6 +308,7 @@ bool Dispatcher::prepare(const Batch& batch, const Uuid& agent, qny_value_type_t
     }
     from = it->second;
     arrival.bytes = bytes;
+    arrival.batch = &batch;
     arrival.told.type = type;
     arrival.told.size = bytes.size();
     arrival.told.received_us = batch.receivedAt;
@@ -535,10 +536,14 @@ void Dispatcher::deliver(Lock& lock, const FeedPtr& feed, const AgentRecord& fro
         }
     }
     input->hasValue = true;
-    input->value.assign(converted ? std::string_view(converted->bytes) : arrival.bytes);
     const qny_value_type_t inputType = input->type;
     const std::string inputName = input->name;
     const std::vector<CallbackPtr> observers = input->observers;
+    // Such a callback may write into what it is shown.
+    const auto mayWrite = [](const CallbackPtr& each) { return each->kind == Callback::Kind::Io; };
+    const bool mayStay = !converted && std::ranges::none_of(observers, mayWrite);
+    input->value.set(converted ? std::string_view(converted->bytes) : arrival.bytes,
+        mayStay ? arrival.batch->keep : nullptr, arrival.batch->keepBytes);
     // Scalars are handed out aligned; texts and data where they are.
     const bool longSent = told.type == QNY_STRING_T || told.type == QNY_DATA_T;
     std::string sent = longSent ? std::string() : std::string(arrival.bytes);

@@ -22,6 +22,7 @@ struct Batch
     PeerPtr peer;
     AgentTablePtr agents;
     std::shared_ptr<const void> keep; // owns what `items` points into
+    size_t keepBytes = 0; // of all that
     std::string_view items;
     std::shared_ptr<std::string> own; // instead of keep and items: a batch of this process that may still grow
     int64_t receivedAt = 0;
@@ -91,6 +92,7 @@ private:
     {
         qny_publication_t told; // agent and output names are filled in where it is delivered
         std::string_view bytes;
+        const Batch* batch = nullptr; // with which it came
         uint64_t newlyLost = 0; // of told.lost, what no earlier note of a gap has counted
     };
     void countLost(const Feed& feed, uint64_t lost);

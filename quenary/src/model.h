@@ -133,12 +133,43 @@ struct Output
         listeners; // peers that want every publication, self included; see Core::refreshListeners
 };
 
+// The value of an input. A long one that came by itself stays where it came.
+class KeptValue
+{
+public:
+    void set(std::string bytes)
+    {
+        m_own = std::move(bytes);
+        m_message.reset();
+    }
+    // The message has so many bytes in all, and lives on for what may be a small part of it: twice as much at most.
+    void set(std::string_view bytes, const std::shared_ptr<const void>& message, size_t messageBytes)
+    {
+        if (message && bytes.size() >= longBytes && bytes.size() >= messageBytes / 2) {
+            m_own = {};
+            m_message = message;
+            m_there = bytes;
+        } else {
+            m_own.assign(bytes);
+            m_message.reset();
+        }
+    }
+    std::string_view bytes() const { return m_message ? m_there : m_own; }
+
+private:
+    static constexpr size_t longBytes = 64 * 1024;
+
+    std::string m_own;
+    std::shared_ptr<const void> m_message;
+    std::string_view m_there; // in the message
+};
+
 struct Input
 {
     std::string name;
     qny_value_type_t type = QNY_UNKNOWN_T;
     bool hasValue = false;
-    std::string value;
+    KeptValue value;
     uint64_t lost = 0;
     std::vector<CallbackPtr> observers;
 };

@@ -271,17 +271,19 @@ bool Network::receiveData(Link& link, std::string_view payload, const std::share
     }
     const size_t longest = m_core.options.maxMessageBytes + wire::itemSlackBytes;
     const int64_t now = nowMicroseconds();
-    const auto push = [&](std::shared_ptr<const void> keep, std::string_view items, bool closesPiece) {
-        Batch batch;
-        batch.peer = link.peer();
-        batch.agents = link.peer()->agents;
-        batch.keep = std::move(keep);
-        batch.items = items;
-        batch.receivedAt = now;
-        batch.pieces = closesPiece ? 1 : 0;
-        batch.bytes = closesPiece ? payload.size() : 0;
-        m_core.dispatcher.push(std::move(batch));
-    };
+    const auto push
+        = [&](std::shared_ptr<const void> keep, size_t keepBytes, std::string_view items, bool closesPiece) {
+              Batch batch;
+              batch.peer = link.peer();
+              batch.agents = link.peer()->agents;
+              batch.keep = std::move(keep);
+              batch.keepBytes = keepBytes;
+              batch.items = items;
+              batch.receivedAt = now;
+              batch.pieces = closesPiece ? 1 : 0;
+              batch.bytes = closesPiece ? payload.size() : 0;
+              m_core.dispatcher.push(std::move(batch));
+          };
     const auto lengthOf = [](std::string_view text) {
         uint32_t length = 0;
         std::memcpy(&length, text.data(), sizeof length);
@@ -316,7 +318,7 @@ bool Network::receiveData(Link& link, std::string_view payload, const std::share
         }
         const auto whole = std::make_shared<std::string>(std::exchange(link.partial, {}));
         if (!receiveControl(link, *whole)) {
-            push(whole, *whole, false);
+            push(whole, whole->size(), *whole, false);
         }
     }
     // Whole items: those for the callback thread go to it in one batch as long as no control item lies between.
@@ -333,14 +335,14 @@ bool Network::receiveData(Link& link, std::string_view payload, const std::share
         }
         if (isControl(rest)) {
             if (at > begin) {
-                push(message, stream.substr(begin, at - begin), false);
+                push(message, message->size(), stream.substr(begin, at - begin), false);
             }
             receiveControl(link, rest.substr(0, length));
             begin = at + length;
         }
         at += length;
     }
-    push(message, stream.substr(begin, at - begin), true);
+    push(message, message->size(), stream.substr(begin, at - begin), true);
     const std::string_view begun = stream.substr(at);
     makeRoom(begun.size() < sizeof(uint32_t) ? 0 : lengthOf(begun));
     link.partial.append(begun);

@@ -533,3 +533,42 @@ TEST_F(Traffic, LargeValuesTravelInPieces)
     EXPECT_EQ(qny_input_lost("in"), 0U);
     EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "source"), 0U);
 }
+
+TEST_F(Traffic, ALongValueOfAnInputStaysUntilTheNextOneComes)
+{
+    Arrivals& got = input("in", QNY_STRING_T);
+    Arrivals& gotOther = input("other", QNY_STRING_T);
+    const auto value = [] {
+        char* text = qny_input_string("in");
+        std::string copy = text;
+        qny_free(text);
+        return copy;
+    };
+    // Each in a message of its own.
+    const std::string lengthy(300'000, 'a');
+    const std::string other(300'000, 'b');
+    {
+        PeerProcess source("source");
+        source.ask({ "output", "out", "string" });
+        source.ask({ "output", "next", "string" });
+        map("in", "source", "out");
+        map("other", "source", "next");
+        ASSERT_TRUE(live("in", "source", "out"));
+        ASSERT_TRUE(live("other", "source", "next"));
+        source.ask({ "publish", "out", "string", lengthy });
+        ASSERT_TRUE(got.waitFor(1, 20s));
+        for (size_t i = 0; i < 20; ++i) {
+            source.ask({ "publish", "next", "string", other });
+        }
+        ASSERT_TRUE(gotOther.waitFor(20, 20s));
+        EXPECT_EQ(value(), lengthy);
+    }
+    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "source"));
+    EXPECT_EQ(value(), lengthy) << "whoever published it is gone";
+    PeerProcess source("source");
+    source.ask({ "output", "out", "string" });
+    ASSERT_TRUE(live("in", "source", "out"));
+    source.ask({ "publish", "out", "string", "short" });
+    ASSERT_TRUE(got.waitFor(2, 20s));
+    EXPECT_EQ(value(), "short");
+}
