@@ -242,7 +242,7 @@ private:
 
     void receive(std::string_view bytes)
     {
-        m_network->receiveMessage(std::make_shared<zmq::message_t>(bytes), "the connection");
+        m_network->receiveMessage(std::make_shared<zmq::message_t>(bytes));
     }
 
     void say(wire::MessageType type, std::string_view payload)
