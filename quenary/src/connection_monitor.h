@@ -18,8 +18,7 @@ enum class ConnectionEnd
 };
 
 // Before a socket is bound or connected: the system ends its connections to who is out of reach, within
-// QNY_PRESENCE_BOUND_MS. ZeroMQ's own heartbeats would do that too, but one that is due on a connection that has just
-// broken off, of which not all was read, ends the process (libzmq 4.3.5).
+// QNY_PRESENCE_BOUND_MS. ZeroMQ's own heartbeats would do that too, with a timer and messages for each.
 void watchConnections(zmq::socket_t& socket);
 
 class ConnectionMonitor

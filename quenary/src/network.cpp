@@ -151,8 +151,8 @@ void Network::unwatch()
 qny_result_t Network::bindInbox(const Options& options)
 {
     m_inbox.set(zmq::sockopt::linger, 0);
-    // Never at a mark: a connection that breaks off while ZeroMQ does not read it, and had still a PING to be read,
-    // ends the process (libzmq 4.3.5). How much waits here is bounded by our own windows and by the doorkeeper.
+    // Never at a mark: whoever floods us would hold up those whose turn it is. How much waits here is bounded by our
+    // own windows and by the doorkeeper, who sees whose it is.
     m_inbox.set(zmq::sockopt::rcvhwm, 0);
     m_inbox.set(zmq::sockopt::maxmsgsize, static_cast<int64_t>(wire::maxMessageBytes));
     m_inbox.set(zmq::sockopt::backlog, 1024);

@@ -4,6 +4,7 @@
 #include "logwatch.h"
 
 #include <algorithm>
+#include <fstream>
 #include <poll.h>
 #include <sys/resource.h>
 
@@ -68,17 +69,40 @@ bool awaitBytes(int fd, std::string_view bytes)
 
 // By hand what ZeroMQ does first: its greeting, with no security, and what kind of socket this is. Nothing may follow
 // before the other side has done the same.
-bool beginTransport(int fd, const std::string& socketType, const std::string& identity = {})
+bool beginTransport(
+    int fd, const std::string& socketType, const std::string& identity = {}, const std::string& properties = {})
 {
     const auto length = [](size_t size) {
         const auto number = htonl(static_cast<uint32_t>(size));
         return std::string(reinterpret_cast<const char*>(&number), sizeof number);
     };
     const std::string ready = "\5READY" + std::string("\x0bSocket-Type\0\0\0\6", 16) + socketType + "\x08Identity"
-        + length(identity.size()) + identity;
+        + length(identity.size()) + identity + properties;
     const std::string said = std::string("\xff\0\0\0\0\0\0\0\1\x7f\3\0", 12) + "NULL" + std::string(48, '\0')
         + std::string("\6\0\0\0\0", 5) + length(ready.size()) + ready;
     return sendAll(fd, said) && awaitBytes(fd, "READY");
+}
+
+// Of this process, bytes.
+size_t memoryNow()
+{
+    size_t pages = 0;
+    size_t resident = 0;
+    std::ifstream("/proc/self/statm") >> pages >> resident;
+    return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// Reads until the other side ends the connection. False when it does not within five seconds.
+bool awaitEnd(int fd)
+{
+    pollfd readable { .fd = fd, .events = POLLIN, .revents = 0 };
+    char some[4096];
+    while (poll(&readable, 1, 5000) > 0) {
+        if (::recv(fd, some, sizeof some, 0) <= 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // Ends the connection at once, whatever is on its way.
@@ -409,4 +433,51 @@ TEST_F(Hardening, WhoSendsMoreThanCanBeReadIsEndedAndOthersComeInAfterwards)
     }
     EXPECT_TRUE(sendsUntilCutOff(fd, probes));
     EXPECT_GT(log.count("no new connection is taken until it is read"), 0U) << log.all();
+}
+
+TEST_F(Hardening, AHandshakeOfManyPropertiesIsNotTaken)
+{
+    std::string properties;
+    for (int i = 0; i < 100; ++i) {
+        properties += "\x06X-" + std::to_string(1000 + i) + std::string(4, '\0');
+    }
+    const int some = connectedTo(port);
+    EXPECT_TRUE(beginTransport(some, "DEALER", "", properties)) << "a hundred are";
+    const size_t before = memoryNow();
+    std::vector<int> connections;
+    while (properties.size() < 1'000'000) {
+        properties += "\x06Y" + std::to_string(10'000 + properties.size() / 11 % 90'000) + std::string(4, '\0');
+    }
+    for (int i = 0; i < 20; ++i) {
+        connections.push_back(connectedTo(port));
+        beginTransport(connections.back(), "DEALER", "", properties);
+    }
+    for (const int fd : connections) {
+        EXPECT_TRUE(awaitEnd(fd)) << "and not kept, with twenty times the properties' length";
+        close(fd);
+    }
+    EXPECT_LT(memoryNow(), before + 100'000'000);
+    close(some);
+}
+
+TEST_F(Hardening, APingWithoutItsTimeIsNotAnsweredWithWhatLiesBehindIt)
+{
+    const int fd = connectedTo(port);
+    ASSERT_TRUE(beginTransport(fd, "DEALER"));
+    ASSERT_TRUE(sendAll(fd, std::string("\4\7\4PING\0\0", 9)));
+    EXPECT_TRUE(awaitBytes(fd, "\4PONG")) << "a sound one is answered";
+    ASSERT_TRUE(sendAll(fd, std::string("\4\5\4PING", 7)));
+    EXPECT_TRUE(awaitEnd(fd));
+    close(fd);
+}
+
+TEST_F(Hardening, ACommandThatIsShorterThanItSaysEndsItsConnection)
+{
+    for (const std::string& command : { std::string("\4\0", 2), std::string("\4\3\x9PI", 5) }) {
+        const int fd = connectedTo(port);
+        ASSERT_TRUE(beginTransport(fd, "DEALER"));
+        ASSERT_TRUE(sendAll(fd, command));
+        EXPECT_TRUE(awaitEnd(fd));
+        close(fd);
+    }
 }

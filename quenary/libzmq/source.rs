@@ -1,0 +1,1 @@
+// Nothing is built of this: see Cargo.toml.
