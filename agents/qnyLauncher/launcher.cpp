@@ -255,6 +255,8 @@ void Launcher::hostExited(const QByteArray& uuid)
     for (QSet<QByteArray>& enders : _enders) {
         enders.remove(uuid);
     }
+    // What it was not told any more, others may be.
+    _tellSoon();
 }
 
 void Launcher::_announce(const Untold& untold)
@@ -291,10 +293,11 @@ bool Launcher::_tellNow(const Untold& untold)
     if (hearers.contains(untold.askerUuid)) {
         hearers.intersect(QSet<QByteArray>(untold.enderUuids) << untold.askerUuid);
     }
+    bool isTold = false;
     for (const QByteArray& host : std::as_const(hearers)) {
-        _tell(host, untold.news);
+        isTold = _tell(host, untold.news) || isTold;
     }
-    return !hearers.isEmpty();
+    return isTold;
 }
 
 } // namespace launcher

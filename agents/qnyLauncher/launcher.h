@@ -40,8 +40,9 @@ public:
         QString logs; // the agents' output
         QString keeperProgram; // this program
     };
-    /// Hosts, by the uuids of their agents: sends news to one, and says whether one may now hear how agents end.
-    using Tell = std::function<void(const QByteArray& hostUuid, const News& news)>;
+    /// Hosts, by the uuids of their agents: sends news to one, false when it has just left; and says whether one may
+    /// now hear how agents end.
+    using Tell = std::function<bool(const QByteArray& hostUuid, const News& news)>;
     using MayHear = std::function<bool(const QByteArray& hostUuid)>;
 
     Launcher(const Configuration& configuration, const Places& places, Tell tell, MayHear mayHear);

@@ -126,7 +126,7 @@ void Network::offer(const Configuration& configuration)
     }
 }
 
-void Network::tell(const QByteArray& hostUuid, const News& news)
+bool Network::tell(const QByteArray& hostUuid, const News& news)
 {
     qny_service_arg_t* arguments = nullptr;
     qny_service_args_add_string(&arguments, textOf(news.launchUuid).constData());
@@ -134,9 +134,14 @@ void Network::tell(const QByteArray& hostUuid, const News& news)
     qny_service_args_add_int(&arguments, news.number);
     qny_service_args_add_string(&arguments, textOf(news.text).constData());
     qny_service_args_add_string(&arguments, textOf(news.lastLines).constData());
-    if (qny_service_call(hostUuid.constData(), QNY_LAUNCH_STATE, &arguments, nullptr) != QNY_SUCCESS) {
+    const qny_result_t result = qny_service_call(hostUuid.constData(), QNY_LAUNCH_STATE, &arguments, nullptr);
+    if (result == QNY_ERROR_UNKNOWN_AGENT) {
+        return false;
+    }
+    if (result != QNY_SUCCESS) {
         qWarning().noquote() << "A host was not told of launch" << news.launchUuid << ":" << qny_last_error();
     }
+    return true;
 }
 
 bool Network::mayHear(const QByteArray& hostUuid) const

@@ -28,7 +28,8 @@ public:
     void stop();
     /// What may be started, for hosts.
     void offer(const Configuration& configuration);
-    static void tell(const QByteArray& hostUuid, const News& news);
+    /// False when the host has left.
+    static bool tell(const QByteArray& hostUuid, const News& news);
     /// How agents ended, and what they said last, is for those who may start them.
     bool mayHear(const QByteArray& hostUuid) const;
 

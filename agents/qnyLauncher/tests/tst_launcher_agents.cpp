@@ -60,6 +60,7 @@ private Q_SLOTS:
     void outputIsBounded();
     void oldOutputGoes();
     void anotherHostIsToldWhenTheOneThatAskedHasLeft();
+    void whatAHostThatIsJustLeavingIsNotToldIsToldToOthers();
     void anEndIsToldToWhoStartedTheAgentAndToWhoeverAskedForIt();
     void whoMayNotHearAnyMoreIsToldNoEnd();
 
@@ -77,6 +78,7 @@ private:
     std::unique_ptr<Launcher> _launcher;
     QList<std::pair<QByteArray, News>> _news;
     QSet<QByteArray> _deaf; // hosts that may not hear how agents end
+    QSet<QByteArray> _gone; // hosts that have left, of which the launcher is still to learn
 };
 
 void TestAgents::init()
@@ -92,6 +94,7 @@ void TestAgents::init()
     _restart();
     _news.clear();
     _deaf.clear();
+    _gone.clear();
     _launcher->hostEntered(HOST);
 }
 
@@ -109,7 +112,13 @@ void TestAgents::_restart()
     _launcher = std::make_unique<Launcher>(
         _configuration,
         Launcher::Places { _folder->filePath("launches"), _folder->filePath("logs"), QStringLiteral(QNY_LAUNCHER) },
-        [this](const QByteArray& host, const News& news) { _news.append({ host, news }); },
+        [this](const QByteArray& host, const News& news) {
+            if (_gone.contains(host)) {
+                return false;
+            }
+            _news.append({ host, news });
+            return true;
+        },
         [this](const QByteArray& host) { return !_deaf.contains(host); });
     _launcher->takeOver();
 }
@@ -444,6 +453,29 @@ void TestAgents::anotherHostIsToldWhenTheOneThatAskedHasLeft()
     QTRY_COMPARE(_launcher->runningCount(), 0);
     _launcher->hostEntered("host-3");
     QCOMPARE(_told(second)->state, QNY_LAUNCH_EXITED);
+}
+
+void TestAgents::whatAHostThatIsJustLeavingIsNotToldIsToldToOthers()
+{
+    _launcher->hostEntered("host-2");
+    const QString uuid = _start({ "--wait" });
+    const int process = _told(uuid)->number;
+    // Given the one that asked has left, and the launcher has not heard of that
+    _gone = { HOST };
+    QCOMPARE(kill(process, SIGABRT), 0);
+    QTRY_COMPARE(_launcher->runningCount(), 0);
+    QVERIFY(_news.isEmpty());
+    _launcher->hostExited(HOST);
+    QTRY_COMPARE(_news.size(), 1);
+    QCOMPARE(_news.takeFirst().first, "host-2");
+    // Given the other one, too
+    const QString second = _start({ "--exit", "1" });
+    _gone = { HOST, "host-2" };
+    QTRY_COMPARE(_launcher->runningCount(), 0);
+    _launcher->hostExited("host-2");
+    _launcher->hostEntered("host-3");
+    QCOMPARE(_told(second)->state, QNY_LAUNCH_EXITED);
+    QCOMPARE(_news.size(), 0);
 }
 
 void TestAgents::anEndIsToldToWhoStartedTheAgentAndToWhoeverAskedForIt()
