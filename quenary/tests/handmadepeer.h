@@ -2,13 +2,15 @@
 // This process on an open network, and what others send it that our own would not.
 #pragma once
 
+#include "forged.h"
 #include "loopback.h"
 #include "peerprocess.h"
+#include "zmqsocket.h"
 
 #include <atomic>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
+#include <thread>
 #include <zmq.h>
 
 namespace test {
@@ -29,7 +31,7 @@ protected:
         char* text = qny_endpoint();
         endpoint = text;
         qny_free(text);
-        port = static_cast<uint16_t>(std::stoul(endpoint.substr(endpoint.rfind(':') + 1)));
+        port = portOf(endpoint);
     }
     void TearDown() override
     {
@@ -78,59 +80,6 @@ protected:
     std::atomic<bool> alive { false };
 };
 
-// A message as one of our own would send it. Sessions and uuid are the caller's choice.
-struct Forged
-{
-    std::string uuid = std::string("0123456789abcdef");
-    uint64_t session = 77;
-    uint64_t theirs = 0;
-    uint16_t port = 9;
-
-    std::string make(uint8_t type, const std::string& payload = {}, uint8_t version = 1) const
-    {
-        std::string text = "QN";
-        text += static_cast<char>(version);
-        text += static_cast<char>(type);
-        text.append(reinterpret_cast<const char*>(&port), 2);
-        text.append(2, '\0');
-        text += uuid;
-        text.append(reinterpret_cast<const char*>(&session), 8);
-        text.append(reinterpret_cast<const char*>(&theirs), 8);
-        return text + payload;
-    }
-};
-
-template <typename T> std::string raw(T value)
-{
-    return { reinterpret_cast<const char*>(&value), sizeof value };
-}
-
-// Of a peer that is not there.
-inline std::string beaconOf(const std::string& uuid)
-{
-    return std::string("QNYB\1\0", 6) + raw<uint16_t>(1) + uuid;
-}
-
-inline std::string named(const std::string& name)
-{
-    return static_cast<char>(name.size()) + name;
-}
-
-inline std::string item(uint8_t kind, const std::string& payload)
-{
-    return raw(static_cast<uint32_t>(payload.size() + 1)) + static_cast<char>(kind) + payload;
-}
-
-inline std::string agentItem(const std::string& uuid, const std::string& name, const std::string& definition)
-{
-    return item(1, uuid + '\0' + named(name) + raw(static_cast<uint32_t>(definition.size())) + definition);
-}
-
-inline std::string helloPayload()
-{
-    return raw<uint64_t>(1000) + raw<int64_t>(1) + named("host") + raw<uint32_t>(0) + raw<uint16_t>(0);
-}
-
 inline int Hardening::lureTo(const HeldPort& place, void* speaker)
 {
     Forged forged;
@@ -146,22 +95,12 @@ public:
     HandMadePeer(void* ofContext, const std::string& target, const std::string& hello = helloPayload())
         : context(ofContext)
     {
-        inbox = zmq_socket(context, ZMQ_ROUTER);
-        outbox = zmq_socket(context, ZMQ_DEALER);
-        const int none = 0;
-        zmq_setsockopt(inbox, ZMQ_LINGER, &none, sizeof none);
-        zmq_setsockopt(outbox, ZMQ_LINGER, &none, sizeof none);
-        EXPECT_EQ(zmq_bind(inbox, "tcp://127.0.0.1:*"), 0);
-        char bound[128];
-        size_t size = sizeof bound;
-        zmq_getsockopt(inbox, ZMQ_LAST_ENDPOINT, bound, &size);
-        const std::string text = bound;
-        forged.port = static_cast<uint16_t>(std::stoul(text.substr(text.rfind(':') + 1)));
+        inbox = newInbox();
+        outbox = newSocket(context, ZMQ_DEALER);
+        forged.port = bindAt(inbox, "127.0.0.1");
         static char letter = 'A';
         forged.uuid[0] = ++letter;
         EXPECT_EQ(zmq_connect(outbox, target.c_str()), 0);
-        const int patience = 5000;
-        zmq_setsockopt(inbox, ZMQ_RCVTIMEO, &patience, sizeof patience);
         send(2, hello);
         // Their Hello names their session; ours has been heard when they name it.
         while (true) {
@@ -170,10 +109,8 @@ public:
                 ADD_FAILURE() << "no handshake";
                 return;
             }
-            memcpy(&forged.theirs, message.data() + 24, 8);
-            uint64_t mine = 0;
-            memcpy(&mine, message.data() + 32, 8);
-            if (mine == forged.session) {
+            forged.theirs = numberAt(message, 24);
+            if (numberAt(message, 32) == forged.session) {
                 break;
             }
         }
@@ -206,11 +143,7 @@ public:
     void breakConnection()
     {
         zmq_close(inbox);
-        inbox = zmq_socket(context, ZMQ_ROUTER);
-        const int none = 0;
-        zmq_setsockopt(inbox, ZMQ_LINGER, &none, sizeof none);
-        const int patience = 5000;
-        zmq_setsockopt(inbox, ZMQ_RCVTIMEO, &patience, sizeof patience);
+        inbox = newInbox();
         const std::string address = "tcp://127.0.0.1:" + std::to_string(forged.port);
         EXPECT_TRUE(eventually([&] { return zmq_bind(inbox, address.c_str()) == 0; }));
     }
@@ -224,8 +157,7 @@ public:
             if (message.size() < 48) {
                 continue;
             }
-            uint64_t lastOrNumber = 0;
-            memcpy(&lastOrNumber, message.data() + 40, 8);
+            const uint64_t lastOrNumber = numberAt(message, 40);
             if (message[3] == 4 && lastOrNumber == received + 1) {
                 stream += message.substr(48);
                 ++received;
@@ -250,6 +182,40 @@ public:
     void* context = nullptr;
     void* inbox = nullptr;
     void* outbox = nullptr;
+
+private:
+    void* newInbox() const
+    {
+        void* const socket = newSocket(context, ZMQ_ROUTER);
+        const int patience = 5000;
+        zmq_setsockopt(socket, ZMQ_RCVTIMEO, &patience, sizeof patience);
+        return socket;
+    }
+};
+
+// Somebody that says Hello in the name of a peer that is there, with a session of its own.
+class Claimant
+{
+public:
+    // The socket is its way to us.
+    Claimant(const HandMadePeer& peer, void* socket)
+        : m_forged(peer.forged)
+        , m_socket(socket)
+    {
+        m_forged.session = 4711;
+        m_forged.theirs = 0;
+    }
+    // And leaves time for it to be heard.
+    void claim() const
+    {
+        const std::string text = m_forged.make(2, helloPayload());
+        EXPECT_EQ(zmq_send(m_socket, text.data(), text.size(), 0), static_cast<int>(text.size()));
+        std::this_thread::sleep_for(50ms);
+    }
+
+private:
+    Forged m_forged;
+    void* m_socket;
 };
 
 } // namespace test

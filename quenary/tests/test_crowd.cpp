@@ -18,21 +18,14 @@ class Meeting
 {
 public:
     Meeting(void* context, const std::string& address)
-        : m_socket(zmq_socket(context, ZMQ_ROUTER))
-        , m_monitor(zmq_socket(context, ZMQ_PAIR))
+        : m_socket(newSocket(context, ZMQ_ROUTER))
+        , m_monitor(newSocket(context, ZMQ_PAIR))
     {
-        const int none = 0;
-        zmq_setsockopt(m_socket, ZMQ_LINGER, &none, sizeof none);
-        zmq_setsockopt(m_monitor, ZMQ_LINGER, &none, sizeof none);
         static int count = 0;
         const std::string place = "inproc://meeting" + std::to_string(++count);
         EXPECT_EQ(zmq_socket_monitor(m_socket, place.c_str(), ZMQ_EVENT_ACCEPTED | ZMQ_EVENT_DISCONNECTED), 0);
         EXPECT_EQ(zmq_connect(m_monitor, place.c_str()), 0);
-        EXPECT_EQ(zmq_bind(m_socket, ("tcp://" + address + ":*").c_str()), 0);
-        char bound[128];
-        size_t size = sizeof bound;
-        zmq_getsockopt(m_socket, ZMQ_LAST_ENDPOINT, bound, &size);
-        m_port = static_cast<uint16_t>(std::stoul(std::string(bound).substr(std::string(bound).rfind(':') + 1)));
+        m_port = bindAt(m_socket, address);
     }
     ~Meeting()
     {
@@ -84,13 +77,6 @@ private:
     size_t m_ended = 0;
 };
 
-uint64_t numberAt(const std::string& message, size_t place)
-{
-    uint64_t number = 0;
-    memcpy(&number, message.data() + place, sizeof number);
-    return number;
-}
-
 class Crowd : public Hardening
 {
 protected:
@@ -113,9 +99,7 @@ protected:
         member.forged.uuid = std::string("CROWD-CROWD-") + std::to_string(1000 + members.size());
         member.forged.session = 1000 + members.size();
         member.forged.port = at.port();
-        member.socket = zmq_socket(context, ZMQ_DEALER);
-        const int none = 0;
-        zmq_setsockopt(member.socket, ZMQ_LINGER, &none, sizeof none);
+        member.socket = newSocket(context, ZMQ_DEALER);
         const std::string place = from.empty() ? endpoint : "tcp://" + from + ":0;" + endpoint.substr(6);
         EXPECT_EQ(zmq_connect(member.socket, place.c_str()), 0);
         members.push_back(member);
@@ -181,20 +165,16 @@ TEST_F(Crowd, WhoeverSpeaksSeldomIsWaitedForLongerBeforeAnotherIsBelieved)
     peer.introduce("RARE-RARE-RARE-R", "rare");
     ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "rare"));
     void* socket = dealer();
-    Forged claim = peer.forged;
-    claim.session = 4711;
-    claim.theirs = 0;
+    const Claimant claimant(peer, socket);
     // More than it may be.
     peer.send(3, raw(peer.number) + raw<uint64_t>(0) + raw<uint64_t>(0) + raw<uint16_t>(60'000));
     const auto began = std::chrono::steady_clock::now();
     while (std::chrono::steady_clock::now() < began + 2200ms) {
-        send(socket, claim.make(2, helloPayload()));
-        std::this_thread::sleep_for(50ms);
+        claimant.claim();
     }
     EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "rare"), 0U);
     EXPECT_TRUE(eventually([&] {
-        send(socket, claim.make(2, helloPayload()));
-        std::this_thread::sleep_for(50ms);
+        claimant.claim();
         return watch.count(QNY_AGENT_EXITED, "rare") > 0;
     }));
     EXPECT_EQ(log.count("it has opened its link anew"), 1U) << log.all();

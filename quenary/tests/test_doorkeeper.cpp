@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Whom a connection may speak for.
 #include "doorkeeper.h"
+#include "zmqsocket.h"
 
 #include <chrono>
 #include <filesystem>
@@ -22,7 +23,7 @@ protected:
     {
         inbox.bind("tcp://127.0.0.1:*");
         endpoint = inbox.get(zmq::sockopt::last_endpoint);
-        door.setPort(static_cast<uint16_t>(std::stoul(endpoint.substr(endpoint.rfind(':') + 1))));
+        door.setPort(test::portOf(endpoint));
     }
     // A connection on which something was said; what it said waits in the inbox.
     std::unique_ptr<zmq::socket_t> visitor()

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Strangers at the door of a secured process, with tools of their own.
 #include "beaconsocket.h"
+#include "forged.h"
 #include "loopback.h"
 #include "securednetwork.h"
+#include "zmqsocket.h"
 
 #include <arpa/inet.h>
 #include <cstring>
@@ -15,16 +17,10 @@ using namespace test;
 
 namespace {
 
-template <typename T> std::string raw(T value)
-{
-    return { reinterpret_cast<const char*>(&value), sizeof value };
-}
-
 // A Hello as our own would send it.
 std::string hello(const std::string& uuid, uint16_t port)
 {
-    return std::string("QN\1\2") + raw(port) + std::string(2, '\0') + uuid + raw<uint64_t>(77) + raw<uint64_t>(0)
-        + raw<uint64_t>(1'000'000) + raw<int64_t>(1) + "\4host" + raw<uint32_t>(0) + raw<uint16_t>(0);
+    return Forged { uuid, 77, 0, port }.make(2, helloPayload());
 }
 
 // A DEALER that speaks to us, and a ROUTER that waits for an answer; with the monitor of the first.
@@ -39,25 +35,16 @@ public:
     Stranger(const std::string& target, Mechanism mechanism, const std::string& serverKey = {},
         const std::string& publicKey = {}, const std::string& secretKey = {})
         : context(zmq_ctx_new())
-        , out(zmq_socket(context, ZMQ_DEALER))
-        , in(zmq_socket(context, ZMQ_ROUTER))
-        , monitor(zmq_socket(context, ZMQ_PAIR))
+        , out(newSocket(context, ZMQ_DEALER))
+        , in(newSocket(context, ZMQ_ROUTER))
+        , monitor(newSocket(context, ZMQ_PAIR))
     {
-        for (void* each : { out, in, monitor }) {
-            const int none = 0;
-            zmq_setsockopt(each, ZMQ_LINGER, &none, sizeof none);
-        }
         if (mechanism == Curve) {
             setKey(ZMQ_CURVE_SERVERKEY, serverKey);
             setKey(ZMQ_CURVE_PUBLICKEY, publicKey);
             setKey(ZMQ_CURVE_SECRETKEY, secretKey);
         }
-        EXPECT_EQ(zmq_bind(in, "tcp://127.0.0.1:*"), 0);
-        char bound[128];
-        size_t size = sizeof bound;
-        zmq_getsockopt(in, ZMQ_LAST_ENDPOINT, bound, &size);
-        const std::string text = bound;
-        port = static_cast<uint16_t>(std::stoul(text.substr(text.rfind(':') + 1)));
+        port = bindAt(in, "127.0.0.1");
         EXPECT_EQ(zmq_socket_monitor(out, "inproc://of-out", ZMQ_EVENT_ALL), 0);
         EXPECT_EQ(zmq_connect(monitor, "inproc://of-out"), 0);
         EXPECT_EQ(zmq_connect(out, target.c_str()), 0);
@@ -266,8 +253,7 @@ TEST_F(Strangers, HalfOpenConnectionsAndGarbageKeepNobodyOut)
     std::vector<int> connections;
     sockaddr_in address {};
     address.sin_family = AF_INET;
-    const std::string where = endpoint();
-    address.sin_port = htons(static_cast<uint16_t>(std::stoul(where.substr(where.rfind(':') + 1))));
+    address.sin_port = htons(portOf(endpoint()));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     const std::string greeting = std::string("\xff\0\0\0\0\0\0\0\1\x7f\3\0", 12) + "CURVE" + std::string(47, '\0');
     for (int i = 0; i < 300; ++i) {
