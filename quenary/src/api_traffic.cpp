@@ -232,7 +232,7 @@ qny_result_t qny_agent_input_create(
     on.agent->definitionBytes += declarationBytes(name);
     input.type = type;
     input.hasValue = hasValue;
-    input.value.set(std::move(first.bytes));
+    input.value.set(first.bytes);
     on.core.changed(*on.agent);
     on.core.refreshMappings(*on.agent);
     return QNY_SUCCESS;

@@ -215,16 +215,6 @@ void Doorkeeper::endStrangers(const IsPeers& isPeers, size_t most)
     }
 }
 
-int Doorkeeper::descriptorOf(const zmq::message_t& message)
-{
-    return zmq_msg_get(const_cast<zmq_msg_t*>(message.handle()), ZMQ_SRCFD);
-}
-
-const void* Doorkeeper::connectionOf(const zmq::message_t& message)
-{
-    return zmq_msg_gets(const_cast<zmq_msg_t*>(message.handle()), "Peer-Address");
-}
-
 bool Doorkeeper::speaksFor(const zmq::message_t& message, const Uuid& peer)
 {
     const auto it = m_visitors.find(descriptorOf(message));

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "connection_monitor.h"
+#include "message_origin.h"
 #include "text.h"
 
 #include <algorithm>
@@ -108,10 +109,6 @@ private:
         bool isHeard = false; // since the last look that did not pass it
         bool isEnded = false; // by us; it is told when it is gone
     };
-    static int descriptorOf(const zmq::message_t& message);
-    // The same for all messages of a connection, and no other's as long as one of them is kept; null when it was gone
-    // before it was taken in.
-    static const void* connectionOf(const zmq::message_t& message);
     void open();
     void enter(int fd);
     bool end(int fd, const Visitor& visitor) const;

@@ -137,13 +137,9 @@ struct Output
 class KeptValue
 {
 public:
-    void set(std::string bytes)
-    {
-        m_own = std::move(bytes);
-        m_message.reset();
-    }
-    // The message has so many bytes in all, and lives on for what may be a small part of it: twice as much at most.
-    void set(std::string_view bytes, const std::shared_ptr<const void>& message, size_t messageBytes)
+    // A message, if it came in one, has so many bytes in all, and lives on for what may be a small part of it: twice as
+    // much at most.
+    void set(std::string_view bytes, const std::shared_ptr<const void>& message = nullptr, size_t messageBytes = 0)
     {
         if (message && bytes.size() >= longBytes && bytes.size() >= messageBytes / 2) {
             m_own = {};

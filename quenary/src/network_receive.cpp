@@ -2,6 +2,7 @@
 // What arrives at this peer's address. Everything here comes from outside: it is checked before it is used, and what
 // does not hold is dropped, counted and logged.
 #include "core.h"
+#include "message_origin.h"
 #include "network.h"
 
 #include <cstring>
@@ -31,12 +32,6 @@ bool isRenewed(Link& link)
         link.renewalSince = now;
     }
     return now - link.renewalSince >= renewalMilliseconds;
-}
-
-std::string peerAddress(const zmq::message_t& message)
-{
-    const char* address = zmq_msg_gets(const_cast<zmq_msg_t*>(message.handle()), "Peer-Address");
-    return address ? address : "";
 }
 
 } // namespace
@@ -69,7 +64,7 @@ bool Network::receive()
         if (!sound) {
             m_door->refuse(*body);
             const std::lock_guard lock(m_core.mutex);
-            m_core.refuse("a message of several parts from " + peerAddress(*body));
+            m_core.refuse("a message of several parts from " + peerAddressOf(*body));
             continue;
         }
         receiveMessage(body);
@@ -95,7 +90,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
     const auto refuse = [&](const std::string& what) {
         m_door->refuse(*message);
         const std::lock_guard lock(m_core.mutex);
-        m_core.refuse(what + " from " + peerAddress(*message));
+        m_core.refuse(what + " from " + peerAddressOf(*message));
     };
     if (!wire::read(body, header)) {
         refuse("a message that is not of this protocol");
@@ -109,7 +104,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
     if (header.sender == m_identity.uuid) {
         return; // our own address stands among the explicit peers
     }
-    Destination from { header.sender, peerAddress(*message), header.port, nullptr };
+    Destination from { header.sender, peerAddressOf(*message), header.port, nullptr };
     if (m_security && !isGenuine(header, *message, from.certificate)) {
         refuse("a message in the name of peer " + toText(header.sender) + " by a certificate that is not its own");
         return;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Who is let in, who is cut off, and what the log says of it.
 #include "core.h"
+#include "message_origin.h"
 #include "network.h"
 
 #include <algorithm>
@@ -11,17 +12,11 @@ namespace {
 
 constexpr size_t mostTold = 256;
 
-const char* keyOf(const zmq::message_t& message)
-{
-    const char* key = zmq_msg_gets(const_cast<zmq_msg_t*>(message.handle()), "User-Id");
-    return key ? key : "";
-}
-
 } // namespace
 
 bool Network::isGenuine(const wire::Header& header, const zmq::message_t& message, CertificatePtr& certificate)
 {
-    const std::string_view key = keyOf(message);
+    const std::string_view key = provedKeyOf(message);
     const auto it = m_links.find(header.sender);
     if (it != m_links.end()) {
         Link& link = *it->second;
@@ -112,7 +107,7 @@ bool Network::isPeers(int fd, uint16_t port) const
 
 void Network::noteConnection(Link& link, const zmq::message_t& message)
 {
-    const int fd = zmq_msg_get(message.handle(), ZMQ_SRCFD);
+    const int fd = descriptorOf(message);
     if (fd != link.inboundFd) {
         link.inboundFd = fd;
         link.inboundPort = portOfOtherEnd(fd);
