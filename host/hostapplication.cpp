@@ -186,7 +186,8 @@ bool HostApplication::_joinNetwork(QString* error)
 
     // Each part from the command line, else the environment (which the framework reads), else as it was used last:
     // whoever names another device or port stays on a secured network.
-    const HostSettings::NetworkParts named = namedBy(options) | HostSettings::namedByEnvironment();
+    const HostSettings::NetworkParts typed = namedBy(options);
+    const HostSettings::NetworkParts named = typed | HostSettings::namedByEnvironment();
     bool wasSecured = false;
     QString problem;
     if (options.rememberSettings) {
@@ -207,7 +208,7 @@ bool HostApplication::_joinNetwork(QString* error)
     if (!options.peers.isEmpty()) {
         network->setpeers(options.peers);
     }
-    if (namedBy(options).testFlag(HostSettings::Security)) {
+    if (typed.testFlag(HostSettings::Security)) {
         network->setprivateCertificate(options.privateCertificate);
         network->setpublicCertificates(options.publicCertificates);
     }

@@ -6,6 +6,20 @@
 #include <QObject>
 #include <QStringList>
 
+/// What stands at the path of a certificate, or of a folder of them.
+struct CORVANE_EXPORT CertificatesFound
+{
+    Q_GADGET
+    /// A sentence for the user; empty when the path would do.
+    Q_PROPERTY(QString problem MEMBER problem)
+    /// In the certificates, in the order of their files, without those that are refused.
+    Q_PROPERTY(QStringList names MEMBER names)
+
+public:
+    QString problem;
+    QStringList names;
+};
+
 /// The network that this process is on, or would join. One for the process, on the main thread.
 ///
 /// When it connects, the environment of this process gets QNY_DEVICE, QNY_PORT and QNY_PEERS, and QNY_PRIVATE_CERTIFICATE
@@ -65,14 +79,9 @@ public:
     Q_INVOKABLE void disconnectFromNetwork();
     Q_INVOKABLE void refreshAvailableDevices();
 
-    /// What a page says of a path before somebody connects with it. The problems are sentences for the user, empty when
-    /// the path would do; both read files: not to be called in a loop.
-    Q_INVOKABLE QString privateCertificateProblem(const QString& path) const;
-    Q_INVOKABLE QString publicCertificatesProblem(const QString& directory) const;
-    /// The name in the certificate; empty when there is a problem.
-    Q_INVOKABLE QString privateCertificateName(const QString& path) const;
-    /// Their names in the order of their files, without those that are refused.
-    Q_INVOKABLE QStringList publicCertificateNames(const QString& directory) const;
+    /// What a page says of a path before somebody connects with it. Both read files: not to be called in a loop.
+    Q_INVOKABLE CertificatesFound privateCertificateAt(const QString& path) const;
+    Q_INVOKABLE CertificatesFound publicCertificatesIn(const QString& directory) const;
 
 Q_SIGNALS:
     void localNetworkNameChanged();

@@ -143,26 +143,26 @@ void TestNetwork::certificatesAreJudgedAsTheNetworkJudgesThem()
     QVERIFY(QDir(directory.path()).mkpath("shared/keys"));
     const QDir keys(directory.filePath("shared/keys"));
     const QString own = keys.filePath("host.cert_secret");
-    QVERIFY2(network()->publicCertificatesProblem(keys.path()).startsWith("No certificate"),
-        qUtf8Printable(network()->publicCertificatesProblem(keys.path())));
+    QVERIFY2(network()->publicCertificatesIn(keys.path()).problem.startsWith("No certificate"),
+        qUtf8Printable(network()->publicCertificatesIn(keys.path()).problem));
     for (const char* name : { "host", "pump" }) {
         QCOMPARE(qny_certificate_make(keys.path().toUtf8().constData(), name, nullptr, nullptr), QNY_SUCCESS);
     }
     const QStringList names { "host", "pump" };
-    QCOMPARE(network()->publicCertificatesProblem(keys.path()), QString());
-    QCOMPARE(network()->publicCertificateNames(keys.path()), names);
-    QCOMPARE(network()->privateCertificateProblem(own), QString());
-    QCOMPARE(network()->privateCertificateName(own), "host");
-    QVERIFY(network()->privateCertificateProblem(keys.filePath("host.cert")).startsWith("This is the public half"));
+    QCOMPARE(network()->publicCertificatesIn(keys.path()).problem, QString());
+    QCOMPARE(network()->publicCertificatesIn(keys.path()).names, names);
+    QCOMPARE(network()->privateCertificateAt(own).problem, QString());
+    QCOMPARE(network()->privateCertificateAt(own).names, QStringList("host"));
+    QVERIFY(network()->privateCertificateAt(keys.filePath("host.cert")).problem.startsWith("This is the public half"));
 
     // A private one under another name, and a key that stands there twice: those that are let in are named all the same
     const QString misplaced = keys.filePath("valve.cert");
     QVERIFY(QFile::copy(own, misplaced));
-    QVERIFY(network()->publicCertificatesProblem(keys.path()).startsWith(misplaced + ':'));
-    QCOMPARE(network()->publicCertificateNames(keys.path()), names);
+    QVERIFY(network()->publicCertificatesIn(keys.path()).problem.startsWith(misplaced + ':'));
+    QCOMPARE(network()->publicCertificatesIn(keys.path()).names, names);
     QVERIFY(QFile::remove(misplaced) && QFile::copy(keys.filePath("pump.cert"), misplaced));
-    QVERIFY(network()->publicCertificatesProblem(keys.path()).contains("this public key stands in"));
-    QCOMPARE(network()->publicCertificateNames(keys.path()), names);
+    QVERIFY(network()->publicCertificatesIn(keys.path()).problem.contains("this public key stands in"));
+    QCOMPARE(network()->publicCertificatesIn(keys.path()).names, names);
     QVERIFY(QFile::remove(misplaced));
 
     // A folder above into which anybody may write
@@ -170,10 +170,10 @@ void TestNetwork::certificatesAreJudgedAsTheNetworkJudgesThem()
     const auto everybodys = QFile::permissions(shared) | QFile::WriteOther | QFile::ExeOther;
     QVERIFY(QFile::setPermissions(shared, everybodys));
     const QString said = "anybody may write into " + shared;
-    QVERIFY(network()->publicCertificatesProblem(keys.path()).contains(said));
-    QVERIFY(network()->publicCertificateNames(keys.path()).isEmpty());
-    QVERIFY(network()->privateCertificateProblem(own).contains(said));
-    QVERIFY(network()->privateCertificateName(own).isEmpty());
+    QVERIFY(network()->publicCertificatesIn(keys.path()).problem.contains(said));
+    QVERIFY(network()->publicCertificatesIn(keys.path()).names.isEmpty());
+    QVERIFY(network()->privateCertificateAt(own).problem.contains(said));
+    QVERIFY(network()->privateCertificateAt(own).names.isEmpty());
 }
 
 void TestNetwork::aConnectionThatFailsSaysWhy()

@@ -17,9 +17,11 @@ FocusScope {
     property bool available: true
     // The other half of what secures a network is there, and this one is not.
     property bool isMissing: false
-    property string problem
-    // Names, as their owners wrote them: also beside a problem, which may be that of one file among many.
-    property string names
+    // What is there, with its problem and its names; null when that is not looked at.
+    property var found: null
+    readonly property string problem: found ? found.problem : ""
+    // As their owners wrote them: also beside a problem, which may be that of one file among many.
+    readonly property string names: found ? found.names.join(", ") : ""
 
     signal accepted
 

@@ -138,8 +138,7 @@ HostPopup {
                 placeholderText: qsTr("File, if secured")
                 available: root.editable
                 isMissing: !root.isSecurityWhole && path === ""
-                problem: root.looks === 0 || path === "" ? "" : NetworkConfiguration.privateCertificateProblem(path)
-                names: root.looks === 0 || path === "" ? "" : NetworkConfiguration.privateCertificateName(path)
+                found: root.looks === 0 || path === "" ? null : NetworkConfiguration.privateCertificateAt(path)
                 onAccepted: root.connectAsTyped()
             }
             FieldLabel {
@@ -154,8 +153,7 @@ HostPopup {
                 isFolder: true
                 available: root.editable
                 isMissing: !root.isSecurityWhole && path === ""
-                problem: root.looks === 0 || path === "" ? "" : NetworkConfiguration.publicCertificatesProblem(path)
-                names: root.looks === 0 || path === "" ? "" : NetworkConfiguration.publicCertificateNames(path).join(", ")
+                found: root.looks === 0 || path === "" ? null : NetworkConfiguration.publicCertificatesIn(path)
                 onAccepted: root.connectAsTyped()
             }
         }
