@@ -58,7 +58,8 @@ StoreResult EmbeddedContext::connect(Database& database) const
     return prepareConnection(database, options.mostPages, logBytes());
 }
 
-// The log may grow to half of the reserve: what it holds must find room in the file even on a full disk.
+// The log may grow to half of the reserve: it has its room in the file already and takes it a second time, which on a
+// small disk records could have.
 std::uint64_t EmbeddedContext::logBytes() const
 {
     std::error_code unknown;

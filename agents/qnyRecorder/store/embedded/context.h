@@ -73,7 +73,7 @@ struct EmbeddedContext
         if (isFull(result) && spendReserve(reserve)) {
             result = work();
         }
-        // Last, for a log that is too long for the disk takes what room there is into the file and frees nothing.
+        // Last, for it waits for whoever reads. The file has room for it (Database::takeRoom).
         if (isFull(result) && emptyLog(database)) {
             result = work();
         }

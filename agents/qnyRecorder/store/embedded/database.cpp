@@ -74,6 +74,9 @@ StoreResult Database::open(const std::filesystem::path& file, int busyMs)
         return result;
     }
     sqlite3_busy_timeout(m_handle, busyMs);
+    // Without it SQLite takes no room before it writes; a larger one would keep some of what deleting frees.
+    int chunk = 1;
+    sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_CHUNK_SIZE, &chunk);
     return StoreResult::done();
 }
 
@@ -88,6 +91,24 @@ StoreResult Database::number(const std::string& sql, std::int64_t& value)
     Statement statement(*this, sql.c_str());
     value = statement.step() ? statement.integer(0) : 0;
     return statement.result();
+}
+
+StoreResult Database::takeRoom()
+{
+    std::int64_t needed = 0;
+    const char* const all = "SELECT page_count * page_size FROM pragma_page_count, pragma_page_size";
+    if (StoreResult result = number(all, needed); !result) {
+        return result;
+    }
+    sqlite3_int64 bytes = needed;
+    if (sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_SIZE_HINT, &bytes) == SQLITE_OK) {
+        return StoreResult::done();
+    }
+    std::error_code unknown;
+    const std::uintmax_t has = std::filesystem::file_size(m_file, unknown);
+    const std::uintmax_t free = unknown ? 0 : std::filesystem::space(m_file, unknown).available;
+    const bool isFull = !unknown && has + free < static_cast<std::uintmax_t>(needed);
+    return isFull ? failure(SQLITE_FULL, "store what was written") : StoreResult::done();
 }
 
 int Database::changes() const
@@ -224,9 +245,14 @@ Transaction::~Transaction()
 
 StoreResult Transaction::commit()
 {
+    if (StoreResult result = m_database.takeRoom(); !result) {
+        return result;
+    }
     const int code = sqlite3_exec(m_database.handle(), "COMMIT", nullptr, nullptr, nullptr);
     if (code == SQLITE_OK) {
         m_active = false;
+        // Whoever moved the log meanwhile has cut the file to what was stored before.
+        (void)m_database.takeRoom();
         return StoreResult::done();
     }
     StoreResult result = m_database.failure(code, "store what was written");

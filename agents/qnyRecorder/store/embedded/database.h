@@ -30,6 +30,9 @@ public:
     // One number; 0 when there is no row.
     StoreResult number(const std::string& sql, std::int64_t& value);
     int changes() const;
+    // Sets room aside in the file for all pages, also those that stand in the log alone, so that the log can always be
+    // moved into the file. Full when the disk has no room for them; where the file system cannot tell, nothing is said.
+    StoreResult takeRoom();
     // A result for what SQLite just reported. `doing` completes "Could not …".
     StoreResult failure(int code, std::string_view doing) const;
     sqlite3* handle() const { return m_handle; }

@@ -118,11 +118,15 @@ void Upkeep::purgeSome()
         }
     }
     // Pages that became free go back to the disk in small steps too.
+    std::int64_t atOnce = 64;
     std::int64_t pages = 0;
     while (!isStopping() && m_database.number("PRAGMA freelist_count", pages) && pages > 0) {
-        std::int64_t before = pages;
-        if (!m_database.execute("PRAGMA incremental_vacuum(64)") || !m_database.number("PRAGMA freelist_count", pages)
-            || pages >= before) {
+        const std::int64_t before = pages;
+        const StoreResult result = m_context->withRoom(m_database,
+            [&] { return m_database.execute("PRAGMA incremental_vacuum(" + std::to_string(atOnce) + ')'); });
+        if (result.error == StoreError::Full && atOnce > 1) {
+            atOnce /= 4;
+        } else if (!result || !m_database.number("PRAGMA freelist_count", pages) || pages >= before) {
             break;
         }
     }

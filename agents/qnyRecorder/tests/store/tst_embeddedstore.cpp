@@ -29,6 +29,7 @@ private slots:
     void aFullStoreEndsTheRecordingAndLosesNothing();
     void aFullDiskEndsTheRecordingAndLosesNothing();
     void aDiskThatARecordFilledToTheLastByteCanBeReadAndEmptied();
+    void whatStandsInTheLogHasItsRoomInTheFileAlready();
     void aDeletedRecordGivesItsSpaceBack();
     void aLeaseThatEndedIsSeenWithoutALockToAsk();
     void deadOwnersLeaveNoLockFilesBehind();
@@ -261,6 +262,32 @@ void TestEmbeddedStore::aDiskThatARecordFilledToTheLastByteCanBeReadAndEmptied()
     QTRY_VERIFY_WITH_TIMEOUT(store->create(newFacts("next"), writer), 20'000);
     RR_DONE(writer->append(numberedText(1).view()));
     RR_DONE(writer->close(0));
+}
+
+void TestEmbeddedStore::whatStandsInTheLogHasItsRoomInTheFileAlready()
+{
+    EmbeddedOptions options;
+    options.directory = m_under.place().toStdString();
+    options.upkeepUs = 600'000'000; // nobody moves it
+    StoreResult result;
+    const auto store = openEmbeddedStore(options, result);
+    QVERIFY(store);
+    std::unique_ptr<RecordWriter> writer;
+    RR_DONE(store->create(newFacts("long"), writer));
+    const qint64 logBefore = QFileInfo(m_under.place() + "/records.db-wal").size();
+    for (int i = 0; i < 1'000; ++i) {
+        RR_DONE(writer->append(numberedText(i, 1'000).view()));
+        if (i % 50 != 49) {
+            continue;
+        }
+        RR_DONE(writer->flush());
+        std::int64_t pages = 0;
+        QVERIFY(runSql(m_under.place(), "PRAGMA page_count", &pages));
+        const qint64 bytes = QFileInfo(m_under.place() + "/records.db").size();
+        QVERIFY2(bytes >= pages * 16 * 1024, qPrintable(QStringLiteral("%1 pages, %2 bytes").arg(pages).arg(bytes)));
+    }
+    QVERIFY(QFileInfo(m_under.place() + "/records.db-wal").size() > logBefore + 1'000 * 1'000);
+    RR_DONE(writer->close(1'000));
 }
 
 void TestEmbeddedStore::aDeletedRecordGivesItsSpaceBack()
