@@ -101,9 +101,8 @@ qny_result_t Core::start(const Options& wanted)
             return fail(QNY_ERROR_STARTED, "The network is joined already; call qny_stop() first.");
         }
     }
-    auto* made = new Network(*this);
+    auto made = std::make_unique<Network>(*this);
     if (const qny_result_t result = made->open(wanted); result != QNY_SUCCESS) {
-        delete made;
         return result;
     }
     static std::once_flag exitOnce;
@@ -113,14 +112,14 @@ qny_result_t Core::start(const Options& wanted)
     options = wanted;
     endpoint = made->endpoint();
     shownHostName = wanted.hostName;
-    network = made;
+    network = made.release();
     started = true;
     self->hostName = wanted.hostName;
-    self->address = made->address();
+    self->address = network->address();
     self->program = std::make_shared<const Program>(executable, commandLine);
     self->processId = getpid();
     self->maxMessageBytes = wanted.maxMessageBytes;
-    self->certificate = made->ownCertificate();
+    self->certificate = network->ownCertificate();
     if (self->certificate) {
         self->uuid = Security::peerUuid(*self->certificate);
         self->uuidText = toText(self->uuid);
@@ -133,7 +132,7 @@ qny_result_t Core::start(const Options& wanted)
     }
     tellChanges();
     lock.unlock();
-    made->run();
+    network->run();
     return QNY_SUCCESS;
 }
 
