@@ -2,8 +2,6 @@
 #include "beacon_sieve.h"
 
 #include <algorithm>
-#include <cstring>
-#include <sodium.h>
 
 namespace qny {
 
@@ -32,16 +30,10 @@ bool BeaconSieve::isSteady(const wire::Beacon& beacon, const std::string& from, 
 {
     if (m_seen.empty()) {
         m_seen.resize(places);
-        for (size_t i = 0; i < m_key.size(); i += sizeof(uint64_t)) {
-            const uint64_t random = randomNumber();
-            std::memcpy(m_key.data() + i, &random, sizeof random);
-        }
     }
     std::string text(reinterpret_cast<const char*>(beacon.sender.data()), beacon.sender.size());
     text += std::to_string(beacon.port) + "/" + from;
-    uint64_t hash = 0;
-    crypto_shorthash(reinterpret_cast<unsigned char*>(&hash), reinterpret_cast<const unsigned char*>(text.data()),
-        text.size(), m_key.data());
+    const uint64_t hash = hashOf(text.data(), text.size()); // nobody can aim at another's place
     Seen& seen = m_seen[hash % places];
     const auto tag = static_cast<uint32_t>(hash >> 32);
     const auto at = static_cast<uint32_t>(now);

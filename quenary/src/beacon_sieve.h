@@ -5,7 +5,6 @@
 
 #include "wire.h"
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -32,7 +31,6 @@ private:
     };
     size_t m_left = 0;
     int64_t m_refill = 0;
-    std::array<unsigned char, 16> m_key {}; // nobody can aim at another's place
     std::vector<Seen> m_seen; // empty until it is needed
 };
 

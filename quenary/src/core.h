@@ -79,6 +79,7 @@ public:
     // The bytes are of the output's type.
     qny_result_t publish(Agent& agent, Output& output, std::string_view bytes, int64_t time, uint64_t* sequence);
     void refreshListeners(const Uuid& agent, std::string_view output);
+    void refreshListeners(const Uuid& agent); // of all outputs
     void outputAppeared(Agent& agent, Output& output);
     void addMapping(const AgentPtr& agent, const MappingPtr& mapping);
     void removeMapping(Agent& agent, MappingPtr mapping);

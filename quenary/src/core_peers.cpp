@@ -3,6 +3,8 @@
 // the callback thread, in order with what they published and called.
 #include "core.h"
 
+#include <cstring>
+
 namespace qny {
 
 namespace {
@@ -75,19 +77,19 @@ void Core::peerDown(const PeerPtr& pointer, bool fellSilent)
     peer->pieces.clear();
     peer->queuedBytes = 0;
     peer->dropped.clear();
-    const auto subscriptions = std::exchange(peer->subscriptions, {});
-    peer->byAgent.clear();
-    peer->byOutput.clear();
+    peer->subscriptions.clear();
+    const auto byAgent = std::exchange(peer->byAgent, {});
+    const auto byOutput = std::exchange(peer->byOutput, {});
     peers.erase(peer->uuid);
     std::erase(waiting, peer);
-    for (const auto& [id, subscription] : subscriptions) {
-        if (!subscription.all) {
-            refreshListeners(subscription.agent, subscription.output);
-        } else if (const AgentPtr agent = onlineAgent(subscription.agent)) {
-            for (const auto& output : agent->outputs) {
-                refreshListeners(subscription.agent, output->name);
-            }
-        }
+    // Each once, however often it was asked for.
+    for (const auto& [agent, ids] : byAgent) {
+        refreshListeners(agent);
+    }
+    for (const auto& [key, ids] : byOutput) {
+        Uuid agent {};
+        std::memcpy(agent.data(), key.data(), agent.size());
+        refreshListeners(agent, std::string_view(key).substr(agent.size()));
     }
 }
 

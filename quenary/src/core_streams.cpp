@@ -121,14 +121,20 @@ void Core::subscribe(const PeerPtr& peer, uint64_t id, Subscription wanted)
         return;
     }
     if (wanted.all) {
-        peer->byAgent[wanted.agent].push_back(id);
+        auto& ids = peer->byAgent[wanted.agent];
+        ids.insert(id);
+        if (ids.size() == 1) {
+            refreshListeners(wanted.agent);
+        }
         for (const auto& output : agent->outputs) {
-            refreshListeners(wanted.agent, output->name);
             tellLast(peer, id, wanted.agent, output->name, output.get(), output->sequence);
         }
     } else {
-        peer->byOutput[outputKey(wanted.agent, wanted.output)].push_back(id);
-        refreshListeners(wanted.agent, wanted.output);
+        auto& ids = peer->byOutput[outputKey(wanted.agent, wanted.output)];
+        ids.insert(id);
+        if (ids.size() == 1) {
+            refreshListeners(wanted.agent, wanted.output);
+        }
         const Output* output = agent->outputs.find(wanted.output);
         uint64_t sequence = output ? output->sequence : 0;
         if (const auto retired = agent->retiredSequences.find(wanted.output);
@@ -163,41 +169,30 @@ void Core::unsubscribe(const PeerPtr& peer, uint64_t id)
     const Subscription subscription = std::move(it->second);
     peer->subscriptions.erase(it);
     if (subscription.all) {
-        auto& ids = peer->byAgent[subscription.agent];
-        std::erase(ids, id);
-        if (ids.empty()) {
-            peer->byAgent.erase(subscription.agent);
-        }
-        if (const AgentPtr agent = onlineAgent(subscription.agent)) {
-            for (const auto& output : agent->outputs) {
-                refreshListeners(subscription.agent, output->name);
-            }
+        const auto ids = peer->byAgent.find(subscription.agent);
+        ids->second.erase(id);
+        if (ids->second.empty()) {
+            peer->byAgent.erase(ids);
+            refreshListeners(subscription.agent);
         }
         return;
     }
-    const std::string key = outputKey(subscription.agent, subscription.output);
-    auto& ids = peer->byOutput[key];
-    std::erase(ids, id);
-    if (ids.empty()) {
-        peer->byOutput.erase(key);
+    const auto ids = peer->byOutput.find(outputKey(subscription.agent, subscription.output));
+    ids->second.erase(id);
+    if (ids->second.empty()) {
+        peer->byOutput.erase(ids);
+        refreshListeners(subscription.agent, subscription.output);
     }
-    refreshListeners(subscription.agent, subscription.output);
 }
 
 void Core::dropSubscriptionsOf(const Uuid& agent)
 {
-    const auto dropFrom = [this, &agent](const PeerPtr& peer) {
-        std::vector<uint64_t> ids;
-        for (const auto& [id, subscription] : peer->subscriptions) {
-            if (subscription.agent == agent) {
-                ids.push_back(id);
-            }
-        }
-        for (const uint64_t id : ids) {
-            unsubscribe(peer, id);
-        }
-        std::erase_if(
-            peer->dropped, [&agent](const auto& each) { return each.first.starts_with(outputKey(agent, {})); });
+    const auto dropFrom = [&agent](const PeerPtr& peer) {
+        const auto isOfIt = [key = outputKey(agent, {})](const auto& each) { return each.first.starts_with(key); };
+        std::erase_if(peer->subscriptions, [&agent](const auto& each) { return each.second.agent == agent; });
+        peer->byAgent.erase(agent);
+        std::erase_if(peer->byOutput, isOfIt);
+        std::erase_if(peer->dropped, isOfIt);
     };
     dropFrom(self);
     for (const auto& [uuid, peer] : peers) {
@@ -207,6 +202,15 @@ void Core::dropSubscriptionsOf(const Uuid& agent)
     if (it != m_agents.end()) {
         for (const auto& output : it->second->outputs) {
             output->listeners.clear();
+        }
+    }
+}
+
+void Core::refreshListeners(const Uuid& uuid)
+{
+    if (const AgentPtr agent = onlineAgent(uuid)) {
+        for (const auto& output : agent->outputs) {
+            refreshListeners(uuid, output->name);
         }
     }
 }

@@ -15,6 +15,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -323,9 +324,9 @@ struct Peer
     std::shared_ptr<std::atomic<size_t>> keptEntries = std::make_shared<std::atomic<size_t>>(0);
 
     // Its interest in our outputs.
-    std::unordered_map<uint64_t, Subscription> subscriptions;
-    std::unordered_map<std::string, std::vector<uint64_t>, TextHash, std::equal_to<>> byOutput; // key: outputKey()
-    std::unordered_map<Uuid, std::vector<uint64_t>, UuidHash> byAgent; // all outputs of the agent
+    std::map<uint64_t, Subscription> subscriptions; // by ids of its choice
+    std::unordered_map<std::string, std::set<uint64_t>, TextHash, std::equal_to<>> byOutput; // key: outputKey()
+    std::unordered_map<Uuid, std::set<uint64_t>, UuidHash> byAgent; // all outputs of the agent
 
     // Items that wait for the network thread: pieces of the stream, each beginning with room for a data header.
     bool open = false; // the other side accepts our stream

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <random>
+#include <sodium.h>
 #include <sys/random.h>
 
 namespace qny {
@@ -164,6 +165,21 @@ uint64_t randomNumber()
     uint64_t number = 0;
     fillRandom(&number, sizeof number);
     return number;
+}
+
+size_t hashOf(const void* bytes, size_t size)
+{
+    using Key = std::array<unsigned char, crypto_shorthash_KEYBYTES>;
+    static const Key key = [] {
+        Key made {};
+        fillRandom(made.data(), made.size());
+        return made;
+    }();
+    size_t hash = 0;
+    static_assert(sizeof hash == crypto_shorthash_BYTES);
+    crypto_shorthash(
+        reinterpret_cast<unsigned char*>(&hash), static_cast<const unsigned char*>(bytes), size, key.data());
+    return hash;
 }
 
 Uuid newUuid()

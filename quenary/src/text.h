@@ -21,15 +21,14 @@ std::string nameProblem(std::string_view name, bool ofAgent);
 
 using Uuid = std::array<uint8_t, 16>;
 
-// The bytes of a uuid are random already: any eight of them are a hash.
+// Of this process alone: others choose names and uuids, and could choose such that fall together, so that each takes as
+// long to be found as all of them.
+size_t hashOf(const void* bytes, size_t size);
+
+// Neither this nor the next says that it is noexcept: so maps keep what it gives, and do not ask again on their way.
 struct UuidHash
 {
-    size_t operator()(const Uuid& uuid) const noexcept
-    {
-        size_t hash = 0;
-        std::memcpy(&hash, uuid.data(), sizeof hash);
-        return hash;
-    }
+    size_t operator()(const Uuid& uuid) const { return hashOf(uuid.data(), uuid.size()); }
 };
 
 Uuid newUuid();
@@ -44,7 +43,7 @@ std::optional<Uuid> uuidFromText(std::string_view text);
 struct TextHash
 {
     using is_transparent = void;
-    size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view> {}(text); }
+    size_t operator()(std::string_view text) const { return hashOf(text.data(), text.size()); }
 };
 
 } // namespace qny

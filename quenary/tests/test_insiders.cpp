@@ -276,6 +276,35 @@ TEST_F(Hardening, ADefinitionOfManyUnknownMembersHoldsNobodyUp)
     EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "stays"), 0U);
 }
 
+TEST_F(Hardening, SubscriptionsWhoseNumbersAreChosenWithCareHoldNobodyUp)
+{
+    AgentWatch watch;
+    PeerProcess other("stays");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "stays"));
+    HandMadePeer peer(context, endpoint);
+    peer.introduce("CAREFULCAREFUL-C", "careful");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "careful"));
+    char* own = qny_agent_uuid(qny_default_agent());
+    const std::string uuid = bytesOf(own);
+    qny_free(own);
+    // In a table of so many places all of them fall into one. After they are made, some are asked for again.
+    constexpr uint64_t places = 85'229;
+    std::string requests;
+    const auto ask = [&](uint64_t id, uint64_t last) {
+        for (; id <= last; ++id) {
+            requests += item(5, raw(id * places) + uuid + '\0' + named("o"));
+            if (requests.size() > 1'000'000 || id == last) {
+                peer.data(std::exchange(requests, {}));
+            }
+        }
+    };
+    ask(1, places);
+    ask(1, 90'000);
+    peer.data(agentItem("AFTERAFTERAFTERA", "after", "{}"));
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "after"));
+    EXPECT_EQ(watch.count(QNY_AGENT_EXITED, "stays"), 0U);
+}
+
 TEST_F(Hardening, AnAgentThatIsRenamedAgainAndAgainTakesNoMemoryForItsCommandLine)
 {
     // Keeps nothing of what it is told.
