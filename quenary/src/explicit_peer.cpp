@@ -105,7 +105,9 @@ ConnectionEnd ExplicitPeer::tend(int64_t now)
             m_nextTry = now + pauseMilliseconds;
         }
     }
-    if (m_oneWay.isMisused(m_port, now)) {
+    // While something waits there to be read ZeroMQ does not see that the connection has ended, and makes no other.
+    const bool isAnswered = m_monitor && (m_socket.get(zmq::sockopt::events) & ZMQ_POLLIN) != 0;
+    if (isAnswered || m_oneWay.isMisused(m_port, now)) {
         logWarning("the peer at " + m_place + " sends where it should only listen");
         disconnect();
         m_failed = true;

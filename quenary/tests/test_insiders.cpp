@@ -408,6 +408,30 @@ TEST_F(Hardening, WhoAnswersByOurOwnConnectionAndVanishesEndsNobodyElse)
 
 // They are not told apart by names: ZeroMQ would name one that has none by a count, and end the process when somebody
 // has taken the next name before.
+TEST_F(Hardening, WhoAnswersInANamedPeersPlaceAndVanishesKeepsNobodyFromIt)
+{
+    qny_stop();
+    uint16_t place = 0;
+    std::string peers;
+    {
+        const HeldPort listener(SOCK_STREAM);
+        place = listener.port();
+        peers = "127.0.0.1:" + std::to_string(place);
+        qny_options_t mine = options();
+        mine.peers = peers.c_str();
+        start(mine);
+        const int fd = accept(listener.fd(), nullptr, nullptr);
+        ASSERT_GE(fd, 0);
+        ASSERT_TRUE(beginTransport(fd, "ROUTER") && awaitBytes(fd, "QN\1\1"));
+        ASSERT_TRUE(sendAll(fd, std::string("\0\1x\0\1y\0\1z", 9)));
+        awaitBytes(fd, "QN\1\1"); // all of that has come there a second later
+        reset(fd);
+    }
+    AgentWatch watch;
+    PeerProcess other("named", { "--peers", "127.0.0.1:1", "--listen", std::to_string(place) });
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "named"));
+}
+
 TEST_F(Hardening, ConnectionsThatNameThemselvesAlikeAreEachHeard)
 {
     std::vector<int> connections;
