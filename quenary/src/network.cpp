@@ -158,6 +158,11 @@ qny_result_t Network::bindInbox(const Options& options)
     m_inbox.set(zmq::sockopt::backlog, 1024);
     m_inbox.set(zmq::sockopt::handshake_ivl, QNY_PRESENCE_BOUND_MS);
     watchConnections(m_inbox);
+    if (!m_security) {
+        // Of what comes by ZeroMQ's older protocols nobody knows by which connection it came, nor from where. Who has a
+        // domain takes none of them; that nobody asks for it lets all others in.
+        m_inbox.set(zmq::sockopt::zap_domain, std::string("quenary"));
+    }
     m_inbox.set(zmq::sockopt::ipv6, m_device.ipv6);
     for (uint16_t port = options.listenPorts.first;; ++port) {
         const std::string wanted

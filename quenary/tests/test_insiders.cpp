@@ -524,6 +524,26 @@ TEST_F(Hardening, APingWithoutItsTimeIsNotAnsweredWithWhatLiesBehindIt)
     close(fd);
 }
 
+TEST_F(Hardening, WhoSpeaksAnOlderProtocolOfZeroMqIsNotHeard)
+{
+    const uint64_t before = refused();
+    // Greeting, a name that is empty, a message.
+    const std::string of2("\xff\0\0\0\0\0\0\0\1\x7f\1\5"
+                          "\0\0"
+                          "\0\1x",
+        17);
+    const std::string of1("\1\0"
+                          "\2\0x",
+        5);
+    for (const std::string& said : { of2, of1 }) {
+        const int fd = connectedTo(port);
+        ASSERT_TRUE(sendAll(fd, said));
+        EXPECT_TRUE(awaitEnd(fd));
+        close(fd);
+    }
+    EXPECT_EQ(refused(), before) << "a refusal that could not be held against anybody";
+}
+
 TEST_F(Hardening, ACommandThatIsShorterThanItSaysEndsItsConnection)
 {
     for (const std::string& command : { std::string("\4\0", 2), std::string("\4\3\x9PI", 5) }) {
