@@ -329,6 +329,13 @@ void Launchers::_onState(const State& state)
     if (line.info == nullptr) {
         return; // of another document
     }
+    // Nobody speaks for a machine by showing a launcher of another one, or by becoming a launcher later on.
+    const Host* const host = line.info->group()->host();
+    if (host == nullptr || host->launcherUuid() != launcher.uuid) {
+        qWarning("Agent %s, which is no launcher of that machine, says how a launch went: it is not heard",
+            qUtf8Printable(state.launcherUuid));
+        return;
+    }
     if (state.state == QLatin1String(QNY_LAUNCH_STOPPED)) {
         Q_EMIT line.instance->launchStopped(line.info);
         return;

@@ -36,6 +36,7 @@ private Q_SLOTS:
     void whatBecameOfALaunchIsToldOnce();
     void aLaunchOfAnotherDocumentIsNotTold();
     void answersOfStrangersAreNotHeard();
+    void aLauncherSpeaksOfItsOwnMachineAlone();
     void anAgentThatDoesNotAnswerIsEndedByItsLaunchOrItsProcess();
     void aStandInOfALauncherStartsNothing();
     void theLauncherThatCameLastIsAsked();
@@ -288,6 +289,28 @@ void TestLaunchers::answersOfStrangersAreNotHeard()
     stranger.process().closeWriteChannel();
     QTRY_VERIFY(_document()->unplacedAgents().isEmpty());
     QCOMPARE(raised.size(), 1);
+}
+
+void TestLaunchers::aLauncherSpeaksOfItsOwnMachineAlone()
+{
+    const std::unique_ptr<Peer> launcher = _askedLauncher();
+    QVERIFY(launcher);
+    Peer other(_launcherOf("machine three"));
+    QVERIFY(other.isReady());
+    Host* const three = _document()->getOrCreateHost("machine three");
+    QTRY_VERIFY(three->hasLauncher());
+    QSignalSpy raised(SystemViewManager::instance(), &SystemViewManager::problemRaised);
+    QSignalSpy stopped(_sensor, &SystemViewClassInstance::launchStopped);
+    QCOMPARE(Launchers::askToEnd(three->launcherUuid(), _line, 0), QString()); // so that it knows whom to tell
+    QVERIFY(other.waitForLine("end"));
+    for (const char* const said : { " stopped 0 x", " exited 3 /opt/sensor" }) {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("which is no launcher of that machine"));
+        _write(other, "answer " + _line->uuid() + said);
+    }
+    _write(other, "answer - refused 0 the last word");
+    QTRY_COMPARE(raised.size(), 1);
+    QVERIFY(raised.at(0).at(0).toString().contains("machine three"));
+    QVERIFY(stopped.isEmpty());
 }
 
 void TestLaunchers::anAgentThatDoesNotAnswerIsEndedByItsLaunchOrItsProcess()
