@@ -169,6 +169,10 @@ QNY_EXPORT qny_result_t qny_certificate_read(const char *path, qny_certificate_t
  * from, as the directory of public certificates had it when the call arrived. Nobody can call by another's. Null anywhere else, and on a network without
  * security. Valid until the callback returns. */
 QNY_EXPORT const qny_certificate_t *qny_caller_certificate(void);
+/* Whether the owner of that public key is let in now, or it is this process's own: who keeps a call for later asks this
+ * before it is carried out, as the certificate may have been taken away meanwhile. Always on a network without
+ * security; else never for null, nor when the network is not started. */
+QNY_EXPORT bool qny_is_let_in(const char* public_key);
 
 /* A directory of public certificates, watched: of those, say, who may command. A file that is refused is logged with its line, and does not
  * count; changes count within a second. Null, and qny_last_error(), when the directory cannot be read, or anybody may write

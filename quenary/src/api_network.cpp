@@ -5,6 +5,7 @@
 #include "command_line.h"
 #include "devices.h"
 #include "handed_out.h"
+#include "network.h"
 
 #include <charconv>
 #include <cstdlib>
@@ -229,6 +230,13 @@ bool qny_is_secured(void)
     Core& core = Core::instance();
     const Lock lock(core.mutex);
     return core.started && core.self->certificate;
+}
+
+bool qny_is_let_in(const char* public_key)
+{
+    Core& core = Core::instance();
+    const Lock lock(core.mutex);
+    return core.started && core.network->isLetIn(public_key ? public_key : "");
 }
 
 bool qny_is_started(void)

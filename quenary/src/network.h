@@ -47,6 +47,8 @@ public:
     const std::string& address() const { return m_device.address; }
     // Null without security.
     CertificatePtr ownCertificate() const { return m_security ? m_security->own() : nullptr; }
+    // From any thread.
+    bool isLetIn(std::string_view publicKey) const { return !m_security || m_security->isLetIn(publicKey); }
     void run();
     // Sends what waits, takes leave of everybody and ends the thread. Not with the core's mutex held.
     void stop();

@@ -62,6 +62,10 @@ TEST_F(Security, PeersThatKnowEachOthersKeysMeetAndKnowWhoCalls)
     EXPECT_EQ(caller.key, publicKey("pump"));
     EXPECT_EQ(caller.role, "operator");
     EXPECT_EQ(qny_caller_certificate(), nullptr) << "outside of a callback";
+    EXPECT_TRUE(qny_is_let_in(publicKey("pump").c_str()));
+    EXPECT_TRUE(qny_is_let_in(publicKey("me").c_str()));
+    EXPECT_FALSE(qny_is_let_in("nobody's key"));
+    EXPECT_FALSE(qny_is_let_in(nullptr));
 
     ASSERT_TRUE(eventually([] { return qny_service_call("pump agent", "obey", nullptr, nullptr) == QNY_SUCCESS; }));
     EXPECT_FALSE(pump.expect({ "caller", "me", publicKey("me") }).empty());
@@ -77,8 +81,11 @@ TEST_F(Security, PeersThatKnowEachOthersKeysMeetAndKnowWhoCalls)
     EXPECT_EQ(caller.name, "me");
     qny_agent_destroy(other);
     qny_service_remove("report");
+    forbid("pump");
+    EXPECT_TRUE(eventually([&] { return !qny_is_let_in(publicKey("pump").c_str()); }, 1s));
     qny_stop();
     EXPECT_FALSE(qny_is_secured());
+    EXPECT_FALSE(qny_is_let_in(nullptr));
 }
 
 TEST_F(Security, WhatIsShownOfAnAgentNamesItsCertificate)

@@ -4,6 +4,8 @@
 #include <QDebug>
 #include <QDir>
 
+#include <utility>
+
 namespace recorder {
 
 namespace {
@@ -145,6 +147,15 @@ void Controller::handle(Call call)
     const auto waiting = _waiting.find(call.caller.agentUuid);
     if (waiting != _waiting.end()) {
         waiting->push_back(std::move(call));
+        return;
+    }
+    // It may have waited for long.
+    if (!qny_is_let_in(call.caller.publicKey.constData())) {
+        if (std::exchange(_cutOff, call.caller.publicKey) != call.caller.publicKey) {
+            qWarning().noquote() << QStringLiteral("What %1 called and was not carried out yet is dropped: its "
+                                                   "certificate %2 is not let in any more")
+                                        .arg(call.caller.agentName, call.caller.certificateName);
+        }
         return;
     }
     const DeclaredService& declared = declaredService(call.service);

@@ -50,6 +50,7 @@ private:
     const Settings _settings;
     /// What the calls take that nobody has carried out yet.
     const std::shared_ptr<std::atomic<size_t>> _waitingBytes = std::make_shared<std::atomic<size_t>>(0);
+    QByteArray _cutOff; ///< whose calls were dropped last; its key
     std::atomic<quint64> _overflowing { 0 }; ///< that were not taken since one was
     std::unique_ptr<Store> _store;
     const std::function<void()> _onStopRequest;

@@ -163,6 +163,25 @@ private slots:
         QVERIFY(logs("The network is secured"));
     }
 
+    void whatWaitsWhenACertificateIsTakenAwayIsNotCarriedOut()
+    {
+        join("visitor");
+        QVERIFY(start(secured()));
+        // Each writes a file: they wait for a minute.
+        constexpr int CALLS = 20'000;
+        for (int i = 1; i <= CALLS; ++i) {
+            call("set_record_filters", { "-filter" + QByteArray::number(i) });
+        }
+        QVERIFY(_host->reply("record_filters"));
+        QVERIFY(QFile::remove(path("known/visitor.cert")));
+        QVERIFY(waitUntil([&] { return !qny_agent_is_present("Tape"); }, 2000));
+
+        join("operator");
+        call("get_record_filters");
+        QVERIFY(logs("called and was not carried out yet is dropped: its certificate visitor is not let in any more"));
+        QVERIFY2(logs("Called get_record_filters"), "the operator's turn");
+    }
+
     void onlyOperatorsAreObeyedAndEverybodyIsAnswered()
     {
         join("operator");

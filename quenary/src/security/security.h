@@ -39,6 +39,11 @@ public:
 
     const CertificatePtr& own() const { return m_own; }
     CertificatePtr find(std::string_view publicKey) const { return m_known->find(publicKey); }
+    // As the directory says at this moment, or our own. From any thread.
+    bool isLetIn(std::string_view publicKey) const
+    {
+        return publicKey == m_own->publicKey || m_directory.certificates()->find(publicKey);
+    }
     const CertificateSet& known() const { return *m_known; }
     const std::string& directory() const { return m_directory.path(); }
 
