@@ -378,12 +378,13 @@ QNY_EXPORT qny_result_t qny_agent_service_init(qny_agent_t *agent, const char *n
 /* Declares the next argument: information for callers. A call is delivered as it came. */
 QNY_EXPORT qny_result_t qny_agent_service_arg_add(qny_agent_t *agent, const char *service, const char *arg_name, qny_value_type_t type);
 QNY_EXPORT qny_result_t qny_agent_service_remove(qny_agent_t *agent, const char *name);
-/* Calls a service of the agent with this uuid, or else of every agent with this name (but never of the calling agent itself
- * by name). The list, which may be null or point to a null head, is taken over, freed and nulled, whatever the result.
- * Returns when the call is queued: QNY_ERROR_UNKNOWN_AGENT, QNY_ERROR_TOO_LARGE (beyond our bound, beyond that of one of the called,
- * or more than 1024 arguments: then nobody is called), QNY_ERROR_UTF8, QNY_ERROR_NOT_STARTED (the calling agent not active, too).
- * A call is never dropped for want of queue space while its peer lives. A call for a service that the callee does not
- * declare is logged by the callee. */
+/* Calls a service of the agent with this uuid, or else of every agent with this name (but never of the calling agent
+ * itself by name; a text in the form of a uuid is never taken for a name). The list, which may be null or point to a
+ * null head, is taken over, freed and nulled, whatever the result. Returns when the call is queued:
+ * QNY_ERROR_UNKNOWN_AGENT, QNY_ERROR_TOO_LARGE (beyond our bound, beyond that of one of the called, or more than 1024
+ * arguments: then nobody is called), QNY_ERROR_UTF8, QNY_ERROR_NOT_STARTED (the calling agent not active, too). A call
+ * is never dropped for want of queue space while its peer lives. A call for a service that the callee does not declare
+ * is logged by the callee. */
 QNY_EXPORT qny_result_t qny_agent_service_call(qny_agent_t *from, const char *agent_name_or_uuid, const char *service,
                                                qny_service_arg_t **list, const char *token);
 

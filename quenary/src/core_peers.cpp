@@ -164,14 +164,14 @@ std::vector<std::pair<PeerPtr, AgentRecordPtr>> Core::find(std::string_view name
             look(peer, fits);
         }
     };
+    // Never a name: who calls one agent alone is not to be led to another that took the uuid for its name.
     if (const auto uuid = uuidFromText(nameOrUuid)) {
         const auto owner = owners.find(*uuid);
         if (owner != owners.end() && owner->second->up) {
             const auto peer = owner->second->isSelf ? self : peers.at(owner->second->uuid);
             found.emplace_back(peer, peer->agents->at(*uuid));
         }
-    }
-    if (found.empty()) {
+    } else {
         lookEverywhere([&](const AgentRecord& record) { return record.name == nameOrUuid; });
     }
     return found;

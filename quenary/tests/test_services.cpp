@@ -193,6 +193,21 @@ TEST_F(Services, ACallByNameReachesEveryAgentOfThatNameAndOneByUuidReachesOne)
     EXPECT_FALSE(two.hasHeard({ "called", "take", "me", "<one>" }));
 }
 
+TEST_F(Services, AnAgentThatTookAUuidForItsNameIsNotCalledByIt)
+{
+    std::string uuid;
+    {
+        PeerProcess real("real");
+        ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "real"));
+        uuid = real.uuid();
+    }
+    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "real"));
+    PeerProcess impostor(uuid);
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, uuid));
+    EXPECT_EQ(qny_service_call(uuid.c_str(), "take", nullptr, nullptr), QNY_ERROR_UNKNOWN_AGENT);
+    EXPECT_FALSE(qny_agent_is_present(uuid.c_str()));
+}
+
 TEST_F(Services, AgentsOfOneProcessCallOneAnotherButNeverThemselvesByName)
 {
     qny_agent_t* second = qny_agent_new("second", nullptr);
