@@ -147,6 +147,13 @@ int main(int argc, char** argv)
     while (secondsToStay == 0 && std::getline(std::cin, line)) {
         if (line == "redefine") {
             qny_output_create("flow", QNY_DOUBLE_T, nullptr, 0);
+        } else if (line == "rename") {
+            // Each is told before the next: a call tells first.
+            for (int i = 1; i <= 2000; ++i) {
+                qny_name_set(("renamed " + std::to_string(i)).c_str());
+                qny_service_call("nobody", "at all", nullptr, nullptr);
+            }
+            say("renamed");
         } else if (line.starts_with("offer ")) {
             qny_output_set_string(QNY_LAUNCHER_PROGRAMS, line.c_str() + 6);
         } else if (line.starts_with("answer ")) {

@@ -20,6 +20,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <functional>
 #include <optional>
@@ -67,6 +68,7 @@ private Q_SLOTS:
     void anAgentStartedHereComesToThisNetworkAndIsStopped();
     void anAgentThatDoesNotAcceptStopsIsSaid();
     void aRunningInstanceKeepsItsName();
+    void anAgentThatChangesFasterThanIsShownIsShownAsItIs();
     void agentsThatAreThereBeforeADocumentAreFound();
     void leavingTheNetworkTurnsEveryAgentOff();
 };
@@ -341,6 +343,26 @@ void TestNetwork::aRunningInstanceKeepsItsName()
     const QString line
         = sensor->encounteredAgentsOnHostAttachedToCorvane()->encounteredAgentInfos().at(0)->commandLine();
     QCOMPARE(CorvaneUtils::optionValue(line, "--name", {}), QString("Probe"));
+}
+
+void TestNetwork::anAgentThatChangesFasterThanIsShownIsShownAsItIs()
+{
+    Peer peer({ "--name", "first" });
+    QVERIFY(peer.isReady());
+    QTRY_COMPARE(NetworkAgents::instance()->agents().size(), 1);
+    QSignalSpy entered(NetworkAgents::instance(), &NetworkAgents::agentEntered);
+    QSignalSpy exited(NetworkAgents::instance(), &NetworkAgents::agentExited);
+    // While this thread is busy all of it is told.
+    peer.process().write("rename\n");
+    QVERIFY(peer.waitForLine("renamed"));
+    while (!qny_agent_is_present("renamed 2000")) {
+        QThread::msleep(1);
+    }
+    QThread::msleep(200);
+    QTRY_COMPARE(NetworkAgents::instance()->agents().constFirst().name, "renamed 2000");
+    QVERIFY2(entered.size() <= 20, qPrintable(QString::number(entered.size())));
+    QCOMPARE(exited.size(), entered.size());
+    QCOMPARE(exited.at(0).at(0).value<NetworkAgent>().name, "first");
 }
 
 void TestNetwork::agentsThatAreThereBeforeADocumentAreFound()
