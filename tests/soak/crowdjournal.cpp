@@ -2,7 +2,6 @@
 #include "crowdjournal.h"
 
 #include <chrono>
-#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -28,9 +27,13 @@ void CrowdJournal::add(const std::string& agent, const char* what, std::int32_t 
 
 bool CrowdJournal::write()
 {
-    const std::string rows = std::move(_rows);
+    if (_rows.empty()) {
+        return true;
+    }
+    // In a line of its own, whatever somebody who was killed as he wrote has left.
+    const std::string rows = '\n' + _rows;
     _rows.clear();
-    return rows.empty() || ::write(_file, rows.data(), rows.size()) == static_cast<ssize_t>(rows.size());
+    return ::write(_file, rows.data(), rows.size()) == static_cast<ssize_t>(rows.size());
 }
 
 } // namespace soak

@@ -13,7 +13,7 @@ std::int64_t nowUs();
 // Where the crowd writes down what it does, for whoever judges records by it: agent;what;number;time_us. What is the
 // name of an output and the number that was published there, or one of the moments below and the number of the first
 // publication that can follow. Several processes append to one file, and a row is in it as soon as it is written, also
-// when its writer is killed then.
+// when its writer is killed then. Of one that is killed as it writes half a row may stay, and empty lines say nothing.
 class CrowdJournal
 {
 public:

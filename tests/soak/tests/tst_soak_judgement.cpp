@@ -40,6 +40,7 @@ private Q_SLOTS:
     void whatNobodyPublishedIsAFault();
     void anEventThatIsThereTwiceIsAFault();
     void aTextThatWasCutIsAFault();
+    void whoWasKilledAsHeWroteTakesNoRowOfOthers();
 
 private:
     static Curves _curves(double bytesPerArrival, int moreDescriptors);
@@ -246,6 +247,26 @@ void TestSoakJudgement::aTextThatWasCutIsAFault()
 {
     _publish("Somebody", 200, nullptr);
     QVERIFY(!_settle(_events(51, 149) + "Somebody;10000000;output;note;string;150 xx\n").faults.isEmpty());
+}
+
+void TestSoakJudgement::whoWasKilledAsHeWroteTakesNoRowOfOthers()
+{
+    const QString path = _folder->filePath("crowd.journal");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::Append | QIODevice::Unbuffered));
+    soak::CrowdJournal journal;
+    QVERIFY(journal.open(path.toStdString()));
+    const qint64 firstUs = START_US - 5 * SECOND_US;
+    journal.add("Somebody", soak::JOINED, 1, firstUs);
+    for (int number = 1; number <= 200; ++number) {
+        QVERIFY(number % 10 != 1 || file.write("Another;note;26;179") > 0);
+        journal.add("Somebody", "note", number, firstUs + number * SECOND_US / 10);
+        QVERIFY(journal.write());
+    }
+    QFile written(path);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    _rows = written.readAll();
+    QCOMPARE(_settle(_events(51, 150)).faults, QStringList());
 }
 
 QTEST_GUILESS_MAIN(TestSoakJudgement)
