@@ -121,7 +121,7 @@ qny_result_t qny_agent_service_call(
         ~Taken() { freeArguments(first); }
         qny_service_arg_t* first;
     } const taken(list);
-    const OnAgent on(from);
+    OnAgent on(from);
     if (!on) {
         return QNY_ERROR_ARGUMENT;
     }
@@ -131,7 +131,7 @@ qny_result_t qny_agent_service_call(
     if (const qny_result_t result = checkName(service, "service"); result != QNY_SUCCESS) {
         return result;
     }
-    return on.core.call(on.agent, agent_name_or_uuid, service, taken.first, token);
+    return on.core.call(on.lock, on.agent, agent_name_or_uuid, service, taken.first, token);
 }
 
 qny_result_t qny_service_init(const char* name, qny_service_fn callback, void* user_data)

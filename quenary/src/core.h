@@ -91,7 +91,8 @@ public:
 
     // ---- calls (core_calls.cpp)
     // --------------------------------------------------------------------------------------
-    qny_result_t call(const AgentPtr& from, std::string_view to, std::string_view service,
+    // Sends it at once, for somebody waits for the answer; the lock is given up for that.
+    qny_result_t call(Lock& lock, const AgentPtr& from, std::string_view to, std::string_view service,
         const qny_service_arg_t* arguments, const char* token);
     qny_result_t requestStop(const AgentPtr& from, std::string_view uuid);
 
@@ -109,6 +110,8 @@ public:
     // The network thread is to look at it soon.
     void serveSoon(const PeerPtr& peer);
     std::vector<PeerPtr> waiting; // for that
+    std::vector<PeerPtr> takeWaiting();
+    bool isSending = false; // whoever has the lock sends what waits before it is done
     BufferStore buffers; // of long pieces
     // What a peer asks of us, or this process of itself.
     void subscribe(const PeerPtr& peer, uint64_t id, Subscription subscription);
@@ -180,6 +183,8 @@ public:
     void stopAtExit();
 
 private:
+    qny_result_t enqueueCall(const AgentPtr& from, std::string_view to, std::string_view service,
+        const qny_service_arg_t* arguments, const char* token);
     void addFeed(const MappingPtr& mapping, const Announced& from);
     void removeFeed(const FeedPtr& feed, bool tell);
     void dropSubscriptionsOf(const Uuid& agent);

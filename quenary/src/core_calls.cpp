@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core.h"
 
+#include "network.h"
+
 #include <algorithm>
 
 namespace qny {
@@ -42,7 +44,19 @@ size_t measure(const qny_service_arg_t* arguments, size_t& count)
 
 } // namespace
 
-qny_result_t Core::call(const AgentPtr& from, std::string_view to, std::string_view service,
+qny_result_t Core::call(Lock& lock, const AgentPtr& from, std::string_view to, std::string_view service,
+    const qny_service_arg_t* arguments, const char* token)
+{
+    isSending = true;
+    const qny_result_t result = enqueueCall(from, to, service, arguments, token);
+    isSending = false;
+    if (network) {
+        network->sendWaiting(lock);
+    }
+    return result;
+}
+
+qny_result_t Core::enqueueCall(const AgentPtr& from, std::string_view to, std::string_view service,
     const qny_service_arg_t* arguments, const char* token)
 {
     if (!started) {

@@ -65,8 +65,18 @@ void Core::serveSoon(const PeerPtr& peer)
     // Who waits already is taken up after the wake-up that went with it.
     if (network && !std::exchange(peer->isWaiting, true)) {
         waiting.push_back(peer);
-        network->wake();
+        if (!isSending) {
+            network->wake();
+        }
     }
+}
+
+std::vector<PeerPtr> Core::takeWaiting()
+{
+    for (const PeerPtr& peer : waiting) {
+        peer->isWaiting = false;
+    }
+    return std::exchange(waiting, {});
 }
 
 void Core::tellDropped(const PeerPtr& peer)

@@ -8,6 +8,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 namespace qny {
 
@@ -28,6 +32,7 @@ qny_value_type_t readType(wire::Reader& reader)
 Dispatcher::Dispatcher(Core& core, std::mutex& mutex)
     : m_core(core)
     , m_mutex(mutex)
+    , m_wakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
 }
 
@@ -37,7 +42,19 @@ void Dispatcher::wake()
         m_thread = std::thread([this] { loop(); });
         m_threadId = m_thread.get_id();
     }
-    m_arrived.notify_one();
+    wakeThread();
+}
+
+void Dispatcher::wakeThread()
+{
+    if (!m_isAtInbox) {
+        m_arrived.notify_one();
+        return;
+    }
+    const uint64_t one = 1;
+    if (write(m_wakeFd, &one, sizeof one) < 0) {
+        logDebug("the callback thread could not be woken");
+    }
 }
 
 void Dispatcher::push(Batch batch)
@@ -114,7 +131,7 @@ void Dispatcher::awaitEnd(Lock& lock, const CallbackPtr& callback)
 void Dispatcher::end(Lock& lock)
 {
     m_ending = true;
-    m_arrived.notify_all();
+    wakeThread();
     m_ended.notify_all();
     if (!m_thread.joinable()) {
         return;
@@ -139,11 +156,40 @@ void Dispatcher::loop()
     Lock lock(m_mutex);
     m_threadId = std::this_thread::get_id();
     while (true) {
-        m_arrived.wait(lock, [this] { return !m_queue.empty() || m_ending; });
+        while (m_queue.empty() && !m_ending) {
+            idle(lock);
+        }
         if (m_ending) {
             return;
         }
         runFirst(lock);
+    }
+}
+
+// Where others speak with us, it waits for their next message itself. Where nothing comes, or more than can be read at
+// once, that is left to the network thread.
+void Dispatcher::idle(Lock& lock)
+{
+    const int inbox
+        = std::exchange(m_hears, false) && m_core.network && m_wakeFd >= 0 ? m_core.network->lendInbox() : -1;
+    if (inbox < 0) {
+        m_arrived.wait(lock, [this] { return !m_queue.empty() || m_ending; });
+        return;
+    }
+    m_isAtInbox = true;
+    lock.unlock();
+    pollfd watched[] { { .fd = inbox, .events = POLLIN, .revents = 0 },
+        { .fd = m_wakeFd, .events = POLLIN, .revents = 0 } };
+    const int count = poll(watched, std::size(watched), -1);
+    lock.lock();
+    m_isAtInbox = false;
+    uint64_t wakes = 0;
+    if (count > 0 && watched[1].revents != 0 && read(m_wakeFd, &wakes, sizeof wakes) < 0) {
+        logDebug("the callback thread's wake-up cannot be read");
+    }
+    // It may have stopped meanwhile, and even be another one: that has lent nothing.
+    if (m_core.network) {
+        m_core.network->takeInboxBack(lock, count > 0 && watched[0].revents != 0);
     }
 }
 
@@ -274,6 +320,7 @@ void Dispatcher::run(Lock& lock, Batch& batch)
         }
         return;
     }
+    m_hears = true;
     batch.peer->consumedPieces += batch.pieces;
     batch.peer->consumedBytes += batch.bytes;
     if (batch.peer->consumedBytes - batch.peer->consumedBytesTold >= Network::windowBytes / 8) {

@@ -73,7 +73,9 @@ private:
     using Entry = std::variant<Batch, AgentChange, NewObserver, Barrier>;
 
     void wake();
+    void wakeThread();
     void loop();
+    void idle(Lock& lock);
     void runFirst(Lock& lock);
     void run(Lock& lock, Batch& batch);
     void run(Lock& lock, AgentChange& change);
@@ -109,6 +111,9 @@ private:
     std::thread m_thread;
     std::thread::id m_threadId;
     bool m_ending = false;
+    bool m_isAtInbox = false; // waits there, and for m_wakeFd
+    bool m_hears = false; // something came from others since it waited there last
+    int m_wakeFd;
     const Callback* m_running = nullptr;
 };
 

@@ -142,6 +142,7 @@ void Network::watch()
 
 void Network::unwatch()
 {
+    m_isInboxLent = false;
     for (std::optional<Watched>* each :
         { &m_watchedWake, &m_watchedInbox, &m_watchedBeacons, &m_watchedDoor, &m_watchedOffice }) {
         each->reset();
@@ -252,9 +253,74 @@ void Network::wake()
     }
 }
 
+void Network::sendWaiting(std::unique_lock<std::mutex>& lock)
+{
+    if (!m_core.started || m_core.waiting.empty()) {
+        return;
+    }
+    const std::unique_lock turn(m_turn, std::try_to_lock);
+    if (!turn) {
+        wake();
+        return;
+    }
+    const std::vector<PeerPtr> waiting = m_core.takeWaiting();
+    lock.unlock();
+    serveAll(waiting, steadyMilliseconds());
+}
+
+int Network::lendInbox()
+{
+    const std::unique_lock turn(m_turn, std::try_to_lock);
+    if (!turn || !m_core.started || m_isInboxLeft || m_isInboxLent || !m_watchedInbox) {
+        return -1;
+    }
+    m_watchedInbox->enable(false);
+    m_isInboxLent = true;
+    return m_inbox.get(zmq::sockopt::fd);
+}
+
+void Network::takeInboxBack(std::unique_lock<std::mutex>& lock, bool hasCome)
+{
+    const std::unique_lock turn(m_turn, std::try_to_lock);
+    if (!turn) {
+        wake();
+        return;
+    }
+    if (!m_isInboxLent) {
+        return;
+    }
+    if (hasCome) {
+        lock.unlock();
+        try {
+            m_isInboxLeft = true;
+            m_isInboxLeft = !receive();
+            tick(steadyMilliseconds());
+        } catch (const zmq::error_t& error) {
+            logError(std::string("the callback thread at the inbox: ") + error.what());
+        }
+        lock.lock();
+    }
+    // Not before: the network thread would wake for what was read here.
+    m_isInboxLent = false;
+    m_watchedInbox->enable(true);
+    if (m_isInboxLeft || m_poller.hasFresh() || m_nextLook < m_sleepsUntil) {
+        wake();
+    }
+}
+
+void Network::serveAll(const std::vector<PeerPtr>& peers, int64_t now)
+{
+    for (const PeerPtr& peer : peers) {
+        if (const auto it = m_links.find(peer->uuid); it != m_links.end() && it->second->peer() == peer) {
+            serve(*it->second, now);
+        }
+    }
+}
+
 void Network::loop()
 {
     pthread_setname_np(pthread_self(), "quenary-net");
+    const std::lock_guard turn(m_turn);
     m_lastTick = steadyMilliseconds();
     while (!m_stopping) {
         try {
@@ -291,8 +357,14 @@ void Network::wait(int64_t timeout)
     bool knocks = m_isDoorLeft;
     bool beaconsCome = false;
     m_asleep = true;
-    const std::vector<Watched*>& readable = m_poller.wait(comes || knocks || m_wanted ? 0 : timeout);
+    m_sleepsUntil = steadyMilliseconds() + timeout;
+    const std::vector<Watched*>& readable = m_poller.wait(comes || knocks || m_wanted ? 0 : timeout, m_turn);
     m_asleep = false;
+    // Looked at now and then from here, too: who sends what has no end wakes nobody who waits for messages.
+    if (std::exchange(m_isInboxLent, false)) {
+        m_watchedInbox->enable(true);
+        comes = true;
+    }
     // Nothing here ends a link, and with it what is watched of it.
     for (const Watched* each : readable) {
         switch (each->source()) {
@@ -368,10 +440,7 @@ void Network::tick(int64_t now)
         if (m_core.tellAt != 0 && m_core.tellAt <= now && m_core.started) {
             m_core.tellChanges();
         }
-        waiting.swap(m_core.waiting);
-        for (const PeerPtr& peer : waiting) {
-            peer->isWaiting = false;
-        }
+        waiting = m_core.takeWaiting();
     }
     m_lateness.note(now, now - m_lastTick);
     if (now - m_lastTick > standstillMilliseconds) {
@@ -387,11 +456,7 @@ void Network::tick(int64_t now)
         m_marksRefill = now + 100;
         m_marksLeft = marksAtOnce;
     }
-    for (const PeerPtr& peer : waiting) {
-        if (const auto it = m_links.find(peer->uuid); it != m_links.end() && it->second->peer() == peer) {
-            serve(*it->second, now);
-        }
-    }
+    serveAll(waiting, now);
     if (now >= m_nextLook) {
         lookAtLinks(now);
     }

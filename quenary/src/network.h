@@ -54,6 +54,14 @@ public:
     void stop();
     // Something waits for the network thread. With or without the core's mutex.
     void wake();
+    // While the network thread sleeps, others do its work where waking it would take longer than the work. All three
+    // with the core's mutex held. The inbox, for the callback thread to wait at it: its descriptor, or -1 when it is
+    // not to be had now.
+    int lendInbox();
+    // Back from there. What has come is read by this thread, with the lock given up meanwhile.
+    void takeInboxBack(std::unique_lock<std::mutex>& lock, bool hasCome);
+    // What waits is sent by this thread, and the lock given up for that.
+    void sendWaiting(std::unique_lock<std::mutex>& lock);
 
 private:
     qny_result_t bindInbox(const Options& options);
@@ -77,6 +85,7 @@ private:
     void lookAtLinks(int64_t now);
     bool takesNothing(const Link& link) const;
     void serve(Link& link, int64_t now);
+    void serveAll(const std::vector<PeerPtr>& peers, int64_t now);
     void drop(const Uuid& uuid, const std::string& why, bool fellSilent);
     void leave();
 
@@ -114,6 +123,9 @@ private:
     void acknowledge(Link& link);
 
     Core& m_core;
+    // Of whoever works with the links and sockets: the network thread's, but while it sleeps. Taken before the core's
+    // mutex, with which it may only be tried.
+    std::mutex m_turn;
     Poller m_poller; // outlives all that is watched
     zmq::context_t m_context;
     // The sockets that try explicit peers: their host names may take long to resolve, which must delay nobody else.
@@ -137,6 +149,7 @@ private:
     std::optional<Watched> m_watchedOffice;
     // There is more than was read at once: no descriptor says so.
     bool m_isInboxLeft = false;
+    bool m_isInboxLent = false;
     bool m_isDoorLeft = false;
     std::vector<std::pair<Uuid, ConnectionEnd>> m_ended; // connections that ended since the last look
     // For wake(): something waits since the last look; nobody looks before something comes.
@@ -151,6 +164,7 @@ private:
     int64_t m_lastTick = 0;
     Lateness m_lateness;
     int64_t m_nextLook = 0; // at every link
+    int64_t m_sleepsUntil = 0;
     int64_t m_stateEvery = stateMilliseconds;
     int64_t m_nextTend = 0; // to the explicit peers
     int64_t m_nextShrink = 0; // of the buffers

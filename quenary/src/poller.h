@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the network thread waits for. However many descriptors there are, only those are looked at of which something
-// comes. Network thread only.
+// comes. Whoever has the network's turn may add to it and take from it, also while the network thread waits.
 #pragma once
 
 #include <cstdint>
+#include <mutex>
+#include <unordered_map>
 #include <vector>
 #include <zmq.hpp>
 
@@ -46,6 +48,7 @@ public:
 
 private:
     Poller& m_poller;
+    const uint64_t m_number; // of all that were ever watched: never another's
     int m_fd;
     Source m_source;
     Link* m_link;
@@ -61,13 +64,18 @@ public:
     Poller(const Poller&) = delete;
     Poller& operator=(const Poller&) = delete;
 
-    // Those that are readable, after at most so many milliseconds. What is ended is not among them.
-    const std::vector<Watched*>& wait(int64_t milliseconds);
+    // Those that are readable, after at most so many milliseconds, for which the turn is given up. What is ended is not
+    // among them.
+    const std::vector<Watched*>& wait(int64_t milliseconds, std::mutex& turn);
+    // Something was added that counts as readable.
+    bool hasFresh() const { return !m_fresh.empty(); }
 
 private:
     friend class Watched;
 
     int m_fd;
+    uint64_t m_count = 0;
+    std::unordered_map<uint64_t, Watched*> m_watched;
     std::vector<Watched*> m_fresh;
     std::vector<Watched*> m_ready;
 };

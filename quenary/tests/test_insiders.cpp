@@ -167,6 +167,28 @@ TEST_F(Hardening, AMessageOfPartsWithoutEndIsCutOff)
     EXPECT_TRUE(sendsUntilCutOff(fd, std::string("\3\0\0\0\0\0\x08\0\0", 9) + std::string(512 * 1024, 'x')));
 }
 
+TEST_F(Hardening, AMessageOfPartsWithoutEndIsCutOffAlsoWhereNothingElseCame)
+{
+    // After a call the callback thread waits for what follows; what has no end wakes nobody who waits for messages.
+    PeerProcess talker("talker");
+    ASSERT_FALSE(talker.expect({ "entered", "me" }).empty());
+    std::atomic<int> calls { 0 };
+    qny_service_init(
+        "count",
+        [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
+            ++*static_cast<std::atomic<int>*>(user);
+        },
+        &calls);
+    const int fd = connectedTo(port);
+    ASSERT_TRUE(beginTransport(fd, "DEALER"));
+    talker.ask({ "call", "me", "count", "", "x" });
+    ASSERT_TRUE(eventually([&] { return calls == 1; }));
+    talker.signal(SIGSTOP); // nor does it say any more that it is there
+    EXPECT_TRUE(sendsUntilCutOff(fd, std::string("\3\0\0\0\0\0\x08\0\0", 9) + std::string(512 * 1024, 'x')));
+    talker.signal(SIGCONT);
+    qny_service_remove("count");
+}
+
 TEST_F(Hardening, WhoSendsMuchAndComesToAnEndIsNotCutOff)
 {
     LogWatch log;

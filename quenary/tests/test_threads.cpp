@@ -254,6 +254,85 @@ TEST_F(Threads, ASlowCallbackDelaysNeitherPresenceNorOtherPeers)
     EXPECT_EQ(qny_service_remove("hold"), QNY_SUCCESS);
 }
 
+TEST_F(Threads, WhoeverReadsAfterCallsOthersAreHeardWhileACallbackTakesLong)
+{
+    // Where others call, the callback thread waits for their messages itself.
+    struct
+    {
+        std::atomic<int> quick { 0 };
+        std::atomic<bool> hold { true };
+        std::atomic<bool> isHeld { false };
+    } with;
+    qny_service_init(
+        "quick",
+        [](const char* sender, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
+            ++static_cast<decltype(with)*>(user)->quick;
+            qny_service_call(sender, "answer", nullptr, nullptr);
+        },
+        &with);
+    qny_service_init(
+        "hold",
+        [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
+            auto* own = static_cast<decltype(with)*>(user);
+            own->isHeld = true;
+            while (own->hold) {
+                std::this_thread::sleep_for(5ms);
+            }
+        },
+        &with);
+    PeerProcess other("other");
+    ASSERT_FALSE(other.expect({ "entered", "me" }).empty());
+    for (int round = 1; round <= 3; ++round) {
+        const int before = with.quick;
+        for (int i = 1; i <= 30; ++i) {
+            other.ask({ "call", "me", "quick", "", "x" });
+            ASSERT_TRUE(eventually([&] { return with.quick == before + i; }));
+        }
+        with.hold = true;
+        with.isHeld = false;
+        other.ask({ "call", "me", "hold", "", "x" });
+        ASSERT_TRUE(eventually([&] { return with.isHeld.load(); }));
+        {
+            PeerProcess third("third " + std::to_string(round));
+            EXPECT_FALSE(third.expect({ "entered", "me" }).empty());
+            third.ask({ "call", "me", "quick", "", "x" });
+            other.ask({ "call", "me", "quick", "", "x" });
+            // Also what this process says meanwhile goes out.
+            EXPECT_TRUE(eventually([&] { return qny_agent_is_present(("third " + std::to_string(round)).c_str()); }));
+        }
+        EXPECT_EQ(with.quick, before + 30);
+        with.hold = false;
+        EXPECT_TRUE(eventually([&] { return with.quick == before + 32; })) << with.quick - before;
+    }
+    qny_service_remove("quick");
+    qny_service_remove("hold");
+}
+
+TEST_F(Threads, CallsAreHeardAfterEachOfManyStarts)
+{
+    std::atomic<int> calls { 0 };
+    qny_service_init(
+        "count",
+        [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
+            ++*static_cast<std::atomic<int>*>(user);
+        },
+        &calls);
+    PeerProcess other("other");
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_FALSE(other.expect({ "entered", "me" }).empty());
+        const int before = calls;
+        for (int call = 0; call < 5; ++call) {
+            other.ask({ "call", "me", "count", "", "x" });
+        }
+        EXPECT_TRUE(eventually([&] { return calls == before + 5; })) << i;
+        qny_stop();
+        ASSERT_FALSE(other.expect({ "exited", "me" }).empty());
+        const qny_options_t mine = options();
+        ASSERT_EQ(qny_start(&mine), QNY_SUCCESS) << qny_last_error();
+    }
+    qny_service_remove("count");
+}
+
 TEST_F(Threads, AForkedChildBeginsAnewAndEndsWithoutHarm)
 {
     AgentWatch watch;
