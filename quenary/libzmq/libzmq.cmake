@@ -55,6 +55,10 @@ add_library(quenary_zmq STATIC ${RR_ZMQ_FILES})
 set_target_properties(quenary_zmq PROPERTIES POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden
     CXX_CLANG_TIDY "" UNITY_BUILD OFF)
 target_compile_options(quenary_zmq PRIVATE -w)
+if(RR_SANITIZE MATCHES "thread")
+    # Else what it hands from its threads to ours looks like a race.
+    target_compile_options(quenary_zmq PRIVATE -fsanitize=thread)
+endif()
 target_compile_definitions(quenary_zmq PRIVATE _GNU_SOURCE $<$<BOOL:${ZMQ_HAVE_STRLCPY}>:ZMQ_HAVE_STRLCPY> PUBLIC ZMQ_NO_EXPORT)
 target_include_directories(quenary_zmq PRIVATE "${RR_ZMQ_HERE}" "${RR_ZMQ_SOURCE}/src")
 target_include_directories(quenary_zmq SYSTEM PUBLIC "${RR_ZMQ_SOURCE}/include")

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Beacons cost their sender nothing, and us an attempt to connect. While few come, each is tried at once; when more
-// come than can be tried, only those of peers that go on sending them, as true ones do. Network thread only.
+// come than can be tried, only those of peers that go on sending them, as true ones do. Only
+// with the network's turn (network.h).
 #pragma once
 
 #include "wire.h"

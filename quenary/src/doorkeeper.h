@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Who stands at this peer's address. Anybody may connect there and say nothing, or nothing sensible: as many may stay
 // as leave room for those who belong here, and of those who must go, the ones go first of whose address most are there,
-// and who are there longest. Network thread only.
+// and who are there longest. Only with the network's turn (network.h).
 #pragma once
 
 #include "connection_monitor.h"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A peer that was named by its address: it is told again and again that we are there. Network thread only.
+// A peer that was named by its address: it is told again and again that we are there. Only with the
+// network's turn (network.h).
 #pragma once
 
 #include "connection_monitor.h"

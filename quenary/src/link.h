@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The link to one peer: its socket, the handshake, and the numbered stream in each direction. Network thread only; what
-// callers' threads need of a peer is in Peer.
+// The link to one peer: its socket, the handshake, and the numbered stream in each direction. Only with the network's
+// turn (network.h); what callers' threads need of a peer is in Peer.
 #pragma once
 
 #include "connection_monitor.h"

@@ -312,8 +312,8 @@ struct Peer
     CertificatePtr certificate;
 
     bool up = false; // each side knows the other's agents
-    // When it last said something of this very link, by steadyMilliseconds(). Written by the network thread, without
-    // the lock.
+    // When it last said something of this very link, by steadyMilliseconds(). Written with the network's turn,
+    // without the lock.
     std::atomic<int64_t> spokeAt = 0;
     std::atomic<int64_t> speaksEvery = stateMilliseconds; // at least, as it says
     bool isQuiet(int64_t silence) const { return silence >= speaksEvery + quietMilliseconds; }

@@ -249,11 +249,11 @@ TEST_F(Traffic, ValuesConvertIntoTheTypeOfTheInputWhereTheyCan)
     ASSERT_TRUE(live("whole", "me", "text"));
     qny_output_set_string("text", "not a number");
     qny_output_set_string("text", "-12");
-    ASSERT_TRUE(eventually([] { return qny_input_int("whole") == -12; }));
+    ASSERT_TRUE(eventually([] { return qny_input_int("whole") == -12; }) && whole.waitFor(2));
     EXPECT_EQ(whole.all().size(), 2U) << "what does not convert is dropped";
     qny_output_set_double("number", 1e12);
     qny_output_set_double("number", 3);
-    ASSERT_TRUE(eventually([] { return qny_input_int("whole") == 3; }));
+    ASSERT_TRUE(eventually([] { return qny_input_int("whole") == 3; }) && whole.waitFor(3));
     EXPECT_EQ(whole.all().size(), 3U) << "too large for an integer";
 
     // An output takes what converts into its type, and says so of what does not.
