@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Everything the library knows, under one mutex. The network thread (network.h) moves bytes, the callback thread
-// (dispatcher.h) calls the user; callers' threads work on this directly and never wait for either.
+// (dispatcher.h) calls the user; callers' threads work on this directly and never wait for either. Where one of
+// the others sleeps, the network's work is done by whoever has some (Network::sendWaiting, Dispatcher::idle).
 #pragma once
 
 #include "buffer_store.h"

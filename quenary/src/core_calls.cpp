@@ -47,9 +47,22 @@ size_t measure(const qny_service_arg_t* arguments, size_t& count)
 qny_result_t Core::call(Lock& lock, const AgentPtr& from, std::string_view to, std::string_view service,
     const qny_service_arg_t* arguments, const char* token)
 {
-    isSending = true;
-    const qny_result_t result = enqueueCall(from, to, service, arguments, token);
-    isSending = false;
+    qny_result_t result = QNY_SUCCESS;
+    {
+        struct Sending
+        {
+            explicit Sending(bool& flag)
+                : isSending(flag)
+            {
+                isSending = true;
+            }
+            Sending(const Sending&) = delete;
+            Sending& operator=(const Sending&) = delete;
+            ~Sending() { isSending = false; }
+            bool& isSending;
+        } const sending(isSending);
+        result = enqueueCall(from, to, service, arguments, token);
+    }
     if (network) {
         network->sendWaiting(lock);
     }

@@ -7,6 +7,7 @@
 #include "service_arguments.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <iterator>
 #include <poll.h>
@@ -184,7 +185,7 @@ void Dispatcher::idle(Lock& lock)
     lock.lock();
     m_isAtInbox = false;
     uint64_t wakes = 0;
-    if (count > 0 && watched[1].revents != 0 && read(m_wakeFd, &wakes, sizeof wakes) < 0) {
+    if (read(m_wakeFd, &wakes, sizeof wakes) < 0 && errno != EAGAIN) {
         logDebug("the callback thread's wake-up cannot be read");
     }
     // It may have stopped meanwhile, and even be another one: that has lent nothing.

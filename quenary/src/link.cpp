@@ -148,12 +148,19 @@ int64_t Link::due() const
 
 bool Link::sendMessage(zmq::message_t& message)
 {
-    try {
-        if (m_socket.send(message, zmq::send_flags::dontwait)) {
-            return true;
+    while (true) {
+        try {
+            if (m_socket.send(message, zmq::send_flags::dontwait)) {
+                return true;
+            }
+            break;
+        } catch (const zmq::error_t& error) {
+            // A caller's thread may be interrupted by signals, and nothing would say that the socket takes something.
+            if (error.num() != EINTR) {
+                logDebug("a message to peer " + m_peer->uuidText + " could not be sent: " + error.what());
+                break;
+            }
         }
-    } catch (const zmq::error_t& error) {
-        logDebug("a message to peer " + m_peer->uuidText + " could not be sent: " + error.what());
     }
     m_blocked = true;
     return false;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <pthread.h>
 #include <sys/eventfd.h>
@@ -32,6 +33,17 @@ constexpr size_t leastQueueBytes = size_t { 16 } * 1024 * 1024;
 std::string inBrackets(const std::string& host)
 {
     return host.find(':') != std::string::npos && host.front() != '[' ? "[" + host + "]" : host;
+}
+
+// Handlers of the program's signals run on its own threads, whose waiting they may interrupt; faults are this thread's.
+void leaveSignalsToOthers()
+{
+    sigset_t others;
+    sigfillset(&others);
+    for (const int own : { SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS, SIGPROF }) {
+        sigdelset(&others, own);
+    }
+    pthread_sigmask(SIG_BLOCK, &others, nullptr);
 }
 
 // That no port is left to listen on.
@@ -265,7 +277,12 @@ void Network::sendWaiting(std::unique_lock<std::mutex>& lock)
     }
     const std::vector<PeerPtr> waiting = m_core.takeWaiting();
     lock.unlock();
-    serveAll(waiting, steadyMilliseconds());
+    try {
+        serveAll(waiting, steadyMilliseconds());
+    } catch (const zmq::error_t& error) {
+        logError(std::string("a call: ") + error.what());
+        wake();
+    }
 }
 
 int Network::lendInbox()
@@ -292,18 +309,21 @@ void Network::takeInboxBack(std::unique_lock<std::mutex>& lock, bool hasCome)
     if (hasCome) {
         lock.unlock();
         try {
-            m_isInboxLeft = true;
-            m_isInboxLeft = !receive();
+            attendDoor(); // who speaks there is known before he is heard
+            readInbox();
             tick(steadyMilliseconds());
         } catch (const zmq::error_t& error) {
-            logError(std::string("the callback thread at the inbox: ") + error.what());
+            // What was not read for a signal the network thread reads.
+            if (error.num() != EINTR) {
+                logError(std::string("the callback thread at the inbox: ") + error.what());
+            }
         }
         lock.lock();
     }
     // Not before: the network thread would wake for what was read here.
     m_isInboxLent = false;
     m_watchedInbox->enable(true);
-    if (m_isInboxLeft || m_poller.hasFresh() || m_nextLook < m_sleepsUntil) {
+    if (m_isInboxLeft || m_isDoorLeft || m_poller.hasFresh() || m_nextLook < m_sleepsUntil) {
         wake();
     }
 }
@@ -320,6 +340,7 @@ void Network::serveAll(const std::vector<PeerPtr>& peers, int64_t now)
 void Network::loop()
 {
     pthread_setname_np(pthread_self(), "quenary-net");
+    leaveSignalsToOthers();
     const std::lock_guard turn(m_turn);
     m_lastTick = steadyMilliseconds();
     while (!m_stopping) {
@@ -353,17 +374,15 @@ void Network::wait(int64_t timeout)
         m_watchedBeacons->enable(listens);
         timeout = listens ? timeout : std::min(timeout, m_sieve.nextBudget() - now);
     }
-    bool comes = m_isInboxLeft;
     bool knocks = m_isDoorLeft;
     bool beaconsCome = false;
     m_asleep = true;
     m_sleepsUntil = steadyMilliseconds() + timeout;
-    const std::vector<Watched*>& readable = m_poller.wait(comes || knocks || m_wanted ? 0 : timeout, m_turn);
+    const std::vector<Watched*>& readable = m_poller.wait(m_isInboxLeft || knocks || m_wanted ? 0 : timeout, m_turn);
     m_asleep = false;
     // Looked at now and then from here, too: who sends what has no end wakes nobody who waits for messages.
     if (std::exchange(m_isInboxLent, false)) {
         m_watchedInbox->enable(true);
-        comes = true;
     }
     // Nothing here ends a link, and with it what is watched of it.
     for (const Watched* each : readable) {
@@ -372,8 +391,7 @@ void Network::wait(int64_t timeout)
             takeWake();
             break;
         case Source::Inbox:
-            comes = true;
-            break;
+            break; // read in any case
         case Source::Beacons:
             beaconsCome = true;
             break;
@@ -398,12 +416,7 @@ void Network::wait(int64_t timeout)
         attendDoor();
     }
     // What the dead sent last is read before they are declared so.
-    if (comes || !m_ended.empty()) {
-        m_isInboxLeft = true;
-        m_isInboxLeft = !receive();
-    } else {
-        endEndless();
-    }
+    readInbox();
     for (const auto& [uuid, end] : std::exchange(m_ended, {})) {
         if (const auto it = m_links.find(uuid); it != m_links.end()) {
             tellOfEnd(it->second->place(), end);
@@ -414,6 +427,12 @@ void Network::wait(int64_t timeout)
     if (beaconsCome) {
         receiveBeacons();
     }
+}
+
+void Network::readInbox()
+{
+    m_isInboxLeft = true;
+    m_isInboxLeft = !receive();
 }
 
 void Network::takeWake()

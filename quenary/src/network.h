@@ -76,6 +76,7 @@ private:
     void takeWake();
     // False when there is more than is read at once.
     bool receive();
+    void readInbox();
     void receiveMessage(const std::shared_ptr<zmq::message_t>& message);
     void receiveBeacons();
     void receiveBeacon(const wire::Beacon& beacon, const std::string& from);
@@ -149,7 +150,7 @@ private:
     std::optional<Watched> m_watchedDoor;
     std::optional<Watched> m_watchedOffice;
     // There is more than was read at once: no descriptor says so.
-    bool m_isInboxLeft = false;
+    bool m_isInboxLeft = true; // until the network thread has looked for the first time
     bool m_isInboxLent = false;
     bool m_isDoorLeft = false;
     std::vector<std::pair<Uuid, ConnectionEnd>> m_ended; // connections that ended since the last look

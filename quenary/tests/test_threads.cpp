@@ -6,6 +6,7 @@
 #include <atomic>
 #include <csignal>
 #include <gtest/gtest.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -306,6 +307,46 @@ TEST_F(Threads, WhoeverReadsAfterCallsOthersAreHeardWhileACallbackTakesLong)
     }
     qny_service_remove("quick");
     qny_service_remove("hold");
+}
+
+TEST_F(Threads, SignalsThatInterruptACallerHoldNoCallBack)
+{
+    std::atomic<int> answers { 0 };
+    qny_service_init(
+        "answer",
+        [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
+            ++*static_cast<std::atomic<int>*>(user);
+        },
+        &answers);
+    PeerProcess other("other");
+    other.ask({ "service", "asked", "answering" });
+    ASSERT_FALSE(other.expect({ "entered", "me" }).empty());
+    ASSERT_TRUE(eventually([] { return qny_service_call("other", "asked", nullptr, nullptr) == QNY_SUCCESS; }));
+    ASSERT_TRUE(eventually([&] { return answers == 1; }));
+    const struct Signals
+    {
+        Signals() { setOften({ .it_interval = { 0, 100 }, .it_value = { 0, 100 } }); }
+        ~Signals()
+        {
+            setOften({});
+            std::signal(SIGALRM, before);
+        }
+        static void setOften(const itimerval& often) { setitimer(ITIMER_REAL, &often, nullptr); }
+        void (*before)(int) = std::signal(SIGALRM, [](int) { });
+    } signals;
+    int calls = 1;
+    for (const auto until = std::chrono::steady_clock::now() + 3s; std::chrono::steady_clock::now() < until; ++calls) {
+        EXPECT_EQ(qny_service_call("other", "asked", nullptr, nullptr), QNY_SUCCESS);
+        // Without sleeping, which would not come to its end.
+        const auto patience = std::chrono::steady_clock::now() + 2s;
+        while (answers < calls && std::chrono::steady_clock::now() < patience) {
+            std::this_thread::yield();
+        }
+        ASSERT_GE(answers, calls);
+    }
+    Signals::setOften({});
+    EXPECT_FALSE(other.hasHeard({ "exited", "me" }));
+    qny_service_remove("answer");
 }
 
 TEST_F(Threads, CallsAreHeardAfterEachOfManyStarts)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Whose key this process has, whom it lets in, and what that means for its sockets. Network thread only, unless it says
-// otherwise.
+// Whose key this process has, whom it lets in, and what that means for its sockets. Only with the network's turn,
+// unless it says otherwise.
 #pragma once
 
 #include "quenary.h"
