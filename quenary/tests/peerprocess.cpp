@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <atomic>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
@@ -63,6 +64,11 @@ bool eventually(const std::function<bool()>& condition, Milliseconds within)
         std::this_thread::sleep_for(2ms);
     }
     return true;
+}
+
+void countCall(const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* calls)
+{
+    ++*static_cast<std::atomic<int>*>(calls);
 }
 
 qny_options_t options()

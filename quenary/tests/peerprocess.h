@@ -30,6 +30,10 @@ std::string bytesOf(std::string uuidText);
 // Waits until the condition holds. False when it does not within the time.
 bool eventually(const std::function<bool()>& condition, Milliseconds within = 5s);
 
+// For services of which only matters that they are called; the user data is a std::atomic<int>.
+void countCall(const char* sender, const char* uuid, const char* service, qny_service_arg_t* arguments, size_t count,
+    const char* token, void* calls);
+
 // Options on the loopback device with our own port.
 qny_options_t options();
 

@@ -173,12 +173,7 @@ TEST_F(Hardening, AMessageOfPartsWithoutEndIsCutOffAlsoWhereNothingElseCame)
     PeerProcess talker("talker");
     ASSERT_FALSE(talker.expect({ "entered", "me" }).empty());
     std::atomic<int> calls { 0 };
-    qny_service_init(
-        "count",
-        [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
-            ++*static_cast<std::atomic<int>*>(user);
-        },
-        &calls);
+    qny_service_init("count", countCall, &calls);
     const int fd = connectedTo(port);
     ASSERT_TRUE(beginTransport(fd, "DEALER"));
     talker.ask({ "call", "me", "count", "", "x" });

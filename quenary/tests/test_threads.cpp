@@ -312,12 +312,7 @@ TEST_F(Threads, WhoeverReadsAfterCallsOthersAreHeardWhileACallbackTakesLong)
 TEST_F(Threads, SignalsThatInterruptACallerHoldNoCallBack)
 {
     std::atomic<int> answers { 0 };
-    qny_service_init(
-        "answer",
-        [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
-            ++*static_cast<std::atomic<int>*>(user);
-        },
-        &answers);
+    qny_service_init("answer", countCall, &answers);
     PeerProcess other("other");
     other.ask({ "service", "asked", "answering" });
     ASSERT_FALSE(other.expect({ "entered", "me" }).empty());
@@ -352,12 +347,7 @@ TEST_F(Threads, SignalsThatInterruptACallerHoldNoCallBack)
 TEST_F(Threads, CallsAreHeardAfterEachOfManyStarts)
 {
     std::atomic<int> calls { 0 };
-    qny_service_init(
-        "count",
-        [](const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user) {
-            ++*static_cast<std::atomic<int>*>(user);
-        },
-        &calls);
+    qny_service_init("count", countCall, &calls);
     PeerProcess other("other");
     for (int i = 0; i < 10; ++i) {
         ASSERT_FALSE(other.expect({ "entered", "me" }).empty());
