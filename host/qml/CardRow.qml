@@ -3,7 +3,7 @@ import QtQuick
 import Corvane
 
 // A row of a card: the card's outline is drawn by its rows, so that a long card can be a list view.
-Item {
+MouseArea {
     id: root
 
     property bool isFirst: false
@@ -13,6 +13,8 @@ Item {
     default property alias content: holder.data
 
     implicitHeight: Theme.tallRowHeight
+    hoverEnabled: true
+    acceptedButtons: Qt.NoButton
 
     // One rounded rectangle, of which a row in the middle of the card shows no rounded end.
     Item {
@@ -24,7 +26,7 @@ Item {
             width: parent.width
             height: parent.height + (root.isFirst ? 0 : radius) + (root.isLast ? 0 : radius)
             radius: Theme.cardRadius
-            color: hover.hovered ? Theme.raised : Theme.surface
+            color: root.containsMouse ? Theme.raised : Theme.surface
             border.width: 1
             border.color: Theme.line
         }
@@ -35,9 +37,6 @@ Item {
             height: 1
             color: Theme.line
         }
-    }
-    HoverHandler {
-        id: hover
     }
     Rectangle {
         visible: root.isCursor

@@ -12,11 +12,15 @@ Text {
     maximumLineCount: 1
     textFormat: Text.PlainText
 
-    HoverHandler {
+    MouseArea {
         id: hover
+        anchors.fill: parent
+        enabled: root.truncated
+        hoverEnabled: true
+        acceptedButtons: Qt.NoButton
     }
     HoverHint {
-        isHovered: root.truncated && hover.hovered
+        isHovered: root.truncated && hover.containsMouse
         text: root.text
     }
 }

@@ -33,72 +33,77 @@ Item {
     implicitWidth: Math.max(Theme.controlHeight, button.implicitWidth)
     implicitHeight: Theme.controlHeight
 
-    HoverHandler {
-        id: hover
-    }
-
     HoverHint {
         id: hoverHint
-        isHovered: hover.hovered
+        isHovered: hover.containsMouse
         text: root.available || root.unavailableHint === "" ? (root.shortcut === "" || root.hint === "" ? root.hint : qsTr("%1 (%2)").arg(root.hint).arg(root.shortcut)) : root.unavailableHint
     }
 
-    Button {
-        id: button
-
-        property string iconName: ""
-        readonly property color ink: root.primary ? Theme.accentText : root.destructive ? Theme.recording : Theme.text
+    // Around the button, which is told nothing about the pointer while it is not available.
+    MouseArea {
+        id: hover
 
         anchors.fill: parent
-        enabled: root.available
-        // What has the keyboard keeps it until it is left.
-        focusPolicy: root.isTabStop || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
-        opacity: enabled ? 1 : Theme.disabledOpacity
-        leftPadding: text === "" ? 8 : Theme.spacing
-        rightPadding: leftPadding
-        topPadding: 0
-        bottomPadding: 0
-        spacing: Theme.spacingSmall
-        font.pixelSize: Theme.textSize
-        font.weight: Font.Medium
-        icon.source: iconName === "" ? "" : "qrc:/corvane/icons/" + iconName + ".svg"
-        icon.width: 16
-        icon.height: 16
-        icon.color: ink
-        palette.buttonText: ink
-        palette.highlight: ink
-        Accessible.name: text !== "" ? text : root.accessibleName
-        Accessible.description: root.available ? root.hint : root.unavailableHint
-        onClicked: {
-            hoverHint.isSpent = true;
-            root.clicked();
-        }
-        // On every platform, and not only where its theme says so.
-        Keys.onReturnPressed: click()
-        Keys.onEnterPressed: click()
+        hoverEnabled: true
+        acceptedButtons: Qt.NoButton
 
-        background: Rectangle {
-            radius: Theme.radius
-            color: {
-                if (root.primary) {
-                    return button.down ? Qt.darker(Theme.accent, 1.15) : button.hovered ? Qt.lighter(Theme.accent, 1.08) : Theme.accent;
-                }
-                if (button.down || button.hovered) {
-                    return Theme.hovered;
-                }
-                return root.quiet ? "transparent" : Theme.raised;
+        Button {
+            id: button
+
+            property string iconName: ""
+            readonly property color ink: root.primary ? Theme.accentText : root.destructive ? Theme.recording : Theme.text
+
+            anchors.fill: parent
+            enabled: root.available
+            // What has the keyboard keeps it until it is left.
+            focusPolicy: root.isTabStop || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
+            opacity: enabled ? 1 : Theme.disabledOpacity
+            leftPadding: text === "" ? 8 : Theme.spacing
+            rightPadding: leftPadding
+            topPadding: 0
+            bottomPadding: 0
+            spacing: Theme.spacingSmall
+            font.pixelSize: Theme.textSize
+            font.weight: Font.Medium
+            icon.source: iconName === "" ? "" : "qrc:/corvane/icons/" + iconName + ".svg"
+            icon.width: 16
+            icon.height: 16
+            icon.color: ink
+            palette.buttonText: ink
+            palette.highlight: ink
+            Accessible.name: text !== "" ? text : root.accessibleName
+            Accessible.description: root.available ? root.hint : root.unavailableHint
+            onClicked: {
+                hoverHint.isSpent = true;
+                root.clicked();
             }
-            border.width: root.primary || root.quiet ? 0 : 1
-            border.color: root.destructive ? Theme.recording : Theme.line
+            // On every platform, and not only where its theme says so.
+            Keys.onReturnPressed: click()
+            Keys.onEnterPressed: click()
 
-            Rectangle {
-                anchors.fill: parent
-                anchors.margins: -Theme.focusWidth - 1
-                visible: button.visualFocus
-                color: "transparent"
-                radius: Theme.radius + Theme.focusWidth + 1
-                border.width: Theme.focusWidth
-                border.color: Theme.accent
+            background: Rectangle {
+                radius: Theme.radius
+                color: {
+                    if (root.primary) {
+                        return button.down ? Qt.darker(Theme.accent, 1.15) : button.hovered ? Qt.lighter(Theme.accent, 1.08) : Theme.accent;
+                    }
+                    if (button.down || button.hovered) {
+                        return Theme.hovered;
+                    }
+                    return root.quiet ? "transparent" : Theme.raised;
+                }
+                border.width: root.primary || root.quiet ? 0 : 1
+                border.color: root.destructive ? Theme.recording : Theme.line
+
+                Rectangle {
+                    anchors.fill: parent
+                    anchors.margins: -Theme.focusWidth - 1
+                    visible: button.visualFocus
+                    color: "transparent"
+                    radius: Theme.radius + Theme.focusWidth + 1
+                    border.width: Theme.focusWidth
+                    border.color: Theme.accent
+                }
             }
         }
     }

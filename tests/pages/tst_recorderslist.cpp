@@ -276,7 +276,11 @@ void RecordersListTests::aRunningRecorderCanNotBeDeleted()
     Pages pages;
     RecorderInstance* const instance = pages.fixture.addRunningRecorder("Ant");
     QVERIFY(!pages.isAvailable("deleteRecorderButton"));
-    QCOMPARE(pages.hint("deleteRecorderButton"), "Disconnect the recorder to delete it");
+    QTest::mouseMove(&pages.window, QPoint(1, 1));
+    QVERIFY(!pages.property("recorderInstance", "containsMouse").toBool());
+    QTest::mouseMove(&pages.window, pages.middle("deleteRecorderButton"));
+    QTRY_COMPARE(pages.texts("hint"), QStringList({ "Disconnect the recorder to delete it" }));
+    QVERIFY2(pages.property("recorderInstance", "containsMouse").toBool(), "the row does not feel the pointer over its button");
     pages.click("deleteRecorderButton");
     QVERIFY2(!pages.module.currentRecorder(), "the press went through to the row");
     pages.focusOn("recorderInstance");

@@ -383,16 +383,20 @@ void ReplayTests::theSpeedIsChosenAmongThoseOfTheRecord()
 void ReplayTests::theAgentsAreChosenAtTheStartOnly()
 {
     {
-        const Replay none(0);
+        Replay none(0);
         QVERIFY(!none.isAvailable("agentsFilter"));
-        QCOMPARE(none.item("agentsFilter")->parentItem()->property("hintText"), "There is no agent to choose");
+        QTest::mouseMove(&none.window, none.middle("agentsFilter"));
+        QTRY_COMPARE(none.texts("hint"), QStringList({ "There is no agent to choose" }));
     }
     Replay pages;
     QCOMPARE(pages.text("agentsFilterRecap"), pages.record->agentsFilterRecap());
     QVERIFY(pages.isAvailable("agentsFilter"));
     pages.standAt(5);
     QVERIFY(!pages.isAvailable("agentsFilter"));
-    QVERIFY(pages.item("agentsFilter")->parentItem()->property("hintText").toString().startsWith("Stop the replay"));
+    QTest::mouseMove(&pages.window, QPoint(1, 1));
+    QTest::mouseMove(&pages.window, pages.middle("agentsFilter"));
+    QTRY_VERIFY(pages.isShown("hint"));
+    QVERIFY(pages.texts("hint").constFirst().startsWith("Stop the replay"));
     pages.standAt(0);
     QVERIFY(pages.isAvailable("agentsFilter"));
 }

@@ -4,7 +4,7 @@ import Corvane
 import RecordAndReplay
 
 // One agent of a record, let through or not.
-Item {
+MouseArea {
     id: root
 
     // Null for the moment between an agent's end and its row's.
@@ -14,6 +14,8 @@ Item {
     signal switched(bool checked)
 
     implicitHeight: 36
+    hoverEnabled: true
+    acceptedButtons: Qt.NoButton
     Accessible.role: Accessible.CheckBox
     Accessible.name: agent?.name ?? ""
     Accessible.checkable: true
@@ -23,10 +25,7 @@ Item {
         anchors.fill: parent
         anchors.margins: 2
         radius: 4
-        color: root.isCurrent || hover.hovered ? Theme.selection : "transparent"
-    }
-    HoverHandler {
-        id: hover
+        color: root.isCurrent || root.containsMouse ? Theme.selection : "transparent"
     }
     AgentFilterCheckbox {
         anchors.fill: parent

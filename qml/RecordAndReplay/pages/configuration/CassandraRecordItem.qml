@@ -8,7 +8,7 @@ import "../widgets"
 
 // One record of the database: its name, when it was made and how long it is; opened in place while it is loaded. A list
 // may have many thousands, so that a row makes what only few rows need when it needs it.
-Item {
+MouseArea {
     id: root
 
     required property int index
@@ -26,10 +26,12 @@ Item {
     readonly property string duration: RecorderUtils.prettyPrintTime(record?.durationInSeconds ?? 0, RecorderTimeFormat.HH_MM_SS_ZZZ)
 
     // With the pointer, or with a key.
-    signal pressed
+    signal chosen
     signal loadRequested
 
     implicitHeight: Theme.rowHeight + (isOpen ? transport.height + Theme.spacingLarge : 0)
+    hoverEnabled: true
+    acceptedButtons: Qt.NoButton
     // The row itself, not the list: from inside a list Tab does not lead back to it.
     activeFocusOnTab: isCursor || activeFocus
     Accessible.role: Accessible.ListItem
@@ -54,7 +56,7 @@ Item {
         anchors.fill: parent
         isFirst: root.index === 0
         isLast: root.index === root.count - 1
-        ground: root.isCurrent ? Theme.selection : hover.hovered ? Theme.raised : Theme.surface
+        ground: root.isCurrent ? Theme.selection : root.containsMouse ? Theme.raised : Theme.surface
     }
     Rectangle {
         visible: root.activeFocus
@@ -65,11 +67,8 @@ Item {
         border.width: Theme.focusWidth
         border.color: Theme.accent
     }
-    HoverHandler {
-        id: hover
-    }
     TapHandler {
-        onTapped: root.pressed()
+        onTapped: root.chosen()
     }
     RecordNameField {
         id: name
@@ -107,7 +106,7 @@ Item {
         recorder: root.recorder
         record: root.record
         isTabStop: root.isCursor
-        showsRename: (root.isCursor || root.isCurrent || hover.hovered) && !name.isEditing
+        showsRename: (root.isCursor || root.isCurrent || root.containsMouse) && !name.isEditing
         onRenameRequested: name.edit(-1)
     }
     Loader {

@@ -46,39 +46,41 @@ Item {
     Rectangle {
         id: frame
 
+        readonly property bool isPointedAt: root.recorder.isOn && hand.containsMouse
+
         objectName: "recordNameFrame"
         x: -Theme.spacingSmall
         width: Math.min(root.width, Math.max(48, label.contentWidth)) + 2 * Theme.spacingSmall
         height: root.height
         visible: !root.isEditing
         radius: Theme.radius
-        color: hover.hovered ? Theme.surface : "transparent"
-        border.width: hover.hovered ? 1 : 0
+        color: frame.isPointedAt ? Theme.surface : "transparent"
+        border.width: frame.isPointedAt ? 1 : 0
         border.color: Theme.mutedText
         Accessible.role: Accessible.EditableText
         Accessible.name: qsTr("Record name")
         Accessible.onPressAction: root.edit(-1)
 
-        HoverHandler {
-            id: hover
-            enabled: root.recorder.isOn
-        }
         MouseArea {
-            anchors.fill: parent
-            enabled: root.recorder.isOn
-            cursorShape: Qt.IBeamCursor
-            onClicked: mouse => root.edit(mouse.x)
-        }
-        ForeignText {
-            id: label
+            id: hand
 
-            objectName: "recordNameText"
-            x: Theme.spacingSmall
-            width: root.width
-            height: parent.height
-            verticalAlignment: Text.AlignVCenter
-            text: root.record?.name ?? ""
-            font.weight: Font.Medium
+            anchors.fill: parent
+            hoverEnabled: true
+            acceptedButtons: root.recorder.isOn ? Qt.LeftButton : Qt.NoButton
+            cursorShape: root.recorder.isOn ? Qt.IBeamCursor : Qt.ArrowCursor
+            onClicked: mouse => root.edit(mouse.x)
+
+            ForeignText {
+                id: label
+
+                objectName: "recordNameText"
+                x: Theme.spacingSmall
+                width: root.width
+                height: parent.height
+                verticalAlignment: Text.AlignVCenter
+                text: root.record?.name ?? ""
+                font.weight: Font.Medium
+            }
         }
     }
     Loader {

@@ -19,13 +19,19 @@ Rectangle {
     border.width: 1
     border.color: Theme.line
 
-    Rectangle {
+    // The card's own rounded end, in colour.
+    Item {
         visible: root.recorder.isRecording
         width: 5
         height: parent.height
-        topLeftRadius: Theme.cardRadius
-        bottomLeftRadius: Theme.cardRadius
-        color: root.ink
+        clip: true
+
+        Rectangle {
+            width: root.width
+            height: parent.height
+            radius: root.radius
+            color: root.ink
+        }
     }
     RecordingButton {
         id: recordingButton

@@ -107,7 +107,7 @@ FocusScope {
                     Qt.callLater(root.showCurrent);
                 }
             }
-            onPressed: {
+            onChosen: {
                 list.currentIndex = index;
                 list.forceActiveFocus();
                 root.loadRequested(record);

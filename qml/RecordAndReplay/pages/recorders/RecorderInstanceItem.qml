@@ -8,7 +8,7 @@ import RecordAndReplay
 import "../widgets"
 
 // One recorder on one machine: where it is, what it does, and what can be done with it.
-Item {
+MouseArea {
     id: root
 
     required property RecorderInstance recorder
@@ -21,6 +21,9 @@ Item {
 
     objectName: "recorderInstance"
     implicitHeight: Theme.tallRowHeight
+    hoverEnabled: true
+    acceptedButtons: Qt.NoButton
+    cursorShape: Qt.PointingHandCursor
     activeFocusOnTab: true
     Accessible.role: Accessible.ListItem
     Accessible.name: [recorder.name, facts.machine, chip.word].join(", ")
@@ -38,14 +41,19 @@ Item {
         id: facts
         recorder: root.recorder
     }
-    Rectangle {
+    // One rounded rectangle, of which a row in the middle of the card shows no rounded end.
+    Item {
         anchors.fill: parent
         anchors.margins: 1
-        color: hover.hovered ? Theme.raised : "transparent"
-        topLeftRadius: root.isFirst ? Theme.cardRadius - 1 : 0
-        topRightRadius: topLeftRadius
-        bottomLeftRadius: root.isLast ? Theme.cardRadius - 1 : 0
-        bottomRightRadius: bottomLeftRadius
+        clip: true
+
+        Rectangle {
+            y: root.isFirst ? 0 : -radius
+            width: parent.width
+            height: parent.height + (root.isFirst ? 0 : radius) + (root.isLast ? 0 : radius)
+            radius: Theme.cardRadius - 1
+            color: root.containsMouse ? Theme.raised : "transparent"
+        }
     }
     Rectangle {
         anchors.bottom: parent.bottom
@@ -62,10 +70,6 @@ Item {
         radius: Theme.radius
         border.width: Theme.focusWidth
         border.color: Theme.accent
-    }
-    HoverHandler {
-        id: hover
-        cursorShape: Qt.PointingHandCursor
     }
     TapHandler {
         onTapped: root.chosen()

@@ -14,12 +14,15 @@ Text {
     maximumLineCount: 1
     textFormat: Text.PlainText
 
-    HoverHandler {
+    MouseArea {
         id: hover
+        anchors.fill: parent
         enabled: root.truncated
+        hoverEnabled: true
+        acceptedButtons: Qt.NoButton
     }
     Loader {
-        active: hover.hovered && root.truncated
+        active: hover.containsMouse && root.truncated
         sourceComponent: Component {
             PageToolTip {
                 parent: root

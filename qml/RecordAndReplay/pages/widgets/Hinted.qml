@@ -21,22 +21,20 @@ FocusScope {
     }
     // Shown at once, wherever the pointer is.
     property bool isInsisting: false
-    readonly property bool hovered: hover.hovered
+    readonly property bool hovered: hover.containsMouse
+    default property alias control: hover.data
 
-    HoverHandler {
+    // Around the control: one beneath it would be told nothing where the control is told of the pointer.
+    MouseArea {
         id: hover
-    }
-    // A press on what is not available does not go through to the row behind it.
-    Loader {
         anchors.fill: parent
-        active: !root.available
-        sourceComponent: Component {
-            MouseArea {}
-        }
+        hoverEnabled: true
+        // A press on what is not available does not go through to the row behind it.
+        acceptedButtons: root.available ? Qt.NoButton : Qt.LeftButton
     }
     // Made when it is needed: a page has more controls than anybody points at.
     Loader {
-        active: (hover.hovered || root.isInsisting) && root.hintText !== ""
+        active: (hover.containsMouse || root.isInsisting) && root.hintText !== ""
         sourceComponent: Component {
             PageToolTip {
                 parent: root
