@@ -89,6 +89,12 @@ CommandLine parseCommandLine(const QStringList& arguments)
             return refuse(QStringLiteral("'%1' is no port from 1 to 65535").arg(parser.value(port)));
         }
     }
+    // An empty path would be the folder in which the launcher happens to run.
+    for (const QCommandLineOption* const path : { &configuration, &state, &certificate, &certificates, &operators }) {
+        if (parser.isSet(*path) && parser.value(*path).isEmpty()) {
+            return refuse(QStringLiteral("--%1 is empty").arg(path->names().constLast()));
+        }
+    }
     settings.configurationFile = absolute(parser.value(configuration));
     settings.stateDirectory = absolute(parser.value(state));
     settings.device = parser.value(device);

@@ -44,7 +44,7 @@ struct Run
 
 Target targetOf(quint16 minePort)
 {
-    Target target { TestNetwork::port(), {}, {} };
+    Target target { TestNetwork::port(), {}, {}, "pump" };
     for (const HeardPeer& each : listenForPeers(target.discoveryPort)) {
         (each.port == minePort ? target.other : target.attacked) = each;
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The network thread: owns every socket, finds peers, keeps the links to them, moves their streams. While it sleeps,
-// others may take its turn.
+// The sockets and whoever works with them: finds peers, keeps the links to them, moves their streams. That is a thread
+// of its own; while it sleeps, others may take its turn.
 #pragma once
 
 #include "beacon_sieve.h"

@@ -247,6 +247,10 @@ void TestProgram::wrongOptionsAreRefused_data()
     QTest::newRow("word") << QStringList { "sh" } << QByteArray() << 2 << "'sh' is no option";
     QTest::newRow("name") << QStringList { "--name", "a/b" } << QByteArray() << 2 << "'a/b' cannot be the name";
     QTest::newRow("port") << QStringList { "--port", "70000" } << QByteArray() << 2 << "'70000' is no port";
+    for (const char* const path : { "configuration", "state-directory", "qnyCert", "publicCerts", "operators" }) {
+        QTest::addRow("empty %s", path) << QStringList { QStringLiteral("--") + path, "" } << QByteArray() << 2
+                                        << QStringLiteral("--%1 is empty").arg(path);
+    }
     QTest::newRow("configuration") << QStringList() << QByteArray("program = /nowhere/x\n") << 1
                                    << "launcher\\.conf:4: /nowhere/x does not exist";
     QTest::newRow("checked") << QStringList { "--check" } << QByteArray("children = 0\n") << 1

@@ -189,24 +189,36 @@ std::unique_ptr<Attack> beaconsInOthersNames(const Target& target)
     });
 }
 
-/// Peers that open a link, show an agent, publish, and leave or just go.
+/// Opens a link, shows an agent, publishes, and leaves or just goes.
+std::uint64_t comeAndGo(std::uint16_t port, const std::string& agent, bool leaves)
+{
+    FalsePeer peer(port);
+    if (!peer.open()) {
+        return 1; // not let in
+    }
+    peer.enter(agent);
+    for (int i = 0; i < 10; ++i) {
+        peer.publish(i);
+    }
+    peer.answer();
+    if (leaves) {
+        peer.leave();
+    }
+    return 1;
+}
+
 std::unique_ptr<Attack> comersAndGoers(const Target& target)
 {
-    return std::make_unique<Attack>([port = target.attacked.port](std::uint64_t number) -> std::uint64_t {
-        FalsePeer peer(port);
-        if (!peer.open()) {
-            return 1; // not let in
-        }
-        peer.enter("passer-by " + std::to_string(number));
-        for (int i = 0; i < 10; ++i) {
-            peer.publish(i);
-        }
-        peer.answer();
-        if (number % 2) {
-            peer.leave();
-        }
-        return 1;
+    return std::make_unique<Attack>([port = target.attacked.port](std::uint64_t number) {
+        return comeAndGo(port, "passer-by " + std::to_string(number), number % 2);
     });
+}
+
+/// Agents of strangers that have the name of the one that is recorded.
+std::unique_ptr<Attack> claimedNames(const Target& target)
+{
+    return std::make_unique<Attack>([port = target.attacked.port, name = target.otherAgent](
+                                        std::uint64_t number) { return comeAndGo(port, name, number % 2); });
 }
 
 /// The bytes of a connection sent again on others, while that goes on.
@@ -316,6 +328,7 @@ const std::vector<NamedAttack>& allAttacks()
         { "beacons of nobody", beaconsOfNobody },
         { "beacons in others' names", beaconsInOthersNames },
         { "comers and goers", comersAndGoers },
+        { "claimed names", claimedNames },
         { "replayed traffic", replayedTraffic },
         { "claimed uuids", claimedUuids },
     };

@@ -29,6 +29,7 @@ struct Target
     std::uint16_t discoveryPort = 0;
     HeardPeer attacked; ///< the recorder
     HeardPeer other; ///< one whom it records
+    std::string otherAgent; ///< by what name
 };
 
 class Attack

@@ -104,7 +104,7 @@ private:
 
     Target target() const
     {
-        Target found { TestNetwork::port(), {}, {} };
+        Target found { TestNetwork::port(), {}, {}, "pump" };
         const auto port = [](const char* endpoint) { return QByteArray(endpoint).split(':').constLast().toUShort(); };
         char* mine = qny_endpoint();
         for (const HeardPeer& each : listenForPeers(found.discoveryPort)) {
