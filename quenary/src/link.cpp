@@ -16,6 +16,7 @@ namespace {
 constexpr int refusalsOfTheDead = 2;
 constexpr int reconnectMilliseconds = 100;
 constexpr int64_t longestHelloMilliseconds = 500;
+constexpr size_t mostPlaces = 8;
 
 // A piece is handed to the socket without another copy; the message owns it from then on.
 zmq::message_t toMessage(std::string text, BufferStore& buffers)
@@ -79,6 +80,31 @@ std::string readHello(std::string_view payload, Peer& into)
     }
     into.program = std::move(program);
     return {};
+}
+
+void OtherPlaces::note(const Destination& place)
+{
+    const auto isSame
+        = [&place](const Destination& each) { return each.address == place.address && each.port == place.port; };
+    if (std::ranges::any_of(m_places, isSame)) {
+        return;
+    }
+    ++m_noted;
+    if (m_places.size() < mostPlaces) {
+        m_places.push_back(place);
+    } else if (const size_t at = randomNumber() % m_noted; at < mostPlaces) {
+        m_places[at] = place;
+    }
+}
+
+Destination OtherPlaces::takeAny(const Destination& place)
+{
+    note(place);
+    const auto taken = m_places.begin() + static_cast<std::ptrdiff_t>(randomNumber() % m_places.size());
+    Destination any = std::move(*taken);
+    m_places.erase(taken);
+    m_noted = m_places.size();
+    return any;
 }
 
 Link::Link(Core& core, zmq::context_t& context, Poller& poller, const Identity& identity, const Destination& to,

@@ -39,6 +39,20 @@ struct Destination
     CertificatePtr certificate; // null without security
 };
 
+// Where else beacons say that a peer is, while one place is tried. Which of them is tried next is left to chance:
+// whoever lets the others hear false ones at the right moments has no more of it than by their number.
+class OtherPlaces
+{
+public:
+    void note(const Destination& place);
+    // With that one.
+    Destination takeAny(const Destination& place);
+
+private:
+    std::vector<Destination> m_places;
+    size_t m_noted = 0;
+};
+
 class Link
 {
 public:
@@ -66,6 +80,7 @@ public:
     // By what we were led to try it, and when. Anybody can send a beacon in any name.
     bool isByBeacon = false;
     const int64_t since;
+    OtherPlaces others;
     // Since when somebody says that it has opened another.
     int64_t renewalSince = 0;
 

@@ -97,7 +97,7 @@ private:
         Connection // a connection of its own leads back to it
     };
     // The link to the peer, which is tried if there is none. Null when no more can be tried.
-    Link* hint(const Destination& peer, Hint by);
+    Link* hint(const Destination& said, Hint by);
     bool makeRoom(const Destination& peer, Hint by);
     bool isFlooded() const;
     void receiveHello(const wire::Header& header, std::string_view payload, const Destination& from);

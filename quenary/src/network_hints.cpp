@@ -55,16 +55,26 @@ void Network::receiveBeacons()
     m_sieve.setBudget(left);
 }
 
-Link* Network::hint(const Destination& peer, Hint by)
+Link* Network::hint(const Destination& said, Hint by)
 {
+    Destination peer = said;
+    OtherPlaces others;
     if (const auto it = m_links.find(peer.uuid); it != m_links.end()) {
-        const Link& known = *it->second;
+        Link& known = *it->second;
         const bool isElsewhere = known.address() != peer.address || known.port() != peer.port;
+        if (!known.isByBeacon || known.theirSession != 0 || !isElsewhere) {
+            return &known;
+        }
         // Somebody may have sent a beacon in its name.
-        const bool givesWay = known.isByBeacon && known.theirSession == 0 && isElsewhere
-            && steadyMilliseconds() - known.since >= patienceMilliseconds;
-        if (!givesWay) {
-            return it->second.get();
+        if (steadyMilliseconds() - known.since < patienceMilliseconds) {
+            if (by == Hint::Beacon) {
+                known.others.note(peer);
+            }
+            return &known;
+        }
+        if (by == Hint::Beacon) {
+            others = std::move(known.others);
+            peer = others.takeAny(peer);
         }
         m_links.erase(it);
     }
@@ -76,6 +86,7 @@ Link* Network::hint(const Destination& peer, Hint by)
         auto link
             = std::make_unique<Link>(m_core, m_context, m_poller, m_identity, peer, sourceFor(ipv6), m_security.get());
         link->isByBeacon = by == Hint::Beacon;
+        link->others = std::move(others);
         m_nextLook = 0;
         logDebug("trying peer " + toText(peer.uuid) + " at " + peer.address + ":" + std::to_string(peer.port));
         return m_links.emplace(peer.uuid, std::move(link)).first->second.get();

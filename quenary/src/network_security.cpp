@@ -127,7 +127,18 @@ void Network::receiveBeacon(const wire::Beacon& beacon, const std::string& from)
         hint({ beacon.sender, from, beacon.port, nullptr }, Hint::Beacon);
         return;
     }
-    if (m_links.contains(beacon.sender) || m_marksLeft < m_security->known().byKey.size()) {
+    if (const auto it = m_links.find(beacon.sender); it != m_links.end()) {
+        // Who has the public certificate can make its beacons, too, and lead to the wrong place.
+        const CertificatePtr certificate = it->second->peer()->certificate;
+        if (it->second->isByBeacon && !it->second->isOpen() && m_marksLeft > 0) {
+            --m_marksLeft;
+            if (Security::mark(*certificate, beacon, from) == *beacon.mark) {
+                hint({ beacon.sender, from, beacon.port, certificate }, Hint::Beacon);
+            }
+        }
+        return;
+    }
+    if (m_marksLeft < m_security->known().byKey.size()) {
         return;
     }
     m_marksLeft -= m_security->known().byKey.size();

@@ -3,6 +3,7 @@
 #include "beaconsocket.h"
 #include "handmadepeer.h"
 #include "loopback.h"
+#include "misleader.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -140,6 +141,22 @@ TEST_F(Hardening, BeaconsOfStrangersAreHintsAtMost)
     AgentWatch watch;
     PeerProcess other("patient");
     EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "patient", 10s));
+}
+
+TEST_F(Hardening, WhoSaysAgainAndAgainThatPeersAreElsewhereKeepsThemFromMeetingForAWhileAtMost)
+{
+    AgentWatch watch;
+    PeerProcess other("sleeper");
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "sleeper"));
+    ASSERT_FALSE(other.expect({ "entered", "me" }).empty());
+    const Misleader misleader;
+    std::this_thread::sleep_for(1500ms); // until it knows whom there is
+    other.signal(SIGSTOP);
+    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "sleeper"));
+    watch.clear();
+    std::this_thread::sleep_for(1s);
+    other.signal(SIGCONT);
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "sleeper", 40s));
 }
 
 TEST_F(Hardening, BeaconsThatComeWhileAProcessStartsAreBeacons)

@@ -3,12 +3,16 @@
 #include "beaconsocket.h"
 #include "forged.h"
 #include "loopback.h"
+#include "misleader.h"
 #include "securednetwork.h"
 #include "zmqsocket.h"
 
 #include <arpa/inet.h>
+#include <array>
+#include <csignal>
 #include <cstring>
 #include <netinet/in.h>
+#include <sodium.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <zmq.h>
@@ -329,4 +333,40 @@ TEST_F(Strangers, ABeaconThatIsSentAgainFromElsewhereLeadsNobodyAstray)
     PeerProcess pump("pump", by("pump"));
     EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "pump")) << "a true beacon was answered in that time";
     EXPECT_LT(accept(listener.fd(), nullptr, nullptr), 0) << "nobody came";
+}
+
+TEST_F(Strangers, WhoKnowsThePublicKeysKeepsNobodyWhoWasLostFromBeingFoundAgain)
+{
+    std::vector<std::array<uint8_t, 32>> keys;
+    for (const char* const each : { "me", "pump" }) {
+        ASSERT_TRUE(zmq_z85_decode(keys.emplace_back().data(), publicKey(each).c_str()));
+    }
+    const auto marked = [](std::string beacon, const std::string& address, const std::array<uint8_t, 32>& key) {
+        beacon.resize(24);
+        std::string text = beacon + address;
+        text[5] = '\0';
+        std::string mark(16, '\0');
+        crypto_generichash(reinterpret_cast<unsigned char*>(mark.data()), mark.size(),
+            reinterpret_cast<const unsigned char*>(text.data()), text.size(), key.data(), key.size());
+        return beacon + mark;
+    };
+    AgentWatch watch;
+    PeerProcess pump("pump", by("pump"));
+    ASSERT_TRUE(watch.wait(QNY_AGENT_ENTERED, "pump"));
+    ASSERT_FALSE(pump.expect({ "entered", "me" }).empty());
+    const Misleader misleader([&](const std::string& heard, const std::string& changed) {
+        for (const auto& key : keys) {
+            if (marked(heard, "127.0.0.1", key) == heard) {
+                return marked(changed, Misleader::address, key);
+            }
+        }
+        return std::string();
+    });
+    std::this_thread::sleep_for(1500ms); // until it knows whom there is
+    pump.signal(SIGSTOP);
+    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "pump"));
+    watch.clear();
+    std::this_thread::sleep_for(1s);
+    pump.signal(SIGCONT);
+    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "pump", 40s));
 }
