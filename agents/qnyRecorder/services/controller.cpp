@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::chrono::milliseconds TICK { 50 };
 constexpr size_t MOST_WAITING_BYTES = size_t { 256 } * 1024 * 1024;
+constexpr qsizetype MOST_ANSWERED_BYTES = 4096; ///< of what a call that is refused was about
 constexpr size_t CALL_BYTES = 2048; ///< of a call beside its texts, generously
 
 /// The files of recorders that share a data directory are kept apart by name.
@@ -169,7 +170,10 @@ void Controller::handle(Call call)
     }
     const QString problem = checkArguments(declared, call.arguments);
     if (!problem.isEmpty() && !declared.arguments.empty()) {
-        refuse(call, problem);
+        const QString subject = refuse(call, problem);
+        if (call.service == Service::Import || call.service == Service::Append) {
+            _transfers.giveUpImport(call.caller, subject);
+        }
         return;
     }
     if (_operators) {
@@ -271,16 +275,16 @@ void Controller::onBulkDone(const QByteArray& agentUuid)
 }
 
 /// A call whose arguments cannot be read, or of somebody who is no operator: logged, and answered so that nobody waits
-/// for ever. What goes on goes on: the next progress value says so.
-void Controller::refuse(const Call& call, const QString& problem)
+/// for ever. What goes on goes on: the next progress value says so. Returns the uuid that an import was told.
+QString Controller::refuse(const Call& call, const QString& problem)
 {
     const DeclaredService& declared = declaredService(call.service);
     qWarning().noquote() << QStringLiteral("Call of '%1' by %2 refused: %3")
                                 .arg(QLatin1String(declared.name), call.caller.agentName, problem);
-    const auto firstText = [&] {
-        const auto* text = call.arguments.empty() ? nullptr : std::get_if<QByteArray>(&call.arguments.front());
-        return text ? QString::fromUtf8(*text) : QString();
-    };
+    const auto* text = call.arguments.empty() ? nullptr : std::get_if<QByteArray>(&call.arguments.front());
+    const QString subject = call.service == Service::Import ? QString::fromStdString(newRecordUuid())
+        : text                                              ? QString::fromUtf8(text->left(MOST_ANSWERED_BYTES))
+                                                            : QString();
     switch (call.service) {
     case Service::Record:
         _answers.recordingStopped(call.caller.underPlainToken());
@@ -293,7 +297,7 @@ void Controller::refuse(const Call& call, const QString& problem)
         break;
     case Service::Load:
     case Service::LoadFile:
-        _answers.loadingFailed(call.caller, firstText(), QStringLiteral("The request was refused: ") + problem);
+        _answers.loadingFailed(call.caller, subject, QStringLiteral("The request was refused: ") + problem);
         break;
     case Service::MoveTo:
         _answers.movedTo(call.caller, _replay.context().positionSeconds);
@@ -305,10 +309,8 @@ void Controller::refuse(const Call& call, const QString& problem)
         _transfers.refuseExport(call.caller);
         break;
     case Service::Import:
-        _transfers.refuseImport(call.caller, QString::fromStdString(newRecordUuid()));
-        break;
     case Service::Append:
-        _transfers.refuseImport(call.caller, firstText());
+        _transfers.refuseImport(call.caller, subject);
         break;
     case Service::StopRecording:
         _answers.recordingStopped(call.caller);
@@ -329,6 +331,7 @@ void Controller::refuse(const Call& call, const QString& problem)
     case Service::Speed:
         break; // are not answered, or never refused
     }
+    return subject;
 }
 
 void Controller::remove(const Call& call)

@@ -39,7 +39,7 @@ private:
     void handle(Call call);
     void execute(const Call& call);
     void executeBulk(const Call& call);
-    void refuse(const Call& call, const QString& problem);
+    QString refuse(const Call& call, const QString& problem);
     void remove(const Call& call);
     void answerContext(const Call& call);
     void onBulkDone(const QByteArray& agentUuid);

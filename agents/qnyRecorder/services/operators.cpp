@@ -122,7 +122,9 @@ bool Operators::goesOn(const Call& call)
     if (call.service != Service::Export && call.service != Service::Append) {
         return false;
     }
-    const QByteArray transfer = QByteArray(declaredService(call.service).name) + call.caller.agentUuid
+    // By whose key, too: the uuid of an agent that has left may be another's.
+    const QByteArray transfer = QByteArray(declaredService(call.service).name) + call.caller.publicKey
+        + call.caller.agentUuid
         + (call.arguments.empty() ? QByteArray() : shown(call.arguments.front()).toUtf8());
     const auto now = std::chrono::steady_clock::now();
     const auto known = _transfers.constFind(transfer);

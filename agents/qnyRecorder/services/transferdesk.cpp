@@ -13,6 +13,7 @@ using namespace std::chrono_literals;
 /// one up does not say so.
 constexpr auto IDLE_MOST = 10s;
 constexpr qsizetype FAILED_IMPORTS_MOST = 1000;
+constexpr qsizetype UUID_CHARACTERS = 36;
 
 } // namespace
 
@@ -111,7 +112,7 @@ void TransferDesk::import(const Call& call, Done done)
 void TransferDesk::append(const Call& call, Done done)
 {
     const QString recordUuid = call.text(0);
-    if (_failedImports.contains(recordUuid)) {
+    if (_failedImports.contains({ call.caller.agentUuid, recordUuid })) {
         _with.answers.recordUuid(call.caller, recordUuid);
         done();
         return;
@@ -156,17 +157,24 @@ void TransferDesk::finishImport(const Call& call, const std::shared_ptr<Import>&
     }
     qWarning().noquote() << "Import of" << session->recordUuid << "failed:" << QString::fromStdString(result.message);
     _imports.erase(session->recordUuid);
+    giveUpImport(call.caller, session->recordUuid);
     refuseImport(call.caller, session->recordUuid);
+}
+
+void TransferDesk::giveUpImport(const Caller& caller, const QString& recordUuid)
+{
+    // Hosts may make up what they like, and as long as they like.
+    if (recordUuid.size() != UUID_CHARACTERS) {
+        return;
+    }
+    if (_failedImports.size() >= FAILED_IMPORTS_MOST) {
+        _failedImports.clear();
+    }
+    _failedImports.insert({ caller.agentUuid, recordUuid });
 }
 
 void TransferDesk::refuseImport(const Caller& caller, const QString& recordUuid)
 {
-    if (!recordUuid.isEmpty()) {
-        if (_failedImports.size() >= FAILED_IMPORTS_MOST) {
-            _failedImports.clear();
-        }
-        _failedImports.insert(recordUuid);
-    }
     // The first tells the host that something went wrong, the second lets its import go on to its end.
     _with.answers.recordUuid(caller, QString());
     if (!recordUuid.isEmpty()) {

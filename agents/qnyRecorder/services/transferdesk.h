@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <utility>
 
 namespace recorder {
 
@@ -37,9 +38,11 @@ public:
     void exportChunk(const Call& call, Done done);
     void import(const Call& call, Done done);
     void append(const Call& call, Done done);
-    /// Answers of calls that cannot be read.
+    /// Answers of calls that cannot be read, or are nobody's to make.
     void refuseExport(const Caller& caller);
     void refuseImport(const Caller& caller, const QString& recordUuid);
+    /// What this host still appends to the record is acknowledged and dropped: one of its chunks is missing.
+    void giveUpImport(const Caller& caller, const QString& recordUuid);
 
     /// Whether a host other than this one exports or imports the record.
     bool isUsedByOthers(const QString& recordUuid, const QByteArray& agentUuid) const;
@@ -76,7 +79,7 @@ private:
     Dependencies _with;
     std::map<std::pair<QByteArray, QString>, std::shared_ptr<Export>> _exports; // by host and record
     std::map<QString, std::shared_ptr<Import>> _imports; // by record
-    QSet<QString> _failedImports; // the rest of their chunks is acknowledged and dropped
+    QSet<std::pair<QByteArray, QString>> _failedImports; // by host and record
     TaskThread _worker;
 };
 

@@ -290,6 +290,78 @@ private slots:
         }
     }
 
+    void anImportGoesOnWhateverOthersAppendToIt()
+    {
+        const auto rows = [](int second) {
+            return "sheet;" + QByteArray::number(second * 1'000'000) + ";output;level;double;1\n\n";
+        };
+        join("operator");
+        QVERIFY(start(secured() + QStringList { "--operators", path("operators") }));
+        QVERIFY(call("import", { QByteArray("sheet"), true, QByteArray(""), rows(1) }));
+        const QByteArray uuid = _host->reply("record_uuid")->text(0).toUtf8();
+
+        // Whoever is let in sees which records there are.
+        join("visitor");
+        call("get_records", { QByteArray("") });
+        QVERIFY(_host->reply("records")->text(0).contains(QString::fromUtf8(uuid)));
+        for (const std::vector<Argument>& arguments :
+            { std::vector<Argument> { uuid, rows(9) }, std::vector<Argument> { uuid } }) {
+            QVERIFY(call("append", arguments));
+            QCOMPARE(_host->reply("record_uuid")->text(0), QString());
+            QCOMPARE(_host->reply("record_uuid")->text(0), QString::fromUtf8(uuid));
+        }
+
+        join("operator");
+        QVERIFY(call("append", { uuid, rows(2) }));
+        QCOMPARE(_host->reply("record_uuid")->text(0), QString::fromUtf8(uuid));
+        QVERIFY(_host->exported(_recorder->name(), QString::fromUtf8(uuid)).contains("sheet;2000000;"));
+    }
+
+    void whoGoesOnWithAnothersTransferIsWrittenDown()
+    {
+        allow("visitor", "operators");
+        join("operator");
+        QVERIFY(start(secured() + QStringList { "--operators", path("operators") }));
+        const auto goOn = [&] {
+            QVERIFY(call("append", { QByteArray("record"), QByteArray("rows") }));
+            QVERIFY(_host->reply("record_uuid"));
+            QVERIFY(call("export", { QByteArray("record"), 0, QByteArray(""), -1, false, false }));
+            QVERIFY(_host->reply("receive_export"));
+        };
+        goOn();
+        goOn();
+        // The same agent, by another's key.
+        join("visitor");
+        goOn();
+        QCOMPARE(auditedCommands(),
+            QStringList({ "operator append", "operator export", "visitor append", "visitor export" }));
+    }
+
+    void nothingIsKeptOfLongCallsThatAreRefused()
+    {
+        const auto megabytes = [this] {
+            QFile statm(QStringLiteral("/proc/%1/statm").arg(_recorder->processId()));
+            return statm.open(QIODevice::ReadOnly)
+                ? statm.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE) / 1'000'000
+                : -1;
+        };
+        join("visitor");
+        for (const QStringList& who : { QStringList(), QStringList { "--operators", path("operators") } }) {
+            QVERIFY(start(secured() + who));
+            QVERIFY(waitUntil([&] { return qny_agent_is_present("Tape"); }));
+            const qint64 before = megabytes();
+            QVERIFY(before > 0);
+            for (char i = 0; i < 6; ++i) {
+                QVERIFY(call("append", { QByteArray(32'000'000, static_cast<char>('a' + i)) }));
+                QVERIFY(_host->reply("record_uuid"));
+            }
+            QVERIFY2(waitUntil([&] { return megabytes() < before + 200; }),
+                qPrintable(QStringLiteral("%1 MB, and %2 before").arg(megabytes()).arg(before)));
+            QCOMPARE(_recorder->terminate(), 0);
+            QVERIFY(waitUntil([&] { return !qny_agent_is_present("Tape"); }));
+        }
+    }
+
     void aCallThatIsRefusedForItsArgumentsIsNoCommandThatWasObeyed()
     {
         join("operator");
