@@ -25,6 +25,8 @@
 
 namespace {
 
+constexpr qsizetype MOST_NOTICES = 20;
+
 void setError(QString* error, const QString& text)
 {
     if (error) {
@@ -397,6 +399,10 @@ void HostApplication::addNotice(const QString& notice)
         // An agent's last lines are in it, which must not look like lines of another program.
         std::fprintf(
             stderr, "corvane: %s\n", qUtf8Printable(QString(notice).replace(u'\n', QLatin1String("\ncorvane: "))));
+        // Others may have much to say: each stands there until somebody has read it, the latest above all.
+        if (_d->notices.size() >= MOST_NOTICES) {
+            _d->notices.removeFirst();
+        }
         _d->notices.append(notice);
         Q_EMIT noticesChanged();
     }

@@ -64,6 +64,8 @@ private:
     ~Launchers() override;
     Q_DISABLE_COPY_MOVE(Launchers)
 
+    QString _ask(
+        const QString& launcherUuid, const char* service, struct qny_service_arg** arguments, const QString& token);
     void _onEntered(const NetworkAgent& agent);
     void _onExited(const NetworkAgent& agent);
     void _onOffers(const QString& launcherUuid, const QByteArray& json);
@@ -78,6 +80,7 @@ private:
     };
 
     QHash<QString, QList<OfferedProgram>> _offers; // by the launcher's uuid
+    QHash<QString, int> _unanswered; // requests, by the launcher's uuid
     QHash<QString, Certificate> _certificates; // of launchers, by machine
     QSet<QString> _refusedAgents; // that are there, by uuid
     QSet<QString> _toldRefusals; // machine and key

@@ -89,15 +89,6 @@ FoundLine lineOf(const QString& launchUuid)
     return {};
 }
 
-QString called(const QString& launcherUuid, const char* service, qny_service_arg_t** arguments, const QString& token)
-{
-    const qny_result_t result = qny_service_call(
-        launcherUuid.toUtf8().constData(), service, arguments, token.isEmpty() ? nullptr : token.toUtf8().constData());
-    return result == QNY_SUCCESS
-        ? QString()
-        : Launchers::tr("The launcher could not be asked: %1").arg(QString::fromUtf8(qny_last_error()));
-}
-
 } // namespace
 
 // The library's thread calls in here. It checks, copies and posts; the object is never deleted.
@@ -222,6 +213,18 @@ QList<OfferedProgram> Launchers::offeredBy(const QString& launcherUuid) const
 
 // ---- asking ---------------------------------------------------------------------------------------------------------
 
+QString Launchers::_ask(
+    const QString& launcherUuid, const char* service, qny_service_arg_t** arguments, const QString& token)
+{
+    const qny_result_t result = qny_service_call(
+        launcherUuid.toUtf8().constData(), service, arguments, token.isEmpty() ? nullptr : token.toUtf8().constData());
+    if (result != QNY_SUCCESS) {
+        return tr("The launcher could not be asked: %1").arg(QString::fromUtf8(qny_last_error()));
+    }
+    ++_unanswered[launcherUuid];
+    return {};
+}
+
 QString Launchers::askToStart(const EncounteredAgentInfo* info)
 {
     qny_service_arg_t* arguments = nullptr;
@@ -229,7 +232,7 @@ QString Launchers::askToStart(const EncounteredAgentInfo* info)
     for (const QString& part : info->splitCommandLine().parts()) {
         qny_service_args_add_string(&arguments, part.toUtf8().constData());
     }
-    return called(info->group()->host()->launcherUuid(), QNY_LAUNCHER_START, &arguments, info->uuid());
+    return instance()->_ask(info->group()->host()->launcherUuid(), QNY_LAUNCHER_START, &arguments, info->uuid());
 }
 
 QString Launchers::askToEnd(const QString& launcherUuid, const EncounteredAgentInfo* info, qint64 processId)
@@ -240,7 +243,7 @@ QString Launchers::askToEnd(const QString& launcherUuid, const EncounteredAgentI
     } else {
         qny_service_args_add_int(&arguments, static_cast<int32_t>(processId));
     }
-    return called(launcherUuid, QNY_LAUNCHER_STOP, &arguments, QString());
+    return instance()->_ask(launcherUuid, QNY_LAUNCHER_STOP, &arguments, QString());
 }
 
 // ---- what launchers say ---------------------------------------------------------------------------------------------
@@ -256,6 +259,7 @@ void Launchers::_onEntered(const NetworkAgent& agent)
 void Launchers::_onExited(const NetworkAgent& agent)
 {
     _refusedAgents.remove(agent.uuid);
+    _unanswered.remove(agent.uuid);
     if (_offers.remove(agent.uuid)) {
         Q_EMIT offersChanged();
     }
@@ -319,7 +323,10 @@ void Launchers::_onState(const State& state)
         return;
     }
     if (state.launchUuid.isEmpty()) {
-        if (state.state == QLatin1String(QNY_LAUNCH_REFUSED)) {
+        // Whoever was asked nothing has nothing to refuse.
+        const auto asked = _unanswered.find(state.launcherUuid);
+        if (state.state == QLatin1String(QNY_LAUNCH_REFUSED) && asked != _unanswered.end() && *asked > 0) {
+            --*asked;
             SystemViewManager::instance()->raiseProblem(tr("The launcher of %1 refused: %2")
                     .arg(launcher.hostName, withoutControls(state.text.left(MOST_TEXT))));
         }

@@ -37,6 +37,7 @@ private Q_SLOTS:
     void aLaunchOfAnotherDocumentIsNotTold();
     void answersOfStrangersAreNotHeard();
     void aLauncherSpeaksOfItsOwnMachineAlone();
+    void aLauncherRefusesNoMoreThanItWasAsked();
     void anAgentThatDoesNotAnswerIsEndedByItsLaunchOrItsProcess();
     void aStandInOfALauncherStartsNothing();
     void theLauncherThatCameLastIsAsked();
@@ -311,6 +312,21 @@ void TestLaunchers::aLauncherSpeaksOfItsOwnMachineAlone()
     QTRY_COMPARE(raised.size(), 1);
     QVERIFY(raised.at(0).at(0).toString().contains("machine three"));
     QVERIFY(stopped.isEmpty());
+}
+
+void TestLaunchers::aLauncherRefusesNoMoreThanItWasAsked()
+{
+    const std::unique_ptr<Peer> launcher = _askedLauncher();
+    QVERIFY(launcher);
+    QVERIFY(SystemViewManager::instance()->endAgent(nullptr, _line));
+    QVERIFY(launcher->waitForLine("end"));
+    QSignalSpy raised(SystemViewManager::instance(), &SystemViewManager::problemRaised);
+    for (int i = 0; i < 50; ++i) {
+        _write(*launcher, QStringLiteral("answer - refused 0 Word %1.").arg(i));
+    }
+    _write(*launcher, "answer " + _line->uuid() + " refused 0 the last word"); // answers keep their order
+    QTRY_VERIFY(!raised.isEmpty() && raised.last().at(0).toString().endsWith("the last word"));
+    QCOMPARE(raised.size(), 3);
 }
 
 void TestLaunchers::anAgentThatDoesNotAnswerIsEndedByItsLaunchOrItsProcess()

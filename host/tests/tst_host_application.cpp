@@ -69,6 +69,7 @@ private Q_SLOTS:
     void keepsTheDocumentWhenAnotherCannotBeOpened_data();
     void keepsTheDocumentWhenAnotherCannotBeOpened();
     void showsNoticesOnceUntilTheyAreDismissed();
+    void manyNoticesLeaveRoomForThePage();
 
 private:
     SystemViewClassInstance* instance(const QString& name) const;
@@ -328,6 +329,23 @@ void tst_host_application::showsNoticesOnceUntilTheyAreDismissed()
     QTRY_VERIFY(!findText(_host->window()->contentItem(), text));
     _host->dismissNotice(99);
     QCOMPARE(_host->notices().size(), before);
+}
+
+void tst_host_application::manyNoticesLeaveRoomForThePage()
+{
+    const QString longText = QStringLiteral("a long text ").repeated(80);
+    for (int i = 0; i < 100; ++i) {
+        _host->addNotice(longText + QString::number(i));
+    }
+    QCOMPARE(_host->notices().size(), 20);
+    QVERIFY(_host->notices().constLast().endsWith(" 99"));
+    QTRY_VERIFY(findText(_host->window()->contentItem(), _host->notices().constLast()));
+    const auto* page = _host->window()->findChild<QQuickItem*>("instancesList");
+    QVERIFY(page);
+    QTRY_VERIFY2(page->height() > _host->window()->height() / 3, qPrintable(QString::number(page->height())));
+    while (!_host->notices().isEmpty()) {
+        _host->dismissNotice(0);
+    }
 }
 
 QTEST_MAIN(tst_host_application)

@@ -124,8 +124,7 @@ bool Operators::goesOn(const Call& call)
     }
     // By whose key, too: the uuid of an agent that has left may be another's.
     const QByteArray transfer = QByteArray(declaredService(call.service).name) + call.caller.publicKey
-        + call.caller.agentUuid
-        + (call.arguments.empty() ? QByteArray() : shown(call.arguments.front()).toUtf8());
+        + call.caller.agentUuid + (call.arguments.empty() ? QByteArray() : shown(call.arguments.front()).toUtf8());
     const auto now = std::chrono::steady_clock::now();
     const auto known = _transfers.constFind(transfer);
     const bool isOn = known != _transfers.constEnd() && now - *known < TRANSFER_IDLE;
