@@ -113,6 +113,7 @@ private:
     QList<SystemViewClassInstance*> _allClassInstances() const;
     RunningAgentInfo* _runningAgentInfo(const QString& uuid) const;
     void _updateLauncherOf(const QString& hostName);
+    void _forgetPassedMachines();
     void _matchInstance(SystemViewClassInstance* instance);
     void _updateUnplaced(RunningAgentInfo* agent);
     void _onModified();

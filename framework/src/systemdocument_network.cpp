@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "systemdocument.h"
 
+#include "encounteredagentsonhost.h"
 #include "host.h"
 #include "launchers.h"
 #include "library.h"
@@ -20,6 +21,9 @@ bool isAgentOf(const RunningAgentInfo* agent, const SystemViewClassInstance* ins
 {
     return agent->name() == instance->name() && agent->familyUuid() == instance->familyUuid();
 }
+
+/// Of machines that were only seen in passing. A list of them may be of use; others may have names without number.
+constexpr qsizetype MOST_PASSED_MACHINES = 32;
 
 /// A machine is what its processes call it, but none is this one by its word alone: the launch lines of this machine
 /// are started here.
@@ -138,6 +142,7 @@ void SystemDocument::_onAgentExited(const NetworkAgent& agent)
 {
     if (Launchers::isLauncher(agent)) {
         _updateLauncherOf(hostNameOf(agent));
+        _forgetPassedMachines();
     }
     RunningAgentInfo* info = _runningAgentInfo(agent.uuid);
     if (info == nullptr) {
@@ -150,6 +155,35 @@ void SystemDocument::_onAgentExited(const NetworkAgent& agent)
         instance->removeRunningAgentInfo(info);
     }
     info->deleteLater();
+    _forgetPassedMachines();
+}
+
+/// Of those on which nothing runs, and of which the document has nothing to keep, the latest stay.
+void SystemDocument::_forgetPassedMachines()
+{
+    if (_hosts->count() <= MOST_PASSED_MACHINES) {
+        return;
+    }
+    QSet<const Host*> used { localHost() };
+    for (const RunningAgentInfo* agent : std::as_const(_runningAgentInfos)) {
+        used.insert(agent->host());
+    }
+    for (const SystemViewClassInstance* instance : _allClassInstances()) {
+        for (const EncounteredAgentsOnHost* group : instance->encounteredAgentsOnHosts()) {
+            used.insert(group->host());
+        }
+    }
+    QList<Host*> passed;
+    for (Host* host : _hosts->toList()) {
+        if (!used.contains(host) && !host->hasLauncher() && !_readHosts.contains(host->networkName())) {
+            passed.append(host);
+        }
+    }
+    while (passed.size() > MOST_PASSED_MACHINES) {
+        Host* const host = passed.takeFirst();
+        _hosts->removeObject(host);
+        host->deleteLater();
+    }
 }
 
 void SystemDocument::_onInstanceRegistered(SystemView* systemView, SystemViewBaseInstance* instance)

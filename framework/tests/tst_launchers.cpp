@@ -38,6 +38,7 @@ private Q_SLOTS:
     void answersOfStrangersAreNotHeard();
     void aLauncherSpeaksOfItsOwnMachineAlone();
     void aLauncherRefusesNoMoreThanItWasAsked();
+    void machinesThatPassByAreForgotten();
     void anAgentThatDoesNotAnswerIsEndedByItsLaunchOrItsProcess();
     void aStandInOfALauncherStartsNothing();
     void theLauncherThatCameLastIsAsked();
@@ -327,6 +328,35 @@ void TestLaunchers::aLauncherRefusesNoMoreThanItWasAsked()
     _write(*launcher, "answer " + _line->uuid() + " refused 0 the last word"); // answers keep their order
     QTRY_VERIFY(!raised.isEmpty() && raised.last().at(0).toString().endsWith("the last word"));
     QCOMPARE(raised.size(), 3);
+}
+
+void TestLaunchers::machinesThatPassByAreForgotten()
+{
+    const auto agentOn = [](int machine) {
+        NetworkAgent agent;
+        agent.uuid = QUuid::createUuid().toString(QUuid::WithoutBraces);
+        agent.name = QStringLiteral("Passer-by");
+        agent.hostName = QStringLiteral("machine-%1").arg(machine);
+        return agent;
+    };
+    const NetworkAgent first = agentOn(0);
+    Q_EMIT NetworkAgents::instance()->agentEntered(first);
+    for (int machine = 1; machine <= 200; ++machine) {
+        const NetworkAgent agent = agentOn(machine);
+        Q_EMIT NetworkAgents::instance()->agentEntered(agent);
+        Q_EMIT NetworkAgents::instance()->agentExited(agent);
+    }
+    QStringList names;
+    for (const Host* host : _document()->hosts()) {
+        names.append(host->networkName());
+    }
+    QVERIFY2(names.size() < 50, qPrintable(names.join(u' ')));
+    // Those on which something runs or is to run stay, and the latest of the others.
+    for (const char* const kept : { "machine-0", "machine two", "machine-200" }) {
+        QVERIFY2(names.contains(QLatin1String(kept)), kept);
+    }
+    QVERIFY(!names.contains("machine-1"));
+    Q_EMIT NetworkAgents::instance()->agentExited(first);
 }
 
 void TestLaunchers::anAgentThatDoesNotAnswerIsEndedByItsLaunchOrItsProcess()
