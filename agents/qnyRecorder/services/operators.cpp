@@ -10,6 +10,12 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace recorder {
 
 namespace {
@@ -37,11 +43,29 @@ constexpr qsizetype MOST_TRANSFERS = 10'000;
 /// After so long without a call a transfer is over; the next call begins another.
 constexpr std::chrono::seconds TRANSFER_IDLE { 10 };
 
-/// A new file is its owner's alone from its first moment on.
-bool openAudit(QFile& file)
+/// A new file is its owner's alone from its first moment on. Where others may write into the folder, a link of theirs
+/// leads to no other file, and a file of theirs is none that says the truth. Returns what is wrong, or nothing.
+QString openAudit(QFile& file)
 {
-    return file.open(
-        QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered, QFile::ReadOwner | QFile::WriteOwner);
+    const QByteArray path = QFile::encodeName(file.fileName());
+    const int descriptor = ::open(
+        path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor < 0) {
+        return errno == ELOOP ? QStringLiteral("it is a link") : QString::fromLocal8Bit(std::strerror(errno));
+    }
+    struct stat status {};
+    QString problem;
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != geteuid()) {
+        problem = QStringLiteral("it is no file of this user's own");
+    } else if (fchmod(descriptor, S_IRUSR | S_IWUSR) != 0
+        || !file.open(descriptor, QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered,
+            QFileDevice::AutoCloseHandle)) {
+        problem = QString::fromLocal8Bit(std::strerror(errno));
+    }
+    if (!problem.isEmpty()) {
+        ::close(descriptor);
+    }
+    return problem;
 }
 
 /// JSON leaves some characters as they are that control a terminal, or turn a line's reading around.
@@ -72,11 +96,10 @@ std::unique_ptr<Operators> Operators::open(const QString& directory, const QStri
     }
     std::unique_ptr<Operators> made(new Operators(certificates, directory, auditPath));
     QFile file(auditPath);
-    if (!openAudit(file)) {
-        problem = QStringLiteral("the audit log %1 cannot be written: %2").arg(auditPath, file.errorString());
+    if (const QString wrong = openAudit(file); !wrong.isEmpty()) {
+        problem = QStringLiteral("the audit log %1 cannot be written: %2").arg(auditPath, wrong);
         return nullptr;
     }
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
     return made;
 }
 
@@ -166,8 +189,12 @@ void Operators::write(const Caller& caller, const char* command, const QStringLi
     const QByteArray line = escaped(QJsonDocument(entry).toJson(QJsonDocument::Compact)) + '\n';
     // Opened for each line, so that whoever keeps the logs may move it away.
     QFile file(_auditPath);
-    if (!openAudit(file) || file.write(line) != line.size()) {
-        qCritical().noquote() << "The audit log" << _auditPath << "cannot be written:" << file.errorString()
+    QString wrong = openAudit(file);
+    if (wrong.isEmpty() && file.write(line) != line.size()) {
+        wrong = file.errorString();
+    }
+    if (!wrong.isEmpty()) {
+        qCritical().noquote() << "The audit log" << _auditPath << "cannot be written:" << wrong
                               << "; it should say:" << line.trimmed();
     }
 }

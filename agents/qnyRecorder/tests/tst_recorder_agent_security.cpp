@@ -362,6 +362,36 @@ private slots:
         }
     }
 
+    void whatSomebodyPutInTheAuditLogsPlaceIsNotWrittenInto()
+    {
+        QFile own(path("letter"));
+        QVERIFY(own.open(QIODevice::WriteOnly));
+        own.close();
+        const auto mode = QFile::permissions(path("letter"));
+        const QByteArray log = path("store/audit-Tape.log").toUtf8();
+        const auto refusal = [this] {
+            QProcess recorder;
+            recorder.setProcessChannelMode(QProcess::MergedChannels);
+            recorder.start(RecorderProcess::executable(),
+                secured()
+                    + QStringList { "--operators", path("operators"), "-n", "Tape", "-c", "embedded:9042",
+                        "--data-directory", path("store"), "--device", "lo", "--port",
+                        QString::number(TestNetwork::port()) });
+            const bool ended = recorder.waitForFinished(5000);
+            return ended && recorder.exitCode() == 1 ? QString::fromUtf8(recorder.readAll()) : QString();
+        };
+        QVERIFY(QFile::link(path("letter"), QString::fromUtf8(log)));
+        QVERIFY(refusal().contains("cannot be written: it is a link"));
+        QCOMPARE(QFile::permissions(path("letter")), mode);
+        QVERIFY(QFile::remove(QString::fromUtf8(log)));
+        // Somebody reads there.
+        QCOMPARE(mkfifo(log.constData(), 0666), 0);
+        const int reader = open(log.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        QVERIFY(reader >= 0);
+        QVERIFY(refusal().contains("cannot be written: it is no file of this user's own"));
+        close(reader);
+    }
+
     void aCallThatIsRefusedForItsArgumentsIsNoCommandThatWasObeyed()
     {
         join("operator");
