@@ -202,6 +202,9 @@ qny_result_t qny_start(const qny_options_t* given)
     if (options.hostName.size() > maxNameBytes) {
         return fail(QNY_ERROR_ARGUMENT, "The host name is longer than 255 bytes.");
     }
+    if (hasControl(options.hostName)) {
+        return fail(QNY_ERROR_ARGUMENT, "The host name holds control characters.");
+    }
     // What a length on the wire can say, with room for what else an item holds.
     constexpr size_t most = UINT32_MAX / 2;
     if (from.max_message_bytes > most) {

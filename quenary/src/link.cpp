@@ -78,6 +78,10 @@ std::string readHello(std::string_view payload, Peer& into)
     if (!sound(into.hostName) || !sound(program->executable) || !std::ranges::all_of(program->arguments, sound)) {
         return "a hello with texts that are not UTF-8";
     }
+    // It is shown wherever agents are, on terminals, too.
+    if (hasControl(into.hostName)) {
+        return "a hello whose host name holds control characters";
+    }
     into.program = std::move(program);
     return {};
 }

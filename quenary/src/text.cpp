@@ -58,14 +58,6 @@ bool isUtf8(std::string_view text)
     return true;
 }
 
-namespace {
-
-bool isBlank(char c)
-{
-    return c == ' ' || c == '\t';
-}
-
-// Control characters of ASCII, and those of the second block (U+0080 to U+009F), which are two bytes.
 bool hasControl(std::string_view text)
 {
     for (size_t i = 0; i < text.size(); ++i) {
@@ -78,6 +70,13 @@ bool hasControl(std::string_view text)
         }
     }
     return false;
+}
+
+namespace {
+
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
 }
 
 // Blanks of Unicode that a hand may paste and an eye does not see at the end of a name.

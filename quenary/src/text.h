@@ -15,6 +15,8 @@ namespace qny {
 constexpr size_t maxNameBytes = 255;
 
 bool isUtf8(std::string_view text);
+// Control characters of ASCII, and those of the second block (U+0080 to U+009F), which are two bytes.
+bool hasControl(std::string_view text);
 
 // Why a text cannot be a name, or an empty text when it can.
 std::string nameProblem(std::string_view name, bool ofAgent);

@@ -159,6 +159,26 @@ TEST_F(Hardening, WhoSaysAgainAndAgainThatPeersAreElsewhereKeepsThemFromMeetingF
     EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "sleeper", 40s));
 }
 
+TEST_F(Hardening, AHostNameThatControlsATerminalIsNobodys)
+{
+    void* socket = dealer();
+    for (const char* const host : { "plant\x1b]0;mine\x07", "plant\nanother line",
+             "plant\xc2\x9b"
+             "2J" }) {
+        const uint64_t before = refused();
+        send(socket,
+            Forged {}.make(
+                2, raw<uint64_t>(1000) + raw<int64_t>(1) + named(host) + raw<uint32_t>(0) + raw<uint16_t>(0)));
+        EXPECT_TRUE(eventually([&] { return refused() > before; })) << host;
+    }
+    zmq_close(socket);
+    qny_stop();
+    qny_options_t mine = options();
+    mine.host_name = "plant\x1b[2J";
+    EXPECT_EQ(qny_start(&mine), QNY_ERROR_ARGUMENT);
+    start(options());
+}
+
 TEST_F(Hardening, BeaconsThatComeWhileAProcessStartsAreBeacons)
 {
     const PeerProcess neighbour("neighbour"); // which has joined the group on this machine
