@@ -85,7 +85,8 @@ typedef struct qny_options {
                                     brackets; where they listen); at most 128 ports; null: QNY_PEERS, else none */
     uint16_t listen_port;        /* TCP port on which this peer is reached; 0: the first free one of QNY_LISTEN ("5671-5690"), else any */
     bool multicast;              /* discover by UDP multicast (on unless no network allows it); off: explicit peers only */
-    const char *host_name;       /* name shown for this machine, without control characters; null: QNY_HOST_NAME, else the system's host name */
+    const char* host_name; /* name shown for this machine, without control characters; null: QNY_HOST_NAME, else the
+                              system's host name */
     size_t max_message_bytes;    /* bound on one call or publication, here and from others; 0: 64 MiB */
     size_t max_peer_queue_bytes; /* publications waiting for one slow peer; beyond it they are lost, and counted by the
                                     receiver; calls are never lost so, but a peer that lets four times as much wait
