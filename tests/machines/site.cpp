@@ -297,9 +297,14 @@ QString Site::findRecordAgain()
     });
 }
 
+QString Site::beginLoad()
+{
+    return instance.call("loadRecord", { argument(record) });
+}
+
 QString Site::load()
 {
-    if (const QString fault = instance.call("loadRecord", { argument(record) }); !fault.isEmpty()) {
+    if (const QString fault = beginLoad(); !fault.isEmpty()) {
         return fault;
     }
     return _await(

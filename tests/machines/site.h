@@ -77,6 +77,7 @@ public:
 
     /// What a list that came anew has of it.
     QString findRecordAgain();
+    QString beginLoad();
     QString load();
     QString play(double speed);
     QString playToItsEnd(double speed);

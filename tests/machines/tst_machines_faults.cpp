@@ -141,6 +141,29 @@ private Q_SLOTS:
         QCOMPARE(site().checkLosses("plant.csv"), "");
     }
 
+    void aPausedRecordingIsStillPausedAfterACut_data() { _cuts({ "1 pulled" }); }
+    void aPausedRecordingIsStillPausedAfterACut()
+    {
+        QFETCH(const int, seconds);
+        QFETCH(const Fault, fault);
+        QCOMPARE(site().startPlant(), "");
+        QCOMPARE(site().startRecording(), "");
+        QCOMPARE(site().recordFor(1.0), "");
+        QCOMPARE(site().instance.call("pauseRecording"), "");
+        QTRY_VERIFY_WITH_TIMEOUT(site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
+        QCOMPARE(_cutFor(seconds, fault), "");
+        QCOMPARE(_foundAgain(seconds), "");
+        QTRY_VERIFY_WITH_TIMEOUT(
+            site().instance.isTrue("isRecording") && site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
+        QCOMPARE(site().instance.call("resumeRecording"), "");
+        QTRY_VERIFY_WITH_TIMEOUT(!site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
+        QCOMPARE(site().recordFor(0.5), "");
+        QCOMPARE(site().stopRecording(), "");
+        QCOMPARE(site().stopPlant(), "");
+        QVERIFY(site().record.number("durationInSeconds") >= 1.5);
+        QCOMPARE(site().waitingFor(), "");
+    }
+
     void aRecordingGoesOnThroughACut_data() { _cuts({ "6 pulled" }); }
     void aRecordingGoesOnThroughACut()
     {
@@ -217,6 +240,66 @@ private Q_SLOTS:
         QCOMPARE(site().playToItsEnd(4.0), "");
         QCOMPARE(site().unload(), "");
         QCOMPARE(site().waitingFor(), "");
+    }
+
+    void aLoadEndsThoughTheLinkIsCutUnderIt_data() { _cuts({ "1 jammed" }); }
+    void aLoadEndsThoughTheLinkIsCutUnderIt()
+    {
+        QFETCH(const int, seconds);
+        QFETCH(const Fault, fault);
+        QCOMPARE(site().findRecordAgain(), "");
+        QCOMPARE(network().cut(Site::RECORDER, DEVICE, fault), "");
+        QCOMPARE(site().beginLoad(), "");
+        QVERIFY(site().instance.isTrue("isLoadingRecord"));
+        QCOMPARE(_cutFor(seconds, fault), "");
+        QCOMPARE(_foundAgain(seconds), "");
+        if (_isNoticed(seconds)) {
+            QVERIFY2(site().isTold("left while it loaded a record"), qPrintable(site().host.notices().join(u'\n')));
+            QCOMPARE(site().findRecordAgain(), "");
+            QCOMPARE(site().load(), "");
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(site().record.isTrue("isLoaded"), Site::PATIENCE_MS);
+        QCOMPARE(site().playToItsEnd(4.0), "");
+        QCOMPARE(site().unload(), "");
+        QCOMPARE(site().waitingFor(), "");
+    }
+
+    void aRecorderEndsThoughTheLinkIsCutAsItIsDisconnected_data() { _cuts({ "1 pulled" }); }
+    void aRecorderEndsThoughTheLinkIsCutAsItIsDisconnected()
+    {
+        QFETCH(const int, seconds);
+        QFETCH(const Fault, fault);
+        QCOMPARE(network().cut(Site::RECORDER, DEVICE, fault), "");
+        QCOMPARE(site().instance.call("disconnectAgent"), "");
+        QCOMPARE(_cutFor(seconds, fault), "");
+        if (_isNoticed(seconds)) {
+            // Nobody could tell it.
+            QCOMPARE(_foundAgain(seconds), "");
+            QCOMPARE(site().disconnectRecorder(), "");
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(!site().isOn() && site().hasLauncher(), Site::PATIENCE_MS);
+        QCOMPARE(site().waitingFor(), "");
+        QCOMPARE(site().connectRecorder(), "");
+    }
+
+    void aRecorderIsConnectedThoughTheLinkIsCutAsItIsStarted_data() { _cuts({ "1 jammed" }); }
+    void aRecorderIsConnectedThoughTheLinkIsCutAsItIsStarted()
+    {
+        QFETCH(const int, seconds);
+        QFETCH(const Fault, fault);
+        QCOMPARE(site().disconnectRecorder(), "");
+        QCOMPARE(network().cut(Site::RECORDER, DEVICE, fault), "");
+        QCOMPARE(site().instance.call("connectAgent"), "");
+        QCOMPARE(_cutFor(seconds, fault), "");
+        QTRY_VERIFY_WITH_TIMEOUT(site().hasLauncher(), Site::FOUND_AGAIN_MS);
+        if (_isNoticed(seconds)) {
+            // Nobody could tell the launcher.
+            QVERIFY(!site().isOn());
+            QCOMPARE(site().connectRecorder(), "");
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(site().isOn(), Site::PATIENCE_MS);
+        QCOMPARE(site().waitingFor(), "");
+        QCOMPARE(site().findRecordAgain(), "");
     }
 
     void aDownloadEndsThoughTheLinkIsCutUnderIt_data() { _cuts({ "1 jammed" }); }

@@ -299,6 +299,18 @@ void RecordingDesk::runProgress()
     }
 }
 
+void RecordingDesk::showPauseAnew()
+{
+    if (!_recording || !_recording->isPaused()) {
+        return;
+    }
+    const std::lock_guard lock(_progressMutex);
+    const int64_t us = _recording->elapsedUs();
+    for (const int64_t each : { us + 1, us, us }) {
+        _with.network.publishRecordProgress(seconds(each));
+    }
+}
+
 void RecordingDesk::stopProgress()
 {
     {

@@ -45,6 +45,9 @@ public:
     void stop(const Call& call);
     void pause(const Call& call);
     void resume(const Call& call);
+    /// A host that heard nothing for half a second takes that for the end of the recording, and asks for the records; a
+    /// length that is repeated tells it nothing else. So a paused recording shows another one in between.
+    void showPauseAnew();
     void answerFilters(const Call& call);
     void setFilters(const Call& call);
     /// What set_record_filters is answered with.

@@ -205,6 +205,7 @@ void Controller::execute(const Call& call)
         break;
     case Service::GetRecords:
         _records.answerRecords(call.caller, call.bytes(0));
+        _recording.showPauseAnew();
         break;
     case Service::GetContext:
         answerContext(call);

@@ -204,6 +204,44 @@ private slots:
         QVERIFY(_host->arrivals(progress).back().number >= pausedAt);
     }
 
+    void whoAsksForTheRecordsSeesAPauseAnew()
+    {
+        const std::string progress = _name.toStdString() + "/record_progress";
+        QVERIFY(!record().isEmpty());
+        const auto lengths = [&] {
+            QList<double> all;
+            for (const auto& each : _host->arrivals(progress)) {
+                all.append(each.number);
+            }
+            return all;
+        };
+        QVERIFY(waitUntil([&] { return lengths().size() >= 3; }));
+        call("pause_record", {}, std::nullopt);
+        QVERIFY(
+            waitUntil([&] { return lengths().size() > 3 && lengths().last() == lengths().at(lengths().size() - 3); }));
+        const double pausedAt = lengths().last();
+        const qsizetype before = lengths().size();
+        // Another length, by a microsecond, and at once the same as before.
+        (void)records();
+        QVERIFY(waitUntil([&] { return lengths().size() >= before + 10; }));
+        QList<double> since = lengths().mid(before);
+        const auto other = std::ranges::find_if(since, [pausedAt](double each) { return each != pausedAt; });
+        QVERIFY(other != since.end());
+        QVERIFY(!qFuzzyCompare(*other, pausedAt) && std::abs(*other - pausedAt) < 2e-6);
+        QVERIFY(since.end() - other > 2);
+        QVERIFY(std::all_of(other + 1, since.end(), [pausedAt](double each) { return each == pausedAt; }));
+        // While it records nothing comes twice all the same.
+        call("resume_record", {}, std::nullopt);
+        QVERIFY(waitUntil([&] { return lengths().last() > pausedAt + 0.1; }));
+        const qsizetype resumed = lengths().size();
+        (void)records();
+        QVERIFY(waitUntil([&] { return lengths().size() > resumed + 5; }));
+        since = lengths().mid(resumed);
+        QVERIFY(std::ranges::adjacent_find(since, std::greater_equal<>()) == since.end());
+        call("stop_recording");
+        QVERIFY(_host->reply("recording_stopped"));
+    }
+
     void theLastProgressIsTheLengthOfTheRecord()
     {
         const QString uuid = makeRecord(3, 50);
