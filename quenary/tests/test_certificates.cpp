@@ -440,8 +440,13 @@ TEST(CertificatesTool, MakesAndShowsThem)
     EXPECT_NE(shown.output.find("kind        public"), std::string::npos) << shown.output;
     EXPECT_NE(shown.output.find("kind        private"), std::string::npos) << shown.output;
     EXPECT_NE(shown.output.find("role        operator"), std::string::npos) << shown.output;
-    const std::string secretLine = folder.read("pump.cert_secret");
-    const std::string secret = secretLine.substr(secretLine.rfind('=') + 3, 40);
+    // Both halves may hold a "=".
+    const std::string name = "secret-key = \"";
+    const std::string written = folder.read("pump.cert_secret");
+    const size_t at = written.find(name);
+    ASSERT_NE(at, std::string::npos) << "no secret half was written";
+    const std::string secret = written.substr(at + name.size(), 40);
+    ASSERT_EQ(written.substr(at + name.size() + 40, 1), "\"");
     EXPECT_EQ(shown.output.find(secret), std::string::npos) << "the secret half was shown";
 
     std::filesystem::create_directory(folder.file("others"));
