@@ -82,7 +82,9 @@ const std::vector<Watched*>& Poller::wait(int64_t milliseconds, std::mutex& turn
     const int count = epoll_wait(m_fd, events.data(), static_cast<int>(events.size()), static_cast<int>(timeout));
     turn.lock();
     for (int i = 0; i < count; ++i) {
-        const auto it = m_watched.find(events[static_cast<size_t>(i)].data.u64);
+        // A copy: what the system wrote is packed, and nothing may refer to it.
+        const uint64_t id = events[static_cast<size_t>(i)].data.u64;
+        const auto it = m_watched.find(id);
         if (it != m_watched.end() && std::ranges::find(m_ready, it->second) == m_ready.end()) {
             m_ready.push_back(it->second);
         }
