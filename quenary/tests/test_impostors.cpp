@@ -123,7 +123,7 @@ protected:
     void ready(const Key& key) const
     {
         const std::string half(8, 'n');
-        const std::string plain = std::string("\x0bSocket-Type\0\0\0\6ROUTER\x08Identity\0\0\0\0", 37);
+        const std::string plain = std::string("\x0bSocket-Type\0\0\0\6ROUTER\x08Identity\0\0\0\0", 35);
         std::string box(plain.size() + crypto_box_MACBYTES, '\0');
         EXPECT_EQ(crypto_secretbox_easy(reinterpret_cast<unsigned char*>(box.data()), bytes(plain), plain.size(),
                       bytes("CurveZMQREADY---" + half), key.data()),
