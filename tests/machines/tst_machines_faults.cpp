@@ -141,29 +141,6 @@ private Q_SLOTS:
         QCOMPARE(site().checkLosses("plant.csv"), "");
     }
 
-    void aPausedRecordingIsStillPausedAfterACut_data() { _cuts({ "1 pulled" }); }
-    void aPausedRecordingIsStillPausedAfterACut()
-    {
-        QFETCH(const int, seconds);
-        QFETCH(const Fault, fault);
-        QCOMPARE(site().startPlant(), "");
-        QCOMPARE(site().startRecording(), "");
-        QCOMPARE(site().recordFor(1.0), "");
-        QCOMPARE(site().instance.call("pauseRecording"), "");
-        QTRY_VERIFY_WITH_TIMEOUT(site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
-        QCOMPARE(_cutFor(seconds, fault), "");
-        QCOMPARE(_foundAgain(seconds), "");
-        QTRY_VERIFY_WITH_TIMEOUT(
-            site().instance.isTrue("isRecording") && site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
-        QCOMPARE(site().instance.call("resumeRecording"), "");
-        QTRY_VERIFY_WITH_TIMEOUT(!site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
-        QCOMPARE(site().recordFor(0.5), "");
-        QCOMPARE(site().stopRecording(), "");
-        QCOMPARE(site().stopPlant(), "");
-        QVERIFY(site().record.number("durationInSeconds") >= 1.5);
-        QCOMPARE(site().waitingFor(), "");
-    }
-
     void aRecordingGoesOnThroughACut_data() { _cuts({ "6 pulled" }); }
     void aRecordingGoesOnThroughACut()
     {
@@ -187,6 +164,29 @@ private Q_SLOTS:
             QVERIFY2(site().isTold("went out of reach during a recording"), qPrintable(told));
             QVERIFY2(site().isTold("is back: its recording has not ended"), qPrintable(told));
         }
+    }
+
+    void aPausedRecordingIsStillPausedAfterACut_data() { _cuts({ "1 pulled" }); }
+    void aPausedRecordingIsStillPausedAfterACut()
+    {
+        QFETCH(const int, seconds);
+        QFETCH(const Fault, fault);
+        QCOMPARE(site().startPlant(), "");
+        QCOMPARE(site().startRecording(), "");
+        QCOMPARE(site().recordFor(1.0), "");
+        QCOMPARE(site().instance.call("pauseRecording"), "");
+        QTRY_VERIFY_WITH_TIMEOUT(site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
+        QCOMPARE(_cutFor(seconds, fault), "");
+        QCOMPARE(_foundAgain(seconds), "");
+        QTRY_VERIFY_WITH_TIMEOUT(
+            site().instance.isTrue("isRecording") && site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
+        QCOMPARE(site().instance.call("resumeRecording"), "");
+        QTRY_VERIFY_WITH_TIMEOUT(!site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
+        QCOMPARE(site().recordFor(0.5), "");
+        QCOMPARE(site().stopRecording(), "");
+        QCOMPARE(site().stopPlant(), "");
+        QVERIFY(site().record.number("durationInSeconds") >= 1.5);
+        QCOMPARE(site().waitingFor(), "");
     }
 
     void aMachineThatStoodStillIsFoundAgainAndRecordsOn_data() { _pauses({ "6" }); }
