@@ -47,6 +47,7 @@ struct Progress
     std::mutex mutex;
     std::condition_variable changed;
     uint64_t answers = 0;
+    Clock::time_point answeredAt;
     uint64_t read = 0; // number of the last publication that the reader has told of
     uint64_t lost = 0;
     bool over = false;
@@ -100,10 +101,14 @@ void answer(uint16_t port, const std::string& own, const std::string& known)
 
 void onAnswer(const char*, const char*, const char*, qny_service_arg_t*, size_t, const char*, void* user)
 {
+    const auto now = Clock::now();
     auto* to = static_cast<Progress*>(user);
-    const std::lock_guard lock(to->mutex);
-    ++to->answers;
-    to->changed.notify_all();
+    {
+        const std::lock_guard lock(to->mutex);
+        ++to->answers;
+        to->answeredAt = now;
+    }
+    to->changed.notify_all(); // who wakes finds the mutex free
 }
 
 void onRead(const char*, const char*, const char*, qny_service_arg_t* argument, size_t, const char*, void* user)
@@ -171,7 +176,7 @@ public:
             const auto begin = Clock::now();
             call("reader", "echo", value.data(), value.size());
             m_progress.wait([&] { return m_progress.answers >= expected; });
-            samples.push_back(secondsSince(begin) * 1e6);
+            samples.push_back(std::chrono::duration<double>(m_progress.answeredAt - begin).count() * 1e6);
         }
         return median(std::move(samples));
     }

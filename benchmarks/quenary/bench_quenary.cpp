@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The agent network between two processes on the loopback device, beside bare ZeroMQ in the same run, open and secured:
-//   - a call with a value and its answer with the same value: at most 1.2 times the time
+//   - a call with a value, until the same value is back in the callback of its answer: at most 1.2 times the time
 //   - publications a second, none lost: at least 0.8 times as many
 // The two take turns, and the median of the rounds counts. A busy machine slows both, though not quite alike: an
 // agent's call wakes more threads than a bare socket does, and each waits for a processor. So beside each ratio, and

@@ -10,7 +10,8 @@
 #define ZMQ_HAVE_PPOLL
 #define ZMQ_CACHELINE_SIZE 64
 #define HAVE_POSIX_MEMALIGN 1
-#define HAVE_FORK
+// Not HAVE_FORK: each look at a socket would ask the system which process this is, in case it is a forked one. A forked
+// child leaves what its parent has alone.
 #define HAVE_CLOCK_GETTIME
 #define HAVE_MKDTEMP
 #define HAVE_ACCEPT4

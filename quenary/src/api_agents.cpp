@@ -80,6 +80,9 @@ const Peer* otherOwner(const Core& core, const char* agentUuid)
 qny_agent_t* qny_default_agent(void)
 {
     Core& core = Core::instance();
+    if (qny_agent_t* const made = core.madeDefaultHandle()) {
+        return made;
+    }
     const Lock lock(core.mutex);
     return core.defaultHandle();
 }

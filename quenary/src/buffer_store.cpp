@@ -26,8 +26,11 @@ std::string BufferStore::take(size_t bytes)
 
 void BufferStore::give(std::string buffer)
 {
+    if (buffer.capacity() < leastBytes) {
+        return;
+    }
     const std::lock_guard lock(m_mutex);
-    if (buffer.capacity() >= leastBytes && m_bytes + buffer.capacity() <= mostBytes) {
+    if (m_bytes + buffer.capacity() <= mostBytes) {
         buffer.clear();
         m_bytes += buffer.capacity();
         m_free.push_back(std::move(buffer));

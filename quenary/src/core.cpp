@@ -25,18 +25,18 @@ int64_t steadyMilliseconds()
 
 namespace {
 
-Core* theCore = nullptr;
+std::atomic<Core*> theCore = nullptr;
 std::once_flag coreOnce;
 
 // A forked child has none of our threads: it begins anew, and leaves the parent's state untouched and unused. The
 // mutex is held over the fork so that the child's copy of everything is whole.
 void beforeFork()
 {
-    theCore->mutex.lock();
+    theCore.load()->mutex.lock();
 }
 void afterForkInParent()
 {
-    theCore->mutex.unlock();
+    theCore.load()->mutex.unlock();
 }
 void afterForkInChild()
 {
@@ -65,11 +65,14 @@ Core::Core()
 
 Core& Core::instance()
 {
+    if (Core* const made = theCore.load(std::memory_order_acquire)) {
+        return *made;
+    }
     std::call_once(coreOnce, [] {
         theCore = new Core;
         pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
     });
-    return *theCore;
+    return *theCore.load();
 }
 
 void Core::refuse(const std::string& what)

@@ -63,6 +63,7 @@ public:
     AgentPtr agentOf(qny_agent_t* handle) const;
     AgentPtr defaultAgent(); // made on first use
     qny_agent_t* defaultHandle();
+    qny_agent_t* madeDefaultHandle() const { return m_defaultHandle; } // or null; without the lock
     qny_agent_t* newAgent(std::string_view name, std::string_view family, bool standIn);
     // Takes the agent off the network and its handle out of use; its callbacks are the caller's to end.
     void forget(qny_agent_t* handle);
@@ -141,6 +142,7 @@ public:
     std::unordered_map<Uuid, Announced, UuidHash> announced; // what the callback thread has told, ours included
     std::unordered_map<std::string, std::vector<MappingPtr>, TextHash, std::equal_to<>> mappingsTo; // by agent name
     std::unordered_map<std::string, std::vector<FeedPtr>, TextHash, std::equal_to<>> feeds; // by outputKey()
+    uint64_t feedsChanged = 0; // so often
     std::unordered_map<uint64_t, FeedPtr> feedsById;
     std::unordered_map<Uuid, std::shared_ptr<Monitor>, UuidHash> monitors;
     // Where the counts of agents stood that were monitored and fell silent: as Mapping::remembered.
@@ -197,7 +199,7 @@ private:
     std::unordered_map<qny_agent_t*, AgentPtr> m_handles;
     std::unordered_map<Uuid, AgentPtr, UuidHash> m_agents;
     std::vector<AgentPtr> m_changed;
-    qny_agent_t* m_defaultHandle = nullptr;
+    std::atomic<qny_agent_t*> m_defaultHandle = nullptr; // once made it stays; read without the lock
     uintptr_t m_nextHandle = 0x1000;
     uint64_t m_nextId = 1;
     SeldomLog m_refusals;

@@ -9,7 +9,8 @@ namespace qny {
 
 namespace {
 
-constexpr size_t longBytes = 4096;
+// What is shorter is copied along with all around it.
+constexpr size_t longBytes = 256;
 
 std::string_view bytesOf(const qny_service_arg_t& argument, char& scratch)
 {
@@ -97,9 +98,7 @@ qny_result_t Core::enqueueCall(const AgentPtr& from, std::string_view to, std::s
     }
     tellChanges();
     auto targets = find(to);
-    if (!uuidFromText(to)) {
-        std::erase_if(targets, [&](const auto& target) { return target.second->uuid == from->uuid; });
-    }
+    std::erase_if(targets, [&](const auto& target) { return target.second->uuid == from->uuid && !uuidFromText(to); });
     if (targets.empty()) {
         return fail(QNY_ERROR_UNKNOWN_AGENT, "No agent named " + std::string(to) + " is on the network now.");
     }

@@ -81,6 +81,7 @@ void Core::addFeed(const MappingPtr& mapping, const Announced& from)
     }
     mapping->feeds.emplace(feed->agent, feed);
     feeds[outputKey(feed->agent, feed->output)].push_back(feed);
+    ++feedsChanged;
     feedsById.emplace(feed->id, feed);
     if (feed->peer->isSelf) {
         subscribe(feed->peer, feed->id, { feed->agent, feed->output, false });
@@ -107,6 +108,7 @@ void Core::removeFeed(const FeedPtr& pointer, bool tell)
         if (it->second.empty()) {
             feeds.erase(it);
         }
+        ++feedsChanged;
     }
     if (const MappingPtr mapping = feed->mapping.lock()) {
         mapping->feeds.erase(feed->agent);

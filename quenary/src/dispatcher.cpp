@@ -11,6 +11,7 @@
 #include <chrono>
 #include <iterator>
 #include <poll.h>
+#include <span>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -171,26 +172,30 @@ void Dispatcher::loop()
 // once, that is left to the network thread.
 void Dispatcher::idle(Lock& lock)
 {
-    const int inbox
-        = std::exchange(m_hears, false) && m_core.network && m_wakeFd >= 0 ? m_core.network->lendInbox() : -1;
-    if (inbox < 0) {
+    std::optional<Network::Lent> lent;
+    if (std::exchange(m_hears, false) && m_core.network && m_wakeFd >= 0) {
+        lent = m_core.network->lendInbox();
+    }
+    if (!lent) {
         m_arrived.wait(lock, [this] { return !m_queue.empty() || m_ending; });
         return;
     }
     m_isAtInbox = true;
     lock.unlock();
-    pollfd watched[] { { .fd = inbox, .events = POLLIN, .revents = 0 },
-        { .fd = m_wakeFd, .events = POLLIN, .revents = 0 } };
-    const int count = poll(watched, std::size(watched), -1);
+    // The door last: of whoever speaks at the inbox when that is looked at, it says so by then.
+    pollfd watched[] { { .fd = m_wakeFd, .events = POLLIN, .revents = 0 },
+        { .fd = lent->inbox, .events = POLLIN, .revents = 0 }, { .fd = lent->door, .events = POLLIN, .revents = 0 } };
+    const bool hasCome = poll(watched, std::size(watched), -1) > 0;
+    const auto isReady = [&](size_t which) { return hasCome && watched[which].revents != 0; };
     lock.lock();
     m_isAtInbox = false;
     uint64_t wakes = 0;
-    if (read(m_wakeFd, &wakes, sizeof wakes) < 0 && errno != EAGAIN) {
+    if (isReady(0) && read(m_wakeFd, &wakes, sizeof wakes) < 0 && errno != EAGAIN) {
         logDebug("the callback thread's wake-up cannot be read");
     }
     // It may have stopped meanwhile, and even be another one: that has lent nothing.
     if (m_core.network) {
-        m_core.network->takeInboxBack(lock, count > 0 && watched[0].revents != 0);
+        m_core.network->takeInboxBack(lock, { .inbox = isReady(1), .door = isReady(2) });
     }
 }
 
@@ -329,7 +334,7 @@ void Dispatcher::run(Lock& lock, Batch& batch)
     }
 }
 
-bool Dispatcher::runItem(Lock& lock, const Batch& batch, wire::ItemKind kind, std::string_view payload)
+bool Dispatcher::runItem(Lock& lock, Batch& batch, wire::ItemKind kind, std::string_view payload)
 {
     switch (kind) {
     case wire::ItemKind::Publication:
@@ -347,24 +352,64 @@ bool Dispatcher::runItem(Lock& lock, const Batch& batch, wire::ItemKind kind, st
     }
 }
 
-bool Dispatcher::prepare(const Batch& batch, const Uuid& agent, qny_value_type_t type, std::string_view bytes,
-    Arrival& arrival, AgentRecordPtr& from) const
+bool Dispatcher::prepare(
+    Batch& batch, const Uuid& agent, qny_value_type_t type, std::string_view bytes, Arrival& arrival)
 {
-    const auto it = batch.agents->find(agent);
-    if (it == batch.agents->end() || bytesProblem(type, bytes)) {
+    if (!batch.from || batch.from->uuid != agent) {
+        const auto it = batch.agents->find(agent);
+        if (it == batch.agents->end()) {
+            return false;
+        }
+        batch.from = it->second;
+    }
+    if (bytesProblem(type, bytes)) {
         return false;
     }
-    from = it->second;
     arrival.bytes = bytes;
     arrival.batch = &batch;
     arrival.told.type = type;
     arrival.told.size = bytes.size();
     arrival.told.received_us = batch.receivedAt;
-    arrival.told.stand_in = from->standIn;
+    arrival.told.stand_in = batch.from->standIn;
     return true;
 }
 
-bool Dispatcher::runPublication(Lock& lock, const Batch& batch, std::string_view payload)
+const std::vector<FeedPtr>* Dispatcher::feedsOf(std::string_view key)
+{
+    if (m_feedsChanged != m_core.feedsChanged || m_feedsKey != key) {
+        const auto it = m_core.feeds.find(key);
+        m_feeds = it == m_core.feeds.end() ? nullptr : &it->second;
+        m_feedsKey = key;
+        m_feedsChanged = m_core.feedsChanged;
+    }
+    return m_feeds;
+}
+
+namespace {
+
+// A callback may change the list that it is in: what it held before is gone through to the end. The common single one
+// is held without a copy of the list.
+template <typename Pointer> class Held
+{
+public:
+    explicit Held(const std::vector<Pointer>& list)
+    {
+        if (list.size() == 1) {
+            m_single = list.front();
+        } else {
+            m_several = list;
+        }
+    }
+    std::span<const Pointer> all() const { return m_single ? std::span(&m_single, 1) : std::span(m_several); }
+
+private:
+    Pointer m_single;
+    std::vector<Pointer> m_several;
+};
+
+} // namespace
+
+bool Dispatcher::runPublication(Lock& lock, Batch& batch, std::string_view payload)
 {
     wire::Reader reader(payload);
     const auto nameLength = reader.number<uint8_t>();
@@ -374,13 +419,12 @@ bool Dispatcher::runPublication(Lock& lock, const Batch& batch, std::string_view
     arrival.told.sequence = reader.number<uint64_t>();
     arrival.told.time_us = reader.number<int64_t>();
     const std::string_view bytes = reader.rest();
-    AgentRecordPtr from;
     Uuid agent {};
     if (!reader.ok()) {
         return false;
     }
     std::memcpy(agent.data(), key.data(), agent.size());
-    if (!prepare(batch, agent, type, bytes, arrival, from)) {
+    if (!prepare(batch, agent, type, bytes, arrival)) {
         return false;
     }
     if (!batch.peer->isSelf) {
@@ -398,21 +442,12 @@ bool Dispatcher::runPublication(Lock& lock, const Batch& batch, std::string_view
             lost = sequence - count->second.sequence - 1;
             arrival.told.lost = lost + std::exchange(count->second.pendingLost, 0);
             count->second.sequence = sequence;
-            deliver(lock, *monitor, count->first, *from, arrival);
+            deliver(lock, *monitor, count->first, *batch.from, arrival);
         }
     }
-    const auto it = m_core.feeds.find(key);
-    if (it != m_core.feeds.end()) {
-        // A callback may change the list: the common single feed is held without a copy of it.
-        std::vector<FeedPtr> several;
-        FeedPtr single;
-        if (it->second.size() == 1) {
-            single = it->second.front();
-        } else {
-            several = it->second;
-        }
-        for (size_t i = 0; i < (single ? 1 : several.size()); ++i) {
-            const FeedPtr& feed = single ? single : several[i];
+    if (const std::vector<FeedPtr>* const feeds = feedsOf(key)) {
+        const Held<FeedPtr> held(*feeds);
+        for (const FeedPtr& feed : held.all()) {
             if (!feed->counting || sequence <= feed->sequence) {
                 continue;
             }
@@ -421,14 +456,14 @@ bool Dispatcher::runPublication(Lock& lock, const Batch& batch, std::string_view
             arrival.newlyLost = missing;
             feed->sequence = sequence;
             lost = std::max(lost, missing);
-            deliver(lock, feed, *from, arrival);
+            deliver(lock, feed, *batch.from, arrival);
         }
     }
     m_core.statistics.publicationsLost += lost;
     return true;
 }
 
-bool Dispatcher::runLast(Lock& lock, const Batch& batch, std::string_view payload)
+bool Dispatcher::runLast(Lock& lock, Batch& batch, std::string_view payload)
 {
     wire::Reader reader(payload);
     const auto id = reader.number<uint64_t>();
@@ -444,9 +479,8 @@ bool Dispatcher::runLast(Lock& lock, const Batch& batch, std::string_view payloa
     if (!reader.ok()) {
         return false;
     }
-    AgentRecordPtr from;
     const bool hasValue = flags & wire::lastHasValue;
-    if (hasValue && !prepare(batch, agent, type, bytes, arrival, from)) {
+    if (hasValue && !prepare(batch, agent, type, bytes, arrival)) {
         return false;
     }
     const uint64_t sequence = arrival.told.sequence;
@@ -465,7 +499,7 @@ bool Dispatcher::runLast(Lock& lock, const Batch& batch, std::string_view payloa
         if (hasValue) {
             arrival.told.lost = missing + std::exchange(feed->pendingLost, 0);
             arrival.newlyLost = missing;
-            deliver(lock, feed, *from, arrival);
+            deliver(lock, feed, *batch.from, arrival);
         } else {
             feed->pendingLost += missing;
             countLost(*feed, missing);
@@ -488,7 +522,7 @@ bool Dispatcher::runLast(Lock& lock, const Batch& batch, std::string_view payloa
         count->second.pendingLost += missing;
         if (hasValue) {
             arrival.told.lost = std::exchange(count->second.pendingLost, 0);
-            deliver(lock, *monitor, count->first, *from, arrival);
+            deliver(lock, *monitor, count->first, *batch.from, arrival);
         }
     }
     return true; // an answer to a subscription that was withdrawn meanwhile is no fault
@@ -586,10 +620,10 @@ void Dispatcher::deliver(Lock& lock, const FeedPtr& feed, const AgentRecord& fro
     input->hasValue = true;
     const qny_value_type_t inputType = input->type;
     const std::string inputName = input->name;
-    const std::vector<CallbackPtr> observers = input->observers;
+    const Held<CallbackPtr> observers(input->observers);
     // Such a callback may write into what it is shown.
     const auto mayWrite = [](const CallbackPtr& each) { return each->kind == Callback::Kind::Io; };
-    const bool mayStay = !converted && std::ranges::none_of(observers, mayWrite);
+    const bool mayStay = !converted && std::ranges::none_of(observers.all(), mayWrite);
     input->value.set(converted ? std::string_view(converted->bytes) : arrival.bytes,
         mayStay ? arrival.batch->keep : nullptr, arrival.batch->keepBytes);
     // Scalars are handed out aligned; texts and data where they are.
@@ -603,7 +637,7 @@ void Dispatcher::deliver(Lock& lock, const FeedPtr& feed, const AgentRecord& fro
     told.agent_name = from.name.c_str();
     told.output = feed->output.c_str();
     told.value = sentValue;
-    for (const CallbackPtr& observer : observers) {
+    for (const CallbackPtr& observer : observers.all()) {
         call(lock, observer, [&] {
             if (observer->kind == Callback::Kind::Io) {
                 observer->io(QNY_INPUT_T, inputName.c_str(), inputType, written, writtenSize, observer->userData);

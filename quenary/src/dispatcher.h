@@ -28,6 +28,7 @@ struct Batch
     int64_t receivedAt = 0;
     size_t pieces = 0; // of the peer's stream that are used up with this batch
     size_t bytes = 0;
+    AgentRecordPtr from = nullptr; // of `agents` the one that published last
 };
 
 struct AgentChange
@@ -83,9 +84,9 @@ private:
     void run(Lock& lock, Barrier& barrier);
     template <typename Invoke> void call(Lock& lock, const CallbackPtr& callback, Invoke&& invoke);
 
-    bool runItem(Lock& lock, const Batch& batch, wire::ItemKind kind, std::string_view payload);
-    bool runPublication(Lock& lock, const Batch& batch, std::string_view payload);
-    bool runLast(Lock& lock, const Batch& batch, std::string_view payload);
+    bool runItem(Lock& lock, Batch& batch, wire::ItemKind kind, std::string_view payload);
+    bool runPublication(Lock& lock, Batch& batch, std::string_view payload);
+    bool runLast(Lock& lock, Batch& batch, std::string_view payload);
     bool runGap(const Batch& batch, std::string_view payload);
     bool runCall(Lock& lock, const Batch& batch, std::string_view payload);
     bool runStopRequest(Lock& lock, const Batch& batch, std::string_view payload);
@@ -100,14 +101,22 @@ private:
     void countLost(const Feed& feed, uint64_t lost);
     void deliver(Lock& lock, const FeedPtr& feed, const AgentRecord& from, Arrival& arrival);
     void deliver(Lock& lock, Monitor& monitor, const std::string& output, const AgentRecord& from, Arrival& arrival);
-    bool prepare(const Batch& batch, const Uuid& agent, qny_value_type_t type, std::string_view bytes, Arrival& arrival,
-        AgentRecordPtr& from) const;
+    // Says in the batch whose it is.
+    static bool prepare(
+        Batch& batch, const Uuid& agent, qny_value_type_t type, std::string_view bytes, Arrival& arrival);
+    // Those that the output feeds, by outputKey(); null when there are none. Publications of one output often follow
+    // one another.
+    const std::vector<FeedPtr>* feedsOf(std::string_view key);
 
     Core& m_core;
     std::mutex& m_mutex;
     std::condition_variable m_arrived;
     std::condition_variable m_ended;
     std::deque<Entry> m_queue;
+    // What feedsOf() found last, and of what it was true.
+    std::string m_feedsKey;
+    const std::vector<FeedPtr>* m_feeds = nullptr;
+    uint64_t m_feedsChanged = 0;
     std::thread m_thread;
     std::thread::id m_threadId;
     bool m_ending = false;

@@ -67,11 +67,11 @@ public:
     bool speaksFor(const zmq::message_t& message, const Uuid& peer);
     // Each message has more on its way, of encryption.
     void setSecured() { m_around = 33; }
-    // A whole message was read.
-    void heard(const zmq::message_t& message)
+    // A whole message was read that came by this descriptor.
+    void heard(int fd, size_t bytes)
     {
-        if (const int fd = descriptorOf(message); fd >= 0) {
-            const size_t frame = message.size() + m_around;
+        if (fd >= 0) {
+            const size_t frame = bytes + m_around;
             m_heard.resize(std::max(m_heard.size(), static_cast<size_t>(fd) + 1));
             m_heard[static_cast<size_t>(fd)] += frame + (frame > 255 ? 9 : 2);
         }

@@ -18,6 +18,9 @@ constexpr int reconnectMilliseconds = 100;
 constexpr int64_t longestHelloMilliseconds = 500;
 constexpr size_t mostPlaces = 8;
 
+// Shorter ones are copied sooner than handed over.
+constexpr size_t mostCopied = 1000;
+
 // A piece is handed to the socket without another copy; the message owns it from then on.
 zmq::message_t toMessage(std::string text, BufferStore& buffers)
 {
@@ -26,7 +29,7 @@ zmq::message_t toMessage(std::string text, BufferStore& buffers)
         std::string text;
         BufferStore& buffers; // outlives every socket
     };
-    if (text.size() <= 2048) {
+    if (text.size() <= mostCopied) {
         return zmq::message_t(text);
     }
     auto* owned = new Owned { std::move(text), buffers };
@@ -290,15 +293,15 @@ void Link::sendStream()
         Piece piece;
         piece.number = ++m_lastNumber;
         piece.bytes = text.size();
-        std::string header;
-        wire::write(header,
+        m_header.clear();
+        wire::write(m_header,
             { .type = wire::MessageType::Data,
                 .port = m_identity.port,
                 .sender = m_identity.uuid,
                 .senderSession = session,
                 .receiverSession = theirSession });
-        wire::Writer(header).number(piece.number);
-        text.replace(0, wire::dataHeaderBytes, header);
+        wire::Writer(m_header).number(piece.number);
+        text.replace(0, wire::dataHeaderBytes, m_header);
         m_inFlight += piece.bytes;
         piece.message = toMessage(std::move(text), m_core.buffers);
         m_sent.push_back(std::move(piece));

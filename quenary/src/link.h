@@ -158,6 +158,7 @@ private:
     int64_t m_helloAgain = 100;
     // Pieces that were taken from the queue and are not consumed by the other side yet.
     std::deque<Piece> m_sent;
+    std::string m_header; // of the piece that is made now
     size_t m_next = 0; // index in m_sent of the first that is to be sent (again)
     uint64_t m_lastNumber = 0;
     uint64_t m_theirReceived = 0;

@@ -10,6 +10,7 @@
 #include "value.h"
 #include "wire.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <deque>
@@ -92,6 +93,11 @@ template <typename T> class NamedList
 public:
     T* find(std::string_view name) const
     {
+        if (m_items.size() <= fewItems) {
+            const auto it
+                = std::ranges::find(m_items, name, [](const auto& each) -> const auto& { return each->name; });
+            return it == m_items.end() ? nullptr : it->get();
+        }
         const auto it = m_byName.find(name);
         return it == m_byName.end() ? nullptr : it->second;
     }
@@ -118,6 +124,8 @@ public:
     size_t size() const { return m_items.size(); }
 
 private:
+    static constexpr size_t fewItems = 8; // are compared sooner than a name is hashed
+
     std::vector<std::unique_ptr<T>> m_items;
     std::unordered_map<std::string, T*, TextHash, std::equal_to<>> m_byName;
 };

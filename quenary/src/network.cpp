@@ -285,18 +285,18 @@ void Network::sendWaiting(std::unique_lock<std::mutex>& lock)
     }
 }
 
-int Network::lendInbox()
+std::optional<Network::Lent> Network::lendInbox()
 {
     const std::unique_lock turn(m_turn, std::try_to_lock);
-    if (!turn || !m_core.started || m_isInboxLeft || m_isInboxLent || !m_watchedInbox) {
-        return -1;
+    if (!turn || !m_core.started || m_isInboxLeft || m_isInboxLent || !m_watchedInbox || !m_watchedDoor) {
+        return std::nullopt;
     }
     m_watchedInbox->enable(false);
     m_isInboxLent = true;
-    return m_inbox.get(zmq::sockopt::fd);
+    return Lent { m_watchedInbox->fd(), m_watchedDoor->fd() };
 }
 
-void Network::takeInboxBack(std::unique_lock<std::mutex>& lock, bool hasCome)
+void Network::takeInboxBack(std::unique_lock<std::mutex>& lock, Come come)
 {
     const std::unique_lock turn(m_turn, std::try_to_lock);
     if (!turn) {
@@ -306,10 +306,14 @@ void Network::takeInboxBack(std::unique_lock<std::mutex>& lock, bool hasCome)
     if (!m_isInboxLent) {
         return;
     }
-    if (hasCome) {
+    if (come.inbox) {
         lock.unlock();
         try {
-            attendDoor(); // who speaks there is known before he is heard
+            // Who speaks there is known before he is heard. Of strangers who want to be let in the network thread is
+            // told.
+            if (come.door || m_isDoorLeft) {
+                attendDoor();
+            }
             readInbox();
             tick(steadyMilliseconds());
         } catch (const zmq::error_t& error) {

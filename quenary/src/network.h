@@ -56,11 +56,21 @@ public:
     // Something waits for the network thread. With or without the core's mutex.
     void wake();
     // While the network thread sleeps, others do its work where waking it would take longer than the work. All three
-    // with the core's mutex held. The inbox, for the callback thread to wait at it: its descriptor, or -1 when it is
-    // not to be had now.
-    int lendInbox();
+    // with the core's mutex held. The inbox, for the callback thread to wait at it, and where it is told who comes and
+    // goes there: their descriptors, or nothing when they are not to be had now.
+    struct Lent
+    {
+        int inbox = -1;
+        int door = -1;
+    };
+    std::optional<Lent> lendInbox();
     // Back from there. What has come is read by this thread, with the lock given up meanwhile.
-    void takeInboxBack(std::unique_lock<std::mutex>& lock, bool hasCome);
+    struct Come
+    {
+        bool inbox = false;
+        bool door = false;
+    };
+    void takeInboxBack(std::unique_lock<std::mutex>& lock, Come come);
     // What waits is sent by this thread, and the lock given up for that.
     void sendWaiting(std::unique_lock<std::mutex>& lock);
 
@@ -77,7 +87,8 @@ private:
     // False when there is more than is read at once.
     bool receive();
     void readInbox();
-    void receiveMessage(const std::shared_ptr<zmq::message_t>& message);
+    // That came by this descriptor.
+    void receiveMessage(const std::shared_ptr<zmq::message_t>& message, int fd);
     void receiveBeacons();
     void receiveBeacon(const wire::Beacon& beacon, const std::string& from);
     void sendBeacon(int64_t now);
@@ -108,7 +119,7 @@ private:
     bool receiveControl(Link& link, std::string_view item);
     // ---- security (network_security.cpp) ---------------------------------------------------------------------------
     // False when the message is not from whom it says that it is. Fills in whose certificate it came by.
-    bool isGenuine(const wire::Header& header, const zmq::message_t& message, CertificatePtr& certificate);
+    bool isGenuine(const wire::Header& header, const zmq::message_t& message, int fd, CertificatePtr& certificate);
     // Whose certificate was taken away is cut off.
     void refreshCertificates();
     void attendDoor();
@@ -117,7 +128,7 @@ private:
     void endEndless();
     bool isPeers(int fd, uint16_t port) const;
     // One that carries messages of the peer's own, which nobody else can make up.
-    static void noteConnection(Link& link, const zmq::message_t& message);
+    static void noteConnection(Link& link, int fd);
     void tellOfOtherMechanism(const std::string& whom);
     void tellOfEnd(const std::string& place, ConnectionEnd end);
 
@@ -152,6 +163,7 @@ private:
     // There is more than was read at once: no descriptor says so.
     bool m_isInboxLeft = true; // until the network thread has looked for the first time
     bool m_isInboxLent = false;
+    std::shared_ptr<zmq::message_t> m_empty; // the next message is read into it
     bool m_isDoorLeft = false;
     std::vector<std::pair<Uuid, ConnectionEnd>> m_ended; // connections that ended since the last look
     // For wake(): something waits since the last look; nobody looks before something comes.

@@ -39,20 +39,24 @@ bool isRenewed(Link& link)
 bool Network::receive()
 {
     for (int i = 0; i < messagesAtOnce; ++i) {
-        auto body = std::make_shared<zmq::message_t>();
-        if (!m_inbox.recv(*body, zmq::recv_flags::dontwait)) {
+        if (!m_empty) {
+            m_empty = std::make_shared<zmq::message_t>();
+        }
+        if (!m_inbox.recv(*m_empty, zmq::recv_flags::dontwait)) {
             m_door->heardAll();
             m_talk = 0;
             endEndless();
             return true;
         }
+        const std::shared_ptr<zmq::message_t> body = std::move(m_empty);
+        const int fd = descriptorOf(*body);
         // One part. More is no message of ours.
         const bool sound = !body->more();
         zmq::message_t rest;
         for (bool more = !sound; more; more = rest.more()) {
             (void)m_inbox.recv(rest, zmq::recv_flags::dontwait);
         }
-        m_door->heard(*body);
+        m_door->heard(fd, body->size());
         if (++m_talk > mostTalk) {
             m_talk = 0;
             m_door->shut(steadyMilliseconds());
@@ -67,7 +71,7 @@ bool Network::receive()
             m_core.refuse("a message of several parts from " + peerAddressOf(*body));
             continue;
         }
-        receiveMessage(body);
+        receiveMessage(body, fd);
     }
     // There is more, of each connection in turn: after some rounds each that had a message was heard.
     if (++m_fullRounds >= roundsOfAll) {
@@ -83,7 +87,7 @@ void Network::endEndless()
     m_door->endEndless([this](int fd, uint16_t port) { return isPeers(fd, port); }, steadyMilliseconds());
 }
 
-void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
+void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message, int fd)
 {
     const std::string_view body(static_cast<const char*>(message->data()), message->size());
     wire::Header header;
@@ -104,24 +108,25 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
     if (header.sender == m_identity.uuid) {
         return; // our own address stands among the explicit peers
     }
-    Destination from { header.sender, peerAddressOf(*message), header.port, nullptr };
-    if (m_security && !isGenuine(header, *message, from.certificate)) {
+    CertificatePtr certificate;
+    if (m_security && !isGenuine(header, *message, fd, certificate)) {
         refuse("a message in the name of peer " + toText(header.sender) + " by a certificate that is not its own");
         return;
     }
     const auto it = m_links.find(header.sender);
     Link* link = it == m_links.end() ? nullptr : it->second.get();
     const std::string_view payload = body.substr(wire::headerBytes);
+    const auto from = [&] { return Destination { header.sender, peerAddressOf(*message), header.port, certificate }; };
     if (header.type == wire::MessageType::Hello) {
         if (m_door->speaksFor(*message, header.sender)) {
-            receiveHello(header, payload, from);
+            receiveHello(header, payload, from());
         }
         return;
     }
     if (!link) {
         // Somebody who knows us and whom we do not know (any more): we make ourselves known.
         if (header.type != wire::MessageType::Goodbye && m_door->speaksFor(*message, header.sender)) {
-            hint(from, Hint::Connection);
+            hint(from(), Hint::Connection);
         }
         return;
     }
@@ -158,7 +163,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
             link->resendWanted = true;
         }
         link->inboundFd = -1; // its number may be another connection's by now
-        noteConnection(*link, *message);
+        noteConnection(*link, fd);
         break;
     }
     case wire::MessageType::Resend: {
@@ -175,7 +180,7 @@ void Network::receiveMessage(const std::shared_ptr<zmq::message_t>& message)
             drop(header.sender, "its stream is broken", true);
             return;
         }
-        noteConnection(*link, *message);
+        noteConnection(*link, fd);
         break;
     default:
         refuse("a message of an unknown kind");

@@ -14,7 +14,7 @@ constexpr size_t mostTold = 256;
 
 } // namespace
 
-bool Network::isGenuine(const wire::Header& header, const zmq::message_t& message, CertificatePtr& certificate)
+bool Network::isGenuine(const wire::Header& header, const zmq::message_t& message, int fd, CertificatePtr& certificate)
 {
     const std::string_view key = provedKeyOf(message);
     const auto it = m_links.find(header.sender);
@@ -22,7 +22,7 @@ bool Network::isGenuine(const wire::Header& header, const zmq::message_t& messag
         Link& link = *it->second;
         certificate = link.peer()->certificate;
         if (certificate->publicKey == key) {
-            noteConnection(link, message);
+            noteConnection(link, fd);
             return true;
         }
         // A beacon that was not its own may have led to the wrong key. Who proves one is believed, and nobody can take
@@ -105,9 +105,8 @@ bool Network::isPeers(int fd, uint16_t port) const
         m_links, [&](const auto& each) { return each.second->inboundFd == fd && each.second->inboundPort == port; });
 }
 
-void Network::noteConnection(Link& link, const zmq::message_t& message)
+void Network::noteConnection(Link& link, int fd)
 {
-    const int fd = descriptorOf(message);
     if (fd != link.inboundFd) {
         link.inboundFd = fd;
         link.inboundPort = portOfOtherEnd(fd);

@@ -42,6 +42,7 @@ public:
     Watched& operator=(const Watched&) = delete;
 
     Source source() const { return m_source; }
+    int fd() const { return m_fd; }
     Link* link() const { return m_link; }
     // Whether it is waited for.
     void enable(bool enabled);

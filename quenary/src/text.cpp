@@ -87,6 +87,10 @@ bool blankAtEnd(std::string_view text)
     if (isBlank(text.front()) || isBlank(text.back())) {
         return true;
     }
+    const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    if (isAscii(text.front()) && isAscii(text.back())) {
+        return false;
+    }
     return std::ranges::any_of(
         wide, [text](std::string_view blank) { return text.starts_with(blank) || text.ends_with(blank); });
 }
@@ -104,21 +108,21 @@ std::string nameProblem(std::string_view name, bool ofAgent)
     if (!isUtf8(name)) {
         return "a name must be valid UTF-8";
     }
-    const std::string quoted = "the name '" + std::string(name) + "' ";
+    const auto quoted = [name](const std::string& what) { return "the name '" + std::string(name) + "' " + what; };
     if (hasControl(name)) {
         return "a name must not hold control characters";
     }
     if (const size_t at = name.find_first_of("\"\\/*?"); at != std::string_view::npos) {
-        return quoted + "must not hold the character " + name[at];
+        return quoted(std::string("must not hold the character ") + name[at]);
     }
     if (ofAgent && name.find('#') != std::string_view::npos) {
-        return quoted + "of an agent must not hold the character #";
+        return quoted("of an agent must not hold the character #");
     }
     if (name.front() == '-') {
-        return quoted + "must not begin with -";
+        return quoted("must not begin with -");
     }
     if (blankAtEnd(name)) {
-        return quoted + "must not begin or end with a blank";
+        return quoted("must not begin or end with a blank");
     }
     return {};
 }

@@ -254,6 +254,29 @@ TEST(Api, AnAgentHasABoundOnWhatItDeclares)
     EXPECT_EQ(qny_agent_destroy(agent), QNY_SUCCESS);
 }
 
+TEST(Api, OutputsAreFoundByNameHoweverManyThereAre)
+{
+    qny_agent_t* agent = qny_agent_new("many", nullptr);
+    const auto nameOf = [](int number) { return "output " + std::to_string(number); };
+    const auto isThere = [&](int number) {
+        return qny_agent_output_publish(agent, nameOf(number).c_str(), QNY_IMPULSE_T, nullptr, 0, 0, nullptr)
+            == QNY_SUCCESS;
+    };
+    constexpr int most = 30;
+    for (int number = 0; number < most; ++number) {
+        EXPECT_FALSE(isThere(number)) << number;
+        ASSERT_EQ(qny_agent_output_create(agent, nameOf(number).c_str(), QNY_IMPULSE_T, nullptr, 0), QNY_SUCCESS);
+        EXPECT_TRUE(isThere(0) && isThere(number / 2) && isThere(number)) << number;
+    }
+    for (int number = 0; number < most; ++number) {
+        ASSERT_EQ(qny_agent_output_remove(agent, nameOf(number).c_str()), QNY_SUCCESS);
+        EXPECT_FALSE(isThere(number)) << number;
+        EXPECT_EQ(isThere(number + 1), number + 1 < most) << number;
+        EXPECT_EQ(isThere(most - 1), number + 1 < most) << number;
+    }
+    EXPECT_EQ(qny_agent_destroy(agent), QNY_SUCCESS);
+}
+
 TEST(Api, InputsAndOutputsHoldTheirFirstValuesAndTypes)
 {
     const int32_t seven = 7;

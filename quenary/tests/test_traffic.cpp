@@ -127,6 +127,93 @@ TEST_F(Traffic, ANewMappingGetsTheLastValueMarkedAsSuch)
     EXPECT_EQ(qny_input_lost("in"), 0U);
 }
 
+TEST_F(Traffic, WhatIsMappedBetweenTwoPublicationsHearsTheSecondAndWhatIsUnmappedDoesNot)
+{
+    const auto values = [](Arrivals& arrivals) {
+        std::vector<int32_t> got;
+        for (const auto& each : arrivals.all()) {
+            got.push_back(as<int32_t>(each.bytes));
+        }
+        return got;
+    };
+    PeerProcess source("source");
+    source.ask({ "output", "level", "integer" });
+    Arrivals& first = input("first", QNY_INTEGER_T);
+    Arrivals& second = input("second", QNY_INTEGER_T);
+    map("first", "source", "level");
+    ASSERT_TRUE(live("first", "source", "level"));
+    source.ask({ "publish", "level", "integer", "1" });
+    ASSERT_TRUE(first.waitFor(1));
+    map("second", "source", "level");
+    ASSERT_TRUE(second.waitFor(1)) << "the last value";
+    source.ask({ "publish", "level", "integer", "2" });
+    ASSERT_TRUE(first.waitFor(2));
+    ASSERT_TRUE(second.waitFor(2));
+    ASSERT_EQ(qny_mapping_remove_with_name("first", "source", "level"), QNY_SUCCESS);
+    source.ask({ "publish", "level", "integer", "3" });
+    ASSERT_TRUE(second.waitFor(3));
+    EXPECT_EQ(values(first), (std::vector<int32_t> { 1, 2 }));
+    EXPECT_EQ(values(second), (std::vector<int32_t> { 1, 2, 3 }));
+    // Nothing is mapped when the next one comes: it is heard by a monitor alone.
+    Arrivals seen;
+    ASSERT_EQ(qny_monitor_add(source.uuid().c_str(), &Arrivals::take, &seen), QNY_SUCCESS) << qny_last_error();
+    ASSERT_TRUE(seen.waitFor(1));
+    ASSERT_EQ(qny_mapping_remove_with_name("second", "source", "level"), QNY_SUCCESS);
+    source.ask({ "publish", "level", "integer", "4" });
+    ASSERT_TRUE(seen.waitFor(2));
+    map("first", "source", "level");
+    ASSERT_TRUE(first.waitFor(3)) << "the last value";
+    source.ask({ "publish", "level", "integer", "5" });
+    ASSERT_TRUE(first.waitFor(4));
+    EXPECT_EQ(values(first), (std::vector<int32_t> { 1, 2, 4, 5 }));
+    EXPECT_EQ(values(second), (std::vector<int32_t> { 1, 2, 3 }));
+    EXPECT_EQ(qny_monitor_remove(source.uuid().c_str()), QNY_SUCCESS);
+}
+
+TEST_F(Traffic, PublicationsInTurnOfSeveralAgentsAndOutputsReachTheirOwnInputs)
+{
+    constexpr int32_t turns = 100;
+    const std::vector<std::string> names { "left", "right" };
+    std::vector<qny_agent_t*> agents;
+    std::vector<std::pair<std::string, Arrivals*>> heard;
+    for (const std::string& name : names) {
+        agents.push_back(qny_agent_new(name.c_str(), nullptr));
+        for (const char* each : { "x", "y" }) {
+            ASSERT_EQ(qny_agent_output_create(agents.back(), each, QNY_INTEGER_T, nullptr, 0), QNY_SUCCESS);
+            const std::string mine = name + " " + each;
+            heard.emplace_back(mine, &input(mine, QNY_INTEGER_T));
+            map(mine, name, each);
+        }
+        ASSERT_EQ(qny_agent_activate(agents.back()), QNY_SUCCESS);
+        ASSERT_TRUE(live((name + " x").c_str(), name.c_str(), "x"));
+        ASSERT_TRUE(live((name + " y").c_str(), name.c_str(), "y"));
+    }
+    for (int32_t turn = 0; turn < turns; ++turn) {
+        int32_t value = 4 * turn;
+        for (qny_agent_t* agent : agents) {
+            for (const char* each : { "x", "y" }) {
+                ASSERT_EQ(qny_agent_output_publish(agent, each, QNY_INTEGER_T, &value, sizeof value, 0, nullptr),
+                    QNY_SUCCESS);
+                ++value;
+            }
+        }
+    }
+    for (size_t which = 0; which < heard.size(); ++which) {
+        const auto& [name, arrivals] = heard[which];
+        ASSERT_TRUE(arrivals->waitFor(turns)) << name;
+        int32_t expected = static_cast<int32_t>(which);
+        for (const auto& each : arrivals->all()) {
+            EXPECT_EQ(each.agent + " " + each.output, name);
+            EXPECT_EQ(as<int32_t>(each.bytes), expected) << name;
+            expected += 4;
+        }
+        EXPECT_EQ(expected, 4 * turns + static_cast<int32_t>(which)) << name;
+    }
+    for (qny_agent_t* agent : agents) {
+        EXPECT_EQ(qny_agent_destroy(agent), QNY_SUCCESS);
+    }
+}
+
 TEST_F(Traffic, APresetValueIsWhatANewMappingGets)
 {
     output("out", QNY_INTEGER_T);
