@@ -4,9 +4,11 @@
 
 #include "beaconsocket.h"
 #include "forged.h"
+#include "peerprocess.h"
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -108,5 +110,21 @@ private:
     std::atomic<bool> m_isOver = false;
     std::thread m_thread; // last: it uses the others
 };
+
+// A peer that is here stands still until it is lost, and goes on, while somebody misleads both. Whether they meet
+// again.
+inline bool isMetAgainAfterStandingStill(AgentWatch& watch, PeerProcess& peer, const std::string& name)
+{
+    using namespace std::chrono_literals;
+    std::this_thread::sleep_for(1500ms); // until the misleader knows whom there is
+    peer.signal(SIGSTOP);
+    if (!watch.wait(QNY_AGENT_EXITED, name)) {
+        return false;
+    }
+    watch.clear();
+    std::this_thread::sleep_for(1s);
+    peer.signal(SIGCONT);
+    return watch.wait(QNY_AGENT_ENTERED, name, 40s);
+}
 
 } // namespace test

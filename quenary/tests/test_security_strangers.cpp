@@ -362,11 +362,5 @@ TEST_F(Strangers, WhoKnowsThePublicKeysKeepsNobodyWhoWasLostFromBeingFoundAgain)
         }
         return std::string();
     });
-    std::this_thread::sleep_for(1500ms); // until it knows whom there is
-    pump.signal(SIGSTOP);
-    ASSERT_TRUE(watch.wait(QNY_AGENT_EXITED, "pump"));
-    watch.clear();
-    std::this_thread::sleep_for(1s);
-    pump.signal(SIGCONT);
-    EXPECT_TRUE(watch.wait(QNY_AGENT_ENTERED, "pump", 40s));
+    EXPECT_TRUE(isMetAgainAfterStandingStill(watch, pump, "pump"));
 }
