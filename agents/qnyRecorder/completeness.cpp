@@ -168,7 +168,9 @@ bool Completeness::fromJson(std::string_view json, Completeness& completeness, s
     const auto twice = std::adjacent_find(result.outputs.begin(), result.outputs.end(),
         [](const auto& left, const auto& right) { return left.agent == right.agent && left.output == right.output; });
     if (twice != result.outputs.end()) {
-        reason = "the completeness names output \"" + twice->output + "\" of \"" + twice->agent + "\" twice";
+        const auto shown = [](const std::string& name) { return QString::fromStdString(name).left(40).toStdString(); };
+        reason
+            = "the completeness names output \"" + shown(twice->output) + "\" of \"" + shown(twice->agent) + "\" twice";
         return false;
     }
     completeness = std::move(result);

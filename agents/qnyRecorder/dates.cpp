@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <limits>
 
 namespace recorder {
 
@@ -146,8 +147,24 @@ bool fromDateText(std::string_view text, std::int64_t& epochUs)
     if (!moment.isValid()) {
         return false;
     }
-    epochUs = (moment.toSecsSinceEpoch() - offset) * 1'000'000 + microseconds;
+    // What an offset carries out of the four digits of a year could not be written as a date again.
+    constexpr std::int64_t yearOneS = -62'135'596'800;
+    constexpr std::int64_t yearTenThousandS = 253'402'300'800;
+    const std::int64_t seconds = moment.toSecsSinceEpoch() - offset;
+    if (seconds < yearOneS || seconds >= yearTenThousandS) {
+        return false;
+    }
+    epochUs = seconds * 1'000'000 + microseconds;
     return true;
+}
+
+std::int64_t momentOf(std::int64_t startUs, std::int64_t timeUs)
+{
+    std::int64_t moment = 0;
+    if (__builtin_add_overflow(startUs, timeUs, &moment)) {
+        return timeUs < 0 ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
+    }
+    return moment;
 }
 
 std::int64_t nowEpochUs()

@@ -19,4 +19,8 @@ bool fromDateText(std::string_view text, std::int64_t& epochUs);
 // The present, on the system clock.
 std::int64_t nowEpochUs();
 
+// The moment so many microseconds into a record. Those beyond what a number holds are cut there: files say what they
+// like.
+std::int64_t momentOf(std::int64_t startUs, std::int64_t timeUs);
+
 } // namespace recorder

@@ -35,6 +35,9 @@ struct Error
     std::string text() const; // "line 3, column 2 (time_us): …"
 };
 
+// A text from a file as part of a message: short, quoted, on one line.
+std::string shown(std::string_view text);
+
 // Appends one row and its line end to `out`. Never fails.
 void appendFact(std::string& out, std::string_view name, std::string_view value);
 void appendFact(std::string& out, std::string_view name, std::int64_t value);

@@ -15,7 +15,13 @@ constexpr std::string_view columnNames[columns] = { "agent", "time_us", "kind", 
 // Unfinished rows longer than this are looked at again only when they have doubled.
 constexpr std::size_t longRow = 64 * 1024;
 
-// A text from a file as part of a message: short, on one line.
+bool isControl(char c)
+{
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
+}
+
+} // namespace
+
 std::string shown(std::string_view text)
 {
     std::string out = "\"";
@@ -28,13 +34,6 @@ std::string shown(std::string_view text)
     }
     return out + (text.size() > 40 ? "…\"" : "\"");
 }
-
-bool isControl(char c)
-{
-    return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
-}
-
-} // namespace
 
 std::string Error::text() const
 {

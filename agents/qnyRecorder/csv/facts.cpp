@@ -11,7 +11,7 @@ bool takeFact(const Fact& fact, RecordFacts& facts, bool& changed, std::string& 
 {
     if (fact.name == "start_date") {
         if (!fromDateText(fact.value, facts.startUs)) {
-            reason = "\"" + fact.value + "\" is no date such as 2026-01-31T09:30:00.000000Z";
+            reason = shown(fact.value) + " is no date such as 2026-01-31T09:30:00.000000Z";
             return false;
         }
     } else if (fact.name == "duration_us") {
@@ -19,7 +19,7 @@ bool takeFact(const Fact& fact, RecordFacts& facts, bool& changed, std::string& 
         const char* end = fact.value.data() + fact.value.size();
         const auto parsed = std::from_chars(fact.value.data(), end, duration);
         if (parsed.ec != std::errc() || parsed.ptr != end || duration < 0) {
-            reason = "\"" + fact.value + "\" is not a whole number of microseconds, 0 or more";
+            reason = shown(fact.value) + " is not a whole number of microseconds, 0 or more";
             return false;
         }
         facts.durationUs = duration;

@@ -5,6 +5,8 @@
 #include "../dates.h"
 #include "facts.h"
 
+#include <QString>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -51,7 +53,8 @@ void FileIndex::begin()
 {
     m_facts = RecordFacts();
     m_facts.uuid = m_path.string();
-    m_facts.name = m_path.stem().string();
+    // The name of a file may be any bytes, a record's is text.
+    m_facts.name = QString::fromStdString(m_path.stem().string()).toStdString();
     m_facts.startUs = nowEpochUs();
     m_facts.origin = RecordOrigin::Imported;
     m_definitions.clear();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "replaydesk.h"
 
+#include "../dates.h"
+
 #include <QDebug>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -125,7 +127,7 @@ void ReplayDesk::finishLoad(uint64_t number, std::unique_ptr<RecordReader> reade
     }
     _with.network.presetReplayProgress(0.0);
     _with.answers.loading(request.caller, 100.0);
-    const auto start = QDateTime::fromMSecsSinceEpoch((_loaded->facts.startUs + _loaded->startUs) / 1000);
+    const auto start = QDateTime::fromMSecsSinceEpoch(momentOf(_loaded->facts.startUs, _loaded->startUs) / 1000);
     qInfo().noquote() << "Loaded" << QString::fromStdString(_loaded->facts.name) << ":"
                       << seconds(_loaded->player->durationUs()) << "s of" << _loaded->agents.size() << "agents";
     _with.answers.loaded(request.caller, request.id, start, seconds(_loaded->player->durationUs()), _loaded->agents);
@@ -395,7 +397,7 @@ ReplayContext ReplayDesk::context() const
     ReplayContext context;
     if (_loaded) {
         context.replayId = _loaded->id;
-        context.startDate = QDateTime::fromMSecsSinceEpoch((_loaded->facts.startUs + _loaded->startUs) / 1000);
+        context.startDate = QDateTime::fromMSecsSinceEpoch(momentOf(_loaded->facts.startUs, _loaded->startUs) / 1000);
         context.durationSeconds = seconds(_loaded->player->durationUs());
         context.positionSeconds = seconds(_loaded->player->positionUs());
         context.speed = _loaded->player->speed();

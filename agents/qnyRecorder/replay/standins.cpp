@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "standins.h"
 
+#include "../dates.h"
+
 #include <QDebug>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -118,7 +120,7 @@ bool StandIns::publish(uint32_t output, const ValueView& value, int64_t timeUs)
     if (!agent) {
         return false;
     }
-    const int64_t epochUs = _options.isTimestamped ? _options.recordStartUs + timeUs : 0;
+    const int64_t epochUs = _options.isTimestamped ? momentOf(_options.recordStartUs, timeUs) : 0;
     if (publishOn(*agent, name.output.c_str(), value, epochUs) != QNY_SUCCESS
         && agent->troubles.insert(name.output).second) {
         qWarning().noquote() << "Output" << name.output.c_str() << "of" << name.agent.c_str()

@@ -23,7 +23,8 @@ std::string recordsToJson(const std::vector<RecordSummary>& records)
         object.insert(u"name", QString::fromStdString(record.name));
         object.insert(u"start_date", QString::fromStdString(toListDate(record.startUs)));
         object.insert(u"end_date",
-            record.isRecording ? QString() : QString::fromStdString(toListDate(record.startUs + record.durationUs)));
+            record.isRecording ? QString()
+                               : QString::fromStdString(toListDate(momentOf(record.startUs, record.durationUs))));
         object.insert(u"duration_us", static_cast<qint64>(record.durationUs));
         array.append(object);
     }

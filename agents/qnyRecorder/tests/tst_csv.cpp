@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "csv/base64.h"
 #include "csv/csv.h"
+#include "csv/facts.h"
 #include "csv/utf8.h"
 #include "datatools.h"
 
@@ -263,6 +264,22 @@ private slots:
         }
         QVERIFY2(fed <= 3 * 1024 * 1024, std::to_string(fed).c_str());
         QVERIFY(reader.error().text().find("longer than 1 MiB") != std::string::npos);
+    }
+
+    void refusalsAreShortWhateverStandsThere()
+    {
+        const std::string longText(1'000'000, 'x');
+        for (const Fact& fact :
+            { Fact { "start_date", longText }, Fact { "duration_us", longText }, Fact { "start_date", "a\nb\x1b[31m" },
+                Fact { "completeness",
+                    "{\"outputs\":[{\"agent\":\"" + longText + "\"},{\"agent\":\"" + longText + "\"}]}" } }) {
+            RecordFacts facts;
+            bool changed = false;
+            std::string reason;
+            QVERIFY(!takeFact(fact, facts, changed, reason));
+            QVERIFY2(reason.size() < 200, reason.substr(0, 300).c_str());
+            QVERIFY(std::none_of(reason.begin(), reason.end(), [](char c) { return c >= 0 && c < ' '; }));
+        }
     }
 
     void shortestDoublesReadBackTheSame()

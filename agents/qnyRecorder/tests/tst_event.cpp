@@ -159,11 +159,26 @@ private slots:
         QCOMPARE(back, 1'768'471'200'000'000);
     }
 
+    void momentsBeyondAllNumbersAreCutThere()
+    {
+        constexpr auto most = std::numeric_limits<std::int64_t>::max();
+        constexpr auto least = std::numeric_limits<std::int64_t>::min();
+        QCOMPARE(momentOf(1, 2), 3);
+        QCOMPARE(momentOf(most - 1, 2), most);
+        QCOMPARE(momentOf(least + 1, -2), least);
+        RecordSummary summary;
+        summary.startUs = 1'768'471'200'000'000;
+        summary.durationUs = most;
+        QVERIFY(recordsToJson({ summary }).find("294247-01-10") != std::string::npos);
+    }
+
     void otherTextsAreNoDates()
     {
-        for (const char* bad : { "", "today", "2026-01-15", "2026-13-01 00:00:00", "2026-02-30 00:00:00",
-                 "2026-01-15 25:00:00", "2026-01-15 10:00:00.", "2026-01-15 10:00:00.1234567", "2026-01-15 10:00:00 x",
-                 "2026-01-15T10:00:00+2" }) {
+        for (const char* bad :
+            { "", "today", "2026-01-15", "2026-13-01 00:00:00", "2026-02-30 00:00:00", "2026-01-15 25:00:00",
+                "2026-01-15 10:00:00.", "2026-01-15 10:00:00.1234567", "2026-01-15 10:00:00 x", "2026-01-15T10:00:00+2",
+                // No year of four digits, by their offset.
+                "9999-12-31T23:59:59-14:00", "0001-01-01T00:00:00+14:00" }) {
             std::int64_t moment = 7;
             QVERIFY2(!fromDateText(bad, moment), bad);
             QCOMPARE(moment, 7);

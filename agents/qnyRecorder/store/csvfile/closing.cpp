@@ -3,6 +3,7 @@
 
 #include "../../csv/csv.h"
 #include "../../csv/facts.h"
+#include "../../csv/utf8.h"
 #include "../../dates.h"
 #include "recordfile.h"
 
@@ -14,6 +15,20 @@ namespace {
 
 constexpr std::uint64_t mostMarkerBytes = 64;
 constexpr std::uint64_t mostClosingBytes = 16 * 1024 * 1024; // names may be long, and records renamed often
+
+constexpr std::size_t mostNameBytes = 64 * 1024;
+
+// Of a name as long as the closing rows may be, nobody would find these again.
+std::string_view closingName(std::string_view name)
+{
+    if (name.size() > mostNameBytes) {
+        name = name.substr(0, mostNameBytes);
+        while (!csv::isUtf8(name)) {
+            name.remove_suffix(1); // the cut went through a character
+        }
+    }
+    return name;
+}
 
 std::string originText(RecordOrigin origin)
 {
@@ -62,7 +77,7 @@ template <typename Number> bool readNumber(const std::string& text, Number& numb
 void appendClosing(std::string& out, const Closing& closing)
 {
     const std::size_t begin = out.size();
-    csv::appendFact(out, "name", closing.name);
+    csv::appendFact(out, "name", closingName(closing.name));
     csv::appendFact(out, "start_date", toCsvDate(closing.startUs));
     csv::appendFact(out, csv::originFact, originText(closing.origin));
     csv::appendFact(out, "duration_us", closing.durationUs);
@@ -111,7 +126,7 @@ std::string closingWithName(const RecordFile& file, std::uint64_t size, const st
 {
     const Marker marker = readMarker(file, size);
     std::string rows;
-    csv::appendFact(rows, "name", name);
+    csv::appendFact(rows, "name", closingName(name));
     const std::uint64_t bytes = marker.closingBytes + marker.rowBytes + rows.size();
     csv::appendFact(rows, csv::closingFact, static_cast<std::int64_t>(bytes));
     return rows;

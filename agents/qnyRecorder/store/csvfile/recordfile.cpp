@@ -86,6 +86,9 @@ StoreResult RecordFile::failed(int error, const char* what) const
         return StoreResult::failed(StoreError::Full,
             "The disk of " + m_path.parent_path().string() + " is full" + reason
                 + ": make room there, or give another --data-directory.");
+    case ELOOP:
+        return StoreResult::failed(StoreError::Unreachable,
+            "The file " + m_path.string() + " is a link, and is only read: put the file itself in its place.");
     default:
         return StoreResult::failed(
             StoreError::Unreachable, "The file " + m_path.string() + " cannot be " + what + reason + '.');
@@ -98,8 +101,11 @@ StoreResult RecordFile::open(const std::filesystem::path& path, Access access)
     m_path = path;
     m_keptUpTo = 0;
     m_canKeepSpace = true;
-    const int how = access == Access::Read ? O_RDONLY : access == Access::Write ? O_RDWR : O_RDWR | O_CREAT | O_EXCL;
-    m_descriptor = ::open(path.c_str(), how | O_CLOEXEC, 0644);
+    // A link may be read, but what it leads to is not the store's to write into.
+    const int how = access == Access::Read ? O_RDONLY
+        : access == Access::Write          ? O_RDWR | O_NOFOLLOW
+                                           : O_RDWR | O_CREAT | O_EXCL;
+    m_descriptor = ::open(path.c_str(), how | O_NONBLOCK | O_CLOEXEC, 0644);
     return m_descriptor >= 0 ? StoreResult::done() : failed(errno, access == Access::New ? "made" : "opened");
 }
 

@@ -140,6 +140,11 @@ StoreResult repairFile(CsvFileContext& context, const std::string& uuid, RecordF
     context.forgetIndex(uuid);
     context.listChanged();
     context.say(message);
+    if (Closing closed; !readClosing(file, file.size(), closed)) {
+        // Closing it again and again would fill the disk.
+        return StoreResult::failed(
+            StoreError::Refused, "The file " + file.path().string() + " cannot be closed so that it is found closed.");
+    }
     return StoreResult::done();
 }
 

@@ -9,10 +9,12 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QThread>
 
 #include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <thread>
 
 using namespace recorder;
@@ -111,6 +113,9 @@ private slots:
     void eventsBeyondTheBoundAreCountedWhenTheFileIsBlocked();
     void aPlaceThatCannotBeWrittenIsSaidSo();
     void aFileLookedThroughInPiecesIsTheSame();
+    void aLinkIsReadAndNeverWrittenInto();
+    void whatIsClosedStaysClosed_data();
+    void whatIsClosedStaysClosed();
 
 private:
     QStringList files() { return QDir(m_under.place()).entryList({ "*.csv" }, QDir::Files); }
@@ -936,6 +941,78 @@ void TestCsvFileStore::aFileLookedThroughInPiecesIsTheSame()
             shared->index.definitions(), shared->index.initialValues());
         RR_SAME_EVENTS(eventsOf(reader), events);
     }
+}
+
+// Somebody may hand out a folder with a link in it: what that leads to is not ours to write into.
+void TestCsvFileStore::aLinkIsReadAndNeverWrittenInto()
+{
+    QTemporaryDir elsewhere;
+    const QByteArray row = "a;5;output;o;integer;1\n";
+    const std::pair<QString, QByteArray> targets[] = { { elsewhere.filePath("keys"), "" },
+        { elsewhere.filePath("record"), row }, { elsewhere.filePath("half"), row + "a;6;outp" } };
+    int number = 0;
+    for (const auto& [path, content] : targets) {
+        QVERIFY(write(path, content));
+        // The link's name would be the record's, and so stand in the file, on a line of its own.
+        QVERIFY(QFile::link(path,
+            m_under.place()
+                + QStringLiteral("/\nkey of mine\n 0f5c2f1e-6a0b-4a56-9d3e-00000000000%1.csv").arg(number++)));
+    }
+    const auto store = openStore();
+    const std::vector<RecordSummary> records = list(*store);
+    QCOMPARE(records.size(), std::size_t(2)); // the empty one is none
+    for (const RecordSummary& record : records) {
+        QCOMPARE(eventsOf(*read(*store, record.uuid)).size(), std::size_t(1));
+        for (const StoreResult& result : { store->rename(record.uuid, "mine"), store->remove(record.uuid) }) {
+            QVERIFY(!result);
+            QVERIFY2(result.message.find("is a link") != std::string::npos, result.message.c_str());
+        }
+    }
+    for (const auto& [path, content] : targets) {
+        QCOMPARE(contentOf(path), content);
+    }
+}
+
+void TestCsvFileStore::whatIsClosedStaysClosed_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("rows");
+    const QByteArray row = "a;5;output;o;integer;1\n";
+    QTest::newRow("a file's name that is no text") << QByteArray("n\xe4me") << row;
+    QTest::newRow("a year beyond the last")
+        << QByteArray("name") << ";0;record;start_date;string;9999-12-31T23:59:59-14:00\n" + row;
+    QTest::newRow("a year before the first")
+        << QByteArray("name") << ";0;record;start_date;string;0001-01-01T00:00:00+14:00\n" + row;
+    QTest::newRow("a name without end") << QByteArray("name")
+                                        << ";0;record;name;string;" + QByteArray(17 * 1024 * 1024, 'n') + '\n' + row;
+}
+
+// What is closed again each time that the list is asked for fills the disk.
+void TestCsvFileStore::whatIsClosedStaysClosed()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(QByteArray, rows);
+    const QByteArray path = m_under.place().toUtf8() + '/' + name + " 0f5c2f1e-6a0b-4a56-9d3e-000000000001.csv";
+    const auto content = [&] {
+        std::ifstream file(path.toStdString(), std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    };
+    std::ofstream(path.toStdString(), std::ios::binary) << rows.toStdString();
+    const auto removed = qScopeGuard([&] { std::filesystem::remove(path.toStdString()); }); // Qt cannot name it
+    const auto store = openStore();
+    QCOMPARE(list(*store).size(), std::size_t(1));
+    const std::string closed = content();
+    QVERIFY(closed.size() > static_cast<std::size_t>(rows.size()));
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(list(*store).size(), std::size_t(1));
+        QCOMPARE(openStore() != nullptr, true);
+    }
+    QVERIFY(content() == closed);
+    QVERIFY(closed.size() < static_cast<std::size_t>(rows.size()) + 100'000);
+    RR_DONE(store->rename("0f5c2f1e-6a0b-4a56-9d3e-000000000001", std::string(17 * 1024 * 1024, 'm')));
+    const std::string renamed = content();
+    QCOMPARE(list(*store).size(), std::size_t(1));
+    QVERIFY(content() == renamed);
 }
 
 int main(int argc, char** argv)
