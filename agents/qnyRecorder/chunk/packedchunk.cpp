@@ -14,6 +14,9 @@ namespace {
 
 constexpr std::string_view magic = "RRCH";
 constexpr std::size_t checksumAt = 48;
+// Three bytes of a chunk take some eighty when they are unpacked. No writer comes near it: a chunk is closed at 32 KiB,
+// and a state of 64 MiB has no more outputs.
+constexpr std::uint32_t mostEvents = 1U << 22;
 
 ValueView takeValue(Taker& taker)
 {
@@ -250,6 +253,10 @@ bool unpackChunk(std::string_view packed, ChunkHeader& header, std::vector<Event
         reason = "its table of names is malformed";
         return false;
     }
+    if (header.count > mostEvents) {
+        reason = "it holds " + std::to_string(header.count) + " events, more than any recorder packs";
+        return false;
+    }
     // An event takes three bytes at least: a count beyond that is not believed.
     events.reserve(std::min<std::size_t>(header.count, taker.left() / 3 + 1));
     std::uint64_t timeUs = 0;
@@ -258,7 +265,7 @@ bool unpackChunk(std::string_view packed, ChunkHeader& header, std::vector<Event
         const std::uint64_t output = taker.varint();
         const ValueView value = takeValue(taker);
         const auto time = static_cast<std::int64_t>(timeUs);
-        if (!taker.isGood() || output >= outputs.size() || time < header.firstUs || time > header.lastUs) {
+        if (!taker.isGood() || output >= outputs.size() || time < 0 || time < header.firstUs || time > header.lastUs) {
             events.clear();
             reason = "event " + std::to_string(i + 1) + " of " + std::to_string(header.count) + " is malformed";
             return false;

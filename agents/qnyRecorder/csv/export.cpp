@@ -13,6 +13,8 @@ namespace {
 // A cursor's uuid holds 128 bits: whether it stands among the events (1), then either the number of the next header
 // row, or the time (63), the chunk (40) and the place in the chunk (24) of the last event sent.
 constexpr std::uint64_t amongEvents = std::uint64_t(1) << 63;
+constexpr std::uint64_t mostSequence = (std::uint64_t(1) << 40) - 1;
+constexpr std::uint32_t mostIndex = 0xFFFFFF;
 
 ExportCursor makeCursor(std::uint64_t high, std::uint64_t low, std::int32_t bucket)
 {
@@ -89,6 +91,11 @@ StoreResult exportEvents(EventCursor& events, Gathering& gathering, EventPositio
             ++gathering.rows;
             ++gathering.eventRows;
             last = events.position();
+            if (last.sequence > mostSequence || last.index > mostIndex) {
+                return StoreResult::failed(StoreError::Damaged,
+                    "The record is damaged: no recorder numbers a chunk " + std::to_string(last.sequence)
+                        + " or an event in it " + std::to_string(last.index) + ", and nothing could go on after it.");
+            }
             break;
         }
     }

@@ -87,7 +87,9 @@ bool ChunkCursor::activate()
         damaged(std::move(reason));
         return true;
     }
-    if (header.kind != ChunkKind::Events || header.sequence != kept.info.sequence) {
+    // Its times, too: by those that the store keeps beside it the chunks are put in order.
+    if (header.kind != ChunkKind::Events || header.sequence != kept.info.sequence || header.firstUs != kept.info.firstUs
+        || header.lastUs != kept.info.lastUs) {
         m_active.pop_back();
         damaged("it is another chunk than its key says");
         return true;

@@ -49,6 +49,8 @@ ChunkedReader::ChunkedReader(std::unique_ptr<ChunkBackend> backend, RecordFacts 
     , m_definitions(std::move(definitions))
     , m_initialValues(std::move(initialValues))
 {
+    // Out of a database that somebody else may have written.
+    m_facts.durationUs = std::max<std::int64_t>(m_facts.durationUs, 0);
 }
 
 ChunkedReader::~ChunkedReader() = default;
@@ -117,11 +119,15 @@ StoreResult ChunkedReader::stateBefore(std::int64_t timeUs, std::vector<OutputVa
                     values[key] = { event.timeUs, event.value };
                 }
                 window.leastSequence = stored.throughSequence;
-                window.startUs = std::max<std::int64_t>(0, stored.timeUs - extent.maxLateUs);
+                const std::int64_t lateUs = std::max<std::int64_t>(0, extent.maxLateUs);
+                window.startUs = stored.timeUs > lateUs ? stored.timeUs - lateUs : 0;
                 break;
             }
             m_damages.push_back({ stored.throughSequence, stored.timeUs, stored.timeUs, 0,
                 "a stored state is damaged and was passed over: " + reason });
+            if (stored.timeUs <= 0) {
+                break;
+            }
             upToUs = stored.timeUs - 1;
         }
         window.maxSpanUs = extent.maxSpanUs;

@@ -190,6 +190,26 @@ private slots:
         QVERIFY(refused > 100);
     }
 
+    void timesBeforeTheRecordAreRefused()
+    {
+        std::string reason;
+        QVERIFY(unpack(pack({ Event(-1, "a", "o", ValueView::impulse()) }), reason).empty());
+        QVERIFY2(reason.find("malformed") != std::string::npos, reason.c_str());
+    }
+
+    // Twelve megabytes that would take three hundred.
+    void moreEventsThanAnyRecorderPacksAreRefused()
+    {
+        ChunkBuilder builder;
+        const std::uint32_t output = builder.declare("a", "o");
+        for (int i = 0; i <= 1 << 22; ++i) {
+            builder.add(output, 0, ValueView::impulse());
+        }
+        std::string reason;
+        QVERIFY(unpack(builder.finish(ChunkKind::Events, 0), reason).empty());
+        QVERIFY2(reason.find("4194305 events") != std::string::npos, reason.c_str());
+    }
+
     void aNewerVersionIsNamed()
     {
         std::string newer = pack({});

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -19,22 +20,38 @@ constexpr std::uintmax_t mostReserveBytes = 32 * 1024 * 1024;
 constexpr std::uintmax_t leastReserveBytes = 1024 * 1024;
 constexpr std::uintmax_t lastReserveBytes = 256 * 1024;
 constexpr const char* reserveName = "reserve";
+constexpr std::int64_t mostSequence = 0xFFFF'FFFF; // what a chunk's key has room for
+
+// The size of what stands in the reserve's place; nothing where there is none. A link is none: what it leads to is
+// somebody else's.
+std::optional<std::uintmax_t> sizeOfReserve(const std::filesystem::path& path)
+{
+    std::error_code unknown;
+    if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path, unknown))) {
+        return std::nullopt;
+    }
+    const std::uintmax_t bytes = std::filesystem::file_size(path, unknown);
+    return unknown ? std::nullopt : std::optional(bytes);
+}
 
 // What went wrong, as in errno; then the file is as long as before.
 int setAside(const std::filesystem::path& path, std::uintmax_t bytes)
 {
-    std::error_code unknown;
-    const std::uintmax_t before = std::filesystem::file_size(path, unknown);
-    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    const std::optional<std::uintmax_t> before = sizeOfReserve(path);
+    if (!before) {
+        ::unlink(path.c_str()); // a link, and what it leads to stays as it is
+    }
+    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
     if (descriptor < 0) {
         return errno;
     }
     const int error = ::posix_fallocate(descriptor, 0, static_cast<off_t>(bytes));
+    if (error != 0 && before) {
+        (void)!::ftruncate(descriptor, static_cast<off_t>(*before));
+    }
     ::close(descriptor);
-    if (error != 0 && unknown) {
+    if (error != 0 && !before) {
         ::unlink(path.c_str());
-    } else if (error != 0) {
-        std::filesystem::resize_file(path, before, unknown);
     }
     return error;
 }
@@ -45,7 +62,7 @@ EmbeddedContext::~EmbeddedContext()
 {
     std::error_code unknown;
     const std::filesystem::path path = options.directory / reserveName;
-    if (std::filesystem::exists(file, unknown) && !std::filesystem::exists(path, unknown)) {
+    if (std::filesystem::exists(file, unknown) && !sizeOfReserve(path)) {
         (void)setAside(path, lastReserveBytes);
     }
 }
@@ -62,9 +79,7 @@ StoreResult EmbeddedContext::connect(Database& database) const
 // small disk records could have.
 std::uint64_t EmbeddedContext::logBytes() const
 {
-    std::error_code unknown;
-    const std::uintmax_t reserve = std::filesystem::file_size(options.directory / reserveName, unknown);
-    return (unknown ? mostReserveBytes : reserve) / 2;
+    return sizeOfReserve(options.directory / reserveName).value_or(mostReserveBytes) / 2;
 }
 
 void EmbeddedContext::wakeUpkeep()
@@ -79,10 +94,10 @@ void EmbeddedContext::wakeUpkeep()
 StoreResult EmbeddedContext::keepReserve() const
 {
     const std::filesystem::path path = options.directory / reserveName;
-    std::error_code unknown;
-    if (std::filesystem::file_size(path, unknown) >= leastReserveBytes && !unknown) {
+    if (sizeOfReserve(path).value_or(0) >= leastReserveBytes) {
         return StoreResult::done();
     }
+    std::error_code unknown;
     const std::filesystem::space_info space = std::filesystem::space(options.directory, unknown);
     const std::uintmax_t available = unknown ? mostReserveBytes : space.available;
     const std::uintmax_t bytes = std::clamp(available / 8, leastReserveBytes, mostReserveBytes);
@@ -97,9 +112,8 @@ StoreResult EmbeddedContext::keepReserve() const
 
 std::uint64_t EmbeddedContext::roomForAnEnd() const
 {
-    std::error_code unknown;
-    const std::uintmax_t reserve = std::filesystem::file_size(options.directory / reserveName, unknown);
-    return unknown || reserve < lastReserveBytes ? 0 : (reserve - lastReserveBytes) / 4;
+    const std::uintmax_t reserve = sizeOfReserve(options.directory / reserveName).value_or(0);
+    return reserve < lastReserveBytes ? 0 : (reserve - lastReserveBytes) / 4;
 }
 
 bool EmbeddedContext::spendReserve(Reserve reserve) const
@@ -108,8 +122,7 @@ bool EmbeddedContext::spendReserve(Reserve reserve) const
     if (reserve == Reserve::All) {
         return ::unlink(path.c_str()) == 0;
     }
-    std::error_code missing;
-    return std::filesystem::file_size(path, missing) > lastReserveBytes && !missing
+    return sizeOfReserve(path).value_or(0) > lastReserveBytes
         && ::truncate(path.c_str(), static_cast<off_t>(lastReserveBytes)) == 0;
 }
 
@@ -136,14 +149,15 @@ StoreResult readRecord(Database& database, std::int64_t id, EmbeddedRow& row)
     row.state = statement.integer(5) == 0 ? RecordState::Recording : RecordState::Whole;
     row.extent.durationUs = statement.integer(6);
     row.extent.events = static_cast<std::uint64_t>(statement.integer(7));
-    row.extent.nextSequence = static_cast<std::uint64_t>(statement.integer(8));
+    row.extent.nextSequence
+        = static_cast<std::uint64_t>(std::clamp<std::int64_t>(statement.integer(8), 0, mostSequence));
     row.extent.bucket = static_cast<std::int32_t>(statement.integer(9));
     row.extent.highUs = statement.integer(10);
     row.extent.maxSpanUs = statement.integer(11);
     row.extent.maxLateUs = statement.integer(12);
     row.claimed = storedCompleteness(statement.text(13));
     row.counted = storedCompleteness(statement.text(14));
-    row.countedThrough = static_cast<std::uint64_t>(statement.integer(15));
+    row.countedThrough = static_cast<std::uint64_t>(std::clamp<std::int64_t>(statement.integer(15), 0, mostSequence));
     row.facts.durationUs = row.extent.durationUs;
     row.facts.completeness = withClaim(row.claimed, row.counted);
     return StoreResult::done();

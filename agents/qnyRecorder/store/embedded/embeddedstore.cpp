@@ -11,6 +11,7 @@
 
 #include <QString>
 
+#include <limits>
 #include <system_error>
 
 namespace recorder {
@@ -88,6 +89,9 @@ StoreResult EmbeddedStore::start()
         return StoreResult::failed(StoreError::Unreachable,
             "The data directory " + m_context->options.directory.string() + " cannot be made (" + error.message()
                 + "): give another --data-directory.");
+    }
+    if (StoreResult result = checkFiles(m_context->file); !result) {
+        return result;
     }
     const auto take = [this] { return m_context->lock.take(m_context->options.directory, m_context->token); };
     if (StoreResult result = m_context->withRoom(m_database, take); !result) {
@@ -216,6 +220,12 @@ StoreResult EmbeddedStore::create(const RecordFacts& facts, std::unique_ptr<Reco
         }
         if (StoreResult result = m_database.number("SELECT last_insert_rowid()", id); !result) {
             return result;
+        }
+        // Chunks of a later one would have the keys of another record's.
+        if (id > std::numeric_limits<std::int32_t>::max()) {
+            return StoreResult::failed(StoreError::Refused,
+                "The store " + m_context->file.string()
+                    + " has no number left for another record: move it away, or give another --data-directory.");
         }
         if (StoreResult result = Statement(m_database, sql::bumpRevision).run(); !result) {
             return result;

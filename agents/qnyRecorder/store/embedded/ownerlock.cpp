@@ -14,6 +14,13 @@ namespace recorder {
 
 namespace {
 
+// Tokens of others come out of the database, which somebody else may have made: one that leads to another folder has no
+// file here.
+bool hasFile(const std::string& token)
+{
+    return token.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
+}
+
 std::filesystem::path fileOf(const std::filesystem::path& directory, const std::string& token)
 {
     return directory / ("owner-" + token + ".lock");
@@ -67,7 +74,8 @@ void OwnerLock::release()
 
 bool OwnerLock::isAlive(const std::filesystem::path& directory, const std::string& token, std::int64_t expiresUs)
 {
-    const int descriptor = ::open(fileOf(directory, token).c_str(), O_RDWR | O_CLOEXEC);
+    const int descriptor
+        = hasFile(token) ? ::open(fileOf(directory, token).c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC) : -1;
     if (descriptor < 0) {
         return expiresUs > nowEpochUs();
     }
@@ -78,7 +86,9 @@ bool OwnerLock::isAlive(const std::filesystem::path& directory, const std::strin
 
 void OwnerLock::removeFile(const std::filesystem::path& directory, const std::string& token)
 {
-    ::unlink(fileOf(directory, token).c_str());
+    if (hasFile(token)) {
+        ::unlink(fileOf(directory, token).c_str());
+    }
 }
 
 void OwnerLock::removeStrays(const std::filesystem::path& directory, const std::set<std::string>& known)

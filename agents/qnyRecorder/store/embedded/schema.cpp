@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "schema.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace recorder {
 
 namespace {
@@ -92,10 +95,102 @@ CREATE TABLE states (
 );
 )sql";
 
+constexpr const char* listSchema = "SELECT type || ' ' || name || ' ' || tbl_name || ' ' || ifnull(sql, '')"
+                                   " FROM sqlite_schema WHERE name NOT GLOB 'sqlite_stat[0-9]' ORDER BY 1";
+
+// Whether the file holds our tables and nothing else: a trigger could take away what is recorded, a view go on for
+// ever.
+StoreResult checkTables(Database& database, const std::filesystem::path& file)
+{
+    Database ours;
+    if (StoreResult result = ours.open(":memory:", 0); !result) {
+        return result;
+    }
+    if (StoreResult result = ours.execute(tables); !result) {
+        return result;
+    }
+    Statement expected(ours, listSchema);
+    Statement found(database, listSchema);
+    bool isSame = true;
+    while (isSame && expected.step()) {
+        isSame = found.step() && found.text(0) == expected.text(0);
+    }
+    isSame = isSame && !found.step();
+    if (!found.result()) {
+        return found.result();
+    }
+    return isSame ? StoreResult::done()
+                  : StoreResult::failed(StoreError::Refused,
+                        "The store " + file.string()
+                            + " holds other tables, triggers or views than a recorder makes: somebody else changed it. "
+                              "Move it away, or give another --data-directory.");
+}
+
+struct Identity
+{
+    std::int64_t application = 0;
+    std::int64_t version = 0;
+    std::int64_t tables = 0;
+
+    bool isNew() const { return tables == 0 && application == 0 && version == 0; }
+};
+
+StoreResult identify(Database& database, const std::filesystem::path& file, Identity& identity)
+{
+    if (StoreResult result = database.number("PRAGMA application_id", identity.application); !result) {
+        return result;
+    }
+    if (StoreResult result = database.number("PRAGMA user_version", identity.version); !result) {
+        return result;
+    }
+    if (StoreResult result = database.number("SELECT count(*) FROM sqlite_schema", identity.tables); !result) {
+        return result;
+    }
+    if (identity.isNew() || identity.application == applicationId) {
+        return StoreResult::done();
+    }
+    return StoreResult::failed(StoreError::Refused,
+        "The file " + file.string() + " belongs to another program: move it away, or give another --data-directory.");
+}
+
 } // namespace
+
+StoreResult checkFiles(const std::filesystem::path& file)
+{
+    std::error_code unknown;
+    if (std::filesystem::is_symlink(file, unknown)) {
+        return StoreResult::failed(StoreError::Refused,
+            "The store " + file.string() + " is a link: give the folder that it leads to as --data-directory.");
+    }
+    // The last bytes of a journal that names another file. No recorder makes one: that is for transactions over several
+    // databases.
+    constexpr std::string_view namesAFile("\xd9\xd5\x05\xf9\x20\xa1\x63\xd7", 8);
+    const std::string journal = file.string() + "-journal";
+    const int descriptor = ::open(journal.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) {
+        return StoreResult::done();
+    }
+    char end[namesAFile.size()] = {};
+    const off_t at = ::lseek(descriptor, -static_cast<off_t>(sizeof end), SEEK_END);
+    const bool isRead = at >= 0 && ::read(descriptor, end, sizeof end) == static_cast<ssize_t>(sizeof end);
+    ::close(descriptor);
+    if (isRead && std::string_view(end, sizeof end) == namesAFile) {
+        return StoreResult::failed(StoreError::Refused,
+            "The journal " + journal
+                + " names another file, which would be deleted. No recorder made it: move it away with its database, "
+                  "or "
+                  "give another --data-directory.");
+    }
+    return StoreResult::done();
+}
 
 StoreResult prepareSchema(Database& database, const std::filesystem::path& file)
 {
+    // Before anything is changed in what is another's.
+    Identity identity;
+    if (StoreResult result = identify(database, file, identity); !result) {
+        return result;
+    }
     // These three hold for new files only; on others they change nothing.
     if (StoreResult result = database.execute("PRAGMA page_size = " + std::to_string(embeddedPageBytes)
             + "; PRAGMA auto_vacuum = INCREMENTAL; PRAGMA journal_mode = WAL;");
@@ -107,19 +202,11 @@ StoreResult prepareSchema(Database& database, const std::filesystem::path& file)
     if (!transaction.result()) {
         return transaction.result();
     }
-    std::int64_t id = 0;
-    std::int64_t version = 0;
-    std::int64_t count = 0;
-    if (StoreResult result = database.number("PRAGMA application_id", id); !result) {
+    identity = Identity();
+    if (StoreResult result = identify(database, file, identity); !result) {
         return result;
     }
-    if (StoreResult result = database.number("PRAGMA user_version", version); !result) {
-        return result;
-    }
-    if (StoreResult result = database.number("SELECT count(*) FROM sqlite_schema", count); !result) {
-        return result;
-    }
-    if (count == 0 && id == 0 && version == 0) {
+    if (identity.isNew()) {
         if (StoreResult result = database.execute(tables); !result) {
             return result;
         }
@@ -130,16 +217,14 @@ StoreResult prepareSchema(Database& database, const std::filesystem::path& file)
         }
         return transaction.commit();
     }
-    if (id != applicationId) {
-        return StoreResult::failed(StoreError::Refused,
-            "The file " + file.string()
-                + " belongs to another program: move it away, or give another --data-directory.");
-    }
-    if (version > embeddedSchemaVersion) {
+    if (identity.version > embeddedSchemaVersion) {
         return StoreResult::failed(StoreError::NewerVersion,
-            "The store " + file.string() + " was written by a newer recorder (version " + std::to_string(version)
-                + " of the store; this recorder knows " + std::to_string(embeddedSchemaVersion)
-                + "): use that recorder, or give another --data-directory.");
+            "The store " + file.string() + " was written by a newer recorder (version "
+                + std::to_string(identity.version) + " of the store; this recorder knows "
+                + std::to_string(embeddedSchemaVersion) + "): use that recorder, or give another --data-directory.");
+    }
+    if (StoreResult result = checkTables(database, file); !result) {
+        return result;
     }
     return transaction.commit();
 }

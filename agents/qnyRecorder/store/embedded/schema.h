@@ -11,6 +11,10 @@ namespace recorder {
 inline constexpr int embeddedSchemaVersion = 1;
 inline constexpr int embeddedPageBytes = 16 * 1024;
 
+// Whether what lies there may be opened at all: SQLite follows a link, and when it carries out a journal that was left
+// it deletes a file that the journal names.
+StoreResult checkFiles(const std::filesystem::path& file);
+
 // Makes the tables in a new file, or checks that this is a store of a version that is known.
 StoreResult prepareSchema(Database& database, const std::filesystem::path& file);
 

@@ -70,8 +70,8 @@ inline constexpr const char* chunksAfter
     = "SELECT sequence, bucket, first_us, last_us, count FROM chunks INDEXED BY chunks_by_time"
       " WHERE record = ?1 AND (first_us, sequence) > (?2, ?3) AND first_us <= ?4 AND last_us >= ?5"
       " ORDER BY first_us, sequence LIMIT ?6";
-inline constexpr const char* chunksFrom
-    = "SELECT sequence, packed FROM chunks WHERE id >= ? AND id < ? ORDER BY id LIMIT 16";
+inline constexpr const char* chunksFrom // the sequence as its key has it, so that a walk always comes further
+    = "SELECT id & 4294967295, packed FROM chunks WHERE id >= ? AND id < ? ORDER BY id LIMIT 16";
 inline constexpr const char* putState
     = "INSERT OR REPLACE INTO states (record, time_us, sequence, packed) VALUES (?, ?, ?, ?)";
 inline constexpr const char* stateUpTo

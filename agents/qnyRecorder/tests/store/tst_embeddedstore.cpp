@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../smalldisk.h"
+#include "chunk/packedchunk.h"
 #include "embeddedundertest.h"
 #include "fulldisk.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QDir>
+#include <QtEndian>
+
 #include <QThread>
+#include <limits>
 
 using namespace recorder;
 using namespace recorder::testing;
@@ -24,6 +29,12 @@ private slots:
     void aDamagedStateIsPassedOver();
     void aFileOfANewerVersionIsRefused();
     void anotherProgramsFileIsRefused();
+    void anotherProgramsFileStaysAsItIs();
+    void aStoreWithATriggerOrAViewOfSomebodyElseIsRefused();
+    void aStoreThatIsALinkIsRefused();
+    void aJournalThatNamesAnotherFileIsNotCarriedOut();
+    void anOwnerWhoseTokenLeadsToAnotherFolderDeletesNothingThere();
+    void aLinkInPlaceOfTheReserveLeadsNowhere();
     void aFileThatIsNoDatabaseIsRefused();
     void aPlaceThatCannotBeWrittenIsSaidSo();
     void aFullStoreEndsTheRecordingAndLosesNothing();
@@ -33,13 +44,23 @@ private slots:
     void aDeletedRecordGivesItsSpaceBack();
     void aLeaseThatEndedIsSeenWithoutALockToAsk();
     void deadOwnersLeaveNoLockFilesBehind();
+    void chunksUnderWrongTimesAreDamaged();
+    void anExportOfChunksWithoutNumbersEnds();
+    void numbersThatNoRecorderWritesHoldNobodyUp();
     void statesAreStoredEveryFewSeconds();
     void eventsBeyondTheBoundAreCountedWhenTheStoreIsBlocked();
 
 private:
+    static QByteArray contentOf(const QString& path);
     std::unique_ptr<Store> openBounded(std::uint32_t pages, const std::string& directory = {});
     std::string recordNumbered(Store& store, int count, std::size_t bytes);
 };
+
+QByteArray TestEmbeddedStore::contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
+}
 
 std::string TestEmbeddedStore::recordNumbered(Store& store, int count, std::size_t bytes)
 {
@@ -143,6 +164,142 @@ void TestEmbeddedStore::anotherProgramsFileIsRefused()
     std::int64_t things = 0;
     QVERIFY(runSql(m_under.place(), "SELECT count(*) FROM things", &things));
     QCOMPARE(things, 1);
+}
+
+void TestEmbeddedStore::anotherProgramsFileStaysAsItIs()
+{
+    QVERIFY(runSql(m_under.place(), "CREATE TABLE things (x); INSERT INTO things VALUES (1)"));
+    const QByteArray before = contentOf(m_under.place() + "/records.db");
+    StoreResult result;
+    QVERIFY(!m_under.open(result));
+    QCOMPARE(contentOf(m_under.place() + "/records.db"), before);
+}
+
+void TestEmbeddedStore::aStoreWithATriggerOrAViewOfSomebodyElseIsRefused()
+{
+    openStore().reset();
+    const std::pair<const char*, const char*> changes[] = {
+        { "CREATE TRIGGER thief AFTER INSERT ON chunks BEGIN DELETE FROM chunks; END", "DROP TRIGGER thief" },
+        { "CREATE VIEW endless AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT i FROM n",
+            "DROP VIEW endless" },
+        { "ALTER TABLE records ADD COLUMN more AS (zeroblob(100000000))", "ALTER TABLE records DROP COLUMN more" },
+    };
+    for (const auto& [change, undo] : changes) {
+        QVERIFY2(runSql(m_under.place(), change), change);
+        StoreResult result;
+        QVERIFY2(!m_under.open(result), change);
+        QVERIFY(result.error == StoreError::Refused);
+        QVERIFY2(result.message.find("somebody else changed it") != std::string::npos, result.message.c_str());
+        QVERIFY2(runSql(m_under.place(), undo), undo);
+        QVERIFY2(m_under.open(result), result.message.c_str());
+    }
+    // What the person's own tools add about the tables does no harm.
+    const auto store = openStore();
+    record(*store, { numberedText(1) });
+    QVERIFY(runSql(m_under.place(), "ANALYZE"));
+    StoreResult result;
+    QVERIFY2(m_under.open(result), result.message.c_str());
+}
+
+void TestEmbeddedStore::aStoreThatIsALinkIsRefused()
+{
+    QTemporaryDir elsewhere;
+    QFile file(elsewhere.filePath("notes"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    QVERIFY(QFile::link(file.fileName(), m_under.place() + "/records.db"));
+    StoreResult result;
+    QVERIFY(!m_under.open(result));
+    QVERIFY(result.error == StoreError::Refused);
+    QCOMPARE(QFile(file.fileName()).size(), 0);
+}
+
+void TestEmbeddedStore::aJournalThatNamesAnotherFileIsNotCarriedOut()
+{
+    {
+        const auto store = openStore();
+        record(*store, { numberedText(1) });
+    }
+    // A database in another mode than ours, with a journal that holds its first page, as it is, and the name of a file.
+    QVERIFY(runSql(m_under.place(), "PRAGMA journal_mode = DELETE"));
+    QTemporaryDir elsewhere;
+    QFile precious(elsewhere.filePath("precious"));
+    QVERIFY(precious.open(QIODevice::WriteOnly));
+    precious.write("mine\n");
+    precious.close();
+    const QByteArray database = contentOf(m_under.place() + "/records.db");
+    constexpr qsizetype pageBytes = 16 * 1024;
+    const QByteArray page = database.first(pageBytes);
+    quint32 pageSum = 0;
+    for (qsizetype i = pageBytes - 200; i > 0; i -= 200) {
+        pageSum += static_cast<unsigned char>(page[i]);
+    }
+    const auto number = [](quint32 value) {
+        const quint32 big = qToBigEndian(value);
+        return QByteArray(reinterpret_cast<const char*>(&big), sizeof big);
+    };
+    const QByteArray name = precious.fileName().toUtf8();
+    quint32 nameSum = 0;
+    for (const char c : name) {
+        nameSum += static_cast<quint32>(static_cast<signed char>(c));
+    }
+    const QByteArray mark = QByteArray::fromHex("d9d505f920a163d7");
+    QByteArray journal = mark + number(1) + number(0) + number(static_cast<quint32>(database.size() / pageBytes))
+        + number(512) + number(pageBytes);
+    journal += QByteArray(512 - journal.size(), '\0') + number(1) + page + number(pageSum);
+    journal += number((1 << 30) / pageBytes + 1) + name + number(static_cast<quint32>(name.size())) + number(nameSum)
+        + mark;
+    QFile file(m_under.place() + "/records.db-journal");
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(journal) == journal.size());
+    file.close();
+
+    StoreResult result;
+    QVERIFY(!m_under.open(result));
+    QVERIFY(result.error == StoreError::Refused);
+    QVERIFY2(result.message.find("names another file") != std::string::npos, result.message.c_str());
+    QCOMPARE(contentOf(precious.fileName()), QByteArray("mine\n"));
+}
+
+void TestEmbeddedStore::anOwnerWhoseTokenLeadsToAnotherFolderDeletesNothingThere()
+{
+    {
+        const auto store = openStore();
+        record(*store, { numberedText(1) });
+    }
+    QTemporaryDir elsewhere;
+    QVERIFY(QDir(m_under.place()).mkdir("owner-x"));
+    for (const char* name : { "notes.lock", "notes" }) {
+        QFile file(elsewhere.filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    // The second goes on behind a zero byte, where the name of a file ends.
+    const QByteArray path = "x/../../../../../../../../.." + elsewhere.filePath("notes").toUtf8();
+    QVERIFY(runSql(m_under.place(),
+        "INSERT INTO owners VALUES ('" + path + "', 0), ('" + path
+            + "' || char(0), 0);"
+              "UPDATE records SET state = 0, owner = '"
+            + path + "'"));
+    const auto store = openStore();
+    QCOMPARE(QDir(elsewhere.path()).entryList(QDir::Files), QStringList({ "notes", "notes.lock" }));
+    std::vector<RecordSummary> list;
+    RR_DONE(store->records({}, list));
+    QVERIFY(!list.at(0).isOpen);
+}
+
+void TestEmbeddedStore::aLinkInPlaceOfTheReserveLeadsNowhere()
+{
+    QTemporaryDir elsewhere;
+    QFile precious(elsewhere.filePath("precious"));
+    QVERIFY(precious.open(QIODevice::WriteOnly));
+    precious.write(QByteArray(1000, 'x'));
+    precious.close();
+    const QString reserve = m_under.place() + "/reserve";
+    QVERIFY(QFile::link(precious.fileName(), reserve));
+    const auto store = openStore();
+    record(*store, { numberedText(1) });
+    QCOMPARE(precious.size(), 1000);
+    QVERIFY(!QFileInfo(reserve).isSymLink());
+    QVERIFY(QFileInfo(reserve).size() > 100'000);
 }
 
 void TestEmbeddedStore::aFileThatIsNoDatabaseIsRefused()
@@ -356,6 +513,107 @@ void TestEmbeddedStore::deadOwnersLeaveNoLockFilesBehind()
         QCOMPARE(locks(), 2);
     }
     QCOMPARE(locks(), 0);
+}
+
+namespace {
+
+// A chunk of so many events of one time.
+std::string chunkOf(int events, std::int64_t timeUs, std::uint64_t sequence)
+{
+    ChunkBuilder builder;
+    const std::uint32_t output = builder.declare("agent", "o");
+    for (int i = 0; i < events; ++i) {
+        builder.add(output, timeUs, ValueView::fromInteger(i));
+    }
+    return builder.finish(ChunkKind::Events, sequence);
+}
+
+bool putChunk(const QString& directory, std::uint64_t sequence, std::int64_t timeUs, const std::string& packed)
+{
+    const QByteArray number = QByteArray::number(static_cast<qulonglong>(sequence));
+    const QByteArray time = QByteArray::number(static_cast<qlonglong>(timeUs));
+    return runSql(directory,
+        "INSERT OR REPLACE INTO chunks SELECT (id << 32) + " + number + ", id, " + number + ", 0, " + time + ", " + time
+            + ", 1, x'" + QByteArray::fromStdString(packed).toHex() + "' FROM records");
+}
+
+} // namespace
+
+void TestEmbeddedStore::chunksUnderWrongTimesAreDamaged()
+{
+    std::string uuid;
+    {
+        const auto store = openStore();
+        uuid = record(*store, { numberedText(1) });
+    }
+    QVERIFY(putChunk(m_under.place(), 1, 20, chunkOf(3, 10, 1)));
+    const auto store = openStore();
+    const auto reader = read(*store, uuid);
+    StoreResult result;
+    const auto cursor = reader->events(0, 1'000, result);
+    RR_DONE(result);
+    QCOMPARE(allOf(*cursor).size(), std::size_t(1));
+    QCOMPARE(cursor->takeDamages().size(), std::size_t(1));
+}
+
+// What does not fit into a place to go on from would be exported again and again.
+void TestEmbeddedStore::anExportOfChunksWithoutNumbersEnds()
+{
+    std::string uuid;
+    {
+        const auto store = openStore();
+        uuid = record(*store, { numberedText(1) });
+    }
+    for (const std::uint64_t sequence : { std::uint64_t(1) << 40, (std::uint64_t(1) << 40) + 1 }) {
+        QVERIFY(putChunk(m_under.place(), sequence, 10, chunkOf(12'000, 10, sequence)));
+    }
+    const auto store = openStore();
+    const auto reader = read(*store, uuid);
+    csv::ExportChunk chunk;
+    StoreResult result;
+    int chunks = 0;
+    do {
+        const csv::ExportCursor cursor = chunk.next;
+        result = csv::exportChunk(*reader, cursor, chunk);
+    } while (result && !chunk.next.isEmpty() && ++chunks < 20);
+    QVERIFY(result.error == StoreError::Damaged);
+    QVERIFY2(result.message.find("numbers a chunk") != std::string::npos, result.message.c_str());
+}
+
+void TestEmbeddedStore::numbersThatNoRecorderWritesHoldNobodyUp()
+{
+    const auto recordOne = [this] {
+        const auto store = openStore();
+        return record(*store, { numberedText(1) });
+    };
+    const std::string uuid = recordOne();
+    const QByteArray most = QByteArray::number(std::numeric_limits<qlonglong>::max());
+    const QByteArray least = QByteArray::number(std::numeric_limits<qlonglong>::min());
+    // A row whose number goes back would be walked over for ever, and a state before all times.
+    QVERIFY(putChunk(m_under.place(), 5, 10, chunkOf(3, 10, 5)));
+    QVERIFY(runSql(m_under.place(),
+        "UPDATE chunks SET sequence = 0; UPDATE records SET state = 0, owner = 'ghost', next_sequence = " + most
+            + ", counted_through = " + least + ", duration_us = " + most + ", start_us = " + most
+            + ", high_us = " + most + ", max_span_us = " + least + ", max_late_us = " + least
+            + "; INSERT INTO states SELECT id, " + least + ", 0, x'00' FROM records"));
+    {
+        const auto store = openStore();
+        std::vector<RecordSummary> list;
+        RR_DONE(store->records({}, list));
+        QVERIFY(!recordsToJson(list).empty());
+        const auto reader = read(*store, uuid);
+        std::vector<OutputValue> state;
+        for (const std::int64_t timeUs :
+            { std::int64_t(0), std::int64_t(7), std::numeric_limits<std::int64_t>::max() }) {
+            RR_DONE(reader->stateBefore(timeUs, state));
+        }
+    }
+    // The chunks of a record beyond would take the places of another record's.
+    QVERIFY(runSql(m_under.place(), "UPDATE sqlite_sequence SET seq = 4294967296 WHERE name = 'records'"));
+    const auto store = openStore();
+    std::unique_ptr<RecordWriter> writer;
+    const StoreResult result = store->create(newFacts("late"), writer);
+    QVERIFY2(result.message.find("no number left") != std::string::npos, result.message.c_str());
 }
 
 void TestEmbeddedStore::statesAreStoredEveryFewSeconds()
