@@ -4,6 +4,7 @@
 #include "hostapplication_p.h"
 #include "hostsettings.h"
 #include "sampledocument.h"
+#include "terminaltext.h"
 
 #include <corvanemodule.h>
 #include <corvanemoduleentry.h>
@@ -398,7 +399,7 @@ void HostApplication::addNotice(const QString& notice)
     if (!_d->notices.contains(notice)) {
         // An agent's last lines are in it, which must not look like lines of another program.
         std::fprintf(
-            stderr, "corvane: %s\n", qUtf8Printable(QString(notice).replace(u'\n', QLatin1String("\ncorvane: "))));
+            stderr, "corvane: %s\n", qUtf8Printable(terminalText(notice).replace(u'\n', QLatin1String("\ncorvane: "))));
         // Others may have much to say: each stands there until somebody has read it, the latest above all.
         if (_d->notices.size() >= MOST_NOTICES) {
             _d->notices.removeFirst();

@@ -4,6 +4,7 @@
 #include "hostapplication.h"
 #include "language.h"
 #include "startlog.h"
+#include "terminaltext.h"
 
 #if CORVANE_HAS_TOUR
 #include "tour/tour.h"
@@ -39,7 +40,7 @@ CommandLineEnd readCommandLine(int argc, char** argv, CommandLine* commandLine)
 
 int fail(const QString& error)
 {
-    std::fprintf(stderr, "corvane: %s\n", qUtf8Printable(error));
+    std::fprintf(stderr, "corvane: %s\n", qUtf8Printable(terminalText(error)));
     return 1;
 }
 
@@ -80,6 +81,7 @@ bool startHost(HostApplication& host, const HostOptions& options, QString* error
 
 int main(int argc, char** argv)
 {
+    installTerminalLog();
     CommandLine commandLine;
     const CommandLineEnd end = readCommandLine(argc, argv, &commandLine);
     if (end.ends) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "startlog.h"
 
+#include "terminaltext.h"
+
 #include <QtCore/QMutex>
 #include <QtCore/QtLogging>
 
@@ -21,7 +23,7 @@ QtMessageHandler previousHandler = nullptr;
 
 void writeLine(const QString& text)
 {
-    std::fprintf(stderr, "%s\n", qUtf8Printable(text));
+    std::fprintf(stderr, "%s\n", qUtf8Printable(terminalText(text)));
 }
 
 void hold(QtMsgType type, const QMessageLogContext& context, const QString& message)

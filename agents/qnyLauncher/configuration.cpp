@@ -133,6 +133,10 @@ const Program* Configuration::find(const QString& canonicalPath) const
 
 QString readConfiguration(const QString& path, Configuration& configuration)
 {
+    // Whoever opens a pipe waits for what may never come.
+    if (const QFileInfo info(path); info.exists() && !info.isFile()) {
+        return QStringLiteral("%1: is no file").arg(path);
+    }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         return QStringLiteral("%1: %2").arg(path, file.errorString());

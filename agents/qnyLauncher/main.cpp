@@ -30,8 +30,24 @@ int failed(const QString& why)
     return STATUS_FAILED;
 }
 
+/// What others say must not control the terminal that the log is read in, nor begin a line of its own making.
+void writeMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    QString text = message;
+    for (QChar& character : text) {
+        const bool isHarmful
+            = character.category() == QChar::Other_Control || character.category() == QChar::Other_Format;
+        if (isHarmful && character != u'\n' && character != u'\t') {
+            character = u'?';
+        }
+    }
+    text.replace(u'\n', QLatin1String("\n    "));
+    std::fprintf(stderr, "%s\n", qUtf8Printable(qFormatLogMessage(type, context, text)));
+}
+
 void installLog()
 {
+    qInstallMessageHandler(writeMessage);
     qSetMessagePattern(QStringLiteral("%{time yyyy-MM-dd HH:mm:ss.zzz} %{type}: %{message}"));
     qny_log_set_handler(
         [](qny_log_level_t level, const char* message, void*) {

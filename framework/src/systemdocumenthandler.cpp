@@ -27,6 +27,9 @@
 
 namespace {
 
+// Of a document; a thousand agents take one MiB.
+constexpr qint64 MOST_BYTES = 64 * 1024 * 1024;
+
 QStringList messages(const QList<JsonDocumentError>& errors)
 {
     QStringList texts;
@@ -128,12 +131,21 @@ bool SystemDocumentHandler::openDocument(const QString& filePath)
 {
     const QString path = QFileInfo(filePath).absoluteFilePath();
     const QString shownPath = QDir::toNativeSeparators(path);
+    // Reading a pipe or a device could last for ever.
+    if (const QFileInfo info(path); info.exists() && !info.isFile() && !info.isDir()) {
+        return _fail(tr("%1 is not a system document: it is no file. Open another one.").arg(shownPath));
+    }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         return _fail(
             tr("%1 could not be opened: %2. Check the name and your permissions.").arg(shownPath, file.errorString()));
     }
-    const QByteArray text = file.readAll();
+    const QByteArray text = file.size() > MOST_BYTES ? QByteArray() : file.read(MOST_BYTES + 1);
+    if (file.size() > MOST_BYTES || text.size() > MOST_BYTES) {
+        return _fail(tr("%1 is not a system document: it is larger than %2 MiB. Open another file.")
+                .arg(shownPath)
+                .arg(MOST_BYTES / 1024 / 1024));
+    }
     if (file.error() != QFileDevice::NoError) {
         return _fail(tr("%1 could not be read: %2.").arg(shownPath, file.errorString()));
     }

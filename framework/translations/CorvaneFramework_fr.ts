@@ -247,6 +247,14 @@
         <source>&apos;%1&apos; was not placed: another class has an instance of that name in this view. Rename one of them.</source>
         <translation>«&#xa0;%1&#xa0;» n’a pas été placé&#xa0;: une autre classe a une instance de ce nom dans cette vue. Renommez l’une des deux.</translation>
     </message>
+    <message>
+        <source>%1 is not a system document: it is no file. Open another one.</source>
+        <translation>%1 n’est pas un document système&#xa0;: ce n’est pas un fichier. Ouvrez-en un autre.</translation>
+    </message>
+    <message>
+        <source>%1 is not a system document: it is larger than %2 MiB. Open another file.</source>
+        <translation>%1 n’est pas un document système&#xa0;: il dépasse %2 Mio. Ouvrez un autre fichier.</translation>
+    </message>
 </context>
 <context>
     <name>SystemView</name>

@@ -10,6 +10,7 @@
 #include <QtTest/QtTest>
 
 #include <csignal>
+#include <sys/stat.h>
 
 namespace {
 
@@ -34,6 +35,7 @@ private Q_SLOTS:
     void speaksTheLanguageOfTheDesktop();
     void refusesWhatItCannotDo_data();
     void refusesWhatItCannotDo();
+    void tellsNothingThatControlsATerminal();
     void refusesAPortThatAnotherProgramHolds();
     void drawsItsWindowIntoAFile_data();
     void drawsItsWindowIntoAFile();
@@ -166,6 +168,10 @@ void tst_host_program::refusesWhatItCannotDo_data()
         QStringLiteral("nosuchdevice0"));
     row("missing document", { QStringLiteral("/nowhere/at/all.json") }, 1, QStringLiteral("/nowhere/at/all.json"));
     row("document without JSON", { QStringLiteral("@bad.json") }, 1, QStringLiteral("bad.json"));
+    row("a pipe", { QStringLiteral("@pipe.json") }, 1,
+        QStringLiteral("pipe.json is not a system document: it is no file"));
+    row("a device", { QStringLiteral("/dev/zero") }, 1, QStringLiteral("it is no file"));
+    row("a file of a terabyte", { QStringLiteral("@huge.json") }, 1, QStringLiteral("larger than 64 MiB"));
     row("missing plugins", { QStringLiteral("--plugins"), QStringLiteral("/nowhere/at/all") }, 1,
         QStringLiteral("/nowhere/at/all"));
     row("folder without a plugin", { QStringLiteral("--plugins"), QStringLiteral("@.") }, 1,
@@ -179,6 +185,8 @@ void tst_host_program::refusesWhatItCannotDo()
     QFETCH(int, status);
     QFETCH(QString, said);
     file(QStringLiteral("bad.json"), "This is no document.");
+    QCOMPARE(mkfifo(qPrintable(_folder->filePath(QStringLiteral("pipe.json"))), 0600), 0);
+    QVERIFY(QFile::resize(file(QStringLiteral("huge.json"), ""), qint64(1) << 40));
     for (QString& argument : arguments) {
         if (argument.startsWith(QLatin1Char('@'))) {
             argument = QDir::cleanPath(_folder->filePath(argument.mid(1)));
@@ -191,6 +199,17 @@ void tst_host_program::refusesWhatItCannotDo()
     QVERIFY2(result.errors.count(QLatin1Char('\n')) == 1, qPrintable(result.errors));
     QVERIFY2(result.errors.startsWith(QLatin1String("corvane: ")), qPrintable(result.errors));
     QCOMPARE(result.output, QString());
+}
+
+void tst_host_program::tellsNothingThatControlsATerminal()
+{
+    const QString document = file(QStringLiteral("foreign.json"),
+        R"({"version":1,"views":[{"uuid":"u","name":"a"},{"uuid":"u","name":"\u001b[2Jred\u009b31m\u202e"}]})");
+    const Result result = run({ QStringLiteral("--device"), QStringLiteral("lo"), QStringLiteral("--port"), port(),
+        QStringLiteral("--screenshot"), _folder->filePath(QStringLiteral("picture.png")), document });
+    QCOMPARE(result.status, 0);
+    QVERIFY2(result.errors.contains(QLatin1String("'?[2Jred?31m?' got a new one")), qPrintable(result.errors));
+    QVERIFY(!result.errors.contains(u'\x1b') && !result.errors.contains(u'\x9b'));
 }
 
 void tst_host_program::refusesAPortThatAnotherProgramHolds()

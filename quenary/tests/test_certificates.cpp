@@ -269,6 +269,14 @@ TEST(Certificates, WhatIsWrongInAFileIsRefusedWithItsLine)
         { "metadata\n    name = \"x\"\n    name = \"y\"\n" + curve(keys.publicKey), 3, "a second time" },
         { "metadata\n    name = \"\"\n" + curve(keys.publicKey), 2, "1 to 255 bytes" },
         { "metadata\n    a = \"" + std::string(1025, 'x') + "\"\n" + curve(keys.publicKey), 2, "at most 1024 bytes" },
+        { "metadata\n    name = \"\xC2\x9B"
+          "31mred\"\n"
+                + curve(keys.publicKey),
+            2, "control characters" },
+        { "metadata\n    name = \"a\xE2\x80\xAE"
+          "b\"\n"
+                + curve(keys.publicKey),
+            2, "control characters" },
         { "metadata\n    a\n        b = 1\n" + curve(keys.publicKey), 3, "letters, digits" },
         { "curve\n  public-key = \"" + keys.publicKey + "\"\n", 2, "four spaces" },
         { "curve\n\tpublic-key = \"" + keys.publicKey + "\"\n", 2, "tab" },
@@ -468,6 +476,28 @@ TEST(CertificatesTool, MakesAndShowsThem)
     EXPECT_NE(open.error.find("valve.cert_secret: anybody may write into " + folder.path), std::string::npos)
         << open.error;
     EXPECT_EQ(open.output, "");
+}
+
+TEST(CertificatesTool, TellsNothingThatControlsATerminal)
+{
+    const CertificateFolder folder;
+    EXPECT_EQ(runTool(folder, { "make", "pump" }).status, 0);
+    const std::string certificate = folder.read("pump.cert");
+    std::string nameless = certificate;
+    nameless.replace(nameless.find("name = \"pump\""), 13, "other = \"pump\"");
+    std::filesystem::create_directory(folder.file("others"));
+    folder.write("others/\x1b[31mred\xC2\x9B\n.cert", certificate);
+    folder.write("others/broken\x1b[2J.cert", "nonsense");
+    folder.write("others/nameless\x1b[2J.cert", nameless);
+    const Outcome all = runTool(folder, { "show", "others" });
+    EXPECT_EQ(all.status, 1);
+    EXPECT_NE(all.output.find("others/?[31mred??.cert\n"), std::string::npos) << all.output;
+    EXPECT_NE(all.error.find("others/broken?[2J.cert:1: "), std::string::npos) << all.error;
+    EXPECT_NE(all.error.find("give the file another one"), std::string::npos) << all.error;
+    for (const std::string& text : { all.output, all.error }) {
+        EXPECT_EQ(text.find('\x1b'), std::string::npos);
+        EXPECT_EQ(text.find('\xC2'), std::string::npos);
+    }
 }
 
 TEST(CertificatesTool, SaysInOneLineWhatIsWrong)

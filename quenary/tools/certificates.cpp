@@ -28,15 +28,32 @@ show    checks certificates and says what they are; the secret half is never sho
 --version               show the version and end
 )";
 
+// Names of files may hold what controls a terminal.
+std::string plain(std::string text)
+{
+    for (size_t i = 0; i < text.size(); ++i) {
+        const auto code = static_cast<unsigned char>(text[i]);
+        const bool isSecondBlock
+            = code == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
+        if (isSecondBlock) {
+            text.erase(i, 1);
+        }
+        if (code < 0x20 || code == 0x7F || isSecondBlock) {
+            text[i] = '?';
+        }
+    }
+    return text;
+}
+
 int wrong(const std::string& what)
 {
-    std::fprintf(stderr, "qnyCertificates: %s (see qnyCertificates --help)\n", what.c_str());
+    std::fprintf(stderr, "qnyCertificates: %s (see qnyCertificates --help)\n", plain(what).c_str());
     return statusBadCommandLine;
 }
 
 int failed()
 {
-    std::fprintf(stderr, "qnyCertificates: %s\n", qny_last_error());
+    std::fprintf(stderr, "qnyCertificates: %s\n", plain(qny_last_error()).c_str());
     return statusFailed;
 }
 
@@ -86,14 +103,15 @@ int make(const std::vector<std::string>& arguments)
     }
     const std::string privatePath = made->path;
     std::printf("public   %s\nprivate  %s (for its owner alone)\n",
-        privatePath.substr(0, privatePath.size() - std::string("_secret").size()).c_str(), privatePath.c_str());
+        plain(privatePath.substr(0, privatePath.size() - std::string("_secret").size())).c_str(),
+        plain(privatePath).c_str());
     qny_free(made);
     return 0;
 }
 
 void print(const qny_certificate_t* certificate)
 {
-    std::printf("%s\n  kind        %s\n  name        %s\n  public key  %s\n", certificate->path,
+    std::printf("%s\n  kind        %s\n  name        %s\n  public key  %s\n", plain(certificate->path).c_str(),
         certificate->is_private ? "private" : "public", certificate->name, certificate->public_key);
     for (const char* const* each = certificate->metadata; *each; each += 2) {
         if (std::string(each[0]) != "name") {
@@ -123,7 +141,7 @@ bool showDirectory(const std::string& directory)
             print(certificate);
             return;
         }
-        std::fprintf(stderr, "qnyCertificates: %s\n", problem);
+        std::fprintf(stderr, "qnyCertificates: %s\n", plain(problem).c_str());
         *static_cast<bool*>(isSound) = false;
     };
     if (qny_certificates_check(directory.c_str(), tell, &sound) != QNY_SUCCESS) {

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUuid>
@@ -24,6 +25,7 @@ private Q_SLOTS:
     void aMistakeIsSaidWithItsFileAndLine_data();
     void aMistakeIsSaidWithItsFileAndLine();
     void aFileThatIsNotThereIsSaid();
+    void aPipeInItsPlaceHoldsNobodyUp();
     void whatAnybodyMayWriteToIsRefused();
     void aProgramIsNamedByItsCanonicalPath();
     void onlyListedProgramsAreStarted_data();
@@ -142,6 +144,23 @@ void TestConfiguration::aFileThatIsNotThereIsSaid()
     Configuration configuration;
     const QString problem = readConfiguration("/nowhere/launcher.conf", configuration);
     QVERIFY2(problem.startsWith("/nowhere/launcher.conf: "), qPrintable(problem));
+}
+
+void TestConfiguration::aPipeInItsPlaceHoldsNobodyUp()
+{
+    const QTemporaryDir folder;
+    const QString pipe = folder.filePath("launcher.conf");
+    QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
+    // In a process of its own, which can be ended when it waits all the same.
+    QProcess process;
+    process.start(QNY_LAUNCHER, { "--check", "--configuration", pipe });
+    const bool hasEnded = process.waitForFinished(10'000);
+    process.kill();
+    process.waitForFinished();
+    QVERIFY(hasEnded);
+    const QByteArray said = process.readAllStandardError();
+    QVERIFY2(said.contains("launcher.conf: is no file"), said.constData());
+    QVERIFY(process.exitCode() != 0);
 }
 
 void TestConfiguration::whatAnybodyMayWriteToIsRefused()
