@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "packedchunk.h"
 
+#include "../csv/utf8.h"
 #include "bytes.h"
 #include "checksum.h"
 
@@ -17,6 +18,16 @@ constexpr std::size_t checksumAt = 48;
 // Three bytes of a chunk take some eighty when they are unpacked. No writer comes near it: a chunk is closed at 32 KiB,
 // and a state of 64 MiB has no more outputs.
 constexpr std::uint32_t mostEvents = 1U << 22;
+
+// What is no text could go to no agent and into no file.
+std::string_view takeText(Taker& taker)
+{
+    const std::string_view text = taker.bytes();
+    if (!csv::isText(text)) {
+        taker.fail();
+    }
+    return text;
+}
 
 ValueView takeValue(Taker& taker)
 {
@@ -45,7 +56,7 @@ ValueView takeValue(Taker& taker)
     case ValueType::Double:
         return ValueView::fromDouble(std::bit_cast<double>(taker.little<std::uint64_t>()));
     case ValueType::String:
-        return ValueView::fromString(taker.bytes());
+        return ValueView::fromString(takeText(taker));
     case ValueType::Data:
         return ValueView::fromData(taker.bytes());
     }
@@ -65,7 +76,7 @@ bool unpackNames(Taker& taker, std::vector<std::string_view>& agents, std::vecto
         return false;
     }
     for (std::uint64_t i = 0; i < agentCount && taker.isGood(); ++i) {
-        agents.push_back(taker.bytes());
+        agents.push_back(takeText(taker));
     }
     const std::uint64_t outputCount = taker.varint();
     if (!taker.isGood() || outputCount > taker.left()) {
@@ -76,7 +87,7 @@ bool unpackNames(Taker& taker, std::vector<std::string_view>& agents, std::vecto
         if (agent >= agents.size()) {
             return false;
         }
-        outputs.push_back({ agents[static_cast<std::size_t>(agent)], taker.bytes() });
+        outputs.push_back({ agents[static_cast<std::size_t>(agent)], takeText(taker) });
     }
     return taker.isGood();
 }

@@ -12,6 +12,7 @@ namespace {
 
 constexpr int columns = 6;
 constexpr std::string_view columnNames[columns] = { "agent", "time_us", "kind", "name", "type", "value" };
+constexpr const char* noText = "not valid UTF-8, or with a zero byte in it";
 // Unfinished rows longer than this are looked at again only when they have doubled.
 constexpr std::size_t longRow = 64 * 1024;
 
@@ -306,8 +307,8 @@ bool Reader::understand(Entry& entry)
         if (!checkName(1)) {
             return false;
         }
-        if (!isUtf8(m_fields[5].text)) {
-            return refuse(6, "not valid UTF-8");
+        if (!isText(m_fields[5].text)) {
+            return refuse(6, noText);
         }
         entry = AgentDefinition { m_fields[0].text, m_fields[5].text };
         return true;
@@ -321,11 +322,11 @@ bool Reader::understand(Entry& entry)
 bool Reader::understandFact(Entry& entry)
 {
     Fact fact { m_fields[3].text, m_fields[5].text };
-    if (!isUtf8(fact.name) || fact.name.empty()) {
+    if (!isText(fact.name) || fact.name.empty()) {
         return refuse(4, "a fact about the record needs a name");
     }
-    if (!isUtf8(fact.value)) {
-        return refuse(6, "not valid UTF-8");
+    if (!isText(fact.value)) {
+        return refuse(6, noText);
     }
     if (fact.name == "version") {
         int version = 0;
@@ -418,8 +419,8 @@ bool Reader::parseValue(ValueView& value)
         return true;
     }
     case ValueType::String:
-        if (!isUtf8(text)) {
-            return refuse(6, "not valid UTF-8");
+        if (!isText(text)) {
+            return refuse(6, noText);
         }
         value = ValueView::fromString(text);
         return true;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exchange.h"
 #include "facts.h"
+#include "utf8.h"
 
 #include <array>
 #include <charconv>
@@ -151,6 +152,11 @@ StoreResult exportChunk(
         if (more) {
             chunk.next = cursorAfter(last);
         }
+    }
+    if (!isText(chunk.content)) {
+        // It would be cut there on its way, and nobody told.
+        return StoreResult::failed(
+            StoreError::Damaged, "The record is damaged: its name, its description or a definition in it is no text.");
     }
     if (!chunk.content.empty()) {
         chunk.content.pop_back(); // the module ends the last row itself

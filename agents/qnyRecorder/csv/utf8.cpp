@@ -69,4 +69,9 @@ bool isUtf8(std::string_view bytes)
     return true;
 }
 
+bool isText(std::string_view bytes)
+{
+    return bytes.find('\0') == std::string_view::npos && isUtf8(bytes);
+}
+
 } // namespace recorder::csv

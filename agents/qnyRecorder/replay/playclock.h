@@ -41,7 +41,13 @@ public:
         if (!_isRunning) {
             return _basePositionUs;
         }
-        return _basePositionUs + static_cast<int64_t>(static_cast<double>(nowNs - _baseNs) * _speed / 1000.0);
+        // A record may be as long as a number can tell.
+        const double passedUs = static_cast<double>(nowNs - _baseNs) * _speed / 1000.0;
+        constexpr double FOREVER_US = 9.0e18;
+        if (passedUs >= FOREVER_US - static_cast<double>(_basePositionUs)) {
+            return INT64_MAX;
+        }
+        return _basePositionUs + static_cast<int64_t>(passedUs);
     }
     /// When the position is reached, given that the replay runs on as it does. Positions beyond some 290 years from now
     /// are cut there.

@@ -266,6 +266,21 @@ private slots:
         QVERIFY(reader.error().text().find("longer than 1 MiB") != std::string::npos);
     }
 
+    void aZeroByteStandsInNoText()
+    {
+        using namespace std::string_literals;
+        for (const std::string& row :
+            { "a;1;output;o;string;x\0y\n"s, "a;0;initial;o;string;\0\n"s, "a;0;agent;;string;{}\0\n"s,
+                ";0;record;name;string;x\0\n"s, ";0;record;na\0me;string;x\n"s, "a\0;1;output;o;integer;1\n"s }) {
+            Reader reader;
+            reader.feed(row);
+            reader.finish();
+            Entry entry;
+            QVERIFY2(reader.next(entry) == Reader::Step::Failed, row.c_str());
+            QVERIFY(reader.error().isRowWhole);
+        }
+    }
+
     void refusalsAreShortWhateverStandsThere()
     {
         const std::string longText(1'000'000, 'x');

@@ -190,6 +190,21 @@ private slots:
         QVERIFY(refused > 100);
     }
 
+    void whatIsNoTextIsRefused()
+    {
+        using namespace std::string_literals;
+        for (const std::string& bad : { "\xFF"s, "a\0b"s }) {
+            for (const Event& event : { Event(0, bad, "o", ValueView::impulse()),
+                     Event(0, "a", bad, ValueView::impulse()), Event(0, "a", "o", ValueView::fromString(bad)) }) {
+                std::string reason;
+                QVERIFY(unpack(pack({ event }), reason).empty());
+                QVERIFY2(reason.find("malformed") != std::string::npos, reason.c_str());
+            }
+            std::string reason;
+            QCOMPARE(unpack(pack({ Event(0, "a", "o", ValueView::fromData(bad)) }), reason).size(), std::size_t(1));
+        }
+    }
+
     void timesBeforeTheRecordAreRefused()
     {
         std::string reason;

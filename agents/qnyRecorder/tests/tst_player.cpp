@@ -204,6 +204,17 @@ class PlayerTest : public QObject
 private slots:
     // ---- reckoning
 
+    void positionsBeyondAllNumbersAreCutThere()
+    {
+        PlayClock clock;
+        clock.setPosition(0, INT64_MAX);
+        clock.start(0);
+        QCOMPARE(clock.position(11'000), INT64_MAX);
+        clock.setPosition(0, 0);
+        clock.setSpeed(0, 1e300);
+        QCOMPARE(clock.position(11'000), INT64_MAX);
+    }
+
     void deadlinesComeFromOneBaseAndFollowTheSpeed()
     {
         PlayClock clock;

@@ -46,6 +46,7 @@ private slots:
     void deadOwnersLeaveNoLockFilesBehind();
     void chunksUnderWrongTimesAreDamaged();
     void anExportOfChunksWithoutNumbersEnds();
+    void anExportOfWhatIsNoTextIsRefused();
     void numbersThatNoRecorderWritesHoldNobodyUp();
     void statesAreStoredEveryFewSeconds();
     void eventsBeyondTheBoundAreCountedWhenTheStoreIsBlocked();
@@ -578,6 +579,24 @@ void TestEmbeddedStore::anExportOfChunksWithoutNumbersEnds()
     } while (result && !chunk.next.isEmpty() && ++chunks < 20);
     QVERIFY(result.error == StoreError::Damaged);
     QVERIFY2(result.message.find("numbers a chunk") != std::string::npos, result.message.c_str());
+}
+
+// Behind a zero byte all of it would be missing in the person's file.
+void TestEmbeddedStore::anExportOfWhatIsNoTextIsRefused()
+{
+    std::string uuid;
+    {
+        const auto store = openStore();
+        uuid = record(*store, { numberedText(1) });
+    }
+    for (const char* text : { "'a' || char(0) || 'b'", "CAST(x'FF' AS TEXT)" }) {
+        QVERIFY(runSql(m_under.place(), QByteArray("UPDATE records SET description = ") + text));
+        const auto store = openStore();
+        csv::ExportChunk chunk;
+        const StoreResult result = csv::exportChunk(*read(*store, uuid), {}, chunk);
+        QVERIFY(result.error == StoreError::Damaged);
+        QVERIFY2(result.message.find("no text") != std::string::npos, result.message.c_str());
+    }
 }
 
 void TestEmbeddedStore::numbersThatNoRecorderWritesHoldNobodyUp()
