@@ -82,6 +82,8 @@ public:
     // there already.
     void lookAgain() { m_tried = 0; }
     Step next(Entry& entry);
+    // After a refusal of a row whose end is known: next() gives the one behind it.
+    void passOver() { m_failed = false; }
     const Error& error() const { return m_error; }
     std::uint64_t line() const { return m_line; } // of the next row
     std::uint64_t rowLine() const { return m_rowLine; } // where the last row began

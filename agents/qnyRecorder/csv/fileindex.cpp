@@ -205,15 +205,14 @@ StoreResult FileIndex::takeRows()
         // A row whose end is known is passed over as a whole, for a text in it may look like rows.
         if (wrong.isRowWhole || step == Reader::Step::Row) {
             noteBadRow(wrong.text(), m_base + m_reader.rowOffset());
-            restartAt(m_base + m_reader.offset(), m_reader.line());
-        } else {
-            const std::string begin = "line " + std::to_string(m_reader.line());
-            noteBadRow(wrong.line == m_reader.line()
-                    ? wrong.text()
-                    : begin + ": the row that begins here goes wrong at " + wrong.text(),
-                row);
-            restartAt(nextLineAfter(row), m_reader.line() + 1);
+            m_reader.passOver();
+            continue;
         }
+        const std::string begin = "line " + std::to_string(m_reader.line());
+        noteBadRow(wrong.line == m_reader.line() ? wrong.text()
+                                                 : begin + ": the row that begins here goes wrong at " + wrong.text(),
+            row);
+        restartAt(nextLineAfter(row), m_reader.line() + 1);
         return StoreResult::done();
     }
 }

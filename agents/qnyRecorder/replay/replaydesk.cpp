@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 namespace recorder {
 
@@ -152,12 +153,14 @@ QString ReplayDesk::show(const LoadJob::Request& request, std::unique_ptr<Record
             endUs = static_cast<int64_t>(wantedEndUs);
         }
     }
+    std::unordered_map<std::string_view, const AgentDefinition*> definitions; // a file may have very many
+    for (const AgentDefinition& definition : reader->definitions()) {
+        definitions.emplace(definition.agent, &definition);
+    }
     for (const std::string& agent : reader->agents()) {
-        const auto& definitions = reader->definitions();
-        const auto known = std::find_if(
-            definitions.begin(), definitions.end(), [&](const AgentDefinition& one) { return one.agent == agent; });
+        const auto known = definitions.find(agent);
         loaded->agents.append(QString::fromStdString(agent));
-        loaded->definitions.push_back(known == definitions.end() ? AgentDefinition { agent, {} } : *known);
+        loaded->definitions.push_back(known == definitions.end() ? AgentDefinition { agent, {} } : *known->second);
     }
 
     QStringList live;

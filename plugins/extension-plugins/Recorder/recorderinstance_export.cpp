@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <sys/stat.h>
 
 // A download is a loop with one request under way at a time: each answer is written, and asks for the next chunk with
 // the cursor that it brought.
@@ -22,6 +23,13 @@ namespace {
 // How much of a chunk is converted and written at a time: little enough to stay in the processor's cache, so that a
 // chunk of megabytes does not hold up the pages for longer than the disk takes.
 constexpr qsizetype SLICE_LENGTH = 64 * 1024;
+
+// Opening one waits for whoever reads it, and the window would wait along.
+bool isPipe(const QString& path)
+{
+    struct stat status = {};
+    return stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
 
 } // namespace
 
@@ -152,7 +160,7 @@ bool RecorderInstance::_openRecordFile(const QString& filePath)
     Q_ASSERT(!filePath.isEmpty());
     _closeRecordFile();
     auto* const file = new QFile(filePath, this);
-    if (!file->open(QIODevice::WriteOnly | QIODevice::Text)) {
+    if (isPipe(filePath) || !file->open(QIODevice::WriteOnly | QIODevice::Text)) {
         delete file;
         return false;
     }

@@ -7,6 +7,9 @@
 #include <QtTest/QSignalSpy>
 
 #include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 class tst_RecorderExport : public QObject
 {
@@ -21,6 +24,7 @@ private Q_SLOTS:
     void theSaveDialogIsTranslated();
     void anInstanceThatGoesWhileTheDialogIsOpenDownloadsNothing();
     void aFileThatCanNotBeOpenedIsWarnedOf();
+    void aPipeIsNotWrittenInto();
     void aRecordOfOneChunkIsWrittenAndEnds();
     void furtherChunksAreAskedForByTheirCursor();
     void aCancelIsHonouredAtTheNextChunk();
@@ -107,6 +111,25 @@ void tst_RecorderExport::aFileThatCanNotBeOpenedIsWarnedOf()
     files.instance->downloadRecord(files.record);
     QVERIFY(!files.instance->isDownloadingRecord());
     QCOMPARE(files.instance->exportRecord(), nullptr);
+    QCOMPARE(QuenaryDouble::calledServices(), QStringList());
+}
+
+void tst_RecorderExport::aPipeIsNotWrittenInto()
+{
+    Files files;
+    const QString path = files.path("out.csv");
+    QTest::ignoreMessage(QtWarningMsg,
+        qPrintable("void RecorderInstance::downloadRecord(RecorderRecord *) failed to open file \"" + path + "\""));
+    // Somebody reads it here, so that the test would not wait with the window.
+    int reader = -1;
+    const DialogAnswer answer(path, [&] {
+        QCOMPARE(mkfifo(qPrintable(path), 0600), 0);
+        reader = open(qPrintable(path), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    });
+    files.instance->downloadRecord(files.record);
+    QVERIFY(reader >= 0);
+    close(reader);
+    QVERIFY(!files.instance->isDownloadingRecord());
     QCOMPARE(QuenaryDouble::calledServices(), QStringList());
 }
 
