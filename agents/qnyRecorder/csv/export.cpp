@@ -16,6 +16,7 @@ namespace {
 constexpr std::uint64_t amongEvents = std::uint64_t(1) << 63;
 constexpr std::uint64_t mostSequence = (std::uint64_t(1) << 40) - 1;
 constexpr std::uint32_t mostIndex = 0xFFFFFF;
+constexpr std::size_t mostContentBytes = 60 * 1024 * 1024; // of the 64 MiB that a call may have
 
 ExportCursor makeCursor(std::uint64_t high, std::uint64_t low, std::int32_t bucket)
 {
@@ -152,6 +153,13 @@ StoreResult exportChunk(
         if (more) {
             chunk.next = cursorAfter(last);
         }
+    }
+    if (chunk.content.size() > mostContentBytes) {
+        // The network would not take it, and who asked would wait for ever.
+        chunk.content.clear();
+        return StoreResult::failed(StoreError::Refused,
+            "The record has a row of more than " + std::to_string(mostContentBytes / 1024 / 1024)
+                + " MiB, which cannot be sent.");
     }
     if (!isText(chunk.content)) {
         // It would be cut there on its way, and nobody told.

@@ -47,6 +47,7 @@ private slots:
     void chunksUnderWrongTimesAreDamaged();
     void anExportOfChunksWithoutNumbersEnds();
     void anExportOfWhatIsNoTextIsRefused();
+    void anExportOfARowTooLongToBeSentIsRefused();
     void numbersThatNoRecorderWritesHoldNobodyUp();
     void statesAreStoredEveryFewSeconds();
     void eventsBeyondTheBoundAreCountedWhenTheStoreIsBlocked();
@@ -597,6 +598,24 @@ void TestEmbeddedStore::anExportOfWhatIsNoTextIsRefused()
         QVERIFY(result.error == StoreError::Damaged);
         QVERIFY2(result.message.find("no text") != std::string::npos, result.message.c_str());
     }
+}
+
+void TestEmbeddedStore::anExportOfARowTooLongToBeSentIsRefused()
+{
+    const auto store = openStore();
+    RecordFacts facts = newFacts("long");
+    facts.description = std::string(61 * 1024 * 1024, 'x');
+    std::unique_ptr<RecordWriter> writer;
+    RR_DONE(store->create(facts, writer));
+    RR_DONE(writer->close(0));
+    csv::ExportChunk chunk;
+    StoreResult result;
+    do {
+        const csv::ExportCursor cursor = chunk.next;
+        result = csv::exportChunk(*read(*store, facts.uuid), cursor, chunk);
+    } while (result && !chunk.next.isEmpty());
+    QVERIFY(result.error == StoreError::Refused);
+    QVERIFY2(result.message.find("cannot be sent") != std::string::npos, result.message.c_str());
 }
 
 void TestEmbeddedStore::numbersThatNoRecorderWritesHoldNobodyUp()
