@@ -240,10 +240,7 @@ private:
         }
     }
 
-    void receive(std::string_view bytes)
-    {
-        m_network->receiveMessage(std::make_shared<zmq::message_t>(bytes));
-    }
+    void receive(std::string_view bytes) { m_network->receiveMessage(std::make_shared<zmq::message_t>(bytes), -1); }
 
     void say(wire::MessageType type, std::string_view payload)
     {

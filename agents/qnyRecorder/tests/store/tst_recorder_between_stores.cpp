@@ -60,7 +60,7 @@ public:
                 continue;
             }
             const std::array<char32_t, 5> ends { 0x7F, 0x800, 0xD800, 0x10000, 0x110000 };
-            auto character = static_cast<char32_t>(below(ends[below(ends.size())]));
+            auto character = static_cast<char32_t>(1 + below(ends[below(ends.size())] - 1)); // no text holds a zero
             if (character >= 0xD800 && character < 0xE000) {
                 character -= 0x800; // no half of a pair
             }
