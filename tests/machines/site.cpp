@@ -10,6 +10,7 @@
 
 #include <host.h>
 #include <networkconfiguration.h>
+#include <quenary.h>
 #include <reservedagentandtoolfamilies.h>
 #include <runningagentinfo.h>
 #include <systemdocument.h>
@@ -26,6 +27,7 @@ using namespace tour;
 namespace {
 
 const QString OBSERVED = QStringLiteral("observed.csv");
+const QString CERTIFICATES = QStringLiteral("certificates");
 
 } // namespace
 
@@ -68,16 +70,48 @@ QString Site::join(const Way& way)
     _way = way;
     NetworkConfiguration* const network = NetworkConfiguration::instance();
     network->disconnectFromNetwork();
+    // The host hears of it a little later, and must not take who was there for who comes.
+    if (const QString problem = _await("all to be gone", [this] { return !hasLauncher() && plantAgentsSeen() == 0; });
+        !problem.isEmpty()) {
+        return problem;
+    }
     host.newDocument();
     qputenv("QNY_LISTEN", way.listen.toLatin1());
     network->setdevice(way.device);
     network->setport(_port);
     network->setpeers(way.peers);
+    if (way.isSecured) {
+        if (const QString problem = _makeCertificates(); !problem.isEmpty()) {
+            return problem;
+        }
+    }
+    network->setprivateCertificate(way.isSecured ? _certificate(HOST) : QString());
+    network->setpublicCertificates(way.isSecured ? path(CERTIFICATES) : QString());
     if (!network->connectToNetwork()) {
         return network->errorText();
     }
     module = ObjectHandle(host.module(QStringLiteral("recordAndReplay")));
     return module.isNull() ? QStringLiteral("there is no module") : QString();
+}
+
+QString Site::_certificate(const QString& machine) const
+{
+    return path(CERTIFICATES) + u'/' + machine + QStringLiteral(".cert_secret");
+}
+
+QString Site::_makeCertificates() const
+{
+    if (!QDir().mkpath(path(CERTIFICATES))) {
+        return QStringLiteral("there is no folder for certificates");
+    }
+    for (const QString& machine : { HOST, RECORDER }) {
+        if (qny_certificate_make(
+                path(CERTIFICATES).toLocal8Bit().constData(), machine.toUtf8().constData(), nullptr, nullptr)
+            != QNY_SUCCESS) {
+            return QString::fromUtf8(qny_last_error());
+        }
+    }
+    return {};
 }
 
 QProcessEnvironment Site::_environment(const QString& machine) const
@@ -88,6 +122,10 @@ QProcessEnvironment Site::_environment(const QString& machine) const
     environment.insert("QNY_PEERS", _way.peers);
     environment.insert("QNY_LISTEN", _way.listen);
     environment.insert("XDG_DATA_HOME", path(machine));
+    if (_way.isSecured) {
+        environment.insert("QNY_PRIVATE_CERTIFICATE", _certificate(machine));
+        environment.insert("QNY_PUBLIC_CERTIFICATES", path(CERTIFICATES));
+    }
     return environment;
 }
 
@@ -194,8 +232,10 @@ QString Site::stopPlant()
     return readJournals(path(QStringLiteral("journals-%1").arg(_plantRuns)), &_journal);
 }
 
-void Site::forgetLauncher()
+void Site::losePower()
 {
+    _network.powerDown(RECORDER);
+    _window.stop.askedUs = _window.stop.seenUs = nowUs();
     if (_launcher) {
         _launcher->waitForFinished(PATIENCE_MS);
         _launcher.reset();
@@ -269,6 +309,11 @@ QString Site::stopRecording()
         return problem;
     }
     _window.stop.seenUs = nowUs();
+    return _awaitNewRecord();
+}
+
+QString Site::_awaitNewRecord()
+{
     record = {};
     return _await("a new record in the list", [&] {
         const QList<ObjectHandle> records = endedRecords(instance);

@@ -49,6 +49,7 @@ public:
         QString device;
         QString peers;
         QString listen;
+        bool isSecured = false; // the recorder's machine has a certificate of its own, the others share one
     };
     QString join(const Way& way);
 
@@ -64,8 +65,8 @@ public:
     /// Until each of the plant's agents published something that reached it, after this moment.
     QString seePlantAfter(qint64 us);
     void stopWatching() { _observer.reset(); }
-    /// After its machine lost its power.
-    void forgetLauncher();
+    /// The recorder's machine ends all that runs on it.
+    void losePower();
 
     QString addRecorder();
     QString connectRecorder();
@@ -74,6 +75,8 @@ public:
     QString startRecording();
     QString recordFor(double seconds);
     QString stopRecording();
+    /// What was recorded until the recorder's machine lost its power.
+    QString findRecordCutShort() { return _awaitNewRecord(); }
 
     /// What a list that came anew has of it.
     QString findRecordAgain();
@@ -117,6 +120,9 @@ private:
     QString _await(const char* what, const std::function<bool()>& condition) const;
     QProcessEnvironment _environment(const QString& machine) const;
     QString _chooseSpeed(double speed);
+    QString _awaitNewRecord(); // of what was recorded last
+    QString _certificate(const QString& machine) const;
+    QString _makeCertificates() const;
 
     VirtualNetwork& _network;
     QTemporaryDir _folder;

@@ -242,6 +242,24 @@ private Q_SLOTS:
         QCOMPARE(site().waitingFor(), "");
     }
 
+    void aReplayIsInHandAgainAfterItsMachineStoodStill_data() { _pauses({ "6" }); }
+    void aReplayIsInHandAgainAfterItsMachineStoodStill()
+    {
+        QFETCH(const int, seconds);
+        QCOMPARE(site().findRecordAgain(), "");
+        QCOMPARE(site().load(), "");
+        QCOMPARE(site().play(1.0), "");
+        QCOMPARE(_freezeFor(seconds), "");
+        QCOMPARE(_foundAgain(seconds), "");
+        // It goes on to its end by itself, and can be played again.
+        QCOMPARE(site().findRecordAgain(), "");
+        QVERIFY(site().record.isTrue("isLoaded"));
+        QTRY_VERIFY_WITH_TIMEOUT(!site().record.isTrue("isReplaying"), Site::PATIENCE_MS);
+        QCOMPARE(site().playToItsEnd(4.0), "");
+        QCOMPARE(site().unload(), "");
+        QCOMPARE(site().waitingFor(), "");
+    }
+
     void aLoadEndsThoughTheLinkIsCutUnderIt_data() { _cuts({ "1 jammed" }); }
     void aLoadEndsThoughTheLinkIsCutUnderIt()
     {
@@ -353,10 +371,12 @@ private Q_SLOTS:
 
     void aMachineThatRestartsWithAnotherAddressIsFoundAgainWithItsRecords()
     {
-        // Given a machine that loses its power, which the host notices
+        // Given a machine that loses its power while its recorder records, which the host notices
+        QCOMPARE(site().startPlant(), "");
+        QCOMPARE(site().startRecording(), "");
+        QCOMPARE(site().recordFor(5.0), "");
         _isOutageLong = true;
-        network().powerDown(Site::RECORDER);
-        site().forgetLauncher();
+        site().losePower();
         QTRY_VERIFY_WITH_TIMEOUT(!site().isOn() && !site().hasLauncher(), 2 * QNY_PRESENCE_BOUND_MS);
         // When it starts again with another address, its launcher is found, and the recorder can be connected
         QCOMPARE(network().powerUp(Site::RECORDER, { { DEVICE, LAN, { "10.87.0.77/24" } } }), "");
@@ -366,7 +386,42 @@ private Q_SLOTS:
         QCOMPARE(site().findRecordAgain(), "");
         QCOMPARE(site().download("restarted.csv"), "");
         QCOMPARE(contentOf(site().path("restarted.csv")), contentOf(site().path("record.csv")));
+        // And the last one up to the end, which says that it was not ended; and records again
+        QVERIFY(!site().instance.isTrue("isRecording"));
+        QCOMPARE(site().stopPlant(), "");
+        QCOMPARE(site().findRecordCutShort(), "");
+        QCOMPARE(site().download("cut short.csv"), "");
+        QCOMPARE(site().checkLosses("cut short.csv"), "");
+        QVERIFY(contentOf(site().path("cut short.csv")).contains("without closing this record"));
+        QCOMPARE(site().waitingFor(), "");
         QCOMPARE(site().disconnectRecorder(), "");
+    }
+
+    void aSecuredRecordingGoesOnThroughACut_data() { _cuts({ "6 jammed" }); }
+    void aSecuredRecordingGoesOnThroughACut()
+    {
+        QFETCH(const int, seconds);
+        QFETCH(const Fault, fault);
+        _isOutageLong = true; // everybody leaves, and comes again secured
+        if (!qny_is_secured()) {
+            QVERIFY(!site().isOn() || site().disconnectRecorder().isEmpty());
+            QCOMPARE(site().join({ DEVICE, "", "", true }), "");
+            QCOMPARE(site().startLauncher(), "");
+            QCOMPARE(site().addRecorder(), "");
+            QCOMPARE(site().connectRecorder(), "");
+        }
+        QVERIFY(qny_is_secured());
+        QCOMPARE(site().startPlant(), "");
+        QCOMPARE(site().startRecording(), "");
+        QCOMPARE(site().recordFor(1.0), "");
+        QCOMPARE(_cutFor(seconds, fault), "");
+        QCOMPARE(_foundAgain(seconds), "");
+        QCOMPARE(site().recordFor(0.5), "");
+        QCOMPARE(site().stopRecording(), "");
+        QCOMPARE(site().stopPlant(), "");
+        QCOMPARE(site().download("secured.csv"), "");
+        QCOMPARE(site().checkLosses("secured.csv"), "");
+        QCOMPARE(site().waitingFor(), "");
     }
 
 private:
