@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <mutex>
 #include <random>
@@ -114,7 +115,8 @@ void onAnswer(const char*, const char*, const char*, qny_service_arg_t*, size_t,
 void onRead(const char*, const char*, const char*, qny_service_arg_t* argument, size_t, const char*, void* user)
 {
     auto* to = static_cast<Progress*>(user);
-    const auto* told = static_cast<const uint64_t*>(argument->data);
+    uint64_t told[2] {};
+    std::memcpy(told, argument->data, sizeof told);
     const std::lock_guard lock(to->mutex);
     to->read = told[0];
     to->lost = told[1];

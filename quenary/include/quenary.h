@@ -370,7 +370,9 @@ QNY_EXPORT qny_result_t qny_service_args_add_data(qny_service_arg_t **list, cons
 QNY_EXPORT void qny_service_args_destroy(qny_service_arg_t **list);
 QNY_EXPORT size_t qny_service_args_count(const qny_service_arg_t *list);
 
-/* token is null when the caller sent none. sender_agent_uuid is the agent that called: an answer goes there. */
+/* token is null when the caller sent none. sender_agent_uuid is the agent that called: an answer goes there. The
+ * arguments last until the function returns; texts and data lie where the message lies, at any address: what is read
+ * out of data as numbers is copied first. */
 typedef void (*qny_service_fn)(const char *sender_agent_name, const char *sender_agent_uuid, const char *service_name,
                                qny_service_arg_t *first_argument, size_t args_count, const char *token, void *user_data);
 

@@ -665,12 +665,7 @@ bool Dispatcher::runCall(Lock& lock, const Batch& batch, std::string_view payloa
     ++m_core.statistics.callsReceived;
     const AgentPtr callee = m_core.onlineAgent(calleeUuid);
     Service* service = callee ? callee->services.find(serviceName) : nullptr;
-    struct List
-    {
-        qny_service_arg_t* first = nullptr;
-        ~List() { freeArguments(first); }
-    } list;
-    qny_service_arg_t** tail = &list.first;
+    ReceivedArguments arguments(count);
     for (size_t i = 0; i < count; ++i) {
         const auto type = readType(reader);
         const std::string_view bytes = reader.text();
@@ -678,7 +673,7 @@ bool Dispatcher::runCall(Lock& lock, const Batch& batch, std::string_view payloa
             return false;
         }
         const bool declared = service && i < service->arguments.size();
-        appendArgument(tail, type, bytes, declared ? std::string_view(service->arguments[i].name) : std::string_view());
+        arguments.add(type, bytes, declared ? std::string_view(service->arguments[i].name) : std::string_view());
     }
     if (!reader.atEnd()) {
         return false;
@@ -694,7 +689,7 @@ bool Dispatcher::runCall(Lock& lock, const Batch& batch, std::string_view payloa
     const CertificatePtr certificate = batch.peer->certificate;
     call(lock, callback, [&] {
         const CallerScope scope(certificate.get());
-        callback->service(from->name.c_str(), from->uuidText.c_str(), serviceName.c_str(), list.first, count,
+        callback->service(from->name.c_str(), from->uuidText.c_str(), serviceName.c_str(), arguments.first(), count,
             flags & wire::callHasToken ? token.c_str() : nullptr, callback->userData);
     });
     return true;

@@ -10,32 +10,45 @@
 
 namespace qny {
 
+namespace {
+
+// Texts and data stay where they are.
+qny_service_arg_t argumentOf(qny_value_type_t type, std::string_view bytes)
+{
+    qny_service_arg_t argument {};
+    argument.type = type;
+    argument.size = bytes.size();
+    switch (type) {
+    case QNY_BOOL_T:
+        argument.b = bytes[0] != '\0';
+        break;
+    case QNY_INTEGER_T:
+        argument.i = scalar<int32_t>(bytes);
+        break;
+    case QNY_DOUBLE_T:
+        argument.d = scalar<double>(bytes);
+        break;
+    case QNY_STRING_T:
+        argument.c = const_cast<char*>(bytes.data());
+        break;
+    default:
+        argument.data = bytes.empty() ? nullptr : const_cast<char*>(bytes.data());
+        break;
+    }
+    return argument;
+}
+
+} // namespace
+
 void appendArgument(qny_service_arg_t**& tail, qny_value_type_t type, std::string_view bytes, std::string_view name)
 {
     auto* argument = static_cast<qny_service_arg_t*>(allocate(sizeof(qny_service_arg_t)));
-    *argument = {};
+    *argument = argumentOf(type, bytes);
     argument->name = duplicate(name);
-    argument->type = type;
-    argument->size = bytes.size();
-    switch (type) {
-    case QNY_BOOL_T:
-        argument->b = bytes[0] != '\0';
-        break;
-    case QNY_INTEGER_T:
-        argument->i = scalar<int32_t>(bytes);
-        break;
-    case QNY_DOUBLE_T:
-        argument->d = scalar<double>(bytes);
-        break;
-    case QNY_STRING_T:
+    if (type == QNY_STRING_T) {
         argument->c = duplicate(bytes.substr(0, bytes.size() - 1));
-        break;
-    default:
-        argument->data = bytes.empty() ? nullptr : allocate(bytes.size());
-        if (!bytes.empty()) {
-            std::memcpy(argument->data, bytes.data(), bytes.size());
-        }
-        break;
+    } else if (type == QNY_DATA_T && !bytes.empty()) {
+        argument->data = std::memcpy(allocate(bytes.size()), bytes.data(), bytes.size());
     }
     *tail = argument;
     tail = &argument->next;
@@ -54,6 +67,29 @@ void freeArguments(qny_service_arg_t* list)
         qny_free(list);
         list = next;
     }
+}
+
+ReceivedArguments::ReceivedArguments(size_t count)
+    : m_many(count > m_few.size() ? count : 0)
+    , m_arguments(m_many.empty() ? m_few.data() : m_many.data())
+{
+}
+
+void ReceivedArguments::add(qny_value_type_t type, std::string_view bytes, std::string_view name)
+{
+    m_arguments[m_count++] = argumentOf(type, bytes);
+    m_names.append(name).push_back('\0');
+}
+
+qny_service_arg_t* ReceivedArguments::first()
+{
+    char* name = m_names.data();
+    for (size_t i = 0; i < m_count; ++i) {
+        m_arguments[i].name = name;
+        m_arguments[i].next = i + 1 < m_count ? &m_arguments[i + 1] : nullptr;
+        name += std::strlen(name) + 1;
+    }
+    return m_count > 0 ? m_arguments : nullptr;
 }
 
 namespace {

@@ -152,6 +152,63 @@ TEST_F(Services, LongArgumentsArriveWhereverTheyStand)
     }
 }
 
+TEST_F(Services, ArgumentsLastUntilTheirCallbackReturnsWhateverComesMeanwhile)
+{
+    struct Reading
+    {
+        static void take(
+            const char*, const char*, const char*, qny_service_arg_t* first, size_t count, const char*, void* self)
+        {
+            auto* reading = static_cast<Reading*>(self);
+            std::unique_lock lock(reading->mutex);
+            reading->hasBegun = true;
+            reading->changed.notify_all();
+            reading->changed.wait_for(lock, 10s, [&] { return reading->mayRead; });
+            for (; first; first = first->next) {
+                reading->read += std::string(first->name) + "=" + first->c + ";";
+            }
+            reading->ended += count;
+            reading->changed.notify_all();
+        }
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool hasBegun = false;
+        bool mayRead = false;
+        size_t ended = 0;
+        std::string read;
+    } reading;
+    qny_service_init("take", &Reading::take, &reading);
+    qny_service_arg_add("take", "declared", QNY_STRING_T);
+    qny_agent_t* caller = qny_agent_new("caller", nullptr);
+    ASSERT_EQ(qny_agent_activate(caller), QNY_SUCCESS);
+    const auto callWith = [&](std::initializer_list<std::string> texts) {
+        qny_service_arg_t* list = nullptr;
+        for (const std::string& text : texts) {
+            qny_service_args_add_string(&list, text.c_str());
+        }
+        return qny_agent_service_call(caller, "me", "take", &list, nullptr);
+    };
+    const std::string longText(70'000, 'l');
+    ASSERT_EQ(callWith({ "a", longText, "c", "d", "e" }), QNY_SUCCESS) << qny_last_error();
+    std::unique_lock lock(reading.mutex);
+    ASSERT_TRUE(reading.changed.wait_for(lock, 10s, [&] { return reading.hasBegun; }));
+    lock.unlock();
+    constexpr size_t MORE = 200;
+    for (size_t i = 0; i < MORE; ++i) {
+        ASSERT_EQ(callWith({ std::string(i * 100, 'x') }), QNY_SUCCESS);
+    }
+    qny_service_arg_add("take", std::string(100, 'n').c_str(), QNY_STRING_T); // the names are another list's now
+    lock.lock();
+    reading.mayRead = true;
+    reading.changed.notify_all();
+    EXPECT_TRUE(reading.changed.wait_for(lock, 10s, [&] { return reading.ended == 5 + MORE; }));
+    lock.unlock();
+    const std::string first = "declared=a;=" + longText + ";=c;=d;=e;";
+    EXPECT_TRUE(reading.read.starts_with(first)) << reading.read.substr(0, 100);
+    qny_service_remove("take");
+    EXPECT_EQ(qny_agent_destroy(caller), QNY_SUCCESS);
+}
+
 TEST_F(Services, ATokenComesBackUntouched)
 {
     PeerProcess other("other");
