@@ -297,6 +297,15 @@ QString Site::recordFor(double seconds)
         [&] { return instance.isTrue("isRecording") && instance.number("recordingProgressInSeconds") >= until; });
 }
 
+QString Site::recordPlant(double seconds)
+{
+    QString problem = startPlant();
+    if (problem.isEmpty()) {
+        problem = startRecording();
+    }
+    return problem.isEmpty() ? recordFor(seconds) : problem;
+}
+
 QString Site::stopRecording()
 {
     const SignalCounter answers(module, SIGNAL(recordingStoppedReceived(QString)));
@@ -501,6 +510,18 @@ QString Site::checkLosses(const QString& fileName, AtTheEnd atTheEnd)
     qInfo("%s", qPrintable(account.summary()));
     const bool isWhole = atTheEnd == AtTheEnd::SomeAreAway || account.unheard == 0;
     return account.faults.isEmpty() && isWhole ? QString() : account.summary();
+}
+
+QString Site::stopAndCheckLosses(const QString& fileName)
+{
+    QString problem = stopRecording();
+    if (problem.isEmpty()) {
+        problem = stopPlant();
+    }
+    if (problem.isEmpty()) {
+        problem = download(fileName);
+    }
+    return problem.isEmpty() ? checkLosses(fileName) : problem;
 }
 
 QString Site::waitingFor() const

@@ -74,6 +74,8 @@ public:
 
     QString startRecording();
     QString recordFor(double seconds);
+    /// The plant, from its start.
+    QString recordPlant(double seconds);
     QString stopRecording();
     /// What was recorded until the recorder's machine lost its power.
     QString findRecordCutShort() { return _awaitNewRecord(); }
@@ -101,6 +103,8 @@ public:
         AllAreBack
     };
     QString checkLosses(const QString& fileName, AtTheEnd atTheEnd = AtTheEnd::SomeAreAway);
+    /// The recording's end, then the plant's, and what was downloaded into that file.
+    QString stopAndCheckLosses(const QString& fileName);
 
     /// Empty when no page waits for an answer, else for which.
     QString waitingFor() const;

@@ -127,9 +127,7 @@ private Q_SLOTS:
     {
         QFETCH(const int, seconds);
         QFETCH(const Fault, fault);
-        QCOMPARE(site().startPlant(), "");
-        QCOMPARE(site().startRecording(), "");
-        QCOMPARE(site().recordFor(1.0), "");
+        QCOMPARE(site().recordPlant(1.0), "");
         QCOMPARE(network().cut(Site::PLANT, DEVICE, fault), "");
         QCOMPARE(_passes(seconds, Site::PLANT), "");
         _isOutageLong = true; // the recorder waits a while for who is not heard
@@ -146,18 +144,13 @@ private Q_SLOTS:
     {
         QFETCH(const int, seconds);
         QFETCH(const Fault, fault);
-        QCOMPARE(site().startPlant(), "");
-        QCOMPARE(site().startRecording(), "");
-        QCOMPARE(site().recordFor(1.0), "");
+        QCOMPARE(site().recordPlant(1.0), "");
         QCOMPARE(_cutFor(seconds, fault), "");
         QCOMPARE(_foundAgain(seconds), "");
         // The recorder recorded meanwhile, and the page shows how long.
         QCOMPARE(site().recordFor(0.5), "");
         QVERIFY(site().instance.number("recordingProgressInSeconds") > seconds);
-        QCOMPARE(site().stopRecording(), "");
-        QCOMPARE(site().stopPlant(), "");
-        QCOMPARE(site().download("record.csv"), "");
-        QCOMPARE(site().checkLosses("record.csv"), "");
+        QCOMPARE(site().stopAndCheckLosses("record.csv"), "");
         QCOMPARE(site().waitingFor(), "");
         if (_isNoticed(seconds)) {
             const QString told = site().host.notices().join(u'\n');
@@ -171,9 +164,7 @@ private Q_SLOTS:
     {
         QFETCH(const int, seconds);
         QFETCH(const Fault, fault);
-        QCOMPARE(site().startPlant(), "");
-        QCOMPARE(site().startRecording(), "");
-        QCOMPARE(site().recordFor(1.0), "");
+        QCOMPARE(site().recordPlant(1.0), "");
         QCOMPARE(site().instance.call("pauseRecording"), "");
         QTRY_VERIFY_WITH_TIMEOUT(site().instance.isTrue("isRecordingPaused"), Site::PATIENCE_MS);
         QCOMPARE(_cutFor(seconds, fault), "");
@@ -193,16 +184,11 @@ private Q_SLOTS:
     void aMachineThatStoodStillIsFoundAgainAndRecordsOn()
     {
         QFETCH(const int, seconds);
-        QCOMPARE(site().startPlant(), "");
-        QCOMPARE(site().startRecording(), "");
-        QCOMPARE(site().recordFor(1.0), "");
+        QCOMPARE(site().recordPlant(1.0), "");
         QCOMPARE(_freezeFor(seconds), "");
         QCOMPARE(_foundAgain(seconds), "");
         // It is ended at once: who has not been met again by then is named in the record.
-        QCOMPARE(site().stopRecording(), "");
-        QCOMPARE(site().stopPlant(), "");
-        QCOMPARE(site().download("record.csv"), "");
-        QCOMPARE(site().checkLosses("record.csv"), "");
+        QCOMPARE(site().stopAndCheckLosses("record.csv"), "");
     }
 
     void anIdleRecorderIsFoundAgainAfterACut_data() { _cuts({ "2 jammed" }); }
@@ -372,9 +358,7 @@ private Q_SLOTS:
     void aMachineThatRestartsWithAnotherAddressIsFoundAgainWithItsRecords()
     {
         // Given a machine that loses its power while its recorder records, which the host notices
-        QCOMPARE(site().startPlant(), "");
-        QCOMPARE(site().startRecording(), "");
-        QCOMPARE(site().recordFor(5.0), "");
+        QCOMPARE(site().recordPlant(5.0), "");
         _isOutageLong = true;
         site().losePower();
         QTRY_VERIFY_WITH_TIMEOUT(!site().isOn() && !site().hasLauncher(), 2 * QNY_PRESENCE_BOUND_MS);
@@ -411,16 +395,11 @@ private Q_SLOTS:
             QCOMPARE(site().connectRecorder(), "");
         }
         QVERIFY(qny_is_secured());
-        QCOMPARE(site().startPlant(), "");
-        QCOMPARE(site().startRecording(), "");
-        QCOMPARE(site().recordFor(1.0), "");
+        QCOMPARE(site().recordPlant(1.0), "");
         QCOMPARE(_cutFor(seconds, fault), "");
         QCOMPARE(_foundAgain(seconds), "");
         QCOMPARE(site().recordFor(0.5), "");
-        QCOMPARE(site().stopRecording(), "");
-        QCOMPARE(site().stopPlant(), "");
-        QCOMPARE(site().download("secured.csv"), "");
-        QCOMPARE(site().checkLosses("secured.csv"), "");
+        QCOMPARE(site().stopAndCheckLosses("secured.csv"), "");
         QCOMPARE(site().waitingFor(), "");
     }
 

@@ -117,19 +117,17 @@ std::string nameOfFile(const std::string& path)
     return name;
 }
 
-// Characters that control a terminal (U+0080 to U+009F) or turn the reading of a line around: whoever looks at a
-// certificate must see what it says.
-bool misleads(std::string_view utf8)
+// Characters that turn the reading of a line around: whoever looks at a certificate must see what it says.
+bool turnsAround(std::string_view utf8)
 {
     for (size_t i = 0; i + 1 < utf8.size(); ++i) {
         const auto at = [&](size_t offset) {
             return i + offset < utf8.size() ? static_cast<unsigned char>(utf8[i + offset]) : 0U;
         };
-        const bool isControl = at(0) == 0xC2 && at(1) < 0xA0;
         const bool isMark = at(0) == 0xE2 && at(1) == 0x80 && (at(2) == 0x8E || at(2) == 0x8F);
         const bool turns = at(0) == 0xE2 && at(1) == 0x80 && at(2) >= 0xA8 && at(2) <= 0xAE;
         const bool isolates = at(0) == 0xE2 && at(1) == 0x81 && at(2) >= 0xA6 && at(2) <= 0xA9;
-        if (isControl || isMark || turns || isolates) {
+        if (isMark || turns || isolates) {
             return true;
         }
     }
@@ -259,8 +257,8 @@ std::string metadataProblem(std::string_view name, std::string_view value)
     if (name.empty() || name.size() > maxNameBytes || !std::ranges::all_of(name, allowed)) {
         return "the name of a piece of metadata consists of 1 to 255 letters, digits, -, _ and .";
     }
-    const auto forbidden = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F || c == '"'; };
-    if (value.size() > 1024 || !isUtf8(value) || std::ranges::any_of(value, forbidden) || misleads(value)) {
+    if (value.size() > 1024 || !isUtf8(value) || value.find('"') != std::string_view::npos || hasControl(value)
+        || turnsAround(value)) {
         return "the value of a piece of metadata is at most 1024 bytes of text without quotation marks and control "
                "characters";
     }
