@@ -3,6 +3,8 @@
 
 #include <sqlite3.h>
 
+#include <thread>
+
 namespace recorder {
 
 namespace {
@@ -65,6 +67,7 @@ Database::~Database()
 StoreResult Database::open(const std::filesystem::path& file, int busyMs)
 {
     m_file = file.string();
+    m_patience = std::chrono::milliseconds(busyMs);
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
     const int code = sqlite3_open_v2(m_file.c_str(), &m_handle, flags, nullptr);
     if (code != SQLITE_OK) {
@@ -84,6 +87,18 @@ StoreResult Database::execute(const std::string& sql)
 {
     const int code = sqlite3_exec(m_handle, sql.c_str(), nullptr, nullptr, nullptr);
     return code == SQLITE_OK ? StoreResult::done() : failure(code, "work on it");
+}
+
+StoreResult Database::executeAlone(const std::string& sql)
+{
+    constexpr std::chrono::milliseconds pause(2);
+    const auto end = std::chrono::steady_clock::now() + m_patience;
+    StoreResult result = execute(sql);
+    while (result.error == StoreError::InUse && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(pause);
+        result = execute(sql);
+    }
+    return result;
 }
 
 StoreResult Database::number(const std::string& sql, std::int64_t& value)
@@ -228,9 +243,9 @@ bool Statement::isNull(int column) const
 
 // ---- Transaction
 
-Transaction::Transaction(Database& database)
+Transaction::Transaction(Database& database, Begin begin)
     : m_database(database)
-    , m_result(database.execute("BEGIN IMMEDIATE"))
+    , m_result(database.execute(begin == Begin::ToWrite ? "BEGIN IMMEDIATE" : "BEGIN DEFERRED"))
     , m_active(bool(m_result))
 {
 }

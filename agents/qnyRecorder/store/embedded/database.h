@@ -3,6 +3,7 @@
 
 #include "../result.h"
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -27,6 +28,8 @@ public:
     bool isOpen() const { return m_handle != nullptr; }
     // Several statements, without results.
     StoreResult execute(const std::string& sql);
+    // The same for what needs the file for itself alone: SQLite gives such a statement up as soon as somebody reads.
+    StoreResult executeAlone(const std::string& sql);
     // One number; 0 when there is no row.
     StoreResult number(const std::string& sql, std::int64_t& value);
     int changes() const;
@@ -40,6 +43,7 @@ public:
 private:
     sqlite3* m_handle = nullptr;
     std::string m_file;
+    std::chrono::milliseconds m_patience {};
 };
 
 // A prepared statement, kept and used again. Parameters and columns count from 0.
@@ -77,12 +81,16 @@ private:
     StoreResult m_result;
 };
 
-// A writing transaction, rolled back unless committed. Waits for other writers as long as the connection's patience
-// lasts.
+// A transaction, rolled back unless committed. Waits for other writers as long as the connection's patience lasts.
 class Transaction
 {
 public:
-    explicit Transaction(Database& database);
+    enum class Begin
+    {
+        ToWrite, // nobody else writes from the beginning on
+        ToRead // all that is read is of one moment
+    };
+    explicit Transaction(Database& database, Begin begin = Begin::ToWrite);
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;

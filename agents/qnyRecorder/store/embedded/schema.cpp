@@ -186,13 +186,19 @@ StoreResult checkFiles(const std::filesystem::path& file)
 
 StoreResult prepareSchema(Database& database, const std::filesystem::path& file)
 {
-    // Before anything is changed in what is another's.
+    // Before anything is changed in what is another's; at one moment, as another recorder may just make its tables.
     Identity identity;
-    if (StoreResult result = identify(database, file, identity); !result) {
-        return result;
+    {
+        const Transaction looking(database, Transaction::Begin::ToRead);
+        if (!looking.result()) {
+            return looking.result();
+        }
+        if (StoreResult result = identify(database, file, identity); !result) {
+            return result;
+        }
     }
     // These three hold for new files only; on others they change nothing.
-    if (StoreResult result = database.execute("PRAGMA page_size = " + std::to_string(embeddedPageBytes)
+    if (StoreResult result = database.executeAlone("PRAGMA page_size = " + std::to_string(embeddedPageBytes)
             + "; PRAGMA auto_vacuum = INCREMENTAL; PRAGMA journal_mode = WAL;");
         !result) {
         return result;

@@ -10,7 +10,9 @@
 #include <QtEndian>
 
 #include <QThread>
+#include <barrier>
 #include <limits>
+#include <thread>
 
 using namespace recorder;
 using namespace recorder::testing;
@@ -30,6 +32,7 @@ private slots:
     void aFileOfANewerVersionIsRefused();
     void anotherProgramsFileIsRefused();
     void anotherProgramsFileStaysAsItIs();
+    void recordersThatStartTogetherMakeOneStore();
     void aStoreWithATriggerOrAViewOfSomebodyElseIsRefused();
     void aStoreThatIsALinkIsRefused();
     void aJournalThatNamesAnotherFileIsNotCarriedOut();
@@ -175,6 +178,34 @@ void TestEmbeddedStore::anotherProgramsFileStaysAsItIs()
     StoreResult result;
     QVERIFY(!m_under.open(result));
     QCOMPARE(contentOf(m_under.place() + "/records.db"), before);
+}
+
+// Each finds no file, an empty one, or another's tables, and takes none for a stranger's.
+void TestEmbeddedStore::recordersThatStartTogetherMakeOneStore()
+{
+    constexpr int ROUNDS = 40;
+    constexpr std::size_t RECORDERS = 6;
+    for (int round = 0; round < ROUNDS; ++round) {
+        const std::string directory = (m_under.place() + "/together-" + QString::number(round)).toStdString();
+        QVERIFY(QDir().mkpath(QString::fromStdString(directory)));
+        std::barrier begin(static_cast<std::ptrdiff_t>(RECORDERS));
+        std::vector<std::unique_ptr<Store>> stores(RECORDERS);
+        std::vector<StoreResult> results(RECORDERS);
+        {
+            std::vector<std::jthread> starting;
+            for (std::size_t i = 0; i < RECORDERS; ++i) {
+                starting.emplace_back([&, i] {
+                    begin.arrive_and_wait();
+                    EmbeddedOptions options;
+                    options.directory = directory;
+                    stores[i] = openEmbeddedStore(options, results[i]);
+                });
+            }
+        }
+        for (const StoreResult& result : results) {
+            RR_DONE(result);
+        }
+    }
 }
 
 void TestEmbeddedStore::aStoreWithATriggerOrAViewOfSomebodyElseIsRefused()
