@@ -34,6 +34,12 @@ public:
     bool canBeLaunched() const;
     EncounteredAgentsOnHost* group() const;
 
+    /// The public key, in Z85, of the process that brought the line from another machine of a secured network, as long
+    /// as nobody has vouched for it: a person by changing it, or that machine's launcher by having the same key. Empty
+    /// otherwise.
+    QString broughtBy() const;
+    void setbroughtBy(const QString& publicKey);
+
     /// Stores the line as it is. Pages go through SystemViewManager, which also marks the document as modified.
     void setcommandLine(const QString& commandLine);
 
@@ -52,6 +58,7 @@ private:
     const QString _uuid;
     QString _commandLine;
     SplitCommandLine _splitCommandLine;
+    QString _broughtBy;
     EncounteredAgentsOnHost* const _group; // the parent, which outlives this
     bool _canBeLaunched = false;
     QJsonObject _otherKeys; // written back as they were read

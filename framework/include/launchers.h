@@ -10,6 +10,7 @@
 #include <QString>
 
 class EncounteredAgentInfo;
+class Host;
 struct NetworkAgent;
 
 /// A program that a launcher offers to start.
@@ -40,9 +41,14 @@ public:
     /// With a known family only. Empty for an unknown launcher, and until it has told.
     QList<OfferedProgram> offeredBy(const QString& launcherUuid) const;
 
+    /// The launcher of that machine came with the same key.
+    bool vouchesFor(const Host* machine, const QString& publicKey) const;
+    /// Why a machine's launcher is not asked to start this line, a sentence, or nothing: whoever is let in can bring
+    /// lines under another machine's name, and a launcher heeds the person who asks it.
+    QString problemOf(EncounteredAgentInfo* info) const;
     /// Both return why the launcher could not be asked, a sentence, or nothing; what it answers is told later, by
     /// SystemViewClassInstance::launchFailed().
-    static QString askToStart(const EncounteredAgentInfo* info);
+    static QString askToStart(EncounteredAgentInfo* info);
     /// Ends an agent that no longer answers: by its launch line or, when that is null, by its process id.
     static QString askToEnd(const QString& launcherUuid, const EncounteredAgentInfo* info, qint64 processId);
 

@@ -48,6 +48,8 @@ public:
     QString address() const;
     qint64 processId() const;
     QString definition() const;
+    /// Of its process's certificate, in Z85; empty on an open network.
+    QString publicKey() const;
 
     /// It ended, or left the network, by itself. False while it is there, and for one of which nothing is heard any
     /// more: that may still run.

@@ -93,6 +93,7 @@ Q_SIGNALS:
 
 private:
     EncounteredAgentsOnHost* _createGroup(Host* host);
+    void _takeLaunchLine(const RunningAgentInfo* agent);
     EncounteredAgentInfo* _appendLaunchLine(
         EncounteredAgentsOnHost* group, const QString& uuid, const QString& commandLine);
     void _updateIsRunning();

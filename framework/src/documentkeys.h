@@ -28,6 +28,7 @@ inline const QString ENCOUNTERED_AGENTS = QStringLiteral("encountered_agents");
 inline const QString HOST = QStringLiteral("host");
 inline const QString AGENTS = QStringLiteral("agents");
 inline const QString COMMAND_LINE = QStringLiteral("command_line");
+inline const QString BROUGHT_BY = QStringLiteral("brought_by");
 
 /// Without keys that hold a zero character, at any depth: nobody means those, and QJsonObject may take "name" and the
 /// same with zeros behind it for one key, so that what is written under the one is found under the other.

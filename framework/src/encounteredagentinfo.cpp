@@ -64,6 +64,16 @@ EncounteredAgentsOnHost* EncounteredAgentInfo::group() const
     return _group;
 }
 
+QString EncounteredAgentInfo::broughtBy() const
+{
+    return _broughtBy;
+}
+
+void EncounteredAgentInfo::setbroughtBy(const QString& publicKey)
+{
+    _broughtBy = publicKey;
+}
+
 void EncounteredAgentInfo::setcommandLine(const QString& commandLine)
 {
     if (!ZqProperty::assign(_commandLine, commandLine)) {
@@ -79,6 +89,9 @@ QJsonObject EncounteredAgentInfo::exportToJson() const
     QJsonObject json = _otherKeys;
     json[DocumentKeys::UUID] = _uuid;
     json[DocumentKeys::COMMAND_LINE] = _commandLine;
+    if (!_broughtBy.isEmpty()) {
+        json[DocumentKeys::BROUGHT_BY] = _broughtBy;
+    }
     return json;
 }
 

@@ -225,8 +225,28 @@ QString Launchers::_ask(
     return {};
 }
 
-QString Launchers::askToStart(const EncounteredAgentInfo* info)
+bool Launchers::vouchesFor(const Host* machine, const QString& publicKey) const
 {
+    return !publicKey.isEmpty() && _certificates.value(machine->networkName()).publicKey == publicKey;
+}
+
+QString Launchers::problemOf(EncounteredAgentInfo* info) const
+{
+    const Host* const host = info->group()->host();
+    if (info->broughtBy().isEmpty() || vouchesFor(host, info->broughtBy())) {
+        info->setbroughtBy(QString()); // also when the launcher has new keys one day
+        return {};
+    }
+    return tr("This launch line was brought by a process with another certificate than that of %1's launcher, and was "
+              "not started: look at all of it, and enter it yourself, if it is right.")
+        .arg(host->networkName());
+}
+
+QString Launchers::askToStart(EncounteredAgentInfo* info)
+{
+    if (const QString problem = instance()->problemOf(info); !problem.isEmpty()) {
+        return problem;
+    }
     qny_service_arg_t* arguments = nullptr;
     qny_service_args_add_string(&arguments, info->uuid().toUtf8().constData());
     for (const QString& part : info->splitCommandLine().parts()) {

@@ -67,6 +67,11 @@ qint64 RunningAgentInfo::processId() const
     return _agent.processId;
 }
 
+QString RunningAgentInfo::publicKey() const
+{
+    return _agent.publicKey;
+}
+
 QString RunningAgentInfo::definition() const
 {
     return _agent.definition;

@@ -5,6 +5,7 @@
 #include "encounteredagentinfo.h"
 #include "encounteredagentsonhost.h"
 #include "host.h"
+#include "launchers.h"
 #include "runningagentinfo.h"
 #include "systemdocument.h"
 #include "systemview.h"
@@ -163,12 +164,31 @@ void SystemViewClassInstance::addRunningAgentInfo(RunningAgentInfo* runningAgent
         return;
     }
     // A stand-in has no command line, and leaves none.
-    getOrCreateEncounteredAgentInfo(getOrCreateEncounteredAgentsOnHost(
-                                        runningAgentInfo->commandLine().isEmpty() ? nullptr : runningAgentInfo->host()),
-        runningAgentInfo->commandLine());
+    if (!runningAgentInfo->commandLine().isEmpty()) {
+        _takeLaunchLine(runningAgentInfo);
+    }
     _runningAgentInfos->appendRow(runningAgentInfo);
     _updateIsRunning();
     Q_EMIT runningAgentInfoCreated(runningAgentInfo);
+}
+
+void SystemViewClassInstance::_takeLaunchLine(const RunningAgentInfo* agent)
+{
+    EncounteredAgentsOnHost* const group = getOrCreateEncounteredAgentsOnHost(agent->host());
+    if (group == nullptr) {
+        return;
+    }
+    const bool isKnown = group->findWithCommandLine(agent->commandLine()) != nullptr;
+    EncounteredAgentInfo* const info = getOrCreateEncounteredAgentInfo(group, agent->commandLine());
+    if (info == nullptr || agent->isAttachedToCorvane()) {
+        return;
+    }
+    // Of which machine an agent is, it says itself.
+    if (Launchers::instance()->vouchesFor(agent->host(), agent->publicKey())) {
+        info->setbroughtBy(QString());
+    } else if (!isKnown) {
+        info->setbroughtBy(agent->publicKey());
+    }
 }
 
 void SystemViewClassInstance::removeRunningAgentInfo(RunningAgentInfo* runningAgentInfo)
@@ -262,7 +282,9 @@ void SystemViewClassInstance::loadFromJson(const QJsonObject& json, QList<JsonDo
                             .arg(agentUuid, name(), hostName)));
                 agentUuid.clear();
             }
-            _appendLaunchLine(group, agentUuid, commandLine)->_otherKeys = without(agentJson, { UUID, COMMAND_LINE });
+            EncounteredAgentInfo* const info = _appendLaunchLine(group, agentUuid, commandLine);
+            info->setbroughtBy(agentJson[BROUGHT_BY].toString());
+            info->_otherKeys = without(agentJson, { UUID, COMMAND_LINE, BROUGHT_BY });
         }
     }
 }

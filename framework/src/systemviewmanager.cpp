@@ -127,6 +127,7 @@ void SystemViewManager::udapteEncounteredAgentInfoCommandLineNoUndoRedo(SystemVi
         }
     }
     info->setcommandLine(commandLine);
+    info->setbroughtBy(QString());
     _accept();
 }
 

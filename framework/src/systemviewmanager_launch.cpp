@@ -35,7 +35,10 @@ bool SystemViewManager::startAgent(EncounteredAgentInfo* info)
                 .arg(SplitCommandLine::MASKED_VALUE));
     }
     if (!info->group()->isAttachedToCorvane()) {
-        const QString problem = _launcherProblem(info->group()->host());
+        QString problem = _launcherProblem(info->group()->host());
+        if (problem.isEmpty()) {
+            problem = Launchers::instance()->problemOf(info);
+        }
         if (!problem.isEmpty()) {
             return _refuse(problem);
         }

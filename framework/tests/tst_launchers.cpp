@@ -42,6 +42,8 @@ private Q_SLOTS:
     void anAgentThatDoesNotAnswerIsEndedByItsLaunchOrItsProcess();
     void aStandInOfALauncherStartsNothing();
     void theLauncherThatCameLastIsAsked();
+    void aLineThatAStrangerBroughtIsNotGivenToAMachinesLauncher();
+    void aLineOfTheLaunchersOwnAgentIsGivenToIt();
     void onASecuredNetworkAMachinesLauncherKeepsItsCertificate();
 
 private:
@@ -53,15 +55,26 @@ private:
     {
         return { "--name", "L", "--launcher", "--host", machine };
     }
+    /// Joins a secured network with the certificate "host"; there are "machine" and "insider", too.
+    void _secure();
+    void _leaveSecured();
+    QStringList _with(const char* name, const QStringList& options) const
+    {
+        return options + QStringList { "--certificate", _keys.filePath(name) + QStringLiteral(".cert_secret") };
+    }
     void _write(Peer& peer, const QString& line) const { peer.process().write(line.toUtf8() + '\n'); }
 
     SystemViewClassInstance* _sensor = nullptr;
     EncounteredAgentInfo* _line = nullptr;
+    const QTemporaryDir _keys; // a machine's launcher keeps its certificate as long as this program runs
 };
 
 void TestLaunchers::initTestCase()
 {
     qRegisterMetaType<EncounteredAgentInfo*>();
+    for (const char* name : { "host", "machine", "insider" }) {
+        QCOMPARE(qny_certificate_make(_keys.path().toUtf8().constData(), name, nullptr, nullptr), QNY_SUCCESS);
+    }
     NetworkConfiguration::instance()->setdevice("lo");
     NetworkConfiguration::instance()->setport(20000 + static_cast<int>(QRandomGenerator::global()->bounded(40000)));
 }
@@ -86,6 +99,23 @@ void TestLaunchers::_createLine()
     _line = _sensor->getOrCreateEncounteredAgentInfo(
         _sensor->getOrCreateEncounteredAgentsOnHost(_document()->getOrCreateHost("machine two")),
         "/opt/sensor --name \"Sensor\" --text \"two words\" \"$HOME;\"");
+}
+
+void TestLaunchers::_secure()
+{
+    auto* const network = NetworkConfiguration::instance();
+    network->disconnectFromNetwork();
+    network->setprivateCertificate(_keys.filePath("host.cert_secret"));
+    network->setpublicCertificates(_keys.path());
+    QVERIFY(network->connectToNetwork());
+}
+
+void TestLaunchers::_leaveSecured()
+{
+    auto* const network = NetworkConfiguration::instance();
+    network->disconnectFromNetwork();
+    network->setprivateCertificate({});
+    network->setpublicCertificates({});
 }
 
 std::unique_ptr<Peer> TestLaunchers::_askedLauncher()
@@ -399,22 +429,81 @@ void TestLaunchers::theLauncherThatCameLastIsAsked()
     QVERIFY(second.waitForLine("call"));
 }
 
+void TestLaunchers::aLineThatAStrangerBroughtIsNotGivenToAMachinesLauncher()
+{
+    _secure();
+    // Shown before its machine has a launcher, and after.
+    const QStringList program { "--host", "machine two", "--name", "Sensor", "--family", _sensor->familyUuid() };
+    auto* group = _line->group();
+    auto stranger = std::make_unique<Peer>(_with("insider", program));
+    QVERIFY(stranger->isReady());
+    QTRY_COMPARE(group->encounteredAgentInfos().size(), 2);
+    EncounteredAgentInfo* brought = group->encounteredAgentInfos().last();
+    stranger.reset();
+    Peer launcher(_with("machine", _launcherOf("machine two")));
+    QTRY_VERIFY(group->host()->hasLauncher() && !_sensor->isRunning());
+    const QRegularExpression told("brought by a process with another certificate than that of machine two's launcher");
+    QTest::ignoreMessage(QtWarningMsg, told);
+    QVERIFY(!SystemViewManager::instance()->startAgent(brought));
+
+    // It is still known where it came from when the document was closed, and its agent got another name
+    const QJsonObject saved = brought->exportToJson();
+    QCOMPARE(saved["brought_by"].toString(), brought->broughtBy());
+    QVERIFY(!brought->broughtBy().isEmpty());
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("system.json");
+    QVERIFY(handler()->saveDocumentAs(path));
+    QVERIFY(handler()->openDocument(path));
+    _sensor = _document()->systemViews().constFirst()->getAllClassInstances().constFirst();
+    group = _sensor->encounteredAgentsOnHosts().constFirst();
+    _line = group->encounteredAgentInfos().constFirst();
+    brought = group->encounteredAgentInfos().constLast();
+    QVERIFY(group->host()->hasLauncher() && brought != _line);
+    QVERIFY(SystemViewManager::instance()->updateInstanceName(_sensor, "Probe"));
+    QTest::ignoreMessage(QtWarningMsg, told);
+    QVERIFY(!SystemViewManager::instance()->startAgent(brought));
+
+    // The document's own line is started, and this one when a person entered it
+    QVERIFY(SystemViewManager::instance()->startAgent(_line));
+    QVERIFY(launcher.waitForLine("call"));
+    SystemViewManager::instance()->udapteEncounteredAgentInfoCommandLineNoUndoRedo(
+        _sensor, group, brought, brought->commandLine(), false);
+    QVERIFY(SystemViewManager::instance()->startAgent(brought));
+    QVERIFY(launcher.waitForLine("call"));
+    _leaveSecured();
+}
+
+void TestLaunchers::aLineOfTheLaunchersOwnAgentIsGivenToIt()
+{
+    _secure();
+    auto* const group = _line->group();
+    auto agent = std::make_unique<Peer>(
+        _with("machine", { "--host", "machine two", "--name", "Sensor", "--family", _sensor->familyUuid() }));
+    QVERIFY(agent->isReady());
+    QTRY_COMPARE(group->encounteredAgentInfos().size(), 2);
+    agent.reset();
+    Peer launcher(_with("machine", _launcherOf("machine two")));
+    QTRY_VERIFY(group->host()->hasLauncher() && !_sensor->isRunning());
+    QVERIFY(SystemViewManager::instance()->startAgent(group->encounteredAgentInfos().last()));
+    QVERIFY(launcher.waitForLine("call"));
+    QCOMPARE(group->encounteredAgentInfos().last()->broughtBy(), QString());
+
+    // Also when somebody else came with that very line before
+    group->encounteredAgentInfos().last()->setbroughtBy("another's");
+    agent = std::make_unique<Peer>(
+        _with("machine", { "--host", "machine two", "--name", "Sensor", "--family", _sensor->familyUuid() }));
+    QVERIFY(agent->isReady());
+    QTRY_VERIFY(_sensor->isRunning());
+    QCOMPARE(group->encounteredAgentInfos().size(), 2);
+    QCOMPARE(group->encounteredAgentInfos().last()->broughtBy(), QString());
+    _leaveSecured();
+}
+
 void TestLaunchers::onASecuredNetworkAMachinesLauncherKeepsItsCertificate()
 {
-    auto* const network = NetworkConfiguration::instance();
-    const QTemporaryDir keys;
-    for (const char* name : { "host", "machine", "insider" }) {
-        QCOMPARE(qny_certificate_make(keys.path().toUtf8().constData(), name, nullptr, nullptr), QNY_SUCCESS);
-    }
-    network->disconnectFromNetwork();
-    network->setprivateCertificate(keys.filePath("host.cert_secret"));
-    network->setpublicCertificates(keys.path());
-    QVERIFY(network->connectToNetwork());
-    const auto with = [&keys](const char* name, const QStringList& options) {
-        return options + QStringList { "--certificate", keys.filePath(name) + QStringLiteral(".cert_secret") };
-    };
+    _secure();
     Host* const host = _line->group()->host();
-    auto launcher = std::make_unique<Peer>(with("machine", _launcherOf("machine two")));
+    auto launcher = std::make_unique<Peer>(_with("machine", _launcherOf("machine two")));
     QVERIFY(launcher->isReady());
     QTRY_VERIFY(host->hasLauncher());
     const QString uuid = host->launcherUuid();
@@ -425,7 +514,7 @@ void TestLaunchers::onASecuredNetworkAMachinesLauncherKeepsItsCertificate()
         "^The certificate insider \\(.{8}…\\) shows a launcher of machine two, whose launcher "
         "came with the certificate machine \\(.{8}…\\)\\. It is neither asked nor heard\\.");
     QTest::ignoreMessage(QtWarningMsg, told);
-    auto insider = std::make_unique<Peer>(with("insider", _launcherOf("machine two")));
+    auto insider = std::make_unique<Peer>(_with("insider", _launcherOf("machine two")));
     QVERIFY(insider->isReady());
     QTRY_COMPARE(raised.count(), 1);
     QVERIFY(told.match(raised.first().first().toString()).hasMatch());
@@ -457,8 +546,8 @@ void TestLaunchers::onASecuredNetworkAMachinesLauncherKeepsItsCertificate()
     QCOMPARE(raised.count(), 2);
 
     // The machine's own comes back to it, and each may stand for another machine
-    launcher = std::make_unique<Peer>(with("machine", _launcherOf("machine two")));
-    insider = std::make_unique<Peer>(with("insider", _launcherOf("machine three")));
+    launcher = std::make_unique<Peer>(_with("machine", _launcherOf("machine two")));
+    insider = std::make_unique<Peer>(_with("insider", _launcherOf("machine three")));
     QTRY_VERIFY(host->hasLauncher() && _document()->getOrCreateHost("machine three")->hasLauncher());
     QVERIFY(SystemViewManager::instance()->startAgent(_line));
     QVERIFY(launcher->waitForLine("call"));
@@ -466,9 +555,7 @@ void TestLaunchers::onASecuredNetworkAMachinesLauncherKeepsItsCertificate()
     // A document that is opened later knows it, too
     handler()->newDocument();
     QVERIFY(_document()->getOrCreateHost("machine two")->hasLauncher());
-    network->disconnectFromNetwork();
-    network->setprivateCertificate({});
-    network->setpublicCertificates({});
+    _leaveSecured();
 }
 
 QTEST_GUILESS_MAIN(TestLaunchers)

@@ -56,6 +56,10 @@
         <source>The certificate %1 shows a launcher of %2, whose launcher came with the certificate %3. It is neither asked nor heard. If that machine has new keys, start this program again.</source>
         <translation>Le certificat %1 présente un lanceur de %2, dont le lanceur est venu avec le certificat %3. Il n’est ni sollicité ni écouté. Si cette machine a de nouvelles clés, redémarrez ce programme.</translation>
     </message>
+    <message>
+        <source>This launch line was brought by a process with another certificate than that of %1&apos;s launcher, and was not started: look at all of it, and enter it yourself, if it is right.</source>
+        <translation>Cette ligne de lancement vient d’un processus qui a un autre certificat que le lanceur de %1, et n’a pas été exécutée&#xa0;: vérifiez-la en entier, et saisissez-la vous-même si elle est correcte.</translation>
+    </message>
 </context>
 <context>
     <name>NetworkConfiguration</name>
