@@ -239,7 +239,7 @@ private Q_SLOTS:
         QCOMPARE(_foundAgain(seconds), "");
         // It goes on to its end by itself, and can be played again.
         QCOMPARE(site().findRecordAgain(), "");
-        QVERIFY(site().record.isTrue("isLoaded"));
+        QTRY_VERIFY_WITH_TIMEOUT(site().record.isTrue("isLoaded"), Site::PATIENCE_MS); // told after the list
         QTRY_VERIFY_WITH_TIMEOUT(!site().record.isTrue("isReplaying"), Site::PATIENCE_MS);
         QCOMPARE(site().playToItsEnd(4.0), "");
         QCOMPARE(site().unload(), "");
